@@ -1,0 +1,75 @@
+// The Document: the one state that a window or the tool owns. Every picture, segment, circle,
+// layer and palette of a session lives here; operations take it together with a Host.
+#pragma once
+
+#include <cstdint>
+#include <string>
+#include <vector>
+
+#include "app/settings.h"
+#include "host/random.h"
+#include "image/buffer.h"
+#include "render/layer.h"
+#include "render/palette.h"
+#include "segments/segment.h"
+#include "transform/circle.h"
+
+namespace velq {
+
+// Which pictures the view shows (the View menu's toggles).
+struct ViewToggles {
+    bool original = true;         // "Original image"
+    bool edges = true;            // "Edges and Circles"
+    bool filtered = true;         // "Filtered result"
+    bool final_result = true;     // "Final result"
+    bool all_enclosed = false;    // "All enclosed selection"
+};
+
+struct Document {
+    explicit Document(Host& host);
+
+    Settings settings;
+
+    UBUFFER source;          // the picture as read, BGRA
+    UBUFFER filter_buffer;   // source shrunk so that its enlargement fits the memory limit
+    UBUFFER working;         // filter buffer enlarged by INT and blurred
+    UBUFFER filtered;        // result of the last filter; alpha says how strongly it covers the view
+    UBUFFER view;            // the composed view, working size
+    UBUFFER render_buffer;   // the rendered result
+    IBUFFER label_map;       // segment number per working pixel, 1-based; 0 none
+    IBUFFER bs_buffer;       // brush-size map of the last Normal transform
+
+    std::vector<BoundaryPiece> pieces;  // boundary pieces: segment edges and circle outlines
+    std::vector<Segment> segments;
+    std::vector<Circle> circles;        // free circles of the Normal transform
+    std::vector<Layer> layers;          // nine; 0 is the base layer
+    std::vector<Palette> palettes;
+
+    int selected_layer = 1;
+    int selected_palette = 0;
+    int selected_segment = -1;
+    int selected_outline = -1;   // segment whose outline is picked; -1 none
+    int hovered_outline = -1;
+
+    std::uint32_t background = 0;   // packed colour, red in the low byte; black at start
+    UBUFFER logo;                   // BGRA; absent when no logo is chosen
+    int logo_transparency = 255;
+
+    std::string path;               // current picture
+    ViewToggles toggles;
+    SeedSource seeds;               // "seed with the current time", or the run seed
+
+    // Result states.
+    bool picture_loaded = false;
+    bool transformed = false;
+    bool rendered = false;
+    bool motion_pack_loaded = false;
+    bool flag_byte = false;         // carried in the settings block
+
+    // Frees everything that depends on the current picture (a new picture is coming).
+    void reset();
+    // The settings snapshot taken when the last render finished (what Save records).
+    Settings rendered_settings;
+};
+
+}  // namespace velq

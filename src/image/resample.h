@@ -1,0 +1,46 @@
+// Resampling of buffers: summed-area tables, the box shrink / nearest-neighbour enlargement used for
+// every resize, the bilinear enlargement by INT, the box blur, and border clearing.
+#pragma once
+
+#include <cstdint>
+
+#include "image/buffer.h"
+
+namespace velq {
+
+// S(x, y) = sum of channel c over every (i, j) with i <= x and j <= y, kept modulo 2^32: four-term box
+// sums formed in unsigned 32-bit arithmetic stay exact while the box itself holds less than 2^32.
+void summed_area_table(const UBUFFER& src, int channel, IBUFFER& table);
+// Sum of the box (x0, x1] x (y0, y1] of a table (column x0 and row y0 excluded), modulo 2^32.
+inline std::uint32_t box_sum(const IBUFFER& s, int x0, int y0, int x1, int y1) {
+    return s.at(x0, y0) - s.at(x0, y1) - s.at(x1, y0) + s.at(x1, y1);
+}
+
+// Fills `dst` (its size chosen by the caller) from `src`: nearest neighbour when either side grows,
+// otherwise a box average through a summed-area table per channel, where a zero-area box at the right
+// or bottom edge stores 0. Returns 0, or -1 with "Failed to allocate buffers for integral in
+// UBUFFER::get_resized()". Source and destination must have the same number of channels.
+int get_resized(Host& host, const UBUFFER& src, UBUFFER& dst);
+
+// The same resize from one channel of `src` into one channel of `dst` (planes into a stencil).
+int resize_channel(Host& host, const UBUFFER& src, int src_channel, UBUFFER& dst, int dst_channel);
+
+// Size of the bilinear enlargement by `factor`: (n - 1) * factor + 1.
+inline int enlarged_size(int n, int factor) { return n < 1 ? 0 : (n - 1) * factor + 1; }
+
+// Bilinear enlargement of channel c of `src` by `factor` into channel c of `dst`, which must already
+// have the enlarged size and 4 channels.
+void enlarge_bilinear(const UBUFFER& src, UBUFFER& dst, int factor, int channel);
+
+// In-place box blur of every channel with kernel k; a frame of trunc(k / 2) pixels top and left and
+// k - trunc(k / 2) bottom and right keeps its values. k < 1 leaves the buffer as it is.
+// Returns 0, or -1 with "Failed to allocate buffer in UBUFFER::blur()".
+int blur(Host& host, UBUFFER& buf, int k);
+
+// The same on doubles; samples equal to `skip` neither count nor change (a NaN skip skips nothing).
+int blur(Host& host, DBUFFER& buf, int k, double skip);
+
+// Sets every sample of every pixel within b pixels of an edge to 0; b = 0 changes nothing.
+void clear_border(UBUFFER& buf, int b);
+
+}  // namespace velq

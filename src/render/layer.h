@@ -1,0 +1,69 @@
+// A layer: one pass of the renderer over every circle with its own shapes, palette, colour options,
+// size, transparency and brightness. The Document keeps nine; layer 0 is the grey base layer.
+#pragma once
+
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "animation/animation.h"
+#include "animation/animation_settings.h"
+#include "render/shape.h"
+
+namespace velq {
+
+// The passage font: face and the few attributes a font chooser gives.
+struct FontDescription {
+    std::string face = "Courier New";
+    int height = 0;      // pixels; 0 lets the drawing code choose
+    int weight = 0;      // 0 default, 400 normal, 700 bold
+    bool italic = false;
+};
+
+class Layer {
+public:
+    static constexpr int kCount = 9;
+
+    // With the default disc: one full-disc shape, current, and first-shape-only set.
+    Layer(Host& host, bool with_default_disc);
+    Layer(Layer&&) noexcept = default;
+    Layer& operator=(Layer&&) noexcept = default;
+
+    // Releases the animation object and every shape; no current shape.
+    void clear_shapes();
+    // Every shape gets apply_layer_tone(brightness, transparency).
+    void apply_tone();
+    // Moves the shape cursor on for the next circle (the four cases of the cursor step).
+    void next_shape();
+    // Cursors to 0 and the first shape current, as at the start of every render of the layer.
+    void rewind();
+    // "Ly%d - %s T(%d)-S(%d)-B(%d)"
+    std::string list_text(int index) const;
+    bool has_shapes() const { return !shapes.empty(); }
+
+    std::vector<std::unique_ptr<SHAPE>> shapes;
+    int transparency = 255;   // 0..255
+    int size = 100;           // percent of the circle's radius, 0..300
+    int brightness = 100;     // percent, 0 and up
+    int palette = 0;          // index into the palette table
+    int shape_cursor = 0;
+    int passage_cursor = 0;
+    SHAPE* current = nullptr;
+    std::unique_ptr<ANIMATION> animation;
+    AnimationSettings anim;
+    std::u16string passage;
+    bool passage_mode = false;
+    bool case_folding = false;
+    bool first_shape_only = false;
+    bool random = false;      // "Radom"
+    bool shuffle = false;
+    bool invert = false;
+    bool convert = false;
+    bool shown = true;
+    FontDescription font;
+};
+
+// The nine layers of a new Document: 0 and 1 with the default disc, 2..8 empty.
+std::vector<Layer> make_default_layers(Host& host);
+
+}  // namespace velq

@@ -1,0 +1,43 @@
+// A shape: the stencil painted in place of every circle, a grey shade plane and an opacity plane
+// held at 1024 x 1024 and centred so that nothing opaque lies outside the disc of radius 512.
+// Layers own their shapes; the renderer scales the planes down to each circle.
+#pragma once
+
+#include <cstdint>
+#include <string>
+
+#include "host/host.h"
+#include "image/buffer.h"
+
+namespace velq {
+
+class SHAPE {
+public:
+    static constexpr int kSide = 1024;
+
+    // The default shape: a full disc (rim included).
+    explicit SHAPE(Host& host);
+    SHAPE(const SHAPE&) = delete;
+    SHAPE& operator=(const SHAPE&) = delete;
+
+    // Fills the shape from a picture file; 0 on success, -1 with the system's message on failure.
+    int read_shape(Host& host, const std::string& path);
+    // Recomputes alt_buffer and the two planes from org_buffer with the layer's brightness (percent)
+    // and transparency (0..255).
+    void apply_layer_tone(int brightness_percent, int transparency);
+    // True when the constructor could allocate every buffer.
+    bool usable() const { return bool(org_buffer) && bool(shade_plane) && bool(mask_plane); }
+
+    std::string name;              // file the shape was read from; empty for the default disc
+    std::uint16_t character = 0;   // passage character drawn by this shape; 0 for file shapes
+    UBUFFER preview_buffer;        // 1024 x 1024 x 4, grey picture for the Shape Detail dialog
+    UBUFFER org_buffer;            // 1024 x 1024 x 2: shade, opacity as read
+    UBUFFER alt_buffer;            // org_buffer after the layer's tone
+    UBUFFER shade_plane;           // 1024 x 1024 x 1, channel 0 of alt_buffer
+    UBUFFER mask_plane;            // 1024 x 1024 x 1, channel 1 of alt_buffer
+    double radius = 512.0;
+    // Bumped whenever the planes change, so caches of scaled stencils know to rebuild.
+    std::uint64_t generation = 0;
+};
+
+}  // namespace velq

@@ -1,0 +1,40 @@
+// The records of segmentation: pixels of a region, boundary points and pieces (open or closed
+// polylines between two segments), and the Segment kept by the Document: a closed boundary loop with
+// its children's loops, its pixels, its colour and the circles packed into it.
+#pragma once
+
+#include <cstdint>
+#include <vector>
+
+#include "render/colour.h"
+#include "transform/circle.h"
+
+namespace velq {
+
+struct Pixel {
+    std::int32_t tag = 1;  // 1 inside the segment, 0 on its drawn boundary line
+    std::int32_t x = 0, y = 0;
+};
+
+struct BoundaryPoint {
+    double x = 0, y = 0;
+};
+
+// An open or closed polyline of boundary points.
+struct BoundaryPiece {
+    bool closed = false;
+    std::uint32_t uses = 0;  // how many loops it serves (at most two)
+    std::vector<BoundaryPoint> points;
+};
+
+struct Segment {
+    bool enabled = true;
+    BoundaryPiece loop;                    // the closed boundary loop
+    std::vector<BoundaryPiece> children;   // loops of the segments that lie inside this one
+    std::vector<Pixel> pixels;
+    std::vector<Circle> circles;
+    ColourRecord colour{0, 0, 0, 0, 0, true};  // mean colour: red, green, blue, alpha
+    ColourRecord display;                  // colour after the layer's palette and options
+};
+
+}  // namespace velq

@@ -1,0 +1,45 @@
+#include "support/pictures.h"
+
+#include <filesystem>
+#include <random>
+
+#include <unistd.h>
+
+namespace velq::test {
+
+UBUFFER make_picture(int w, int h, const std::function<std::uint32_t(int, int)>& fn) {
+    UBUFFER b;
+    b.allocate(w, h, 4);
+    for (int y = 0; y < h; ++y) {
+        for (int x = 0; x < w; ++x) {
+            const std::uint32_t v = fn(x, y);
+            b.at(x, y, 0) = std::uint8_t(v);
+            b.at(x, y, 1) = std::uint8_t(v >> 8);
+            b.at(x, y, 2) = std::uint8_t(v >> 16);
+            b.at(x, y, 3) = std::uint8_t(v >> 24);
+        }
+    }
+    return b;
+}
+
+UBUFFER flat_picture(int w, int h, std::uint32_t argb) {
+    return make_picture(w, h, [argb](int, int) { return argb; });
+}
+
+UBUFFER noise_picture(int w, int h, std::uint32_t seed, bool opaque) {
+    std::mt19937 gen(seed);
+    return make_picture(w, h, [&](int, int) {
+        const std::uint32_t v = gen();
+        return opaque ? (v | 0xFF000000u) : v;
+    });
+}
+
+std::string temp_dir(const std::string& name) {
+    namespace fs = std::filesystem;
+    const fs::path p = fs::temp_directory_path() / ("velq-test-" + std::to_string(::getpid())) / name;
+    fs::remove_all(p);
+    fs::create_directories(p);
+    return p.string();
+}
+
+}  // namespace velq::test

@@ -1,0 +1,21 @@
+// Small pictures made in the tests themselves.
+#pragma once
+
+#include <cstdint>
+#include <functional>
+#include <string>
+
+#include "image/buffer.h"
+
+namespace velq::test {
+
+// A w x h BGRA picture whose pixel (x, y) is fn(x, y) packed as 0xAARRGGBB.
+UBUFFER make_picture(int w, int h, const std::function<std::uint32_t(int, int)>& fn);
+// One flat colour, 0xAARRGGBB.
+UBUFFER flat_picture(int w, int h, std::uint32_t argb);
+// Deterministic noise from a seed.
+UBUFFER noise_picture(int w, int h, std::uint32_t seed, bool opaque = true);
+// A fresh empty folder under the system's temporary folder, removed by the caller or left for CI.
+std::string temp_dir(const std::string& name);
+
+}  // namespace velq::test

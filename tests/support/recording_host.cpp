@@ -1,0 +1,77 @@
+#include "support/recording_host.h"
+
+#include <algorithm>
+
+namespace velq::test {
+
+void RecordingHost::title(std::string_view t) {
+    std::lock_guard lock(mutex_);
+    titles_.emplace_back(t);
+}
+void RecordingHost::percent(int p) {
+    std::lock_guard lock(mutex_);
+    percents_.push_back(p);
+}
+void RecordingHost::message(std::string_view m) {
+    std::lock_guard lock(mutex_);
+    messages_.emplace_back(m);
+}
+bool RecordingHost::ask(std::string_view q) {
+    std::lock_guard lock(mutex_);
+    questions_.emplace_back(q);
+    if (answers.empty()) return false;
+    const bool a = answers.front();
+    answers.pop_front();
+    return a;
+}
+void RecordingHost::status(int line, std::string_view text) {
+    std::lock_guard lock(mutex_);
+    if (line >= 1 && line <= 2) status_[line] = std::string(text);
+}
+void RecordingHost::debug(std::string_view text) {
+    std::lock_guard lock(mutex_);
+    debug_.emplace_back(text);
+}
+void RecordingHost::circles_added(std::span<const LiveCircle> batch) {
+    std::lock_guard lock(mutex_);
+    live_ += batch.size();
+}
+std::vector<std::string> RecordingHost::titles() const {
+    std::lock_guard lock(mutex_);
+    return titles_;
+}
+std::vector<int> RecordingHost::percents() const {
+    std::lock_guard lock(mutex_);
+    return percents_;
+}
+std::vector<std::string> RecordingHost::messages() const {
+    std::lock_guard lock(mutex_);
+    return messages_;
+}
+std::vector<std::string> RecordingHost::questions() const {
+    std::lock_guard lock(mutex_);
+    return questions_;
+}
+std::vector<std::string> RecordingHost::debug_lines() const {
+    std::lock_guard lock(mutex_);
+    return debug_;
+}
+std::size_t RecordingHost::live_circles() const {
+    std::lock_guard lock(mutex_);
+    return live_;
+}
+bool RecordingHost::said(std::string_view m) const {
+    std::lock_guard lock(mutex_);
+    return std::find(messages_.begin(), messages_.end(), m) != messages_.end();
+}
+void RecordingHost::clear() {
+    std::lock_guard lock(mutex_);
+    titles_.clear();
+    messages_.clear();
+    questions_.clear();
+    debug_.clear();
+    percents_.clear();
+    live_ = 0;
+}
+
+}  // namespace velq::test

@@ -1,0 +1,44 @@
+// A host for tests: records every title, percent, message and status line it is given, and answers
+// questions from a queue (No when the queue is empty).
+#pragma once
+
+#include <deque>
+#include <mutex>
+#include <string>
+#include <vector>
+
+#include "host/host.h"
+
+namespace velq::test {
+
+class RecordingHost : public Host {
+public:
+    void title(std::string_view t) override;
+    void percent(int p) override;
+    void message(std::string_view m) override;
+    bool ask(std::string_view q) override;
+    void status(int line, std::string_view text) override;
+    void debug(std::string_view text) override;
+    void circles_added(std::span<const LiveCircle> batch) override;
+
+    // Copies, safe to call while a worker still reports.
+    std::vector<std::string> titles() const;
+    std::vector<int> percents() const;
+    std::vector<std::string> messages() const;
+    std::vector<std::string> questions() const;
+    std::vector<std::string> debug_lines() const;
+    std::size_t live_circles() const;
+    bool said(std::string_view message) const;
+    void clear();
+
+    std::deque<bool> answers;  // replies to ask(), in order
+
+private:
+    mutable std::mutex mutex_;
+    std::vector<std::string> titles_, messages_, questions_, debug_;
+    std::vector<int> percents_;
+    std::string status_[3];
+    std::size_t live_ = 0;
+};
+
+}  // namespace velq::test
