@@ -1,0 +1,367 @@
+#include "video/encoder.h"
+
+#include <algorithm>
+#include <cctype>
+#include <cstdio>
+#include <thread>
+
+extern "C" {
+#include <libavutil/imgutils.h>
+#include <libavutil/opt.h>
+}
+
+namespace velq {
+
+namespace {
+
+constexpr AVRational kTimeBase{1, Encoder::kFps};
+constexpr AVRational kFrameRate{Encoder::kFps, 1};
+
+std::string extension_of(const std::string& file) {
+    const auto dot = file.rfind('.');
+    const auto slash = file.find_last_of("/\\");
+    if (dot == std::string::npos || (slash != std::string::npos && dot < slash)) return {};
+    return file.substr(dot + 1);
+}
+
+std::string lower(std::string s) {
+    for (char& c : s) c = char(std::tolower(static_cast<unsigned char>(c)));
+    return s;
+}
+
+// Codecs a container may take instead of its default one when the default refuses the picture
+// size (H.263 in 3GP accepts five sizes only). Most widely played first.
+constexpr AVCodecID kFallbackCodecs[] = {AV_CODEC_ID_MPEG4, AV_CODEC_ID_H264};
+
+}  // namespace
+
+std::string av_error_text(int code) {
+    char text[AV_ERROR_MAX_STRING_SIZE] = {0};
+    av_strerror(code, text, sizeof text);
+    return text;
+}
+
+bool wants_alpha(const std::string& file) { return extension_of(file) == "webm"; }
+
+const AVOutputFormat* guess_output_format(const std::string& file) {
+    if (lower(extension_of(file)) == "3gpp") return av_guess_format("3gp", nullptr, nullptr);
+    return av_guess_format(nullptr, file.c_str(), nullptr);
+}
+
+Encoder::Encoder(Host& host) : host_(host) {}
+
+Encoder::~Encoder() { abandon(); }
+
+void Encoder::reset_state() {
+    close_video_stream();
+    fmt_.reset();
+    io_.reset();
+    stream_ = nullptr;
+    codec_ = nullptr;
+    options_.clear();
+    next_pts_ = 0;
+    current_time_ = 0.0;
+    header_written_ = false;
+    drained_ = false;
+    pix_fmt_ = AV_PIX_FMT_NONE;
+}
+
+int Encoder::init_video(const std::string& file, int width, int height) {
+    if (open_encoder(file, width, height, wants_alpha(file)) != 0) {
+        host_.message("Failed to initialize an encoder");
+        return -1;
+    }
+    if (!source_.allocate(width, height, 4, Init::Zero)) {
+        std::fputs("Could not allocate raw rgb buffer\n", stderr);
+        host_.message("Failed to allocate a RGB buffer in init_video()");
+        abandon();
+        return -1;
+    }
+    return 0;
+}
+
+bool Encoder::alloc_output(const AVOutputFormat* format, const std::string& path) {
+    fmt_.reset();
+    AVFormatContext* ctx = nullptr;
+    if (format) avformat_alloc_output_context2(&ctx, format, nullptr, path.c_str());
+    fmt_.reset(ctx);
+    return bool(fmt_);
+}
+
+int Encoder::open_encoder(const std::string& file, int width, int height, bool alpha) {
+    if (width < 1 || height < 1) {
+        std::fprintf(stderr, "Invalid encoding size! width = %d, height = %d\n", width, height);
+        return -1;
+    }
+    av_log_set_level(AV_LOG_FATAL);
+    abandon();
+    reset_state();
+    options_.set("fs", "100M");
+    width_ = width;
+    height_ = height;
+    target_.emplace(file);
+
+    // The muxer is chosen from the final name; the bytes go to the temporary one.
+    const AVOutputFormat* format = guess_output_format(file);
+    if (!format) format = av_guess_format("mpeg", nullptr, nullptr);
+    if (!alloc_output(format, target_->temp())) {
+        std::fputs("Could not deduce output format from file extension.\n", stderr);
+        format = av_guess_format("mpeg", nullptr, nullptr);
+        if (!alloc_output(format, target_->temp())) return -1;
+    }
+    if (format->video_codec == AV_CODEC_ID_NONE) return -1;
+
+    AVCodecID codec_id = format->video_codec;
+    if (!add_video_stream(codec_id, width, height, alpha)) return -1;
+    if (!open_video_codec()) {
+        // The default codec refused these settings: try the codecs the container also takes.
+        bool opened = false;
+        for (AVCodecID alt : kFallbackCodecs) {
+            if (alt == codec_id || avformat_query_codec(format, alt, FF_COMPLIANCE_NORMAL) != 1) continue;
+            if (!avcodec_find_encoder(alt)) continue;
+            std::fprintf(stderr, "The %s encoder does not take %dx%d; encoding %s instead.\n",
+                         avcodec_get_name(codec_id), width, height, avcodec_get_name(alt));
+            close_video_stream();
+            if (!alloc_output(format, target_->temp())) return -1;
+            if (add_video_stream(alt, width, height, alpha) && open_video_codec()) {
+                opened = true;
+                break;
+            }
+        }
+        if (!opened) return -1;
+    }
+
+    av_dump_format(fmt_.get(), 0, target_->temp().c_str(), 1);
+
+    if (!(format->flags & AVFMT_NOFILE)) {
+        AVIOContext* io = nullptr;
+        const int r = avio_open(&io, target_->temp().c_str(), AVIO_FLAG_WRITE);
+        if (r < 0) {
+            std::fprintf(stderr, "Could not open MP4 file: %s\n", av_error_text(r).c_str());
+            return -1;
+        }
+        io_.reset(io);
+        fmt_->pb = io;
+    }
+    Dictionary opt = options_.copy();
+    const int r = avformat_write_header(fmt_.get(), opt.out());
+    if (r < 0) {
+        std::fprintf(stderr, "Could not open MP4 file: %s\n", av_error_text(r).c_str());
+        return -1;
+    }
+    header_written_ = true;
+    return 0;
+}
+
+bool Encoder::add_video_stream(AVCodecID codec_id, int width, int height, bool alpha) {
+    codec_ = avcodec_find_encoder(codec_id);
+    if (!codec_) {
+        std::fputs("Could not find encoder.\n", stderr);
+        return false;
+    }
+    pkt_.reset(av_packet_alloc());
+    if (!pkt_) {
+        std::fputs("Could not allocate AVPacket.\n", stderr);
+        return false;
+    }
+    stream_ = avformat_new_stream(fmt_.get(), nullptr);
+    if (!stream_) {
+        std::fputs("Could not allocate stream.\n", stderr);
+        return false;
+    }
+    stream_->id = int(fmt_->nb_streams) - 1;
+    enc_.reset(avcodec_alloc_context3(codec_));
+    if (!enc_) {
+        std::fputs("Could not alloc an encoding context.\n", stderr);
+        return false;
+    }
+    if (codec_->type == AVMEDIA_TYPE_VIDEO) {
+        AVCodecContext* c = enc_.get();
+        c->codec_id = codec_id;
+        c->bit_rate = kBitRate;
+        c->width = width;
+        c->height = height;
+        stream_->time_base = kTimeBase;
+        stream_->avg_frame_rate = kFrameRate;
+        stream_->r_frame_rate = kFrameRate;
+        c->time_base = kTimeBase;
+        c->framerate = kFrameRate;
+        c->gop_size = kGop;
+        c->pix_fmt = alpha ? AV_PIX_FMT_YUVA420P : AV_PIX_FMT_YUV420P;
+        if (codec_id == AV_CODEC_ID_MPEG2VIDEO) c->max_b_frames = 2;
+        if (codec_id == AV_CODEC_ID_MPEG1VIDEO) c->mb_decision = 2;
+        pix_fmt_ = c->pix_fmt;
+        tune_for_speed();
+    }
+    if (fmt_->oformat->flags & AVFMT_GLOBALHEADER) enc_->flags |= AV_CODEC_FLAG_GLOBAL_HEADER;
+    return true;
+}
+
+// Settings that change how fast a frame is encoded, not what the video is: every core, and for VP9
+// row multithreading with the realtime deadline (its defaults manage 5 frames a second at 1080p).
+void Encoder::tune_for_speed() {
+    AVCodecContext* c = enc_.get();
+    const int caps = codec_->capabilities;
+    if (caps & (AV_CODEC_CAP_FRAME_THREADS | AV_CODEC_CAP_SLICE_THREADS | AV_CODEC_CAP_OTHER_THREADS))
+        c->thread_count = int(std::max(1u, std::thread::hardware_concurrency()));
+    if (codec_->id == AV_CODEC_ID_VP9 || codec_->id == AV_CODEC_ID_VP8) {
+        av_opt_set(c->priv_data, "deadline", "realtime", 0);
+        av_opt_set_int(c->priv_data, "cpu-used", 8, 0);
+        av_opt_set_int(c->priv_data, "row-mt", 1, 0);
+    }
+}
+
+bool Encoder::open_video_codec() {
+    Dictionary opt = options_.copy();
+    int r = avcodec_open2(enc_.get(), codec_, opt.out());
+    if (r < 0) {
+        std::fprintf(stderr, "Could not open video codec: %s\n", av_error_text(r).c_str());
+        return false;
+    }
+    frame_ = alloc_picture(enc_->pix_fmt, enc_->width, enc_->height);
+    if (!frame_) {
+        std::fputs("Could not allocate video frame.\n", stderr);
+        return false;
+    }
+    if (enc_->pix_fmt != AV_PIX_FMT_YUV420P) {
+        tmp_frame_ = alloc_picture(AV_PIX_FMT_YUV420P, enc_->width, enc_->height);
+        if (!tmp_frame_) {
+            std::fputs("Could not allocate temporary picture.\n", stderr);
+            return false;
+        }
+    }
+    r = avcodec_parameters_from_context(stream_->codecpar, enc_.get());
+    if (r < 0) {
+        std::fprintf(stderr, "Could not copy the stream parameters: %s\n", av_error_text(r).c_str());
+        return false;
+    }
+    return true;
+}
+
+FramePtr Encoder::alloc_picture(AVPixelFormat format, int width, int height) {
+    FramePtr f(av_frame_alloc());
+    if (!f) return f;
+    f->format = format;
+    f->width = width;
+    f->height = height;
+    const int r = av_frame_get_buffer(f.get(), 0);
+    if (r < 0) {
+        std::fprintf(stderr, "Could not allocate frame data: %s\n", av_error_text(r).c_str());
+        f.reset();
+    }
+    return f;
+}
+
+int Encoder::write_video_frame(double& time_out) {
+    if (!enc_ || !header_written_ || !source_) return -1;
+    // The cap: pts 6000 (200 s) is the last frame encoded; after it the encoder is drained once.
+    if (av_compare_ts(next_pts_, enc_->time_base, kMaxSeconds, AVRational{1, 1}) > 0) {
+        int r = 1;
+        if (!drained_) {
+            drained_ = true;
+            r = encode_and_write(nullptr) < 0 ? -1 : 1;
+        }
+        time_out = double(next_pts_) * enc_->time_base.num / enc_->time_base.den;
+        return r;
+    }
+    if (av_frame_make_writable(frame_.get()) < 0) {
+        std::fputs("Unable to make writable frame.\n", stderr);
+        return -1;
+    }
+    if (!sws_) {
+        sws_.reset(sws_getContext(width_, height_, AV_PIX_FMT_BGRA, width_, height_, enc_->pix_fmt,
+                                  SWS_BICUBIC, nullptr, nullptr, nullptr));
+        if (!sws_) {
+            std::fputs("Could not initialize the conversion context\n", stderr);
+            return -1;
+        }
+    }
+    const std::uint8_t* planes[4] = {source_.data(), nullptr, nullptr, nullptr};
+    const int strides[4] = {width_ * 4, 0, 0, 0};
+    sws_scale(sws_.get(), planes, strides, 0, height_, frame_->data, frame_->linesize);
+    frame_->pts = next_pts_++;
+    current_time_ = double(frame_->pts) * enc_->time_base.num / enc_->time_base.den;
+    const int r = encode_and_write(frame_.get());
+    time_out = double(frame_->pts + 1) * enc_->time_base.num / enc_->time_base.den;
+    return r < 0 ? -1 : 0;
+}
+
+int Encoder::encode_and_write(AVFrame* frame) {
+    if (!enc_) return -1;
+    int r = avcodec_send_frame(enc_.get(), frame);
+    if (r < 0) {
+        std::fprintf(stderr, "Could not send frame: %s\n", av_error_text(r).c_str());
+        return -1;
+    }
+    for (;;) {
+        r = avcodec_receive_packet(enc_.get(), pkt_.get());
+        if (r == AVERROR(EAGAIN)) return 0;
+        if (r == AVERROR_EOF) return 1;
+        if (r < 0) {
+            std::fprintf(stderr, "Error encoding a frame: %s\n", av_error_text(r).c_str());
+            return -1;
+        }
+        av_packet_rescale_ts(pkt_.get(), enc_->time_base, stream_->time_base);
+        pkt_->stream_index = stream_->index;
+        r = av_interleaved_write_frame(fmt_.get(), pkt_.get());
+        if (r < 0) {
+            std::fprintf(stderr, "Error while writing output packet: %s\n", av_error_text(r).c_str());
+            return -1;
+        }
+    }
+}
+
+void Encoder::close_video_stream() {
+    sws_.reset();
+    pkt_.reset();
+    tmp_frame_.reset();
+    frame_.reset();
+    enc_.reset();
+}
+
+int Encoder::finish() {
+    if (!target_ || !header_written_) {
+        abandon();
+        return -1;
+    }
+    int r = 0;
+    if (!drained_) {
+        drained_ = true;
+        if (encode_and_write(nullptr) < 0) r = -1;
+    }
+    if (r == 0) {
+        const int w = av_write_trailer(fmt_.get());
+        if (w < 0) {
+            std::fprintf(stderr, "Could not write the trailer: %s\n", av_error_text(w).c_str());
+            r = -1;
+        }
+    }
+    close_video_stream();
+    AVIOContext* io = io_.release();
+    if (io && avio_closep(&io) < 0 && r == 0) {
+        std::fputs("Could not close the video file.\n", stderr);
+        r = -1;
+    }
+    if (fmt_) fmt_->pb = nullptr;
+    fmt_.reset();
+    header_written_ = false;
+    if (r == 0 && !target_->commit()) {
+        std::fprintf(stderr, "Could not rename the video into %s\n", target_->target().c_str());
+        r = -1;
+    }
+    target_.reset();
+    source_.reset();
+    return r;
+}
+
+void Encoder::abandon() {
+    close_video_stream();
+    if (fmt_) fmt_->pb = nullptr;
+    fmt_.reset();
+    io_.reset();
+    header_written_ = false;
+    target_.reset();  // removes the partial file
+    source_.reset();
+}
+
+}  // namespace velq

@@ -1,0 +1,252 @@
+#include <filesystem>
+#include <string>
+#include <vector>
+
+#include <gtest/gtest.h>
+
+#include "read_back.h"
+#include "support/pictures.h"
+#include "support/recording_host.h"
+#include "video/encoder.h"
+
+namespace velq {
+namespace {
+
+namespace fs = std::filesystem;
+
+// Fills the encoder's source with a picture that changes from frame to frame.
+void paint_frame(Encoder& enc, int n) {
+    UBUFFER& s = enc.source();
+    for (int y = 0; y < s.height(); ++y)
+        for (int x = 0; x < s.width(); ++x) {
+            std::uint8_t* p = &s.at(x, y);
+            p[0] = std::uint8_t(x * 4 + n * 8);
+            p[1] = std::uint8_t(y * 4);
+            p[2] = std::uint8_t((x + y + n) * 2);
+            p[3] = 255;
+        }
+}
+
+// Writes `frames` frames and finishes; the out-times seen after each frame are returned.
+std::vector<double> encode(Host& host, const std::string& file, int w, int h, int frames) {
+    Encoder enc(host);
+    std::vector<double> times;
+    if (enc.init_video(file, w, h) != 0) return times;
+    for (int n = 0; n < frames; ++n) {
+        paint_frame(enc, n);
+        double t = -1;
+        if (enc.write_video_frame(t) < 0) return {};
+        times.push_back(t);
+    }
+    if (enc.finish() != 0) return {};
+    return times;
+}
+
+std::vector<std::string> folder_entries(const std::string& dir) {
+    std::vector<std::string> names;
+    for (const auto& e : fs::directory_iterator(dir)) names.push_back(e.path().filename().string());
+    return names;
+}
+
+TEST(Encoder, RefusesEmptySizesWithTheDiagnosticAndTheMessage) {
+    const std::string dir = test::temp_dir("enc-size");
+    struct Case {
+        int w, h;
+        const char* line;
+    } cases[] = {{0, 480, "Invalid encoding size! width = 0, height = 480\n"},
+                 {640, 0, "Invalid encoding size! width = 640, height = 0\n"},
+                 {-4, -2, "Invalid encoding size! width = -4, height = -2\n"}};
+    for (const Case& c : cases) {
+        test::RecordingHost host;
+        Encoder enc(host);
+        testing::internal::CaptureStderr();
+        EXPECT_EQ(enc.init_video(dir + "/a.mp4", c.w, c.h), -1);
+        EXPECT_EQ(testing::internal::GetCapturedStderr(), c.line);
+        EXPECT_EQ(host.messages(), std::vector<std::string>{"Failed to initialize an encoder"});
+    }
+    EXPECT_TRUE(folder_entries(dir).empty());
+}
+
+TEST(Encoder, FramesCarryPtsInThirtiethsAndTheOutTimeIsTheNextFrame) {
+    const std::string dir = test::temp_dir("enc-pts");
+    for (const char* ext : {".mp4", ".mov", ".avi", ".webm", ".flv"}) {
+        test::RecordingHost host;
+        const std::string file = dir + "/clip" + ext;
+        const std::vector<double> times = encode(host, file, 64, 48, 7);
+        ASSERT_EQ(times.size(), 7u) << ext;
+        for (int n = 0; n < 7; ++n) EXPECT_EQ(times[n], double(n + 1) / 30) << ext << " frame " << n;
+        const test::ReadBack r = test::read_back(file);
+        ASSERT_TRUE(r.opened) << ext;
+        EXPECT_EQ(r.pts.size(), 7u) << ext;
+        EXPECT_TRUE(test::frame_times_are_thirtieths(r)) << ext;
+        EXPECT_EQ(av_q2d(r.avg_frame_rate), 30.0) << ext;
+        EXPECT_TRUE(host.messages().empty()) << ext;
+    }
+}
+
+TEST(Encoder, OnlyALowerCaseWebmNameGetsAnAlphaChannel) {
+    const std::string dir = test::temp_dir("enc-alpha");
+    struct Case {
+        const char* name;
+        bool alpha;
+    } cases[] = {{"clip.webm", true}, {"clip.WEBM", false}, {"clip.webm.mp4", false}, {"webm", false}};
+    for (const Case& c : cases) {
+        test::RecordingHost host;
+        const std::string file = dir + "/" + c.name;
+        Encoder enc(host);
+        ASSERT_EQ(enc.init_video(file, 64, 32), 0) << c.name;
+        EXPECT_EQ(enc.alpha(), c.alpha) << c.name;
+        // Left half fully transparent, right half opaque.
+        for (int n = 0; n < 3; ++n) {
+            UBUFFER& s = enc.source();
+            for (int y = 0; y < 32; ++y)
+                for (int x = 0; x < 64; ++x) {
+                    std::uint8_t* p = &s.at(x, y);
+                    p[0] = 200, p[1] = 100, p[2] = 50, p[3] = x < 32 ? 0 : 255;
+                }
+            double t;
+            ASSERT_EQ(enc.write_video_frame(t), 0);
+        }
+        ASSERT_EQ(enc.finish(), 0);
+        if (std::string(c.name).ends_with(".mp4") || std::string(c.name) == "webm") continue;
+        // FFmpeg's own VP9 decoder drops the alpha plane; libvpx keeps it.
+        const test::ReadBack r = test::read_back(file, "libvpx-vp9", true);
+        ASSERT_EQ(r.frames.size(), 3u) << c.name;
+        EXPECT_EQ(r.decoded_format == AV_PIX_FMT_YUVA420P, c.alpha) << c.name;
+        EXPECT_EQ(r.alpha_mode == "1", c.alpha) << c.name;
+        const UBUFFER& f = r.frames[2];
+        EXPECT_LE(f.at(8, 16, 3), c.alpha ? 8 : 255) << c.name;
+        EXPECT_GE(f.at(8, 16, 3), c.alpha ? 0 : 255) << c.name;
+        EXPECT_GE(f.at(56, 16, 3), 247) << c.name;
+    }
+}
+
+TEST(Encoder, ChoosesTheMuxerFromTheFinalName) {
+    const std::string dir = test::temp_dir("enc-mux");
+    struct Case {
+        const char* name;
+        const char* muxer;
+        const char* codec;  // the codec read back
+        bool says_fallback;
+    } cases[] = {
+        {"a.xyz", "mpeg", "mpeg1video", false},    // nothing guessed: MPEG program stream
+        {"a", "mpeg", "mpeg1video", false},
+        {"a.3gpp", "3gp", "mpeg4", true},           // H.263 refuses 640 x 480
+        {"b.3GPP", "3gp", "mpeg4", true},
+        {"c.3gpp", "3gp", "h263", false},           // 176 x 144 is one of H.263's sizes
+        {"a.wmv", "asf", "msmpeg4v3", false},
+        {"a.mpeg", "mpeg", "mpeg1video", false},
+    };
+    for (const Case& c : cases) {
+        test::RecordingHost host;
+        const bool small = std::string(c.name) == "c.3gpp";
+        const int w = small ? 176 : 640, h = small ? 144 : 480;
+        const std::string file = dir + "/" + c.name;
+        Encoder enc(host);
+        testing::internal::CaptureStderr();
+        const int r = enc.init_video(file, w, h);
+        const std::string err = testing::internal::GetCapturedStderr();
+        ASSERT_EQ(r, 0) << c.name;
+        EXPECT_STREQ(enc.format_name(), c.muxer) << c.name;
+        EXPECT_EQ(err.find("does not take") != std::string::npos, c.says_fallback) << c.name << ": " << err;
+        // The fixed parameters, whatever the container.
+        const AVCodecContext* ctx = enc.context();
+        EXPECT_EQ(ctx->bit_rate, 10000000) << c.name;
+        EXPECT_EQ(ctx->gop_size, 15) << c.name;
+        EXPECT_EQ(av_cmp_q(ctx->time_base, AVRational{1, 30}), 0) << c.name;
+        EXPECT_EQ(av_cmp_q(ctx->framerate, AVRational{30, 1}), 0) << c.name;
+        EXPECT_EQ(ctx->pix_fmt, AV_PIX_FMT_YUV420P) << c.name;
+        EXPECT_EQ(ctx->mb_decision, ctx->codec_id == AV_CODEC_ID_MPEG1VIDEO ? 2 : 0) << c.name;
+        double t;
+        paint_frame(enc, 0);
+        ASSERT_EQ(enc.write_video_frame(t), 0) << c.name;
+        ASSERT_EQ(enc.finish(), 0) << c.name;
+        const test::ReadBack back = test::read_back(file);
+        EXPECT_TRUE(back.opened) << c.name;
+        EXPECT_EQ(back.codec, c.codec) << c.name;
+        EXPECT_EQ(back.pts.size(), 1u) << c.name;
+        EXPECT_EQ(back.width, w);
+    }
+}
+
+TEST(Encoder, StopsEncodingAfterTwoHundredSecondsAndDrainsOnce) {
+    const std::string dir = test::temp_dir("enc-cap");
+    test::RecordingHost host;
+    const std::string file = dir + "/long.avi";
+    Encoder enc(host);
+    ASSERT_EQ(enc.init_video(file, 16, 16), 0);
+    std::vector<int> results;
+    double t = 0;
+    for (int n = 0; n < 6004; ++n) {
+        paint_frame(enc, n);
+        results.push_back(enc.write_video_frame(t));
+    }
+    for (int n = 0; n <= 6000; ++n) ASSERT_EQ(results[n], 0) << n;
+    for (int n = 6001; n < 6004; ++n) EXPECT_EQ(results[n], 1) << n;
+    EXPECT_EQ(enc.next_pts(), 6001);
+    EXPECT_EQ(t, 6001.0 / 30);
+    EXPECT_EQ(enc.finish(), 0);
+    const test::ReadBack r = test::read_back(file);
+    EXPECT_EQ(r.pts.size(), 6001u);
+    EXPECT_TRUE(test::frame_times_are_thirtieths(r));
+}
+
+TEST(Encoder, LeavesOnlyTheFinishedFileOrNothing) {
+    const std::string dir = test::temp_dir("enc-files");
+    test::RecordingHost host;
+    {
+        // Finished: renamed into place, no temporary name left.
+        ASSERT_EQ(encode(host, dir + "/done.mp4", 32, 32, 2).size(), 2u);
+        EXPECT_EQ(folder_entries(dir), std::vector<std::string>{"done.mp4"});
+    }
+    {
+        // Abandoned half way (by the destructor): nothing new.
+        Encoder enc(host);
+        ASSERT_EQ(enc.init_video(dir + "/half.mp4", 32, 32), 0);
+        EXPECT_EQ(folder_entries(dir).size(), 2u);  // the temporary file exists while writing
+        double t;
+        ASSERT_EQ(enc.write_video_frame(t), 0);
+    }
+    EXPECT_EQ(folder_entries(dir), std::vector<std::string>{"done.mp4"});
+    {
+        // An existing result is replaced only when the new one is complete.
+        const auto before = fs::file_size(dir + "/done.mp4");
+        Encoder enc(host);
+        ASSERT_EQ(enc.init_video(dir + "/done.mp4", 320, 240), 0);
+        enc.abandon();
+        EXPECT_EQ(fs::file_size(dir + "/done.mp4"), before);
+    }
+    // A folder that does not exist: the encoder cannot open its file.
+    testing::internal::CaptureStderr();
+    Encoder enc(host);
+    EXPECT_EQ(enc.init_video(dir + "/missing/x.mp4", 32, 32), -1);
+    EXPECT_NE(testing::internal::GetCapturedStderr().find("Could not open MP4 file: "), std::string::npos);
+    EXPECT_TRUE(host.said("Failed to initialize an encoder"));
+}
+
+// Every container that the export offers, at every size that the social-media set writes.
+TEST(Encoder, EveryContainerPlaysAtEverySocialMediaSize) {
+    const std::string dir = test::temp_dir("enc-all");
+    const char* exts[] = {".mp4", ".mov", ".avi", ".webm", ".wmv", ".mpeg", ".3gpp", ".flv"};
+    const int sizes[][2] = {{1920, 1080}, {1080, 1080}, {720, 900}, {720, 1280},
+                            {1280, 720},  {1080, 1920}, {1080, 1350}, {640, 360}};
+    for (const auto& s : sizes) {
+        for (const char* ext : exts) {
+            test::RecordingHost host;
+            const std::string file =
+                dir + "/v" + std::to_string(s[0]) + "x" + std::to_string(s[1]) + ext;
+            testing::internal::CaptureStderr();
+            const std::vector<double> times = encode(host, file, s[0], s[1], 2);
+            testing::internal::GetCapturedStderr();
+            ASSERT_EQ(times.size(), 2u) << file;
+            const test::ReadBack r = test::read_back(file);
+            EXPECT_EQ(r.width, s[0]) << file;
+            EXPECT_EQ(r.height, s[1]) << file;
+            EXPECT_EQ(r.pts.size(), 2u) << file;
+            EXPECT_EQ(r.decode_errors, 0) << file;
+        }
+    }
+}
+
+}  // namespace
+}  // namespace velq
