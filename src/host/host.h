@@ -47,6 +47,8 @@ public:
     virtual void circles_added(std::span<const LiveCircle> batch) {}
     // A finished frame or partial picture to show (BGRA rows); the callee copies what it keeps.
     virtual void preview(const std::uint8_t* bgra, int width, int height) {}
+    // The worker entered (true) or left (false) the busy state: commands grey out, sleep is inhibited.
+    virtual void busy(bool on) {}
 
     // Requested by Stop (and Skip); polled by every long loop.
     std::atomic<bool> stop{false};

@@ -1,0 +1,66 @@
+#include "app/filter_driver.h"
+
+namespace velq {
+
+int build_working_pictures(const Document& doc, Host& host, std::int64_t memory_limit, RebuiltPictures& out) {
+    const Settings& s = doc.settings;
+    if (check_interpolation(host, s.interpolation, s.blur) != 0) return -1;
+    if (init_interpol_buffer(host, doc.source, s.interpolation, memory_limit, out.filter_buffer) != 0) return -1;
+    return init_filter_buffer(host, out.filter_buffer, s.interpolation, s.blur, out.pictures);
+}
+
+void install_working_pictures(Document& doc, RebuiltPictures&& made) {
+    doc.filter_buffer = std::move(made.filter_buffer);
+    doc.working = std::move(made.pictures.working);
+    doc.filtered = std::move(made.pictures.filtered);
+    doc.view = std::move(made.pictures.view);
+    doc.label_map = std::move(made.pictures.label_map);
+    doc.settings.out_width = doc.working.width();
+    doc.settings.out_height = doc.working.height();
+}
+
+int do_filter(Document& doc, Host& host, FilterKind kind, std::int64_t memory_limit) {
+    if (doc.motion_pack_loaded) return 0;
+    if (!doc.source) {
+        host.message("Failed to read image");
+        return -1;
+    }
+    if (kind == FilterKind::KMean && doc.settings.k_mean < 2) {
+        host.message("Invalid K-Mean value. It must be larger than 1");
+        return -1;
+    }
+    if (kind == FilterKind::Prism || kind == FilterKind::BrokenGlass) {
+        host.message("The " + std::string(filter_menu_text(kind)) + " filter is not available yet");
+        return -1;
+    }
+    if (check_interpolation(host, doc.settings.interpolation, doc.settings.blur) != 0) return -1;
+    // Build and filter aside, so that a failure or a Stop leaves the previous result in place.
+    RebuiltPictures made;
+    if (build_working_pictures(doc, host, memory_limit, made) != 0) {
+        host.message("Failed to reallocating filter_buffer");
+        return -1;
+    }
+    FilterParams params;
+    params.max_size = doc.settings.max_size;
+    params.gap = doc.settings.gap;
+    params.k_mean = doc.settings.k_mean;
+    if (apply_filter(host, kind, made.pictures.filtered, params, doc.seeds) != 0) return -1;
+
+    install_working_pictures(doc, std::move(made));
+    doc.settings.filter_kind = int(kind);
+    doc.settings.memory_limit = memory_limit;
+    doc.rendered = false;
+    doc.transformed = false;
+    doc.selected_outline = -1;
+    doc.hovered_outline = -1;
+    doc.segments.clear();
+    doc.pieces.clear();
+    doc.circles.clear();
+    doc.render_buffer.reset();
+    doc.toggles.original = false;
+    doc.toggles.final_result = false;
+    host.refresh(Refresh::View);
+    return 0;
+}
+
+}  // namespace velq

@@ -1,0 +1,137 @@
+#include "cli/options.h"
+
+#include <algorithm>
+#include <cstdlib>
+
+#include "app/units.h"
+#include "cli/layer_options.h"
+#include "filters/filter.h"
+
+namespace velq::cli {
+
+void add_picture_options(CLI::App& cmd, PictureOptions& o) {
+    cmd.add_option("--int", o.interpolation, "INT: enlargement of the working picture (1..50, default 5)");
+    cmd.add_option("--blu", o.blur, "BLU: blur radius (0..10, default 1)");
+    cmd.add_option("--thr", o.threshold, "THR: colour threshold (default 20)");
+    cmd.add_option("--memory", o.memory, "memory limit of the working picture: 15M, 30M, 45M or 60M");
+    cmd.add_option("--filter", o.filter,
+                   "colour filter: normal, half-shuffle, triple-shuffle, matrix, inverse-contrast, contrast-up, k-mean");
+    cmd.add_option("--k", o.k_mean, "K-Mn: colours of the k-mean filter (2 and up, default 2)");
+    cmd.add_option("--max", o.max_size, "Max: largest circle, fraction of the larger side (default 0.02)");
+    cmd.add_option("--gap", o.gap, "GAP: pixels between circles (default 1)");
+    cmd.add_option("--seed", o.seed, "seed of the random features (default: the clock)");
+    cmd.add_flag("--quiet", o.quiet, "no progress line");
+}
+
+void add_transform_options(CLI::App& cmd, TransformOptions& o) {
+    cmd.add_option("--min", o.min_size, "Min: smallest circle, fraction of the larger side (default 0.0005)");
+    cmd.add_option("--dil", o.dilation, "DIL: dilation of segments (default 0)");
+    cmd.add_option("--transform", o.transform, "transform: normal or vectorize");
+}
+
+void add_output_options(CLI::App& cmd, OutputOptions& o) {
+    cmd.add_option("--unit", o.unit, "unit of --width and --height: pixel, inch, cm, meter");
+    cmd.add_option("--dpi", o.dpi, "dots per inch for the unit (default: the picture's)");
+    cmd.add_option("--width", o.width, "output width in the unit (the height follows the picture's aspect)");
+    cmd.add_option("--height", o.height, "output height in the unit");
+    cmd.add_option("--background", o.background, "background colour RRGGBB (default 000000)");
+    cmd.add_option("--global-brightness", o.global_brightness, "added to every shape's shade (default 0)");
+    cmd.add_option("--layer", o.layers, layer_option_help())->take_all();
+}
+
+std::optional<int> filter_kind_from_name(const std::string& name) {
+    for (int k = 0; k <= int(FilterKind::KMean); ++k) {
+        const auto kind = FilterKind(k);
+        if (kind == FilterKind::Prism || kind == FilterKind::BrokenGlass) continue;
+        if (name == filter_cli_name(kind)) return k;
+    }
+    return std::nullopt;
+}
+
+std::optional<std::int64_t> memory_limit_from_name(const std::string& name) {
+    static const char* names[] = {"15M", "30M", "45M", "60M"};
+    for (int i = 0; i < 4; ++i)
+        if (name == names[i]) return kMemoryLimits[i];
+    return std::nullopt;
+}
+
+std::string apply_picture_options(const PictureOptions& o, Document& doc) {
+    Settings& s = doc.settings;
+    if (o.interpolation) s.interpolation = *o.interpolation;
+    if (o.blur) s.blur = *o.blur;
+    if (o.threshold) s.threshold = *o.threshold;
+    if (o.k_mean) s.k_mean = *o.k_mean;
+    if (o.max_size) s.max_size = *o.max_size;
+    if (o.gap) s.gap = *o.gap;
+    if (o.memory) {
+        const auto limit = memory_limit_from_name(*o.memory);
+        if (!limit) return "--memory must be 15M, 30M, 45M or 60M";
+        s.memory_limit = *limit;
+    }
+    if (o.filter) {
+        const auto kind = filter_kind_from_name(*o.filter);
+        if (!kind) return "unknown --filter '" + *o.filter + "'";
+        s.filter_kind = *kind;
+    }
+    if (o.seed) doc.seeds.fix(*o.seed);
+    return {};
+}
+
+std::string apply_transform_options(const TransformOptions& o, Document& doc) {
+    Settings& s = doc.settings;
+    if (o.min_size) s.min_size = *o.min_size;
+    if (o.dilation) s.dilation = *o.dilation;
+    if (o.transform) {
+        if (*o.transform == "normal") {
+            s.transform_mode = 0;
+        } else if (*o.transform == "vectorize") {
+            s.transform_mode = 1;
+        } else {
+            return "--transform must be normal or vectorize";
+        }
+    }
+    return {};
+}
+
+std::string apply_output_options(const OutputOptions& o, Document& doc, Host& host) {
+    Settings& s = doc.settings;
+    if (o.unit) {
+        static const char* names[] = {"pixel", "inch", "cm", "meter"};
+        auto it = std::find(std::begin(names), std::end(names), *o.unit);
+        if (it == std::end(names)) return "--unit must be pixel, inch, cm or meter";
+        s.unit = Unit(it - std::begin(names));
+        rewrite_size_fields(s);
+    }
+    if (o.dpi) {
+        if (*o.dpi < 1) return "--dpi must be 1 or more";
+        s.dpi = *o.dpi;
+        rewrite_size_fields(s);
+    }
+    const int pw = doc.working.width(), ph = doc.working.height();
+    if (o.width && o.height) return "give --width or --height, not both (the other follows the picture)";
+    if (o.width) {
+        if (*o.width <= 0) return "--width must be above 0";
+        set_width_field(s, pw, ph, *o.width);
+    }
+    if (o.height) {
+        if (*o.height <= 0) return "--height must be above 0";
+        set_height_field(s, pw, ph, *o.height);
+    }
+    if ((o.width || o.height) && (s.out_width < 1 || s.out_height < 1))
+        return "the output size must be at least 1 x 1 pixels";
+    if (o.background) {
+        const std::string& b = *o.background;
+        char* end = nullptr;
+        const unsigned long v = std::strtoul(b.c_str(), &end, 16);
+        if (b.size() != 6 || end != b.c_str() + 6) return "--background must be RRGGBB in hexadecimal";
+        doc.background = pack_colorref(int(v >> 16) & 255, int(v >> 8) & 255, int(v) & 255);
+    }
+    if (o.global_brightness) s.global_brightness = *o.global_brightness;
+    for (const std::string& spec : o.layers) {
+        std::string error = apply_layer_option(spec, doc, host);
+        if (!error.empty()) return error;
+    }
+    return {};
+}
+
+}  // namespace velq::cli

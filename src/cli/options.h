@@ -1,0 +1,61 @@
+// The options that several subcommands share, named after the main window's fields, and how they
+// are applied to a Document. Each subcommand adds the groups it understands.
+#pragma once
+
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include <CLI/CLI.hpp>
+
+#include "app/document.h"
+
+namespace velq::cli {
+
+struct PictureOptions {
+    std::optional<int> interpolation, blur, threshold;
+    std::optional<std::string> memory;   // 15M 30M 45M 60M
+    std::optional<std::string> filter;   // normal, half-shuffle, ...
+    std::optional<int> k_mean;
+    std::optional<double> max_size;      // Matrix bands read Max as well
+    std::optional<int> gap;
+    std::optional<std::uint32_t> seed;
+    bool quiet = false;
+};
+
+struct TransformOptions {
+    std::optional<double> min_size;
+    std::optional<int> dilation;
+    std::optional<std::string> transform;  // normal, vectorize
+};
+
+struct OutputOptions {
+    std::optional<std::string> unit;       // pixel inch cm meter
+    std::optional<int> dpi;
+    std::optional<double> width, height;   // output size in the unit
+    std::optional<std::string> background; // RRGGBB
+    std::optional<int> global_brightness;
+    std::vector<std::string> layers;       // I:opt[,opt...]
+};
+
+// --int --blu --thr --memory --filter --k --max --gap --seed --quiet
+void add_picture_options(CLI::App& cmd, PictureOptions& o);
+// --min --dil --transform
+void add_transform_options(CLI::App& cmd, TransformOptions& o);
+// --unit --dpi --width --height --background --global-brightness --layer
+void add_output_options(CLI::App& cmd, OutputOptions& o);
+
+// Apply the options given on the line over the Document's settings. A bad value is a usage error:
+// the returned text says why (empty on success).
+std::string apply_picture_options(const PictureOptions& o, Document& doc);
+std::string apply_transform_options(const TransformOptions& o, Document& doc);
+// Output size and layers; call after the picture is open (the size keeps the picture's aspect).
+std::string apply_output_options(const OutputOptions& o, Document& doc, Host& host);
+
+// The filter kind of a --filter name; nullopt for unknown or not offered names.
+std::optional<int> filter_kind_from_name(const std::string& name);
+// Memory limit of "15M".."60M".
+std::optional<std::int64_t> memory_limit_from_name(const std::string& name);
+
+}  // namespace velq::cli

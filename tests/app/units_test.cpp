@@ -1,0 +1,65 @@
+#include <gtest/gtest.h>
+
+#include <clocale>
+
+#include "app/units.h"
+
+namespace velq {
+namespace {
+
+TEST(Units, PixelsOfALengthTruncate) {
+    struct Case {
+        double v;
+        Unit u;
+        int dpi, px;
+    } cases[] = {
+        {100.9, Unit::Pixel, 96, 100}, {2.5, Unit::Inch, 96, 240},  {2.54, Unit::Cm, 300, 300},
+        {1.0, Unit::Cm, 72, 28},       {0.0254, Unit::Meter, 150, 150}, {1e12, Unit::Inch, 300, 2147483647},
+    };
+    for (const Case& k : cases) EXPECT_EQ(to_pixels(k.v, k.u, k.dpi), k.px) << k.v;
+}
+
+TEST(Units, WidthKeepsThePictureAspectAndWritesHeightInTheUnitsFormat) {
+    Settings s;
+    s.dpi = 100;
+    ASSERT_TRUE(set_width_field(s, 400, 300, 200));
+    EXPECT_EQ(s.out_width, 200);
+    EXPECT_EQ(s.out_height, 150);
+    EXPECT_EQ(format_size(s.hgt, s.unit), "150");
+    EXPECT_FALSE(set_width_field(s, 400, 300, 200)) << "an unchanged value is ignored";
+
+    s.unit = Unit::Inch;
+    ASSERT_TRUE(set_width_field(s, 400, 300, 3.0));
+    EXPECT_EQ(s.out_width, 300);
+    EXPECT_EQ(s.out_height, 225);
+    EXPECT_EQ(format_size(s.hgt, s.unit), "2.2500");
+
+    ASSERT_TRUE(set_height_field(s, 400, 300, 1.5));
+    EXPECT_EQ(s.out_width, 200);
+    EXPECT_EQ(s.out_height, 150);
+}
+
+TEST(Units, NoPictureMeansNoDivision) {
+    Settings s;
+    EXPECT_FALSE(set_width_field(s, 0, 0, 100));
+    EXPECT_FALSE(set_height_field(s, 0, 0, 100));
+    s.unit = Unit::Cm;
+    s.dpi = 0;
+    rewrite_size_fields(s);
+    EXPECT_EQ(s.wid, 0);
+}
+
+TEST(Units, NumbersUseTheCLocaleWhateverTheUserLocale) {
+    const char* old = std::setlocale(LC_NUMERIC, nullptr);
+    const std::string saved = old ? old : "C";
+    if (!std::setlocale(LC_NUMERIC, "de_DE.UTF-8")) std::setlocale(LC_NUMERIC, "C");
+    EXPECT_EQ(format_fixed4(0.02), "0.0200");
+    EXPECT_EQ(format_double(0.0005), "0.000500");
+    EXPECT_DOUBLE_EQ(parse_double("0.02"), 0.02);
+    EXPECT_EQ(parse_int("12abc"), 12);
+    EXPECT_EQ(parse_int("abc"), 0);
+    std::setlocale(LC_NUMERIC, saved.c_str());
+}
+
+}  // namespace
+}  // namespace velq

@@ -1,0 +1,174 @@
+#include <gtest/gtest.h>
+
+#include <cmath>
+
+#include "image/resample.h"
+#include "image/working_pictures.h"
+#include "support/pictures.h"
+#include "support/recording_host.h"
+
+namespace velq {
+namespace {
+
+// The shrink formula written out directly from its description, one destination sample at a time.
+int reference_shrink(const UBUFFER& src, int c, int dw, int dh, int x, int y) {
+    const int sw = src.width(), sh = src.height();
+    auto S = [&](int i, int j) {
+        double s = 0;
+        for (int yy = 0; yy <= j; ++yy)
+            for (int xx = 0; xx <= i; ++xx) s += src.at(xx, yy, c);
+        return s;
+    };
+    const int y0 = int(double(y) * sh / dh + 0.5), y1 = std::min(int(double(y + 1) * sh / dh + 0.5), sh - 1);
+    const int x0 = int(double(x) * sw / dw + 0.5), x1 = std::min(int(double(x + 1) * sw / dw + 0.5), sw - 1);
+    const double area = double(x1 - x0) * (y1 - y0);
+    if (area == 0) return 0;
+    const double v = std::trunc((S(x0, y0) - S(x0, y1) - S(x1, y0) + S(x1, y1)) / area + 0.5);
+    return int(std::clamp(v, 0.0, 255.0));
+}
+
+TEST(GetResized, ShrinkMatchesTheBoxFormulaIncludingTheBlackEdge) {
+    test::RecordingHost host;
+    const UBUFFER src = test::noise_picture(13, 9, 3);
+    const int sizes[][2] = {{2, 1}, {5, 4}, {12, 8}, {6, 3}};
+    for (auto [dw, dh] : sizes) {
+        UBUFFER dst;
+        dst.allocate(dw, dh, 4);
+        ASSERT_EQ(get_resized(host, src, dst), 0);
+        for (int y = 0; y < dh; ++y)
+            for (int x = 0; x < dw; ++x)
+                for (int c = 0; c < 4; ++c)
+                    ASSERT_EQ(dst.at(x, y, c), reference_shrink(src, c, dw, dh, x, y)) << dw << "x" << dh;
+    }
+}
+
+TEST(GetResized, ThreeColumnsShrunkToTwoGiveABlackLastColumn) {
+    test::RecordingHost host;
+    const UBUFFER src = test::flat_picture(3, 3, 0xFF804020);
+    UBUFFER dst;
+    dst.allocate(2, 2, 4);
+    ASSERT_EQ(get_resized(host, src, dst), 0);
+    for (int c = 0; c < 4; ++c) {
+        EXPECT_EQ(dst.at(1, 0, c), 0);
+        EXPECT_EQ(dst.at(1, 1, c), 0);
+        EXPECT_EQ(dst.at(0, 1, c), 0);  // the last row's box has zero height as well
+    }
+}
+
+TEST(GetResized, EnlargingTakesTheNearestSourcePixel) {
+    test::RecordingHost host;
+    const UBUFFER src = test::noise_picture(3, 2, 9);
+    UBUFFER dst;
+    dst.allocate(7, 5, 4);
+    ASSERT_EQ(get_resized(host, src, dst), 0);
+    for (int y = 0; y < 5; ++y)
+        for (int x = 0; x < 7; ++x)
+            for (int c = 0; c < 4; ++c) EXPECT_EQ(dst.at(x, y, c), src.at(x * 3 / 7, y * 2 / 5, c));
+}
+
+TEST(EnlargeBilinear, InterpolatesBetweenNeighboursAndKeepsTheLastInside) {
+    const UBUFFER src = test::make_picture(2, 1, [](int x, int) { return x == 0 ? 0xFF000000u : 0xFF0000FFu; });
+    UBUFFER dst;
+    dst.allocate(enlarged_size(2, 4), enlarged_size(1, 4), 4);
+    ASSERT_EQ(dst.width(), 5);
+    ASSERT_EQ(dst.height(), 1);
+    enlarge_bilinear(src, dst, 4, 0);
+    // Column x samples x / 4 of the way; the last column is pulled 0.1 / 4 back inside.
+    const int expect[] = {0, 63, 127, 191, 248};
+    for (int x = 0; x < 5; ++x) EXPECT_EQ(dst.at(x, 0, 0), expect[x]) << x;
+}
+
+TEST(Blur, KernelFiveLeavesTwoPixelsTopLeftAndThreeBottomRight) {
+    test::RecordingHost host;
+    UBUFFER buf = test::noise_picture(12, 11, 5);
+    const UBUFFER before = buf.clone();
+    ASSERT_EQ(blur(host, buf, 5), 0);
+    for (int y = 0; y < 11; ++y) {
+        for (int x = 0; x < 12; ++x) {
+            const bool frame = y < 2 || x < 2 || y >= 11 - 3 || x >= 12 - 3;
+            int sum = 0;
+            for (int j = y - 1; j <= y + 3 && !frame; ++j)
+                for (int i = x - 1; i <= x + 3; ++i) sum += before.at(i, j, 0);
+            const int expect = frame ? before.at(x, y, 0) : int(sum / 25.0 + 0.5);
+            ASSERT_EQ(buf.at(x, y, 0), expect) << x << "," << y;
+        }
+    }
+}
+
+TEST(Blur, KernelZeroLeavesThePicture) {
+    test::RecordingHost host;
+    UBUFFER buf = test::noise_picture(6, 6, 1);
+    const UBUFFER before = buf.clone();
+    ASSERT_EQ(blur(host, buf, 0), 0);
+    EXPECT_EQ(std::memcmp(buf.data(), before.data(), buf.size()), 0);
+}
+
+TEST(CopyTo, MismatchCopiesNothingAndSaysSo) {
+    test::RecordingHost host;
+    UBUFFER a = test::flat_picture(4, 4, 0xFFFFFFFF);
+    UBUFFER b;
+    b.allocate(4, 4, 1);
+    EXPECT_FALSE(copy_to(host, a, b));
+    EXPECT_TRUE(host.said("Unable to copy buffer in UBUFFER::copy_to()"));
+    for (std::size_t i = 0; i < b.size(); ++i) ASSERT_EQ(b.data()[i], 0);
+    DBUFFER d1, d2;
+    d1.allocate(2, 2);
+    d2.allocate(3, 2);
+    EXPECT_FALSE(copy_to(host, d1, d2));
+    EXPECT_TRUE(host.said("Failed to copy DBUFFER"));
+}
+
+TEST(WorkingPictures, SizesFollowIntAndTheMemoryLimit) {
+    struct Case {
+        int w, h, f;
+        std::int64_t limit;
+        int fw, fh;  // filter buffer
+        int ww, wh;  // working picture
+    } cases[] = {
+        {40, 30, 1, 15000000, 40, 30, 40, 30},       // INT 1 keeps the size
+        {1, 1, 5, 15000000, 1, 1, 1, 1},             // a single pixel stays single
+        {50, 30, 5, 50 * 30 * 25 * 4, 50, 30, 246, 146},  // B = L is not shrunk
+        {100, 50, 5, 100 * 50 * 25, 50, 25, 246, 121},    // B = 4 L halves each side
+    };
+    for (const Case& k : cases) {
+        test::RecordingHost host;
+        const UBUFFER src = test::noise_picture(k.w, k.h, 2);
+        UBUFFER fb;
+        ASSERT_EQ(init_interpol_buffer(host, src, k.f, k.limit, fb), 0);
+        EXPECT_EQ(fb.width(), k.fw);
+        EXPECT_EQ(fb.height(), k.fh);
+        WorkingPictures wp;
+        ASSERT_EQ(init_filter_buffer(host, fb, k.f, 1, wp), 0);
+        EXPECT_EQ(wp.working.width(), k.ww);
+        EXPECT_EQ(wp.working.height(), k.wh);
+        EXPECT_EQ(wp.label_map.width(), k.ww);
+        EXPECT_EQ(std::memcmp(wp.working.data(), wp.filtered.data(), wp.working.size()), 0);
+    }
+}
+
+TEST(WorkingPictures, ReportsStageAndProgress) {
+    test::RecordingHost host;
+    const UBUFFER src = test::noise_picture(8, 8, 2);
+    WorkingPictures wp;
+    ASSERT_EQ(init_filter_buffer(host, src, 3, 1, wp), 0);
+    EXPECT_EQ(host.titles(), (std::vector<std::string>{"Velquinograph (Interpolating...)", "Velquinograph"}));
+    EXPECT_EQ(host.percents(), (std::vector<int>{0, 30, 60, 90, 0}));
+}
+
+TEST(WorkingPictures, RefusesOutOfRangeIntAndBlur) {
+    struct Case {
+        int f, b;
+        const char* message;
+    } cases[] = {{51, 1, "Too big interpolation"}, {5, 11, "Too big blur"}, {0, 1, "Interpolation must be 1 or more"}};
+    for (const Case& k : cases) {
+        test::RecordingHost host;
+        EXPECT_EQ(check_interpolation(host, k.f, k.b), -1);
+        EXPECT_TRUE(host.said(k.message)) << k.message;
+    }
+    test::RecordingHost host;
+    EXPECT_EQ(check_interpolation(host, 50, 0), 0);
+    EXPECT_TRUE(host.messages().empty());
+}
+
+}  // namespace
+}  // namespace velq
