@@ -31,6 +31,8 @@ inline int enlarged_size(int n, int factor) { return n < 1 ? 0 : (n - 1) * facto
 // Bilinear enlargement of channel c of `src` by `factor` into channel c of `dst`, which must already
 // have the enlarged size and 4 channels.
 void enlarge_bilinear(const UBUFFER& src, UBUFFER& dst, int factor, int channel);
+// The same for every channel at once, for destination rows [row_begin, row_end).
+void enlarge_bilinear_rows(const UBUFFER& src, UBUFFER& dst, int factor, int row_begin, int row_end);
 
 // In-place box blur of every channel with kernel k; a frame of trunc(k / 2) pixels top and left and
 // k - trunc(k / 2) bottom and right keeps its values. k < 1 leaves the buffer as it is.

@@ -72,20 +72,21 @@ int init_filter_buffer(Host& host, const UBUFFER& filter_buffer, int interpolati
         Progress progress(host, "Interpolating");
         const int f = interpolation;
         if (!made.working.allocate(enlarged_size(filter_buffer.width(), f), enlarged_size(filter_buffer.height(), f),
-                                   4)) {
+                                   4, Init::Uninitialised)) {
             host.message("Failed to interpolate image init_interpol_buffer()");
             return -1;
         }
-        enlarge_bilinear(filter_buffer, made.working, f, 0);
+        // Enlarged in four bands of rows, all channels at once; the bar moves as it would per channel.
+        const int rows = made.working.height();
         const int after[4] = {0, 30, 60, 90};
-        for (int c = 1; c < 4; ++c) {
-            enlarge_bilinear(filter_buffer, made.working, f, c);
-            progress.set(after[c]);
+        for (int part = 0; part < 4; ++part) {
+            enlarge_bilinear_rows(filter_buffer, made.working, f, rows * part / 4, rows * (part + 1) / 4);
+            progress.set(after[part]);
         }
         if (blur(host, made.working, blur_radius * f) != 0) return -1;
     }
     const int w = made.working.width(), h = made.working.height();
-    if (!made.view.allocate(w, h, 4) || !made.filtered.allocate(w, h, 4) || !made.label_map.allocate(w, h, 1)) {
+    if (!made.view.allocate(w, h, 4) || !made.filtered.allocate(w, h, 4, Init::Uninitialised) || !made.label_map.allocate(w, h, 1)) {
         host.message("Failed to allocate filter_buffer in init_filter_buffer()");
         return -1;
     }

@@ -78,6 +78,20 @@ TEST(EnlargeBilinear, InterpolatesBetweenNeighboursAndKeepsTheLastInside) {
     for (int x = 0; x < 5; ++x) EXPECT_EQ(dst.at(x, 0, 0), expect[x]) << x;
 }
 
+TEST(EnlargeBilinear, AllChannelsAtOnceEqualsOneChannelAtATime) {
+    const int sizes[][3] = {{7, 5, 3}, {1, 6, 4}, {9, 1, 2}, {13, 11, 5}};
+    for (auto [w, h, f] : sizes) {
+        const UBUFFER src = test::noise_picture(w, h, std::uint32_t(w * h), false);
+        UBUFFER one, all;
+        one.allocate(enlarged_size(w, f), enlarged_size(h, f), 4);
+        all.allocate(one.width(), one.height(), 4);
+        for (int c = 0; c < 4; ++c) enlarge_bilinear(src, one, f, c);
+        enlarge_bilinear_rows(src, all, f, 0, all.height() / 3);
+        enlarge_bilinear_rows(src, all, f, all.height() / 3, all.height());
+        EXPECT_EQ(std::memcmp(one.data(), all.data(), one.size()), 0) << w << "x" << h << " by " << f;
+    }
+}
+
 TEST(Blur, KernelFiveLeavesTwoPixelsTopLeftAndThreeBottomRight) {
     test::RecordingHost host;
     UBUFFER buf = test::noise_picture(12, 11, 5);
@@ -91,6 +105,31 @@ TEST(Blur, KernelFiveLeavesTwoPixelsTopLeftAndThreeBottomRight) {
                 for (int i = x - 1; i <= x + 3; ++i) sum += before.at(i, j, 0);
             const int expect = frame ? before.at(x, y, 0) : int(sum / 25.0 + 0.5);
             ASSERT_EQ(buf.at(x, y, 0), expect) << x << "," << y;
+        }
+    }
+}
+
+TEST(Blur, EqualsTheSummedAreaTableFormulaForEveryKernel) {
+    test::RecordingHost host;
+    for (int k : {1, 2, 3, 4, 7, 10}) {
+        UBUFFER buf = test::noise_picture(23, 17, std::uint32_t(k), false);
+        const UBUFFER before = buf.clone();
+        ASSERT_EQ(blur(host, buf, k), 0);
+        IBUFFER table;
+        table.allocate(23, 17);
+        const int h = k / 2, m = k - h;
+        for (int c = 0; c < 4; ++c) {
+            summed_area_table(before, c, table);
+            for (int y = 0; y < 17; ++y)
+                for (int x = 0; x < 23; ++x) {
+                    int expect = before.at(x, y, c);
+                    if (y >= h && y < 17 - m && x >= h && x < 23 - m) {
+                        const int r1 = std::min(y + m, 16), r0 = std::max(y + m - k, 0);
+                        const int c1 = std::min(x + m, 22), c0 = std::max(x + m - k, 0);
+                        expect = std::uint8_t(std::int64_t(box_sum(table, c0, r0, c1, r1) / double(k * k) + 0.5));
+                    }
+                    ASSERT_EQ(buf.at(x, y, c), expect) << "k " << k << " at " << x << "," << y;
+                }
         }
     }
 }
