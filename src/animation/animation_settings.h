@@ -14,6 +14,8 @@ struct AnimationSettings {
     int count = 1;               // the layer's integer n of the kinds' v * W * n / 100 parameter
     double motion_time = 1.0;    // seconds that each shape moves
     double timestamp = 0.0;      // when the layer's first shape starts, seconds
+
+    bool operator==(const AnimationSettings&) const = default;
 };
 
 }  // namespace velq

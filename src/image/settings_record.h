@@ -1,0 +1,77 @@
+// The settings record that heads every settings block: the parameters that produced a result, in a
+// fixed 5220-byte little-endian layout. It works on a plain snapshot, so it knows nothing of the
+// Document; src/app fills the snapshot and applies it.
+#pragma once
+
+#include <array>
+#include <cstddef>
+#include <cstdint>
+#include <span>
+#include <string>
+#include <string_view>
+
+namespace velq {
+
+inline constexpr std::size_t kSettingsRecordSize = 5220;
+// "Velquinograph" and its terminating zero: the record's first bytes and the file block's last.
+inline constexpr std::size_t kSignatureSize = 14;
+inline constexpr std::string_view kSignature{"Velquinograph\0", kSignatureSize};
+inline constexpr std::int32_t kMetadataVersion = 4;
+// Stored paths: UTF-8 bytes, zero padded; the longest that fits is one byte shorter.
+inline constexpr std::size_t kPathFieldSize = 4096;
+inline constexpr int kCyclingCount = 21;
+// The largest output side a block may ask for; anything larger is a corrupt or hostile block.
+inline constexpr std::int32_t kMaxOutputSide = 65535;
+
+// Offsets of the record's fields.
+namespace settings_offset {
+inline constexpr std::size_t signature = 0, path = 14, version = 4112, interpolation = 4116, blur = 4120,
+                             threshold = 4124, out_width = 4128, out_height = 4132, dpi = 4136, dilation = 4140,
+                             gap = 4144, k_mean = 4148, filter_kind = 4152, transform_mode = 4156,
+                             max_size = 4164, min_size = 4168, flag_byte = 4172, cycling = 4173,
+                             motion_pack = 4194, reserved = 4195;
+}
+
+struct SettingsRecord {
+    std::string source_path;   // UTF-8; the source picture, or the motion pack when one is loaded
+    std::int32_t version = kMetadataVersion;
+    std::int32_t interpolation = 5;   // INT
+    std::int32_t blur = 1;            // BLU
+    std::int32_t threshold = 20;      // THR
+    std::int32_t out_width = 0;       // output size in pixels
+    std::int32_t out_height = 0;
+    std::int32_t dpi = 96;
+    std::int32_t dilation = 0;        // DIL
+    std::int32_t gap = 1;             // GAP
+    std::int32_t k_mean = 2;          // K-Mn
+    std::int32_t filter_kind = 0;     // 0..8
+    std::int32_t transform_mode = 0;  // 0 Normal, 1 Vectorize, 2 Alphabet
+    float max_size = 0.02f;
+    float min_size = 0.0005f;
+    std::uint8_t flag_byte = 0;
+    // Motions 0-4, scan orders 0-7, filters 1-8: one byte each, 0 or 1.
+    std::array<std::uint8_t, kCyclingCount> cycling{};
+    bool motion_pack = false;
+
+    bool operator==(const SettingsRecord&) const = default;
+};
+
+// The message for a path that cannot be stored ("" when it can).
+std::string stored_path_problem(std::string_view path);
+
+// Lays the record out in `out`. Returns "" or the message saying why it cannot be stored.
+std::string encode_settings_record(const SettingsRecord& rec, std::span<std::uint8_t, kSettingsRecordSize> out);
+
+enum class RecordStatus {
+    Ok,
+    NoSignature,   // not a record at all
+    OtherVersion,  // a record of another version; nothing of it may be used
+    Invalid,       // the right version but a field that cannot be (unterminated path, value out of range)
+};
+
+// True when the first 14 bytes are the signature.
+bool has_signature(std::span<const std::uint8_t> bytes);
+// Reads a record; `rec` is filled only when the result is Ok.
+RecordStatus decode_settings_record(std::span<const std::uint8_t, kSettingsRecordSize> in, SettingsRecord& rec);
+
+}  // namespace velq
