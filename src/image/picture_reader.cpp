@@ -1,0 +1,70 @@
+#include "image/picture_reader.h"
+
+#include <new>
+
+#include <opencv2/core.hpp>
+#include <opencv2/imgcodecs.hpp>
+
+#include "image/file_bytes.h"
+#include "image/picture_convert.h"
+#include "image/picture_header.h"
+#include "image/resolution.h"
+
+namespace velq {
+namespace {
+
+PictureRead failed(PictureError e, int dpi = 0) {
+    PictureRead r;
+    r.error = e;
+    r.dpi = dpi;
+    return r;
+}
+
+}  // namespace
+
+PictureRead decode_picture(std::span<const std::uint8_t> bytes) {
+    const PictureHeader header = read_picture_header(bytes);
+    if (!header.sized()) return failed(PictureError::Unreadable);
+    const int dpi = read_dpi(bytes);
+    if (header.too_large()) return failed(PictureError::TooLarge, dpi);
+    // A JPEG decoder fills a cut-off picture with grey and reports success; every other decoder
+    // refuses such a file, so a cut-off JPEG is refused too.
+    if (header.format == PictureFormat::Jpeg && !jpeg_is_complete(bytes)) {
+        return failed(PictureError::Unreadable, dpi);
+    }
+
+    cv::Mat decoded;
+    try {
+        // Unchanged: keep alpha and depth; no orientation applied.
+        const cv::Mat encoded(1, int(bytes.size()), CV_8U, const_cast<std::uint8_t*>(bytes.data()));
+        decoded = cv::imdecode(encoded, cv::IMREAD_UNCHANGED);
+    } catch (const cv::Exception&) {
+        return failed(PictureError::Unreadable, dpi);
+    } catch (const std::bad_alloc&) {
+        return failed(PictureError::OutOfMemory, dpi);
+    }
+    if (decoded.empty()) return failed(PictureError::Unreadable, dpi);
+    if (std::int64_t(decoded.cols) * decoded.rows > kMaxPicturePixels) return failed(PictureError::TooLarge, dpi);
+
+    PictureRead r;
+    r.dpi = dpi;
+    switch (bgra_from_decoded(decoded, r.picture)) {
+        case ConvertResult::Ok: break;
+        case ConvertResult::Unsupported: return failed(PictureError::Unreadable, dpi);
+        case ConvertResult::OutOfMemory: return failed(PictureError::OutOfMemory, dpi);
+    }
+    return r;
+}
+
+PictureRead read_picture(const std::string& path) {
+    const FileBytes file = read_file_bytes(path);
+    switch (file.error) {
+        case FileBytes::Error::None: break;
+        case FileBytes::Error::TooLarge: return failed(PictureError::TooLarge);
+        case FileBytes::Error::OutOfMemory: return failed(PictureError::OutOfMemory);
+        default: return failed(PictureError::Unreadable);
+    }
+    return decode_picture(file.bytes);
+}
+
+}  // namespace velq

@@ -1,0 +1,153 @@
+#include <gtest/gtest.h>
+
+#include <opencv2/core.hpp>
+#include <opencv2/imgcodecs.hpp>
+
+#include "image/picture_header.h"
+#include "image/picture_reader.h"
+#include "picture_files.h"
+
+namespace velq {
+namespace {
+
+using test::encoded;
+
+std::vector<std::uint8_t> noise_file(int w, int h, int type, const std::string& ext,
+                                     const std::vector<int>& params = {}) {
+    cv::Mat m(h, w, type);
+    cv::randu(m, cv::Scalar::all(0), cv::Scalar::all(256));
+    std::vector<std::uint8_t> out;
+    cv::imencode(ext, m, out, params);
+    return out;
+}
+
+void put_le32(std::vector<std::uint8_t>& v, std::size_t at, std::uint32_t x) {
+    for (int i = 0; i < 4; ++i) v[at + i] = std::uint8_t(x >> (8 * i));
+}
+
+// A JPEG with its frame header claiming another size.
+std::vector<std::uint8_t> jpeg_claiming(int w, int h) {
+    auto v = noise_file(16, 16, CV_8UC3, ".jpg");
+    for (std::size_t i = 2; i + 8 < v.size(); ++i) {
+        if (v[i] == 0xFF && v[i + 1] == 0xC0) {
+            v[i + 5] = std::uint8_t(h >> 8), v[i + 6] = std::uint8_t(h);
+            v[i + 7] = std::uint8_t(w >> 8), v[i + 8] = std::uint8_t(w);
+            break;
+        }
+    }
+    return v;
+}
+
+std::vector<std::uint8_t> bmp_claiming(std::int32_t w, std::int32_t h) {
+    auto v = noise_file(4, 4, CV_8UC3, ".bmp");
+    put_le32(v, 18, std::uint32_t(w));
+    put_le32(v, 22, std::uint32_t(h));
+    return v;
+}
+
+std::vector<std::uint8_t> tiff_claiming(std::uint32_t w, std::uint32_t h) {
+    std::vector<std::uint8_t> v = {'I', 'I', 42, 0, 8, 0, 0, 0, 2, 0};
+    auto entry = [&](std::uint16_t tag, std::uint32_t value) {
+        const std::uint8_t e[12] = {std::uint8_t(tag), std::uint8_t(tag >> 8), 4, 0, 1, 0, 0, 0,
+                                    std::uint8_t(value), std::uint8_t(value >> 8), std::uint8_t(value >> 16),
+                                    std::uint8_t(value >> 24)};
+        v.insert(v.end(), e, e + 12);
+    };
+    entry(256, w);
+    entry(257, h);
+    v.insert(v.end(), 4, 0);
+    return v;
+}
+
+std::vector<std::uint8_t> webp_claiming(std::uint32_t w, std::uint32_t h) {
+    std::vector<std::uint8_t> v = {'R', 'I', 'F', 'F', 22, 0, 0, 0, 'W', 'E', 'B', 'P', 'V', 'P', '8', 'X', 10, 0, 0, 0,
+                                   0,   0,   0,   0,   0,  0, 0, 0,   0,   0};
+    w -= 1, h -= 1;
+    v[24] = std::uint8_t(w), v[25] = std::uint8_t(w >> 8), v[26] = std::uint8_t(w >> 16);
+    v[27] = std::uint8_t(h), v[28] = std::uint8_t(h >> 8), v[29] = std::uint8_t(h >> 16);
+    return v;
+}
+
+TEST(PictureHeader, ReadsTheSizeOfEveryFormat) {
+    struct Case {
+        const char* what;
+        std::vector<std::uint8_t> bytes;
+        PictureFormat format;
+        std::int64_t w, h;
+    } cases[] = {
+        {"png", noise_file(37, 23, CV_8UC4, ".png"), PictureFormat::Png, 37, 23},
+        {"jpeg", noise_file(37, 23, CV_8UC3, ".jpg"), PictureFormat::Jpeg, 37, 23},
+        {"progressive jpeg", noise_file(37, 23, CV_8UC3, ".jpg", {cv::IMWRITE_JPEG_PROGRESSIVE, 1}),
+         PictureFormat::Jpeg, 37, 23},
+        {"bmp", noise_file(37, 23, CV_8UC3, ".bmp"), PictureFormat::Bmp, 37, 23},
+        {"bmp top-down", bmp_claiming(4, -4), PictureFormat::Bmp, 4, 4},
+        {"tiff", noise_file(37, 23, CV_8UC3, ".tif"), PictureFormat::Tiff, 37, 23},
+        {"webp lossy", noise_file(37, 23, CV_8UC3, ".webp"), PictureFormat::WebP, 37, 23},
+        {"webp lossless", noise_file(37, 23, CV_8UC3, ".webp", {cv::IMWRITE_WEBP_QUALITY, 101}), PictureFormat::WebP,
+         37, 23},
+        {"webp extended", webp_claiming(1000, 2000), PictureFormat::WebP, 1000, 2000},
+        {"text", {'h', 'e', 'l', 'l', 'o'}, PictureFormat::Unknown, 0, 0},
+        {"png signature only", {0x89, 'P', 'N', 'G', '\r', '\n', 0x1a, '\n'}, PictureFormat::Png, 0, 0},
+    };
+    for (const Case& c : cases) {
+        const PictureHeader h = read_picture_header(c.bytes);
+        EXPECT_EQ(h.format, c.format) << c.what;
+        EXPECT_EQ(h.width, c.w) << c.what;
+        EXPECT_EQ(h.height, c.h) << c.what;
+    }
+    PictureHeader at_limit{PictureFormat::Png, 16384, 16384};
+    EXPECT_FALSE(at_limit.too_large());
+    at_limit.height += 1;
+    EXPECT_TRUE(at_limit.too_large());
+}
+
+TEST(PictureHeader, AbsurdSizesAreRefusedBeforeDecoding) {
+    // Between our limit and the decoder's own (2^30 pixels) as well as far beyond both: the decoder
+    // would try to allocate the first kind, so only the header check stops them.
+    struct Case {
+        const char* what;
+        std::vector<std::uint8_t> bytes;
+    } cases[] = {
+        {"png 100000 x 100000", test::handmade_png(100000, 100000, 6, 8, {})},
+        {"png 20000 x 20000", test::handmade_png(20000, 20000, 6, 8, {})},
+        {"jpeg 65535 x 65535", jpeg_claiming(65535, 65535)},
+        {"jpeg 20000 x 20000", jpeg_claiming(20000, 20000)},
+        {"bmp 100000 x 100000", bmp_claiming(100000, 100000)},
+        {"bmp top-down 30000 x 30000", bmp_claiming(30000, -30000)},
+        {"tiff 100000 x 100000", tiff_claiming(100000, 100000)},
+        {"webp 16777216 x 16777216", webp_claiming(16777216, 16777216)},
+    };
+    for (const Case& c : cases) {
+        const PictureRead r = decode_picture(c.bytes);
+        EXPECT_EQ(r.error, PictureError::TooLarge) << c.what;
+        EXPECT_FALSE(r.picture) << c.what;
+    }
+}
+
+TEST(PictureHeader, EveryCutOffJpegIsRefusedAndOthersNeverCrash) {
+    cv::Mat m(24, 40, CV_8UC3);
+    cv::randu(m, cv::Scalar::all(0), cv::Scalar::all(256));
+    const std::string exts[] = {".jpg", ".png", ".bmp", ".tif", ".webp"};
+    for (const std::string& ext : exts) {
+        const auto full = encoded(m, ext);
+        ASSERT_TRUE(decode_picture(full)) << ext;
+        for (std::size_t n = 0; n < full.size(); n += 1 + full.size() / 300) {
+            const std::vector<std::uint8_t> cut(full.begin(), full.begin() + std::ptrdiff_t(n));
+            const PictureRead r = decode_picture(cut);
+            if (ext == ".jpg") {
+                EXPECT_FALSE(jpeg_is_complete(cut)) << n;
+                EXPECT_EQ(r.error, PictureError::Unreadable) << ext << " cut at " << n;
+            }
+            // Whatever a decoder makes of a cut-off file, it is a whole picture or nothing.
+            if (r) {
+                EXPECT_EQ(r.picture.width(), 40) << ext << " " << n;
+                EXPECT_EQ(r.picture.height(), 24) << ext << " " << n;
+            } else {
+                EXPECT_FALSE(r.picture);
+            }
+        }
+    }
+}
+
+}  // namespace
+}  // namespace velq

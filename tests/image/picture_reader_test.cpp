@@ -1,0 +1,192 @@
+#include <gtest/gtest.h>
+
+#include <filesystem>
+#include <random>
+
+#include <opencv2/core.hpp>
+#include <opencv2/imgproc.hpp>
+
+#include "image/picture_convert.h"
+#include "image/picture_reader.h"
+#include "picture_files.h"
+#include "support/pictures.h"
+
+namespace velq {
+namespace {
+
+using test::encoded;
+using test::handmade_png;
+
+std::uint32_t pixel(const UBUFFER& p, int x, int y) {
+    return std::uint32_t(p.at(x, y, 0)) | std::uint32_t(p.at(x, y, 1)) << 8 | std::uint32_t(p.at(x, y, 2)) << 16 |
+           std::uint32_t(p.at(x, y, 3)) << 24;
+}
+
+// The literal conversion: expand to BGRA at the source depth (grey+alpha by hand), then scale to
+// 8 bits by 1/255, then clear every pixel whose alpha is below 10. Slow and plain on purpose.
+cv::Mat reference_bgra(const cv::Mat& in) {
+    cv::Mat four;
+    if (in.channels() == 3) {
+        cv::cvtColor(in, four, cv::COLOR_BGR2BGRA);
+    } else if (in.channels() == 1) {
+        cv::cvtColor(in, four, cv::COLOR_GRAY2BGRA);
+    } else if (in.channels() == 2) {
+        std::vector<cv::Mat> p;
+        cv::split(in, p);
+        cv::merge(std::vector<cv::Mat>{p[0], p[0], p[0], p[1]}, four);
+    } else {
+        four = in;
+    }
+    cv::Mat out;
+    if (four.depth() == CV_8U) {
+        out = four.clone();
+    } else {
+        four.convertTo(out, CV_8U, 0.00392156862745098, 0);
+    }
+    for (int y = 0; y < out.rows; ++y)
+        for (int x = 0; x < out.cols; ++x) {
+            cv::Vec4b& v = out.at<cv::Vec4b>(y, x);
+            if (v[3] < 10) v = cv::Vec4b(0, 0, 0, 0);
+        }
+    return out;
+}
+
+TEST(PictureReader, AlphaBelowTenBecomesTransparentBlack) {
+    const std::string dir = test::temp_dir("reader_alpha");
+    struct Case {
+        std::uint8_t alpha;
+        std::uint32_t expected;
+    } cases[] = {
+        {0, 0x00000000u}, {9, 0x00000000u}, {10, 0x0A302010u}, {11, 0x0B302010u}, {255, 0xFF302010u},
+    };
+    for (const Case& c : cases) {
+        cv::Mat m(3, 2, CV_8UC4, cv::Scalar(0x10, 0x20, 0x30, c.alpha));
+        const std::string path = dir + "/a" + std::to_string(c.alpha) + ".png";
+        test::put_file(path, encoded(m, ".png"));
+        const PictureRead r = read_picture(path);
+        ASSERT_TRUE(r) << int(c.alpha);
+        EXPECT_EQ(r.picture.channels(), 4);
+        for (int y = 0; y < 3; ++y)
+            for (int x = 0; x < 2; ++x) EXPECT_EQ(pixel(r.picture, x, y), c.expected) << int(c.alpha);
+    }
+}
+
+TEST(PictureReader, ChannelLayoutsAndDepthsBecomeBgra) {
+    // Samples are big-endian in a PNG; 16-bit values scale by 1/255 and saturate.
+    struct Case {
+        const char* what;
+        int colour_type, bit_depth;
+        std::vector<std::uint8_t> samples;  // one pixel
+        std::uint32_t expected;              // 0xAARRGGBB
+    } cases[] = {
+        {"grey", 0, 8, {77}, 0xFF4D4D4Du},
+        {"grey+alpha", 4, 8, {127, 128}, 0x807F7F7Fu},
+        {"grey+faint alpha", 4, 8, {127, 9}, 0x00000000u},
+        {"rgb", 2, 8, {1, 2, 3}, 0xFF010203u},
+        {"rgba", 6, 8, {1, 2, 3, 200}, 0xC8010203u},
+        // 1000/255 = 3.9 -> 4; 2550 -> 10; 65535 -> 257 saturates; the added alpha is opaque.
+        {"rgb 16", 2, 16, {0x03, 0xE8, 0x09, 0xF6, 0xFF, 0xFF}, 0xFF040AFFu},
+        // alpha 2295 / 255 = 9 -> the pixel is cleared; 2550 -> 10 keeps it.
+        {"rgba 16 faint", 6, 16, {0x03, 0xE8, 0x09, 0xF6, 0xFF, 0xFF, 0x08, 0xF7}, 0x00000000u},
+        {"rgba 16", 6, 16, {0x03, 0xE8, 0x09, 0xF6, 0xFF, 0xFF, 0x09, 0xF6}, 0x0A040AFFu},
+        {"grey 16", 0, 16, {0x7F, 0xFF}, 0xFF808080u},
+    };
+    for (const Case& c : cases) {
+        const PictureRead r = decode_picture(handmade_png(1, 1, c.colour_type, c.bit_depth, c.samples));
+        ASSERT_TRUE(r) << c.what;
+        EXPECT_EQ(pixel(r.picture, 0, 0), c.expected) << c.what;
+    }
+    // A three-channel JPEG gains an opaque alpha.
+    const PictureRead jpeg = decode_picture(encoded(cv::Mat(8, 8, CV_8UC3, cv::Scalar(40, 80, 120)), ".jpg"));
+    ASSERT_TRUE(jpeg);
+    EXPECT_EQ(jpeg.picture.at(3, 3, 3), 255);
+    EXPECT_NEAR(jpeg.picture.at(3, 3, 2), 120, 2);
+}
+
+TEST(PictureReader, ConversionMatchesThePlainReferenceOnEveryLayout) {
+    std::mt19937 gen(7);
+    const int depths[] = {CV_8U, CV_16U, CV_32F};
+    for (int depth : depths) {
+        for (int channels = 1; channels <= 4; ++channels) {
+            cv::Mat m(13, 17, CV_MAKETYPE(depth, channels));
+            if (depth == CV_32F) {
+                cv::randu(m, cv::Scalar::all(0), cv::Scalar::all(70000));
+            } else {
+                cv::randu(m, cv::Scalar::all(0), cv::Scalar::all(depth == CV_8U ? 256 : 65536));
+            }
+            // Some alphas right at the threshold, whatever the depth.
+            if (channels == 2 || channels == 4) {
+                const double scale = depth == CV_8U ? 1 : 255;
+                for (int i = 0; i < 20; ++i) {
+                    const int x = int(gen() % 17), y = int(gen() % 13);
+                    const double a = (9 + int(gen() % 2)) * scale;
+                    if (depth == CV_8U) m.ptr<std::uint8_t>(y)[x * channels + channels - 1] = std::uint8_t(a);
+                    if (depth == CV_16U) m.ptr<std::uint16_t>(y)[x * channels + channels - 1] = std::uint16_t(a);
+                    if (depth == CV_32F) m.ptr<float>(y)[x * channels + channels - 1] = float(a);
+                }
+            }
+            UBUFFER out;
+            ASSERT_EQ(bgra_from_decoded(m, out), ConvertResult::Ok) << depth << " " << channels;
+            const cv::Mat want = reference_bgra(m);
+            ASSERT_EQ(out.width(), 17);
+            ASSERT_EQ(out.height(), 13);
+            EXPECT_EQ(std::memcmp(out.data(), want.data, out.size()), 0) << "depth " << depth << " ch " << channels;
+        }
+    }
+}
+
+TEST(PictureReader, BadInputFailsCleanly) {
+    const std::string dir = test::temp_dir("reader_bad");
+    namespace fs = std::filesystem;
+    cv::Mat noise(64, 64, CV_8UC3);
+    cv::randu(noise, cv::Scalar::all(0), cv::Scalar::all(256));
+    const auto jpg = encoded(noise, ".jpg");
+    const auto png = encoded(noise, ".png");
+    auto cut = [](std::vector<std::uint8_t> v, double f) {
+        v.resize(std::size_t(double(v.size()) * f));
+        return v;
+    };
+    const std::string text = "This is not a picture.\n";
+
+    struct Case {
+        const char* name;
+        std::vector<std::uint8_t> bytes;
+        PictureError error;
+    } cases[] = {
+        {"zero.png", {}, PictureError::Unreadable},
+        {"text.jpg", std::vector<std::uint8_t>(text.begin(), text.end()), PictureError::Unreadable},
+        {"half.png", cut(png, 0.5), PictureError::Unreadable},
+        {"half.jpg", cut(jpg, 0.5), PictureError::Unreadable},
+        {"nearly.jpg", cut(jpg, 0.98), PictureError::Unreadable},
+        {"header-only.jpg", cut(jpg, 0.05), PictureError::Unreadable},
+        {"signature.png", cut(png, 0.01), PictureError::Unreadable},
+    };
+    for (const Case& c : cases) {
+        const std::string path = dir + "/" + c.name;
+        test::put_file(path, c.bytes);
+        const PictureRead r = read_picture(path);
+        EXPECT_EQ(r.error, c.error) << c.name;
+        EXPECT_FALSE(r.picture) << c.name;
+    }
+    // Not files at all.
+    fs::create_directories(dir + "/folder.png");
+    for (const std::string& path : {dir + "/folder.png", dir + "/missing.png", std::string()}) {
+        const PictureRead r = read_picture(path);
+        EXPECT_EQ(r.error, PictureError::Unreadable) << path;
+        EXPECT_EQ(r.dpi, 0) << path;
+        EXPECT_FALSE(r.picture);
+    }
+    // Data after the end of a complete JPEG (a settings block, say) does not matter.
+    auto tail = jpg;
+    tail.insert(tail.end(), 5000, 0xAB);
+    EXPECT_TRUE(decode_picture(tail));
+}
+
+TEST(PictureReader, MessagesNameTheFile) {
+    EXPECT_EQ(picture_error_message(PictureError::Unreadable, "/x/a.png"), "Invalid filename in read_image - (/x/a.png)");
+    EXPECT_EQ(picture_error_message(PictureError::OutOfMemory, "/x/a.png"), "Failed to read image");
+    EXPECT_EQ(picture_error_message(PictureError::None, "/x/a.png"), "");
+}
+
+}  // namespace
+}  // namespace velq
