@@ -1,0 +1,105 @@
+#include <gtest/gtest.h>
+
+#include <filesystem>
+
+#include "image/file_types.h"
+#include "image/picture_writer.h"
+#include "picture_files.h"
+#include "support/pictures.h"
+
+namespace velq {
+namespace {
+
+TEST(FileTypes, SaveAppendsTheChosenEntrysExtensionOnlyWhenNeeded) {
+    struct Case {
+        const char* name;
+        int entry;
+        const char* expected;
+    } cases[] = {
+        {"art", 1, "art.psd"},           {"art", 2, "art.jpg"},           {"art", 3, "art.png"},
+        {"art", 4, "art.bmp"},           {"art.png", 2, "art.png"},       {"art.PNG", 4, "art.PNG"},
+        {"art.jpeg", 3, "art.jpeg"},     {"art.JPG", 3, "art.JPG"},       {"art.psd", 3, "art.psd"},
+        {"art.bmp", 1, "art.bmp"},       {"art.tif", 3, "art.tif.png"},   {"art.gif", 2, "art.gif.jpg"},
+        {"my.dir/art", 3, "my.dir/art.png"}, {"art", 0, "art"},          {"art", 5, "art"},
+    };
+    for (const Case& c : cases) EXPECT_EQ(save_file_name(c.name, c.entry), c.expected) << c.name << " " << c.entry;
+}
+
+TEST(FileTypes, VideoExportAppendsAnExtensionOnlyWhenThereIsNone) {
+    const char* in_order[] = {".mp4", ".mov", ".avi", ".webm", ".wmv", ".mpeg", ".3gpp", ".flv"};
+    for (int entry = 1; entry <= 8; ++entry) {
+        EXPECT_EQ(video_file_name("clip", entry), std::string("clip") + in_order[entry - 1]) << entry;
+        EXPECT_EQ(video_file_name("clip.MOV", entry), "clip.MOV") << entry;
+        EXPECT_EQ(video_file_name("clip.txt", entry), "clip.txt") << entry;
+        EXPECT_EQ(video_file_name("a.b/clip", entry), std::string("a.b/clip") + in_order[entry - 1]) << entry;
+    }
+    EXPECT_EQ(video_file_name("clip", 9), "clip");
+}
+
+TEST(FileTypes, ExtensionsVideosAndMimeTypes) {
+    struct Ext {
+        const char* path;
+        const char* ext;
+        bool video;
+        PictureType type;
+    } exts[] = {
+        {"a.JPEG", "jpg", false, PictureType::Jpeg}, {"a.jpg", "jpg", false, PictureType::Jpeg},
+        {"a.Png", "png", false, PictureType::Png},   {"a.tiff", "tiff", false, PictureType::Tiff},
+        {"a.TIF", "tif", false, PictureType::Tiff},  {"a.bmp", "bmp", false, PictureType::Bmp},
+        {"a.jfif", "jfif", false, PictureType::Unknown}, {"a.webp", "webp", false, PictureType::Unknown},
+        {"a.MP4", "mp4", true, PictureType::Unknown}, {"a.mov", "mov", true, PictureType::Unknown},
+        {"a.avi", "avi", true, PictureType::Unknown}, {"a.wmv", "wmv", true, PictureType::Unknown},
+        {"a.mpeg", "mpeg", true, PictureType::Unknown}, {"a.webm", "webm", true, PictureType::Unknown},
+        {"a.3GPP", "3gpp", true, PictureType::Unknown}, {"a.flv", "flv", true, PictureType::Unknown},
+        {"a.mpg", "mpg", false, PictureType::Unknown}, {"mp4", "", false, PictureType::Unknown},
+        {".mp4", "", false, PictureType::Unknown},    {"dir.mp4/a", "", false, PictureType::Unknown},
+    };
+    for (const Ext& e : exts) {
+        EXPECT_EQ(file_extension(e.path), e.ext) << e.path;
+        EXPECT_EQ(is_video(e.path), e.video) << e.path;
+        EXPECT_EQ(picture_type_of(e.path), e.type) << e.path;
+    }
+    struct Mime {
+        const char* ext;
+        const char* mime;
+    } mimes[] = {{"jpg", "image/jpeg"}, {"JPG", "image/jpeg"}, {"jpeg", "image/jpeg"},
+                 {"png", "image/png"},  {".bmp", "image/bmp"}, {"tif", "image/tif"}};
+    for (const Mime& m : mimes) EXPECT_EQ(mime_type(m.ext), m.mime) << m.ext;
+}
+
+TEST(FileTypes, FileExistsOnlyForFilesThatAreThere) {
+    const std::string dir = test::temp_dir("file_exists");
+    test::put_file(dir + "/x.png", {1});
+    test::put_file(dir + "/empty", {});
+    EXPECT_TRUE(file_exists(dir + "/x.png"));
+    EXPECT_TRUE(file_exists(dir + "/empty"));
+    EXPECT_FALSE(file_exists(dir));
+    EXPECT_FALSE(file_exists(dir + "/missing.png"));
+    EXPECT_FALSE(file_exists(""));
+}
+
+TEST(FileTypes, DialogListsAreTheProgramsOwn) {
+    EXPECT_EQ(kSaveTypes[0].label, "Photoshop (.psd)");
+    EXPECT_EQ(kSaveTypes[1].pattern, "*.jpg");
+    EXPECT_EQ(kSaveTypes[3].label, "Bitmap Files (*.bmp)");
+    EXPECT_EQ(kVideoExportTypes[3].label, "Web Media (*.webm)");
+    EXPECT_EQ(kVideoExportTypes[6].pattern, "*.3gpp");
+    EXPECT_EQ(kGifExportType.pattern, "*.gif");
+    // Every video the Open list offers is one is_video refuses, and no picture is.
+    const std::string_view open = kOpenPictureTypes.substr(kOpenPictureTypes.find('|') + 1);
+    int videos = 0;
+    for (std::size_t at = 0; at < open.size();) {
+        const std::size_t end = std::min(open.find(';', at), open.size());
+        const std::string pattern(open.substr(at, end - at));
+        ASSERT_EQ(pattern.substr(0, 2), "*.");
+        if (is_video("a" + pattern.substr(1))) ++videos;
+        const bool listed_as_shape = kLoadShapeTypes.find(pattern + ";") != std::string_view::npos ||
+                                     kLoadShapeTypes.ends_with(pattern);
+        EXPECT_NE(is_video("a" + pattern.substr(1)), listed_as_shape) << pattern;
+        at = end + 1;
+    }
+    EXPECT_EQ(videos, 8);
+}
+
+}  // namespace
+}  // namespace velq

@@ -1,0 +1,150 @@
+#include <gtest/gtest.h>
+
+#include <filesystem>
+
+#include "image/picture_reader.h"
+#include "image/picture_writer.h"
+#include "image/replace_file.h"
+#include "picture_files.h"
+#include "support/pictures.h"
+
+namespace velq {
+namespace {
+
+namespace fs = std::filesystem;
+using test::quoted;
+using test::run_tool;
+
+// Names in `dir` other than `keep`: temporaries left behind would show here.
+std::vector<std::string> other_files(const std::string& dir, const std::vector<std::string>& keep) {
+    std::vector<std::string> out;
+    for (const auto& e : fs::directory_iterator(dir)) {
+        const std::string name = e.path().filename().string();
+        if (std::find(keep.begin(), keep.end(), name) == keep.end()) out.push_back(name);
+    }
+    return out;
+}
+
+TEST(PictureWriter, ResolutionRoundTripsAndIndependentToolsAgree) {
+    const bool exiftool = test::have_tool("exiftool"), identify = test::have_tool("identify");
+    const std::string dir = test::temp_dir("writer_dpi");
+    const UBUFFER picture = test::noise_picture(31, 17, 5, false);
+    struct Case {
+        const char* name;
+        int dpi;
+        const char* exif_tags;  // what exiftool -n prints for them
+        const char* exif_expected;
+        bool lossless;
+    } cases[] = {
+        {"a.jpg", 300, "-JFIF:ResolutionUnit -JFIF:XResolution -JFIF:YResolution", "1 300 300", false},
+        {"b.JPEG", 72, "-JFIF:ResolutionUnit -JFIF:XResolution -JFIF:YResolution", "1 72 72", false},
+        {"c.png", 300, "-PNG:PixelUnits -PNG:PixelsPerUnitX -PNG:PixelsPerUnitY", "1 11812 11812", true},
+        {"d.png", 96, "-PNG:PixelUnits -PNG:PixelsPerUnitX -PNG:PixelsPerUnitY", "1 3780 3780", true},
+        {"e.bmp", 300, "-File:PixelsPerMeterX -File:PixelsPerMeterY", "11812 11812", true},
+        {"f.tif", 300, "-EXIF:ResolutionUnit -EXIF:XResolution -EXIF:YResolution", "2 300 300", true},
+        {"g.tiff", 1200, "-EXIF:ResolutionUnit -EXIF:XResolution -EXIF:YResolution", "2 1200 1200", true},
+    };
+    for (const Case& c : cases) {
+        const std::string path = dir + "/" + c.name;
+        ASSERT_EQ(write_picture(path, picture, c.dpi), PictureError::None) << c.name;
+        const PictureRead back = read_picture(path);
+        ASSERT_TRUE(back) << c.name;
+        EXPECT_EQ(back.dpi, c.dpi) << c.name;
+        ASSERT_EQ(back.picture.width(), 31);
+        ASSERT_EQ(back.picture.height(), 17);
+        if (c.lossless && fs::path(path).extension() != ".bmp") {
+            // PNG and TIFF keep alpha: the bytes come back as written, faint pixels cleared.
+            UBUFFER want = picture.clone();
+            for (int y = 0; y < 17; ++y)
+                for (int x = 0; x < 31; ++x)
+                    if (want.at(x, y, 3) < 10) want.at(x, y, 0) = want.at(x, y, 1) = want.at(x, y, 2) = want.at(x, y, 3) = 0;
+            EXPECT_EQ(std::memcmp(back.picture.data(), want.data(), want.size()), 0) << c.name;
+        }
+        if (exiftool) {
+            EXPECT_EQ(run_tool("exiftool -n -s3 " + std::string(c.exif_tags) + " " + quoted(path) + " | tr '\\n' ' '"),
+                      std::string(c.exif_expected) + " ")
+                << c.name;
+        }
+        if (identify) {
+            // ImageMagick reports per inch or per centimetre; either way the same resolution.
+            const std::string out = run_tool("identify -format '%x %U' " + quoted(path));
+            double value = 0;
+            char unit[64] = {};
+            ASSERT_EQ(std::sscanf(out.c_str(), "%lf %63s", &value, unit), 2) << out;
+            const double dpi = std::string(unit) == "PixelsPerCentimeter" ? value * 2.54 : value;
+            EXPECT_NEAR(dpi, c.dpi, 0.05 * 2.54) << c.name << ": " << out;
+        }
+    }
+    if (!exiftool || !identify) GTEST_SKIP() << "exiftool or ImageMagick missing: only our own reader checked";
+}
+
+TEST(PictureWriter, ExistingFileIsReplacedWholeOrLeftAlone) {
+    const std::string dir = test::temp_dir("writer_replace");
+    const std::string path = dir + "/result.png";
+    test::put_file(path, {'o', 'l', 'd'});
+    fs::permissions(path, fs::perms::owner_read | fs::perms::owner_write | fs::perms::group_read);
+
+    const UBUFFER picture = test::flat_picture(6, 5, 0xFF112233u);
+    ASSERT_EQ(write_picture(path, picture, 150), PictureError::None);
+    const PictureRead back = read_picture(path);
+    ASSERT_TRUE(back);
+    EXPECT_EQ(back.dpi, 150);
+    EXPECT_EQ(back.picture.at(2, 2, 2), 0x11);
+    EXPECT_EQ(fs::status(path).permissions() & fs::perms::all,
+              fs::perms::owner_read | fs::perms::owner_write | fs::perms::group_read);
+    EXPECT_TRUE(other_files(dir, {"result.png"}).empty());
+
+    // Failures: the old file stays byte for byte, and nothing else appears.
+    const auto before = test::file_content(path);
+    const std::string png_named_folder = dir + "/folder.png";
+    fs::create_directories(png_named_folder);
+    struct Case {
+        const char* what;
+        std::string path;
+        const UBUFFER* picture;
+        PictureError error;
+    } cases[] = {
+        {"no picture", path, nullptr, PictureError::EmptyPicture},
+        {"unknown type", dir + "/result.gif", &picture, PictureError::UnknownType},
+        {"no extension", dir + "/result", &picture, PictureError::UnknownType},
+        {"folder in the way", png_named_folder, &picture, PictureError::WriteFailed},
+        {"missing folder", dir + "/nowhere/result.png", &picture, PictureError::WriteFailed},
+    };
+    const UBUFFER absent;
+    for (const Case& c : cases) {
+        EXPECT_EQ(write_picture(c.path, c.picture ? *c.picture : absent, 96), c.error) << c.what;
+        EXPECT_EQ(test::file_content(path), before) << c.what;
+        EXPECT_TRUE(fs::is_directory(png_named_folder)) << c.what;
+        EXPECT_EQ(other_files(dir, {"result.png", "folder.png"}), std::vector<std::string>{}) << c.what;
+    }
+
+    // A writer that fails half way leaves no temporary and the target untouched.
+    EXPECT_FALSE(replace_file_with(path, [](std::FILE* f) {
+        std::fputs("half", f);
+        return false;
+    }));
+    EXPECT_EQ(test::file_content(path), before);
+    EXPECT_TRUE(other_files(dir, {"result.png", "folder.png"}).empty());
+}
+
+TEST(PictureWriter, RawWriterMakesEveryPixelOpaque) {
+    const std::string dir = test::temp_dir("writer_raw");
+    const UBUFFER picture = test::make_picture(4, 3, [](int x, int y) { return std::uint32_t(x * 60) << 24 | 0x405060u; });
+    for (const char* name : {"r.png", "r.tif", "r.webp"}) {
+        const std::string path = dir + "/" + name;
+        ASSERT_EQ(write_raw(path, picture), PictureError::None) << name;
+        const PictureRead back = read_picture(path);
+        ASSERT_TRUE(back) << name;
+        EXPECT_EQ(back.dpi, 96) << name;
+        for (int y = 0; y < 3; ++y)
+            for (int x = 0; x < 4; ++x) {
+                EXPECT_EQ(back.picture.at(x, y, 3), 255) << name;
+                if (std::string(name) != "r.webp") EXPECT_EQ(back.picture.at(x, y, 0), 0x60) << name;
+            }
+    }
+    EXPECT_EQ(write_raw(dir + "/r.unknown", picture), PictureError::UnknownType);
+    EXPECT_FALSE(fs::exists(dir + "/r.unknown"));
+}
+
+}  // namespace
+}  // namespace velq

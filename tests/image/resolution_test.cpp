@@ -1,0 +1,163 @@
+#include <gtest/gtest.h>
+
+#include <opencv2/core.hpp>
+
+#include "image/picture_reader.h"
+#include "image/resolution.h"
+#include "picture_files.h"
+#include "support/pictures.h"
+
+namespace velq {
+namespace {
+
+using test::encoded;
+using test::quoted;
+using test::run_tool;
+
+TEST(Resolution, UnitsConvertToWholeDotsPerInch) {
+    struct Case {
+        const char* what;
+        int got, expected;
+    } cases[] = {
+        {"11811 per metre", dpi_from_per_metre(11811), 299},
+        {"11812 per metre", dpi_from_per_metre(11812), 300},
+        {"3780 per metre", dpi_from_per_metre(3780), 96},
+        {"5000 per metre is exactly 127", dpi_from_per_metre(5000), 127},
+        {"118 per cm", dpi_from_per_cm(118, 1), 299},
+        {"11811/100 per cm", dpi_from_per_cm(11811, 100), 299},
+        {"50 per cm is exactly 127", dpi_from_per_cm(50, 1), 127},
+        {"300 per inch", dpi_from_per_inch(300, 1), 300},
+        {"7201/24 per inch", dpi_from_per_inch(7201, 24), 300},
+        {"zero denominator", dpi_from_per_inch(300, 0), 0},
+        {"huge", dpi_from_per_inch(0xFFFFFFFFu, 1), 2147483647},
+    };
+    for (const Case& c : cases) EXPECT_EQ(c.got, c.expected) << c.what;
+}
+
+TEST(Resolution, StoredPerMetreReadsBackTheSameDpi) {
+    for (int dpi = 1; dpi <= 20000; ++dpi) {
+        const std::uint32_t ppm = per_metre_from_dpi(dpi);
+        ASSERT_EQ(dpi_from_per_metre(ppm), dpi) << dpi;
+        ASSERT_LT(dpi_from_per_metre(ppm - 1), dpi) << dpi;  // and it is the smallest such value
+    }
+}
+
+std::vector<std::uint8_t> be32(std::uint32_t x) {
+    return {std::uint8_t(x >> 24), std::uint8_t(x >> 16), std::uint8_t(x >> 8), std::uint8_t(x)};
+}
+
+std::vector<std::uint8_t> phys(std::uint32_t x, std::uint32_t y, std::uint8_t unit) {
+    auto v = be32(x);
+    const auto b = be32(y);
+    v.insert(v.end(), b.begin(), b.end());
+    v.push_back(unit);
+    return v;
+}
+
+// A little-endian EXIF block with XResolution num/den and the given ResolutionUnit (0: absent);
+// without the "Exif" prefix for PNG's eXIf chunk.
+std::vector<std::uint8_t> exif_block(std::uint32_t num, std::uint32_t den, std::uint16_t unit, bool prefix = true) {
+    std::vector<std::uint8_t> v = {'I', 'I', 42, 0, 8, 0, 0, 0};
+    const std::uint16_t entries = unit ? 2 : 1;
+    v.push_back(std::uint8_t(entries));
+    v.push_back(0);
+    const std::uint32_t rational_at = 8 + 2 + 12 * entries + 4;
+    const std::uint8_t x[12] = {0x1A, 0x01, 5, 0, 1, 0, 0, 0, std::uint8_t(rational_at), 0, 0, 0};
+    v.insert(v.end(), x, x + 12);
+    if (unit) {
+        const std::uint8_t u[12] = {0x28, 0x01, 3, 0, 1, 0, 0, 0, std::uint8_t(unit), 0, 0, 0};
+        v.insert(v.end(), u, u + 12);
+    }
+    v.insert(v.end(), 4, 0);
+    for (std::uint32_t w : {num, den})
+        for (int i = 0; i < 4; ++i) v.push_back(std::uint8_t(w >> (8 * i)));
+    if (prefix) v.insert(v.begin(), {'E', 'x', 'i', 'f', 0, 0});
+    return v;
+}
+
+// A JPEG with the JFIF segment's units and density replaced, and optionally an EXIF segment after it.
+std::vector<std::uint8_t> jpeg_with(int units, int density, const std::vector<std::uint8_t>& exif = {}) {
+    auto v = encoded(cv::Mat(8, 8, CV_8UC3, cv::Scalar(1, 2, 3)), ".jpg");
+    v[13] = std::uint8_t(units);
+    v[14] = std::uint8_t(density >> 8), v[15] = std::uint8_t(density);
+    if (!exif.empty()) {
+        std::vector<std::uint8_t> seg = {0xFF, 0xE1, std::uint8_t((exif.size() + 2) >> 8),
+                                         std::uint8_t(exif.size() + 2)};
+        seg.insert(seg.end(), exif.begin(), exif.end());
+        v.insert(v.begin() + 20, seg.begin(), seg.end());
+    }
+    return v;
+}
+
+TEST(Resolution, ReadFromEachFormatsOwnField) {
+    const cv::Mat px(2, 2, CV_8UC3, cv::Scalar(9, 9, 9));
+    auto bmp = encoded(px, ".bmp");
+    bmp[38] = 0x23, bmp[39] = 0x2E;  // 11811 per metre
+    std::vector<std::uint8_t> exif_be = {'E', 'x', 'i', 'f', 0, 0, 'M', 'M', 0, 42, 0, 0, 0, 8, 0, 1,
+                                         0x01, 0x1A, 0, 5, 0, 0, 0, 1, 0, 0, 0, 26, 0, 0, 0, 0,
+                                         0, 0, 0x01, 0x2C, 0, 0, 0, 1};  // 300/1, inch by default
+    struct Case {
+        const char* what;
+        std::vector<std::uint8_t> bytes;
+        int dpi;
+    } cases[] = {
+        {"jfif dpi", jpeg_with(1, 300), 300},
+        {"jfif per cm", jpeg_with(2, 118), 299},
+        {"jfif aspect only", jpeg_with(0, 300), 96},
+        {"exif over jfif", jpeg_with(1, 300, exif_block(72, 1, 2)), 72},
+        {"exif per cm", jpeg_with(1, 300, exif_block(11811, 100, 3)), 299},
+        {"exif without unit means inch", jpeg_with(1, 300, exif_block(240, 1, 0)), 240},
+        {"exif unit none falls back to jfif", jpeg_with(1, 300, exif_block(72, 1, 1)), 300},
+        {"exif big-endian", jpeg_with(0, 1, exif_be), 300},
+        {"exif fractional", jpeg_with(0, 1, exif_block(1001, 10, 2)), 100},
+        {"png pHYs 11811", test::handmade_png(1, 1, 0, 8, {0}, {{"pHYs", phys(11811, 11811, 1)}}), 299},
+        {"png pHYs aspect", test::handmade_png(1, 1, 0, 8, {0}, {{"pHYs", phys(2, 1, 0)}}), 96},
+        {"png eXIf", test::handmade_png(1, 1, 0, 8, {0}, {{"eXIf", exif_block(150, 1, 2, false)}}), 150},
+        {"png none", encoded(px, ".png"), 96},
+        {"bmp 11811", bmp, 299},
+        {"bmp none", encoded(px, ".bmp"), 96},
+        {"tiff none", encoded(px, ".tif"), 96},
+        {"webp none", encoded(px, ".webp"), 96},
+        {"not a picture", {'G', 'I', 'F', '8', '9', 'a'}, 0},
+        {"png without header", {0x89, 'P', 'N', 'G', '\r', '\n', 0x1a, '\n'}, 0},
+    };
+    for (const Case& c : cases) {
+        EXPECT_EQ(read_dpi(c.bytes), c.dpi) << c.what;
+        if (c.dpi) EXPECT_EQ(decode_picture(c.bytes).dpi, c.dpi) << c.what;
+    }
+}
+
+// Files made by ImageMagick and exiftool, read by us.
+TEST(Resolution, AgreesWithFilesMadeByIndependentTools) {
+    if (!test::have_tool("convert") || !test::have_tool("exiftool")) GTEST_SKIP() << "ImageMagick or exiftool missing";
+    const std::string dir = test::temp_dir("resolution_tools");
+    struct Case {
+        const char* name;
+        const char* convert_options;
+        const char* exiftool_options;  // applied afterwards when not empty
+        int dpi;
+    } cases[] = {
+        {"a.jpg", "-units PixelsPerInch -density 300", "", 300},
+        {"b.jpg", "-units PixelsPerCentimeter -density 118", "", 299},
+        {"c.jpg", "-units PixelsPerInch -density 300", "-EXIF:XResolution=180 -EXIF:ResolutionUnit=inches", 180},
+        {"d.png", "-units PixelsPerCentimeter -density 118.11", "", 299},
+        // 72 dpi is stored as 2834 per metre, 71.98 dpi: truncated, as every fractional resolution.
+        {"e.png", "-units PixelsPerInch -density 72", "", 71},
+        {"f.bmp", "-units PixelsPerCentimeter -density 118.11", "", 299},
+        {"g.tif", "-units PixelsPerInch -density 600", "", 600},
+        {"h.tif", "-units PixelsPerCentimeter -density 40", "", 101},
+        {"i.png", "", "", 96},
+    };
+    for (const Case& c : cases) {
+        const std::string path = dir + "/" + c.name;
+        run_tool("convert -size 5x4 xc:orange " + std::string(c.convert_options) + " " + quoted(path));
+        if (*c.exiftool_options)
+            run_tool("exiftool -q -overwrite_original " + std::string(c.exiftool_options) + " " + quoted(path));
+        EXPECT_EQ(read_dpi(path), c.dpi) << c.name;
+    }
+    EXPECT_EQ(read_dpi(dir + "/missing.png"), 0);
+    EXPECT_EQ(read_dpi(dir), 0);
+}
+
+}  // namespace
+}  // namespace velq
