@@ -34,8 +34,11 @@ struct FilterParams {
 int apply_filter(Host& host, FilterKind kind, UBUFFER& picture, const FilterParams& params,
                  const SeedSource& seeds);
 
+// False for the kinds that exist in the menu but have no filter behind them (Prism, Broken glass).
+bool filter_available(FilterKind kind);
+
 // The menu text of a kind ("Half shuffle", ...), and the tool's name for it ("half-shuffle", ...).
 std::string_view filter_menu_text(FilterKind kind);
-std::string_view filter_cli_name(FilterKind kind);
+std::string_view filter_cli_name(FilterKind kind);  // "" for an unknown kind
 
 }  // namespace velq

@@ -1,0 +1,193 @@
+#include <gtest/gtest.h>
+
+#include <array>
+#include <cstring>
+
+#include "filters/filter.h"
+#include "filters/matrix.h"
+#include "support/pictures.h"
+#include "support/recording_host.h"
+
+namespace velq {
+namespace {
+
+using Bgr = std::array<int, 3>;
+
+bool same_bytes(const UBUFFER& a, const UBUFFER& b) {
+    return a.same_shape(b) && std::memcmp(a.data(), b.data(), a.size()) == 0;
+}
+
+Bgr bgr(const UBUFFER& p, int x, int y) {
+    return {p.at(x, y, 0), p.at(x, y, 1), p.at(x, y, 2)};
+}
+int up(int v) {
+    return std::min(v + 60, 255);
+}
+int down(int v) {
+    return std::max(v - 60, 0);
+}
+
+// Colours whose rotations all differ; alpha varies so that any change to it shows.
+UBUFFER ramp(int w, int h) {
+    return test::make_picture(w, h, [](int x, int y) {
+        return std::uint32_t(17 * x + y) << 24 | std::uint32_t(150 + x) << 16 | std::uint32_t(90 + y) << 8 |
+               std::uint32_t(20 + x + y);
+    });
+}
+
+SeedSource fixed_seed(std::uint32_t s) {
+    SeedSource seeds;
+    seeds.fix(s);
+    return seeds;
+}
+
+int run(FilterKind kind, UBUFFER& p, std::uint32_t seed, test::RecordingHost& host,
+        FilterParams params = {}) {
+    return apply_filter(host, kind, p, params, fixed_seed(seed));
+}
+
+// Pictures 9 pixels wide keep their pixels through local contrast, so the rotations show plainly.
+// Each row must read as zones of the given forms from left to right, changing at the given ranges.
+TEST(Shuffle, RowsSplitAtTheCutLinesIntoRotatedZones) {
+    struct Case {
+        FilterKind kind;
+        std::vector<std::pair<int, int>> cut_ranges;  // allowed first column of each later zone
+    } cases[] = {
+        {FilterKind::HalfShuffle, {{4, 5}}},
+        {FilterKind::TripleShuffle, {{2, 4}, {5, 7}}},
+    };
+    for (const Case& c : cases) {
+        for (std::uint32_t seed : {1u, 77u, 4000u}) {
+            const UBUFFER in = ramp(9, 60);
+            UBUFFER p = in.clone();
+            test::RecordingHost host;
+            ASSERT_EQ(run(c.kind, p, seed, host), 0);
+            for (int y = 0; y < in.height(); ++y) {
+                int zone = 0;
+                for (int x = 0; x < in.width(); ++x) {
+                    const auto [b, g, r] = bgr(in, x, y);
+                    const Bgr forms[] = {{g, r, up(b)}, {r, up(b), down(g)}, {up(b), down(g), up(r)}};
+                    if (zone < int(c.cut_ranges.size()) && bgr(p, x, y) == forms[zone + 1]) {
+                        EXPECT_GE(x, c.cut_ranges[zone].first) << "row " << y;
+                        EXPECT_LE(x, c.cut_ranges[zone].second) << "row " << y;
+                        ++zone;
+                    }
+                    ASSERT_EQ(bgr(p, x, y), forms[zone]) << "seed " << seed << " at " << x << "," << y;
+                    ASSERT_EQ(p.at(x, y, 3), in.at(x, y, 3));
+                }
+                EXPECT_EQ(zone, int(c.cut_ranges.size())) << "row " << y;
+            }
+        }
+    }
+}
+
+TEST(Matrix, BandCountFollowsLargestCircleAndGap) {
+    struct Case {
+        int width;
+        double max;
+        int gap, bands;
+    } cases[] = {
+        {1000, 0.02, 1, 24}, {1000, 0.02, 0, 25}, {10, 0.02, 1, 7},     {100, 0.5, 1, 1},
+        {100, 1.0, 1, 0},    {50, 0.0, 0, 50},    {1000, 0.02, -41, 0},
+    };
+    for (const Case& c : cases) {
+        EXPECT_EQ(matrix_band_count(c.width, c.max, c.gap), c.bands)
+            << c.width << " " << c.max << " " << c.gap;
+    }
+    // The 24 bands of the 1000-pixel picture tile it without gaps.
+    int begin = 0;
+    for (int j = 1; j <= 24; ++j) {
+        const int end = matrix_band_end(1000, 24, j);
+        EXPECT_GE(end - begin, 41);
+        EXPECT_LE(end - begin, 42);
+        begin = end;
+    }
+    EXPECT_EQ(begin, 1000);
+}
+
+TEST(Matrix, EachBandRotatesBackBelowItsRandomRow) {
+    // 9 x 40 with Max 0.1 and GAP 1: trunc(9 / 2.8 + 0.5) = 3 bands of columns 0-2, 3-5, 6-8.
+    const int w = 9, h = 40;
+    for (std::uint32_t seed : {0u, 5u, 123456u}) {
+        const UBUFFER in = ramp(w, h);
+        UBUFFER p = in.clone();
+        test::RecordingHost host;
+        ASSERT_EQ(run(FilterKind::Matrix, p, seed, host, {0.1, 1, 2}), 0);
+        Random rng(seed);
+        for (int band = 0; band < 3; ++band) {
+            const int cut = std::min(int(rng.next() * h * 0.5 / 32767 + h * 0.25 + 0.5), h);
+            for (int y = 0; y < h; ++y) {
+                for (int x = band * 3; x < band * 3 + 3; ++x) {
+                    const auto [b, g, r] = bgr(in, x, y);
+                    const Bgr want = y < cut ? Bgr{r, up(b), g} : Bgr{g, down(r), up(b)};
+                    ASSERT_EQ(bgr(p, x, y), want) << "seed " << seed << " at " << x << "," << y;
+                    ASSERT_EQ(p.at(x, y, 3), in.at(x, y, 3));
+                }
+            }
+        }
+    }
+}
+
+TEST(Filter, RandomKindsRepeatUnderOneSeedAndDifferUnderAnother) {
+    const FilterKind kinds[] = {FilterKind::HalfShuffle, FilterKind::TripleShuffle, FilterKind::Matrix};
+    const UBUFFER in = test::noise_picture(120, 90, 8);
+    for (FilterKind kind : kinds) {
+        test::RecordingHost host;
+        UBUFFER a = in.clone(), b = in.clone(), c = in.clone();
+        ASSERT_EQ(run(kind, a, 31, host), 0);
+        ASSERT_EQ(run(kind, b, 31, host), 0);
+        ASSERT_EQ(run(kind, c, 32, host), 0);
+        EXPECT_TRUE(same_bytes(a, b)) << filter_menu_text(kind);
+        EXPECT_FALSE(same_bytes(a, c)) << filter_menu_text(kind);
+        EXPECT_FALSE(same_bytes(a, in)) << filter_menu_text(kind);
+    }
+}
+
+TEST(Filter, DispatchTitlesAndRefusals) {
+    struct Case {
+        FilterKind kind;
+        int k;
+        int result;
+        bool changes;
+        std::vector<std::string> titles, messages;
+    } cases[] = {
+        {FilterKind::Normal, 2, 0, false, {}, {}},
+        {FilterKind::HalfShuffle, 2, 0, true, {"Velquinograph (Half shuffle...)", "Velquinograph"}, {}},
+        {FilterKind::TripleShuffle, 2, 0, true, {"Velquinograph (Triple shuffle...)", "Velquinograph"}, {}},
+        {FilterKind::Matrix, 2, 0, true, {"Velquinograph (Matrix...)", "Velquinograph"}, {}},
+        {FilterKind::InverseContrast,
+         2,
+         0,
+         true,
+         {"Velquinograph (Inverse contrast...)", "Velquinograph"},
+         {}},
+        {FilterKind::ContrastUp, 2, 0, true, {"Velquinograph (Contrast up...)", "Velquinograph"}, {}},
+        {FilterKind::Prism, 2, -1, false, {}, {"Prism is not available yet"}},
+        {FilterKind::BrokenGlass, 2, -1, false, {}, {"Broken glass is not available yet"}},
+        {FilterKind::KMean,
+         3,
+         0,
+         true,
+         {"Velquinograph (Reducing colors by k-mean...)", "Velquinograph"},
+         {}},
+        {FilterKind::KMean, 1, -1, false, {}, {"Invalid K-Mean value. It must be larger than 1"}},
+        {FilterKind(9), 2, -1, false, {}, {"Unknown filter"}},
+    };
+    const UBUFFER in = test::noise_picture(40, 30, 2, false);
+    for (const Case& c : cases) {
+        UBUFFER p = in.clone();
+        test::RecordingHost host;
+        FilterParams params;
+        params.k_mean = c.k;
+        EXPECT_EQ(run(c.kind, p, 1, host, params), c.result) << int(c.kind);
+        EXPECT_EQ(!same_bytes(p, in), c.changes) << int(c.kind);
+        EXPECT_EQ(host.titles(), c.titles) << int(c.kind);
+        EXPECT_EQ(host.messages(), c.messages) << int(c.kind);
+        EXPECT_EQ(filter_available(c.kind),
+                  c.kind != FilterKind::Prism && c.kind != FilterKind::BrokenGlass && int(c.kind) < 9)
+            << int(c.kind);
+    }
+}
+
+}  // namespace
+}  // namespace velq

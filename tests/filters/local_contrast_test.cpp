@@ -1,0 +1,118 @@
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <cstring>
+
+#include "filters/local_contrast.h"
+#include "image/resample.h"
+#include "support/pictures.h"
+#include "support/recording_host.h"
+
+namespace velq {
+namespace {
+
+// The operator written out plainly: the mean of box (x0, x1] x (y0, y1] summed pixel by pixel.
+UBUFFER plain_local_contrast(const UBUFFER& in, double k, ContrastDirection dir) {
+    UBUFFER out = in.clone();
+    const int w = in.width(), h = in.height(), r = w / 10;
+    for (int y = 0; y < h; ++y) {
+        for (int x = 0; x < w; ++x) {
+            const int y0 = std::max(y - r, 0), y1 = std::min(y + r, h - 1);
+            const int x0 = std::max(x - r, 0), x1 = std::min(x + r, w - 1);
+            const int area = (x1 - x0) * (y1 - y0);
+            if (area == 0) continue;
+            for (int c = 0; c < 3; ++c) {
+                long sum = 0;
+                for (int j = y0 + 1; j <= y1; ++j)
+                    for (int i = x0 + 1; i <= x1; ++i) sum += in.at(i, j, c);
+                const double mean = double(sum) / area;
+                const double v = in.at(x, y, c);
+                const double nv = dir == ContrastDirection::Up ? v + (v - mean) * k : v + (mean - v) * k;
+                out.at(x, y, c) = std::uint8_t(nv < 0 ? 0 : nv > 255 ? 255 : nv);
+            }
+        }
+    }
+    return out;
+}
+
+bool same_bytes(const UBUFFER& a, const UBUFFER& b) {
+    return a.same_shape(b) && std::memcmp(a.data(), b.data(), a.size()) == 0;
+}
+
+TEST(LocalContrast, MatchesDirectBoxSumsByteForByte) {
+    struct Case {
+        int w, h;
+        double k;
+        ContrastDirection dir;
+    } cases[] = {
+        {10, 10, 3.0, ContrastDirection::Up},   {23, 17, 3.0, ContrastDirection::TowardsMean},
+        {64, 40, 1.5, ContrastDirection::Up},   {41, 90, 0.4, ContrastDirection::TowardsMean},
+        {200, 150, 3.0, ContrastDirection::Up}, {120, 300, 3.0, ContrastDirection::TowardsMean},
+    };
+    std::uint32_t seed = 1;
+    for (const Case& c : cases) {
+        // Noise with any alpha, and a smooth picture, whose means are far from the extremes.
+        for (int kind = 0; kind < 2; ++kind) {
+            const UBUFFER in = kind == 0 ? test::noise_picture(c.w, c.h, seed++, false)
+                                         : test::make_picture(c.w, c.h, [](int x, int y) {
+                                               return 0x80000000u | std::uint32_t((x * 3) & 255) << 16 |
+                                                      std::uint32_t((y * 5) & 255) << 8 | ((x + y) & 255);
+                                           });
+            UBUFFER got = in.clone();
+            test::RecordingHost host;
+            {
+                Progress progress(host, "Contrast up");
+                ASSERT_EQ(local_contrast(progress, got, c.k, c.dir), 0);
+            }
+            EXPECT_TRUE(same_bytes(got, plain_local_contrast(in, c.k, c.dir)))
+                << c.w << "x" << c.h << " k " << c.k << " kind " << kind;
+            EXPECT_FALSE(same_bytes(got, in)) << c.w << "x" << c.h;
+            const std::vector<int> percents = host.percents();
+            EXPECT_EQ(percents.back(), 0);
+            EXPECT_EQ(*std::max_element(percents.begin(), percents.end()), 100);
+        }
+    }
+}
+
+TEST(LocalContrast, BoxesWithoutAreaKeepTheirPixels) {
+    // Narrower than 10 pixels the box has no width; one row high it has no height.
+    const int sizes[][2] = {{9, 30}, {1, 5}, {37, 1}, {5, 1}};
+    for (const auto& s : sizes) {
+        const UBUFFER in = test::noise_picture(s[0], s[1], 42, false);
+        UBUFFER got = in.clone();
+        test::RecordingHost host;
+        Progress progress(host, "Contrast up");
+        ASSERT_EQ(local_contrast(progress, got, 3.0, ContrastDirection::Up), 0);
+        EXPECT_TRUE(same_bytes(got, in)) << s[0] << "x" << s[1];
+    }
+}
+
+TEST(LocalContrast, ParallelTablesEqualTheSummedAreaTables) {
+    const UBUFFER in = test::noise_picture(317, 203, 9);
+    test::RecordingHost host;
+    IBUFFER tables = make_contrast_tables(host, in.width(), in.height());
+    ASSERT_TRUE(tables);
+    ASSERT_TRUE(build_contrast_tables(host, in, tables));
+    for (int c = 0; c < 3; ++c) {
+        IBUFFER one;
+        ASSERT_TRUE(one.allocate(in.width(), in.height()));
+        summed_area_table(in, c, one);
+        int wrong = 0;
+        for (int y = 0; y < in.height(); ++y)
+            for (int x = 0; x < in.width(); ++x) wrong += tables.at(x, y, c) != one.at(x, y);
+        EXPECT_EQ(wrong, 0) << "channel " << c;
+    }
+}
+
+TEST(LocalContrast, StopLeavesThePictureUntouched) {
+    const UBUFFER in = test::noise_picture(60, 60, 3);
+    UBUFFER got = in.clone();
+    test::RecordingHost host;
+    host.stop = true;
+    Progress progress(host, "Contrast up");
+    ASSERT_EQ(local_contrast(progress, got, 3.0, ContrastDirection::Up), 0);
+    EXPECT_TRUE(same_bytes(got, in));
+}
+
+}  // namespace
+}  // namespace velq
