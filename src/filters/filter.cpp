@@ -47,7 +47,7 @@ int apply_filter(Host& host, FilterKind kind, UBUFFER& picture, const FilterPara
         return -1;
     }
     if (!filter_available(kind)) {
-        host.message(std::string(filter_menu_text(kind)) + " is not available yet");
+        host.message("The " + std::string(filter_menu_text(kind)) + " filter is not available yet");
         return -1;
     }
     if (kind == FilterKind::Normal) return 0;
