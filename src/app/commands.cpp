@@ -21,6 +21,7 @@ constexpr std::string_view kNoBatch = "Not available yet: batch runs are not des
 constexpr std::string_view kNoSpike = "Not available yet: spike drawing is not designed";
 constexpr std::string_view kNoVideo = "Not available yet: video export is being built";
 constexpr std::string_view kNoMetadata = "Not available yet: settings blocks are being built";
+constexpr std::string_view kNoLogo = "Not available yet: logos are being built";
 constexpr std::string_view kNoPipeline = "Not available yet: this operation is being built";
 
 constexpr std::string_view kFile = "File";
@@ -43,7 +44,7 @@ constexpr std::array kCommands = {
     Command{cmd::kOpen,            "Open",                   kFile,      None,        Always,      false, Plain,     "Ctrl+O",       kNoPipeline},
     Command{cmd::kLoadMotionPack,  "Load motion-pack",       kFile,      None,        Always,      true,  Plain,     "",             kNoMotionPack},
     Command{cmd::kLoadLayers,      "Load layers",            kFile,      None,        Always,      false, Plain,     "",             kNoMetadata},
-    Command{cmd::kLoadLogo,        "Load logo",              kFile,      None,        Always,      true,  Plain,     "",             {}},
+    Command{cmd::kLoadLogo,        "Load logo",              kFile,      None,        Always,      true,  Plain,     "",             kNoLogo},
     Command{cmd::kSave,            "Save",                   kFile,      Result,      Picture,     false, Plain,     "Ctrl+S",       kNoPipeline},
     Command{cmd::kVideo640,        "640 x 480",              kVideo,     Result,      Picture,     false, Plain,     "",             kNoVideo},
     Command{cmd::kVideo960,        "960 x 540",              kVideo,     Result,      Picture,     false, Plain,     "",             kNoVideo},
@@ -66,15 +67,15 @@ constexpr std::array kCommands = {
     Command{cmd::kViewEdges,       "Edges and Circles",      kView,      None,        Always,      true,  Toggle,    "",             {}},
     Command{cmd::kViewFiltered,    "Filtered result",        kView,      None,        Always,      true,  Toggle,    "",             {}},
     Command{cmd::kViewFinal,       "Final result",           kView,      None,        Always,      true,  Toggle,    "",             {}},
-    Command{cmd::kFilterNormal,    "Normal",                 kFilter,    None,        Picture,     false, Filter,    "",             kNoPipeline},
-    Command{cmd::kFilterHalfShuffle, "Half shuffle",         kFilter,    None,        Picture,     false, Filter,    "",             kNoPipeline},
-    Command{cmd::kFilterTripleShuffle, "Triple shuffle",     kFilter,    None,        Picture,     false, Filter,    "",             kNoPipeline},
-    Command{cmd::kFilterMatrix,    "Matrix",                 kFilter,    None,        Picture,     false, Filter,    "",             kNoPipeline},
-    Command{cmd::kFilterInverseContrast, "Inverse contrast", kFilter,    None,        Picture,     false, Filter,    "",             kNoPipeline},
-    Command{cmd::kFilterContrastUp, "Contrast up",           kFilter,    None,        Picture,     false, Filter,    "",             kNoPipeline},
+    Command{cmd::kFilterNormal,    "Normal",                 kFilter,    None,        Picture,     false, Filter,    "",             {}},
+    Command{cmd::kFilterHalfShuffle, "Half shuffle",         kFilter,    None,        Picture,     false, Filter,    "",             {}},
+    Command{cmd::kFilterTripleShuffle, "Triple shuffle",     kFilter,    None,        Picture,     false, Filter,    "",             {}},
+    Command{cmd::kFilterMatrix,    "Matrix",                 kFilter,    None,        Picture,     false, Filter,    "",             {}},
+    Command{cmd::kFilterInverseContrast, "Inverse contrast", kFilter,    None,        Picture,     false, Filter,    "",             {}},
+    Command{cmd::kFilterContrastUp, "Contrast up",           kFilter,    None,        Picture,     false, Filter,    "",             {}},
     Command{cmd::kFilterPrism,     "Prism",                  kFilter,    None,        Picture,     false, Filter,    "",             kNoRefraction},
     Command{cmd::kFilterBrokenGlass, "Broken glass",         kFilter,    None,        Picture,     false, Filter,    "",             kNoRefraction},
-    Command{cmd::kFilterKMean,     "K-mean",                 kFilter,    None,        Picture,     false, Filter,    "",             kNoPipeline},
+    Command{cmd::kFilterKMean,     "K-mean",                 kFilter,    None,        Picture,     false, Filter,    "",             {}},
     Command{cmd::kTransformNormal, "Normal",                 kTransform, None,        Picture,     false, Transform, "",             kNoPipeline},
     Command{cmd::kTransformVectorize, "Vectorize",           kTransform, None,        Picture,     false, Transform, "",             kNoPipeline},
     Command{cmd::kTransformAlphabet, "Alphabet",             kTransform, None,        Picture,     false, Transform, "",             kNoAlphabet},

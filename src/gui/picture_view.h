@@ -1,0 +1,77 @@
+// The picture control: shows the composed view or the render inside the view rectangle, draws the
+// circles and segment outlines over the composed view, and turns the mouse into pan, wheel zoom and
+// picking. It reads the Document only through what the window hands it while idle, so a running
+// worker never races with a paint.
+#pragma once
+
+#include <QImage>
+#include <QPolygonF>
+#include <QVector>
+#include <QWidget>
+
+#include "app/view.h"
+#include "host/host.h"
+
+namespace velq::gui {
+
+// What the view draws over the composed picture, in working-picture pixels.
+struct Overlay {
+    QVector<LiveCircle> circles;
+    QVector<QPolygonF> outlines;  // one closed polyline per segment, in segment order
+};
+
+class PictureView : public QWidget {
+    Q_OBJECT
+public:
+    explicit PictureView(QWidget* parent = nullptr);
+
+    // The picture to show and the size of the picture that view coordinates refer to (the working
+    // picture, which the label map shares).
+    void set_picture(const QImage& image, int picture_width, int picture_height, bool overlay_allowed);
+    void set_overlay(Overlay overlay);
+    void clear_overlay();
+    void add_live_circles(const QVector<LiveCircle>& batch);
+    void set_outline_marks(int selected, int hovered);
+    // Whether mouse messages are handled (not while busy).
+    void set_mouse_enabled(bool on) { mouse_enabled_ = on; }
+    void set_show_edges(bool on);
+    // Whether hovering and double clicks pick segments (after a transform), and what they read.
+    void set_pick_source(const IBUFFER* labels, int segment_count);
+
+    // Fits the picture into the control, centred.
+    void reset_view();
+    const ViewState& state() const { return state_; }
+    ViewState& state() { return state_; }
+    int picture_width() const { return pic_w_; }
+    int picture_height() const { return pic_h_; }
+    const Overlay& overlay() const { return overlay_; }
+    const QImage& picture() const { return image_; }
+
+signals:
+    void hovered(int segment);
+    void double_clicked(const velq::DoubleClickPick& pick);
+    void right_clicked();
+
+protected:
+    void paintEvent(QPaintEvent*) override;
+    void resizeEvent(QResizeEvent*) override;
+    void mousePressEvent(QMouseEvent*) override;
+    void mouseMoveEvent(QMouseEvent*) override;
+    void mouseReleaseEvent(QMouseEvent*) override;
+    void mouseDoubleClickEvent(QMouseEvent*) override;
+    void wheelEvent(QWheelEvent*) override;
+
+private:
+    QImage image_;
+    int pic_w_ = 0, pic_h_ = 0;
+    bool overlay_allowed_ = false;
+    bool show_edges_ = true;
+    Overlay overlay_;
+    int selected_outline_ = -1, hovered_outline_ = -1;
+    ViewState state_;
+    bool mouse_enabled_ = false;
+    const IBUFFER* labels_ = nullptr;
+    int segment_count_ = 0;
+};
+
+}  // namespace velq::gui

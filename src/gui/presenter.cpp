@@ -1,0 +1,57 @@
+#include "gui/presenter.h"
+
+#include <QColorDialog>
+#include <QDialog>
+#include <QFileDialog>
+#include <QMessageBox>
+
+namespace velq::gui {
+
+namespace {
+const QString kCaption = QStringLiteral("Velquinograph");
+}
+
+QString filter_text(const FileType& type) {
+    QString patterns = type.patterns;
+    patterns.replace(';', ' ');
+    return type.name + " (" + patterns + ")";
+}
+
+void Presenter::message(QWidget* parent, const QString& text) {
+    QMessageBox::information(parent, kCaption, text, QMessageBox::Ok);
+}
+
+bool Presenter::ask(QWidget* parent, const QString& question) {
+    return QMessageBox::question(parent, kCaption, question, QMessageBox::Yes | QMessageBox::No) ==
+           QMessageBox::Yes;
+}
+
+QString Presenter::open_file(QWidget* parent, const FileType& type, const QString& folder) {
+    return QFileDialog::getOpenFileName(parent, QString(), folder, filter_text(type));
+}
+
+QStringList Presenter::open_files(QWidget* parent, const FileType& type, const QString& folder) {
+    return QFileDialog::getOpenFileNames(parent, QString(), folder, filter_text(type));
+}
+
+QString Presenter::save_file(QWidget* parent, const QList<FileType>& types, int preferred, int& chosen,
+                             const QString& folder) {
+    QStringList filters;
+    for (const auto& t : types) filters << filter_text(t);
+    QString selected = preferred >= 0 && preferred < filters.size() ? filters[preferred] : QString();
+    QString name = QFileDialog::getSaveFileName(parent, QString(), folder, filters.join(";;"), &selected);
+    chosen = std::max(0, int(filters.indexOf(selected)));
+    return name;
+}
+
+std::optional<QColor> Presenter::choose_colour(QWidget* parent, const QColor& initial) {
+    QColor c = QColorDialog::getColor(initial, parent, kCaption);
+    if (!c.isValid()) return std::nullopt;
+    return c;
+}
+
+int Presenter::exec(QDialog& dialog) {
+    return dialog.exec();
+}
+
+}  // namespace velq::gui
