@@ -27,6 +27,12 @@ struct BoundaryPiece {
     std::vector<BoundaryPoint> points;
 };
 
+// A region to pack: an outer ring and the rings of the holes cut out of it.
+struct SegmentRegion {
+    std::vector<BoundaryPoint> outer;
+    std::vector<std::vector<BoundaryPoint>> holes;
+};
+
 struct Segment {
     bool enabled = true;
     BoundaryPiece loop;                    // the closed boundary loop
@@ -35,6 +41,8 @@ struct Segment {
     std::vector<Circle> circles;
     ColourRecord colour{0, 0, 0, 0, 0, true};  // mean colour: red, green, blue, alpha
     ColourRecord display;                  // colour after the layer's palette and options
+    // The loop minus the children's loops (made when the children are unified): what is packed.
+    std::vector<SegmentRegion> regions;
 };
 
 }  // namespace velq
