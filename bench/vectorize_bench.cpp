@@ -37,7 +37,8 @@ UBUFFER photo_like(int w, int h) {
     for (int y = 0; y < h; ++y) {
         for (int x = 0; x < w; ++x) {
             const double u = double(x) / w, v = double(y) / h;
-            double c[3] = {120 + 100 * std::sin(3 * u + 1), 110 + 90 * std::cos(4 * v), 100 + 80 * std::sin(5 * (u + v))};
+            double c[3] = {120 + 100 * std::sin(3 * u + 1), 110 + 90 * std::cos(4 * v),
+                           100 + 80 * std::sin(5 * (u + v))};
             for (const Disc& d : discs) {
                 const double dx = (u - d.x) * w / h, dy = v - d.y;
                 const double t = std::sqrt(dx * dx + dy * dy) / d.r;
@@ -71,7 +72,8 @@ void BM_Vectorize(benchmark::State& state) {
     }
     state.counters["segments"] = double(segments);
     state.counters["pieces"] = double(pieces);
-    state.counters["us_per_kpx"] = benchmark::Counter(double(w) * h / 1000.0, benchmark::Counter::kIsIterationInvariantRate | benchmark::Counter::kInvert);
+    state.counters["us_per_kpx"] = benchmark::Counter(
+        double(w) * h / 1000.0, benchmark::Counter::kIsIterationInvariantRate | benchmark::Counter::kInvert);
 }
 BENCHMARK(BM_Vectorize)->Args({1100, 850})->Args({2200, 1700})->Unit(benchmark::kMillisecond)->Iterations(1);
 

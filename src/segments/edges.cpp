@@ -16,8 +16,7 @@ constexpr double kSame = 1e-5;  // points closer than this are one point
 // stored; only its visited marks are, one bit per grid point.
 class EdgeGrid {
 public:
-    explicit EdgeGrid(const IBUFFER& map)
-        : map_(map), gw_(4 * map.width() - 1), gh_(4 * map.height() - 1) {}
+    explicit EdgeGrid(const IBUFFER& map) : map_(map), gw_(4 * map.width() - 1), gh_(4 * map.height() - 1) {}
 
     bool allocate() {
         try {
@@ -186,8 +185,10 @@ std::vector<BoundaryPiece> get_segment_edges(const IBUFFER& label_map, double to
             const GridPoint step = first.size() > 1 ? first[1] : GridPoint{-1, -1};
             trace(g, i, j, &step, second);
             line.clear();
-            for (auto it = first.rbegin(); it != first.rend(); ++it) line.push_back({it->x * 1.0, it->y * 1.0});
-            for (std::size_t k = 1; k < second.size(); ++k) line.push_back({second[k].x * 1.0, second[k].y * 1.0});
+            for (auto it = first.rbegin(); it != first.rend(); ++it)
+                line.push_back({it->x * 1.0, it->y * 1.0});
+            for (std::size_t k = 1; k < second.size(); ++k)
+                line.push_back({second[k].x * 1.0, second[k].y * 1.0});
             if (line.size() >= 2) {
                 BoundaryPiece piece;
                 for (BoundaryPoint& p : line) {
@@ -218,7 +219,8 @@ void add_frame_pieces(std::vector<BoundaryPiece>& pieces, int width, int height)
     // Position along the frame, clockwise on screen from the top-left corner; -1 off the frame.
     auto along = [&](const BoundaryPoint& p) {
         if (std::fabs(p.y) < kSame && p.x >= -kSame && p.x <= r + kSame) return std::clamp(p.x, 0.0, r);
-        if (std::fabs(p.x - r) < kSame && p.y >= -kSame && p.y <= b + kSame) return r + std::clamp(p.y, 0.0, b);
+        if (std::fabs(p.x - r) < kSame && p.y >= -kSame && p.y <= b + kSame)
+            return r + std::clamp(p.y, 0.0, b);
         if (std::fabs(p.y - b) < kSame && p.x >= -kSame && p.x <= r + kSame)
             return r + b + (r - std::clamp(p.x, 0.0, r));
         if (std::fabs(p.x) < kSame && p.y >= -kSame && p.y <= b + kSame)
@@ -255,7 +257,7 @@ void add_frame_pieces(std::vector<BoundaryPiece>& pieces, int width, int height)
         for (double lap : {0.0, perimeter})
             for (double c : corners)
                 if (c + lap > from + kSame && c + lap < to - kSame)
-                    piece.points.push_back(point_at(std::fmod(c + lap, perimeter) == 0 ? perimeter : std::fmod(c + lap, perimeter)));
+                    piece.points.push_back(point_at(std::fmod(c + lap, perimeter)));
         piece.points.push_back(point_at(to >= perimeter ? to - perimeter : to));
         pieces.push_back(std::move(piece));
     }

@@ -13,9 +13,9 @@ namespace velq {
 
 struct RawSegment {
     bool alive = true;
-    std::vector<Pixel> pixels;   // accepted order, duplicates removed; dilation appends
+    std::vector<Pixel> pixels;      // accepted order, duplicates removed; dilation appends
     double mean[4] = {0, 0, 0, 0};  // red, green, blue, alpha (picture channels 2, 1, 0, 3)
-    std::uint32_t boundary = 0;  // boundary edges counted by minor-segment removal
+    std::uint32_t boundary = 0;     // boundary edges counted by minor-segment removal
 };
 
 // Region-grows every pixel of `picture` (4 channels, BGRA) into raw segments with threshold `thr`

@@ -35,12 +35,12 @@ struct SegmentRegion {
 
 struct Segment {
     bool enabled = true;
-    BoundaryPiece loop;                    // the closed boundary loop
-    std::vector<BoundaryPiece> children;   // loops of the segments that lie inside this one
+    BoundaryPiece loop;                   // the closed boundary loop
+    std::vector<BoundaryPiece> children;  // loops of the segments that lie inside this one
     std::vector<Pixel> pixels;
     std::vector<Circle> circles;
     ColourRecord colour{0, 0, 0, 0, 0, true};  // mean colour: red, green, blue, alpha
-    ColourRecord display;                  // colour after the layer's palette and options
+    ColourRecord display;                      // colour after the layer's palette and options
     // The loop minus the children's loops (made when the children are unified): what is packed.
     std::vector<SegmentRegion> regions;
 };

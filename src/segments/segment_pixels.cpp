@@ -100,8 +100,8 @@ int detect_segment_pixels(std::vector<Segment>& segments, int width, int height,
                 fill_outside(clp, stack);
                 for (int row = 0; row < h; ++row) {
                     const std::uint8_t* m = clp.row(row);
-                    // Rounded to the nearest pixel (floor, so that a loop reaching left of the picture does not
-                    // fold two columns onto column 0).
+                    // Rounded to the nearest pixel (floor, so that a loop reaching left of the picture does
+                    // not fold two columns onto column 0).
                     const int y = int(std::floor(row - 5 + miny + 0.5));
                     if (y < 0 || y >= height) continue;
                     for (int col = 0; col < w; ++col) {
@@ -143,8 +143,7 @@ void sort_segments(std::vector<Segment>& segments, bool show, Host& host) {
     segments.swap(sorted);
 }
 
-bool detect_segment_children(std::vector<Segment>& segments, const UBUFFER& picture, bool show,
-                             Host& host) {
+bool detect_segment_children(std::vector<Segment>& segments, const UBUFFER& picture, bool show, Host& host) {
     auto progress = maybe_progress(host, show, "Detecting segment children");
     const int w = picture.width(), h = picture.height();
     std::vector<std::int32_t> eod;
@@ -178,8 +177,7 @@ bool detect_segment_children(std::vector<Segment>& segments, const UBUFFER& pict
         std::size_t top = 0;
         for (std::size_t k = 1; k < owners.size(); ++k)
             if (owners[top].second < owners[k].second) top = k;
-        if (!owners.empty() &&
-            owners[top].second > std::size_t(0.5 * double(segments[i].pixels.size())))
+        if (!owners.empty() && owners[top].second > std::size_t(0.5 * double(segments[i].pixels.size())))
             segments[owners[top].first].children.push_back(segments[i].loop);
         for (const auto& o : owners) slot[o.first] = -1;
         report(progress, i, n);

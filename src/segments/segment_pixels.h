@@ -30,8 +30,7 @@ void sort_segments(std::vector<Segment>& segments, bool show, Host& host);
 // child of the one holding most of them), then gives each pixel to the last Segment that claimed it
 // and sets every Segment's colour to the mean of `picture` (BGRA) over its pixels.
 // Title "Detecting segment children" when `show`. False when the children map could not be had.
-bool detect_segment_children(std::vector<Segment>& segments, const UBUFFER& picture, bool show,
-                             Host& host);
+bool detect_segment_children(std::vector<Segment>& segments, const UBUFFER& picture, bool show, Host& host);
 
 // Zeroes `map` and writes i + 1 under every pixel of Segment i (later Segments win).
 void label_final_segments(const std::vector<Segment>& segments, IBUFFER& map);

@@ -3,9 +3,9 @@
 #include <algorithm>
 
 #include <boost/geometry.hpp>
+#include <boost/geometry/geometries/multi_polygon.hpp>
 #include <boost/geometry/geometries/point_xy.hpp>
 #include <boost/geometry/geometries/polygon.hpp>
-#include <boost/geometry/geometries/multi_polygon.hpp>
 
 #include "host/progress.h"
 
@@ -34,7 +34,9 @@ std::vector<BoundaryPoint> to_ring(const BPolygon::ring_type& ring) {
     return out;
 }
 
-bool valid(const BPolygon& p) { return p.outer().size() >= 4 && bg::is_valid(p); }
+bool valid(const BPolygon& p) {
+    return p.outer().size() >= 4 && bg::is_valid(p);
+}
 
 }  // namespace
 

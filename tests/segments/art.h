@@ -13,13 +13,20 @@ namespace velq::test {
 inline UBUFFER art_picture(const std::vector<std::string>& rows) {
     return make_picture(int(rows[0].size()), int(rows.size()), [&](int x, int y) -> std::uint32_t {
         switch (rows[y][x]) {
-            case '.': return 0xFFFFFFFFu;
-            case '#': return 0xFF000000u;
-            case 'r': return 0xFFFF0000u;
-            case 'g': return 0xFF00FF00u;
-            case 'b': return 0xFF0000FFu;
-            case 'y': return 0xFFFFFF00u;
-            default: return 0xFF808080u;
+            case '.':
+                return 0xFFFFFFFFu;
+            case '#':
+                return 0xFF000000u;
+            case 'r':
+                return 0xFFFF0000u;
+            case 'g':
+                return 0xFF00FF00u;
+            case 'b':
+                return 0xFF0000FFu;
+            case 'y':
+                return 0xFFFFFF00u;
+            default:
+                return 0xFF808080u;
         }
     });
 }
@@ -29,7 +36,8 @@ inline IBUFFER art_labels(const std::vector<std::string>& rows) {
     IBUFFER map;
     map.allocate(int(rows[0].size()), int(rows.size()));
     for (int y = 0; y < map.height(); ++y)
-        for (int x = 0; x < map.width(); ++x) map.at(x, y) = rows[y][x] == '.' ? 0 : std::uint32_t(rows[y][x] - '0');
+        for (int x = 0; x < map.width(); ++x)
+            map.at(x, y) = rows[y][x] == '.' ? 0 : std::uint32_t(rows[y][x] - '0');
     return map;
 }
 

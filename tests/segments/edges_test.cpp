@@ -15,11 +15,7 @@ bool on_frame(const BoundaryPoint& p, int w, int h) {
 
 TEST(SegmentEdges, IslandGivesOneClosedPieceAroundIt) {
     const std::vector<std::string> art = {
-        "1111111",
-        "1111111",
-        "1122111",
-        "1122111",
-        "1111111",
+        "1111111", "1111111", "1122111", "1122111", "1111111",
     };
     test::RecordingHost host;
     auto pieces = get_segment_edges(test::art_labels(art), 0.7, true, host);

@@ -7,7 +7,9 @@
 namespace velq {
 namespace {
 
-std::uint32_t grey(int v) { return 0xFF000000u | (std::uint32_t(v) * 0x010101u); }
+std::uint32_t grey(int v) {
+    return 0xFF000000u | (std::uint32_t(v) * 0x010101u);
+}
 
 TEST(RawSegments, FlatPictureIsOneSegmentHoldingEveryPixelOnce) {
     test::RecordingHost host;
@@ -45,7 +47,8 @@ TEST(RawSegments, GrowFollowsRunningMeanWithInclusiveThreshold) {
         auto segs = generate_raw_segments(pic, c.thr, host);
         ASSERT_EQ(segs.size(), c.sizes.size()) << c.name;
         for (std::size_t i = 0; i < segs.size(); ++i) EXPECT_EQ(segs[i].pixels.size(), c.sizes[i]) << c.name;
-        for (int x = 0; x < int(c.row.size()); ++x) EXPECT_EQ(pic.at(x, 0, 1), c.flat[x]) << c.name << " x=" << x;
+        for (int x = 0; x < int(c.row.size()); ++x)
+            EXPECT_EQ(pic.at(x, 0, 1), c.flat[x]) << c.name << " x=" << x;
     }
 }
 

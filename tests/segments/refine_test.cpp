@@ -26,16 +26,8 @@ TEST(MinorSegments, RaggedSegmentsGoCompactOnesStayBackgroundNeverKept) {
     // Position 0 is the white background. Line: 7 pixels, boundary 7*2 + 2 = 16 -> ratio 2.3.
     // 4x4 blob: boundary 16 / 16 pixels = 1.0 (kept: the limit is inclusive). 3x3: 12 / 9.
     const std::vector<std::string> art = {
-        "............",
-        ".#...rrrr...",
-        ".#...rrrr...",
-        ".#...rrrr...",
-        ".#...rrrr...",
-        ".#..........",
-        ".#...ggg....",
-        ".#...ggg....",
-        ".....ggg....",
-        "............",
+        "............", ".#...rrrr...", ".#...rrrr...", ".#...rrrr...", ".#...rrrr...",
+        ".#..........", ".#...ggg....", ".#...ggg....", ".....ggg....", "............",
     };
     test::RecordingHost host;
     Refined r = refine(art, host);
@@ -45,10 +37,10 @@ TEST(MinorSegments, RaggedSegmentsGoCompactOnesStayBackgroundNeverKept) {
     EXPECT_EQ(r.raw[3].boundary, 12u);  // the green blob
     ASSERT_EQ(r.kept.size(), 1u);
     EXPECT_EQ(r.kept[0].pixels.size(), 16u);
-    EXPECT_EQ(r.map.at(1, 3), 0u);   // the line is unlabelled
-    EXPECT_EQ(r.map.at(6, 7), 0u);   // so is the small blob
-    EXPECT_EQ(r.map.at(0, 0), 1u);   // the background keeps its label
-    EXPECT_EQ(r.map.at(6, 2), 3u);   // the red blob keeps its own
+    EXPECT_EQ(r.map.at(1, 3), 0u);  // the line is unlabelled
+    EXPECT_EQ(r.map.at(6, 7), 0u);  // so is the small blob
+    EXPECT_EQ(r.map.at(0, 0), 1u);  // the background keeps its label
+    EXPECT_EQ(r.map.at(6, 2), 3u);  // the red blob keeps its own
     EXPECT_EQ(host.titles().at(2), "Velquinograph (Removing minor segments...)");
 }
 
@@ -82,12 +74,8 @@ TEST(Dilation, OneRingInNeighbourOrderSkippingBorderPixelsAndTakenCells) {
 
 TEST(Dilation, PassesGrowIntoFreedPixelsEarlierSegmentFirstAndNeverIntoBackground) {
     const std::vector<std::string> art = {
-        "..............",
-        "..rrrr..bbbb..",
-        "..rrrr..bbbb..",
-        "..rrrr..bbbb..",
-        "..rrrr..bbbb..",
-        "..............",
+        "..............", "..rrrr..bbbb..", "..rrrr..bbbb..",
+        "..rrrr..bbbb..", "..rrrr..bbbb..", "..............",
     };
     for (int passes : {0, 1, 3}) {
         test::RecordingHost host;
@@ -103,15 +91,8 @@ TEST(Dilation, PassesGrowIntoFreedPixelsEarlierSegmentFirstAndNeverIntoBackgroun
     }
     // A removed line inside a kept block: no pass leaves it unlabelled, one pass gives it to the block.
     const std::vector<std::string> lined = {
-        "..........",
-        ".rrrrrrrr.",
-        ".rrrrrrrr.",
-        ".rr#rrrrr.",
-        ".rr#rrrrr.",
-        ".rr#rrrrr.",
-        ".rrrrrrrr.",
-        ".rrrrrrrr.",
-        "..........",
+        "..........", ".rrrrrrrr.", ".rrrrrrrr.", ".rr#rrrrr.", ".rr#rrrrr.",
+        ".rr#rrrrr.", ".rrrrrrrr.", ".rrrrrrrr.", "..........",
     };
     for (int passes : {0, 1}) {
         test::RecordingHost host;

@@ -68,10 +68,10 @@ TEST(Vectorize, BlobInsideRingIsAChildAndLeavesItsParentsColour) {
     ASSERT_EQ(blob.regions.size(), 1u);
     EXPECT_TRUE(blob.regions[0].holes.empty());
     const std::vector<std::string> stages = {
-        "Velquinograph (Generating raw segments...)",  "Velquinograph (Removing minor segments...)",
+        "Velquinograph (Generating raw segments...)",          "Velquinograph (Removing minor segments...)",
         "Velquinograph (Getting vectorized segment edges...)", "Velquinograph (Detecting segments...)",
-        "Velquinograph (Detecting segment pixels...)", "Velquinograph (Sorting segments...)",
-        "Velquinograph (Detecting segment children...)", "Velquinograph (Unifying segment children...)",
+        "Velquinograph (Detecting segment pixels...)",         "Velquinograph (Sorting segments...)",
+        "Velquinograph (Detecting segment children...)",       "Velquinograph (Unifying segment children...)",
     };
     std::vector<std::string> seen;
     for (const std::string& t : host.titles())
