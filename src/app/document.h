@@ -2,6 +2,7 @@
 // layer and palette of a session lives here; operations take it together with a Host.
 #pragma once
 
+#include <array>
 #include <cstdint>
 #include <string>
 #include <vector>
@@ -65,6 +66,13 @@ struct Document {
     bool rendered = false;
     bool motion_pack_loaded = false;
     bool flag_byte = false;         // carried in the settings block
+    // The 21 selections of the cycling dialogs (motions 0-4, scan orders 0-7, filters 1-8); all on at
+    // start-up, carried in the settings block.
+    std::array<bool, 21> cycling = [] {
+        std::array<bool, 21> all;
+        all.fill(true);
+        return all;
+    }();
 
     // Frees everything that depends on the current picture (a new picture is coming).
     void reset();

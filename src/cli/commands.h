@@ -7,5 +7,6 @@
 namespace velq::cli {
 
 void add_filter_command(CLI::App& app, int& exit_code);
+void add_info_command(CLI::App& app, int& exit_code);
 
 }  // namespace velq::cli

@@ -58,7 +58,7 @@ BlockFileRead read_settings_block(const std::string& path, SettingsBlock& block)
     return result;
 }
 
-bool append_settings_block(Host& host, const std::string& path, std::span<const std::uint8_t> bytes) {
+AppendResult append_settings_block(Host& host, const std::string& path, std::span<const std::uint8_t> bytes) {
     constexpr int kAttempts = 20;
     File f;
     for (int attempt = 0; attempt < kAttempts && !f; ++attempt) {
@@ -69,10 +69,11 @@ bool append_settings_block(Host& host, const std::string& path, std::span<const 
     }
     if (!f) {
         host.debug("Too many retrying...");
-        return false;
+        return AppendResult::NotOpened;
     }
-    if (!bytes.empty() && std::fwrite(bytes.data(), 1, bytes.size(), f.get()) != bytes.size()) return false;
-    return std::fclose(f.release()) == 0;
+    const bool written = bytes.empty() || std::fwrite(bytes.data(), 1, bytes.size(), f.get()) == bytes.size();
+    const bool closed = std::fclose(f.release()) == 0;
+    return written && closed ? AppendResult::Written : AppendResult::WriteFailed;
 }
 
 }  // namespace velq

@@ -19,9 +19,11 @@ struct BlockFileRead {
 // `block` is filled only when the result is opened with status Ok.
 BlockFileRead read_settings_block(const std::string& path, SettingsBlock& block);
 
+enum class AppendResult { Written, NotOpened, WriteFailed };
+
 // Appends `bytes` to the file. The file may still be held by whoever wrote the picture, so opening
-// is tried 20 times, 10 ms apart (then "Too many retrying..." goes to the debug log). False when it
-// never opened or the bytes could not all be written.
-bool append_settings_block(Host& host, const std::string& path, std::span<const std::uint8_t> bytes);
+// is tried 20 times, 10 ms apart (then "Too many retrying..." goes to the debug log and NotOpened
+// comes back).
+AppendResult append_settings_block(Host& host, const std::string& path, std::span<const std::uint8_t> bytes);
 
 }  // namespace velq

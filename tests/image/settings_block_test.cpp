@@ -277,7 +277,7 @@ TEST(SettingsBlockFile, ReadsFromTheEndOfARealFileAndAppends) {
     test::RecordingHost host;
     Bytes block;
     ASSERT_EQ(encode_file_block(test::sample_block(), block), "");
-    ASSERT_TRUE(append_settings_block(host, path, block));
+    ASSERT_EQ(append_settings_block(host, path, block), AppendResult::Written);
     read = read_settings_block(path, out);
     EXPECT_TRUE(read.opened);
     ASSERT_EQ(read.status, BlockStatus::Ok);
@@ -288,7 +288,7 @@ TEST(SettingsBlockFile, ReadsFromTheEndOfARealFileAndAppends) {
         read = read_settings_block(bad, out);
         EXPECT_FALSE(read.opened) << bad;
     }
-    EXPECT_FALSE(append_settings_block(host, dir + "/no/such/folder/x.png", block));
+    EXPECT_EQ(append_settings_block(host, dir + "/no/such/folder/x.png", block), AppendResult::NotOpened);
     EXPECT_EQ(host.debug_lines(), std::vector<std::string>{"Too many retrying..."});
     std::filesystem::remove_all(dir);
 }

@@ -1,0 +1,43 @@
+// Saved results carry the settings and layers that made them. These are the Document's side of the
+// settings block: building it from the Document, finding and reading it with the system's messages,
+// appending it to a picture, and the operations that take one back (Load layers, Copy and Paste,
+// Open with Yes).
+#pragma once
+
+#include <cstdint>
+#include <span>
+#include <string>
+#include <vector>
+
+#include "app/document.h"
+#include "image/settings_block.h"
+
+namespace velq {
+
+// The block of the Document. With `rendered` the settings are the snapshot taken when the last render
+// finished (what Save records); otherwise the current settings. The source path is made absolute.
+// Returns "" or the message saying what cannot be stored.
+std::string make_settings_block(const Document& doc, bool rendered, SettingsBlock& block);
+
+// Max and Min as the window restores them from a block: through the "%f" text of the stored float.
+double restored_size_fraction(float stored);
+
+// Reads the block at the end of `path`, telling the host what is wrong: "Failed to open file - PATH",
+// "Invalid metadata found!", "Found a meta data of the previous version. (PATH)". A file without a
+// block says nothing. Returns true and fills `block` only for a valid block of this version.
+bool read_metadata_block(Host& host, const std::string& path, SettingsBlock& block);
+
+// True when `path` ends in a valid block of this version (the messages as above).
+bool detect_metadata(Host& host, const std::string& path);
+
+// Appends the Document's file block (the rendered settings) to the picture file at `path`, opening it
+// with the retry rule. Returns 0, or -1: silently when the file never opened, after the message when
+// the block cannot be stored or written.
+int write_metadata(const Document& doc, Host& host, const std::string& path);
+
+// Copy metadata: the clipboard bytes (the record and the layer entries, no trailer) of the rendered
+// settings when a render exists, else of the current ones. Empty after the message when a path or
+// text cannot be stored.
+std::vector<std::uint8_t> copy_metadata(const Document& doc, Host& host);
+
+}  // namespace velq
