@@ -1,0 +1,130 @@
+#include "app/save_result.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <filesystem>
+#include <fstream>
+#include <iterator>
+
+#include "app/metadata.h"
+#include "image/picture_reader.h"
+#include "image/settings_block_file.h"
+#include "support/pictures.h"
+#include "support/recording_host.h"
+
+namespace velq {
+namespace {
+
+namespace fs = std::filesystem;
+using Bytes = std::vector<std::uint8_t>;
+
+Bytes slurp(const std::string& p) {
+    std::ifstream f(p, std::ios::binary);
+    return Bytes(std::istreambuf_iterator<char>(f), {});
+}
+
+// How many times the 14 signature bytes occur in the file.
+int signatures_in(const Bytes& file) {
+    static const char sig[] = "Velquinograph";  // with its zero: 14 bytes
+    int n = 0;
+    for (auto it = file.begin(); (it = std::search(it, file.end(), sig, sig + 14)) != file.end(); ++it) ++n;
+    return n;
+}
+
+struct Rendered {
+    test::RecordingHost host;
+    Document doc{host};
+    Rendered() {
+        doc.render_buffer = test::noise_picture(37, 23, 5);
+        doc.rendered = true;
+        doc.path = "/pictures/source.png";
+        doc.rendered_settings.dpi = 300;
+        doc.rendered_settings.out_width = 37;
+        doc.rendered_settings.out_height = 23;
+        doc.rendered_settings.threshold = 12;
+        doc.layers[2].palette = 4;
+    }
+};
+
+TEST(SaveResult, WritesThePictureWithItsResolutionAndOneBlockEachTime) {
+    const std::string dir = test::temp_dir("save_result");
+    struct Case {
+        std::string name;
+        int entry;
+        std::string written;
+        bool exact;  // lossless format: the pixels come back as rendered
+    };
+    const Case cases[] = {
+        {"a.png", 2, "a.png", true},
+        {"b", 3, "b.png", true},
+        {"c", 4, "c.bmp", true},
+        {"d.JPEG", 3, "d.JPEG", false},
+        {"e.tif", 2, "e.tif.jpg", false},
+    };
+    for (const auto& c : cases) {
+        Rendered r;
+        SettingsBlock want;
+        ASSERT_EQ(make_settings_block(r.doc, true, want), "");
+        const std::string target = dir + "/" + c.written;
+        for (int round = 0; round < 2; ++round) {  // saving twice into the same name
+            ASSERT_EQ(save_result(r.doc, r.host, dir + "/" + c.name, c.entry), 0) << c.name << r.host.messages()[0];
+            const Bytes file = slurp(target);
+            EXPECT_EQ(signatures_in(file), 2) << c.name << ": one record and one trailer";
+            SettingsBlock back;
+            ASSERT_TRUE(read_metadata_block(r.host, target, back)) << c.name;
+            EXPECT_EQ(back, want) << c.name;
+            const PictureRead pic = read_picture(target);
+            ASSERT_TRUE(pic) << c.name;
+            EXPECT_EQ(pic.dpi, 300) << c.name;
+            ASSERT_EQ(pic.picture.width(), 37);
+            ASSERT_EQ(pic.picture.height(), 23);
+            if (c.exact) {
+                EXPECT_TRUE(std::equal(pic.picture.data(), pic.picture.data() + pic.picture.size(),
+                                       r.doc.render_buffer.data()))
+                    << c.name;
+            }
+        }
+        EXPECT_TRUE(r.host.messages().empty()) << c.name;
+    }
+    // Nothing but the results is left in the folder: no temporary files.
+    EXPECT_EQ(std::distance(fs::directory_iterator(dir), fs::directory_iterator()), 5);
+    fs::remove_all(dir);
+}
+
+TEST(SaveResult, RefusalsAndFailuresLeaveTheUsersFileAlone) {
+    const std::string dir = test::temp_dir("save_result_fail");
+    const std::string existing = dir + "/keep.png";
+    std::ofstream(existing) << "old content";
+    struct Case {
+        const char* what;
+        std::function<void(Document&)> setup;
+        std::string name;
+        int entry;
+        std::string message;
+    };
+    const Case cases[] = {
+        {"no render", [](Document& d) { d.rendered = false; }, existing, 3, "Please render the shape first!"},
+        {"photoshop entry", [](Document&) {}, dir + "/keep", 1, kPsdNotAvailable},
+        {"photoshop name", [](Document&) {}, dir + "/keep.psd", 3, kPsdNotAvailable},
+        {"path too long to store", [](Document& d) { d.path = "/" + std::string(4100, 'x'); }, existing, 3,
+         "The path is too long to be stored with the settings (4101 bytes, at most 4095): /" +
+             std::string(4100, 'x')},
+        {"folder missing", [](Document&) {}, dir + "/none/x.png", 3,
+         "Failed to write image in write_image - (" + dir + "/none/x.png)"},
+    };
+    for (const auto& c : cases) {
+        Rendered r;
+        c.setup(r.doc);
+        EXPECT_EQ(save_result(r.doc, r.host, c.name, c.entry), -1) << c.what;
+        EXPECT_EQ(r.host.messages(), std::vector<std::string>{c.message}) << c.what;
+    }
+    std::ifstream f(existing);
+    std::string content((std::istreambuf_iterator<char>(f)), {});
+    EXPECT_EQ(content, "old content");
+    EXPECT_EQ(std::distance(fs::directory_iterator(dir), fs::directory_iterator()), 1);
+    fs::remove_all(dir);
+}
+
+}  // namespace
+}  // namespace velq
