@@ -11,7 +11,7 @@ int main(int argc, char** argv) {
     app.set_version_flag("--version", std::string("velquino ") + VELQ_VERSION);
     app.require_subcommand(1);
     int exit_code = 0;
-    //velq::cli::add_filter_command(app, exit_code);
+    velq::cli::add_filter_command(app, exit_code);
     velq::cli::add_info_command(app, exit_code);
     try {
         app.parse(argc, argv);

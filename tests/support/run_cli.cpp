@@ -1,0 +1,53 @@
+#include "support/run_cli.h"
+
+#include <fcntl.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <cstdio>
+#include <fstream>
+#include <sstream>
+
+namespace velq::test {
+
+namespace {
+std::string slurp(const std::string& path) {
+    std::ifstream in(path, std::ios::binary);
+    std::ostringstream s;
+    s << in.rdbuf();
+    return s.str();
+}
+}  // namespace
+
+CliResult run_cli(const std::vector<std::string>& args) {
+    char out_name[] = "/tmp/velq-cli-out-XXXXXX";
+    char err_name[] = "/tmp/velq-cli-err-XXXXXX";
+    const int out_fd = ::mkstemp(out_name);
+    const int err_fd = ::mkstemp(err_name);
+    CliResult r;
+    const pid_t pid = ::fork();
+    if (pid == 0) {
+        ::dup2(out_fd, STDOUT_FILENO);
+        ::dup2(err_fd, STDERR_FILENO);
+        std::vector<char*> argv;
+        std::string tool = VELQ_CLI_PATH;
+        argv.push_back(tool.data());
+        std::vector<std::string> copy = args;
+        for (std::string& a : copy) argv.push_back(a.data());
+        argv.push_back(nullptr);
+        ::execv(tool.c_str(), argv.data());
+        ::_exit(127);
+    }
+    int status = 0;
+    ::waitpid(pid, &status, 0);
+    ::close(out_fd);
+    ::close(err_fd);
+    r.exit_code = WIFEXITED(status) ? WEXITSTATUS(status) : 128 + WTERMSIG(status);
+    r.out = slurp(out_name);
+    r.err = slurp(err_name);
+    ::unlink(out_name);
+    ::unlink(err_name);
+    return r;
+}
+
+}  // namespace velq::test
