@@ -86,15 +86,15 @@ std::string layer_option_help() {
     return h;
 }
 
-std::string apply_layer_option(const std::string& spec, Document& doc, Host& host) {
-    const auto colon = spec.find(':');
+std::string apply_layer_option(const std::string& text, Document& doc, Host& host) {
+    const auto colon = text.find(':');
     int index = -1;
-    if (colon == std::string::npos || !to_int(std::string_view(spec).substr(0, colon), index))
-        return "--layer needs I:opt[,opt...], not '" + spec + "'";
+    if (colon == std::string::npos || !to_int(std::string_view(text).substr(0, colon), index))
+        return "--layer needs I:opt[,opt...], not '" + text + "'";
     if (index < 0 || index >= int(doc.layers.size()))
         return "--layer index must be 0.." + std::to_string(doc.layers.size() - 1);
     Layer& layer = doc.layers[index];
-    std::string_view rest = std::string_view(spec).substr(colon + 1);
+    std::string_view rest = std::string_view(text).substr(colon + 1);
     while (!rest.empty()) {
         const auto comma = rest.find(',');
         const std::string_view item = rest.substr(0, comma);

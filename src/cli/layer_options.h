@@ -9,7 +9,7 @@
 namespace velq::cli {
 
 // Applies one --layer value; returns an explanation of a bad value, empty on success.
-std::string apply_layer_option(const std::string& spec, Document& doc, Host& host);
+std::string apply_layer_option(const std::string& text, Document& doc, Host& host);
 // The help text listing every option key.
 std::string layer_option_help();
 

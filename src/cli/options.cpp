@@ -127,8 +127,8 @@ std::string apply_output_options(const OutputOptions& o, Document& doc, Host& ho
         doc.background = pack_colorref(int(v >> 16) & 255, int(v >> 8) & 255, int(v) & 255);
     }
     if (o.global_brightness) s.global_brightness = *o.global_brightness;
-    for (const std::string& spec : o.layers) {
-        std::string error = apply_layer_option(spec, doc, host);
+    for (const std::string& text : o.layers) {
+        std::string error = apply_layer_option(text, doc, host);
         if (!error.empty()) return error;
     }
     return {};
