@@ -3,6 +3,7 @@
 // its children's loops, its pixels, its colour and the circles packed into it.
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
 #include <vector>
 
@@ -35,8 +36,9 @@ struct SegmentRegion {
 
 struct Segment {
     bool enabled = true;
-    BoundaryPiece loop;                   // the closed boundary loop
-    std::vector<BoundaryPiece> children;  // loops of the segments that lie inside this one
+    BoundaryPiece loop;                       // the closed boundary loop
+    std::vector<BoundaryPiece> children;      // loops of the segments that lie inside this one
+    std::vector<std::size_t> child_segments;  // their positions in the Segment list, same order
     std::vector<Pixel> pixels;
     std::vector<Circle> circles;
     ColourRecord colour{0, 0, 0, 0, 0, true};  // mean colour: red, green, blue, alpha

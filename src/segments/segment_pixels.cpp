@@ -177,8 +177,10 @@ bool detect_segment_children(std::vector<Segment>& segments, const UBUFFER& pict
         std::size_t top = 0;
         for (std::size_t k = 1; k < owners.size(); ++k)
             if (owners[top].second < owners[k].second) top = k;
-        if (!owners.empty() && owners[top].second > std::size_t(0.5 * double(segments[i].pixels.size())))
+        if (!owners.empty() && owners[top].second > std::size_t(0.5 * double(segments[i].pixels.size()))) {
             segments[owners[top].first].children.push_back(segments[i].loop);
+            segments[owners[top].first].child_segments.push_back(i);
+        }
         for (const auto& o : owners) slot[o.first] = -1;
         report(progress, i, n);
     }
