@@ -1,0 +1,84 @@
+#include "animation/scene.h"
+
+#include <cstring>
+
+namespace velq {
+
+AnimationScene::AnimationScene(Host& host, const Camera& camera, ShapePainter& painter)
+    : host_(host), camera_(camera), painter_(painter) {}
+
+bool AnimationScene::allocate(const UBUFFER& base) {
+    const int w = camera_.width(), h = camera_.height();
+    if (!base || base.width() != w || base.height() != h || base.channels() != 4) return false;
+    background_ = base.clone();
+    if (!background_ || !display_.allocate(w, h, 4, Init::Uninitialised) ||
+        !background_depth_.allocate(w, h, 1, Init::Uninitialised) ||
+        !moving_depth_.allocate(w, h, 1, Init::Uninitialised))
+        return false;
+    background_depth_.fill(kFarDepth);
+    fresh_ = true;
+    return true;
+}
+
+void AnimationScene::build_board() {
+    std::vector<Circle> placements;
+    for (ANIMATION* a : animations_)
+        for (const AnimationItem& it : a->items) {
+            if (placements.size() <= it.order) placements.resize(it.order + 1);
+            Circle c = it.look;
+            c.x = it.x;
+            c.y = it.y;
+            c.radius = it.p;
+            placements[it.order] = c;
+        }
+    const std::vector<Wait> waits = find_waits(placements, painter_, camera_.width(), camera_.height());
+    board_.reset(placements.size(), waits);
+}
+
+void AnimationScene::restore(const PixelRect& r) {
+    const std::size_t n = std::size_t(r.x1 - r.x0);
+    for (int y = r.y0; y < r.y1; ++y) {
+        std::memcpy(display_.row(y) + std::size_t(r.x0) * 4, background_.row(y) + std::size_t(r.x0) * 4, n * 4);
+        std::memcpy(moving_depth_.row(y) + r.x0, background_depth_.row(y) + r.x0, n * sizeof(double));
+    }
+}
+
+bool AnimationScene::render(double t) {
+    fixed_.clear();
+    moving_.clear();
+    // Settling can free shapes of earlier layers' lists only in later passes, so go round until a
+    // pass settles nothing.
+    for (;;) {
+        const std::size_t before = fixed_.size();
+        for (ANIMATION* a : animations_) {
+            if (host_.stopped()) return false;
+            a->fixed_mesh(camera_, t, board_, fixed_);
+        }
+        if (fixed_.size() == before) break;
+    }
+    for (ANIMATION* a : animations_) {
+        if (host_.stopped()) return false;
+        a->moving_mesh(camera_, t, false, moving_);
+    }
+
+    if (host_.stopped()) return false;
+    fixed_.transform(camera_);
+    touched_.clear();
+    rasterise(fixed_, camera_, painter_, background_, background_depth_, &touched_);
+
+    if (host_.stopped()) return false;
+    if (full_copies_ || fresh_) {
+        copy_to(host_, background_, display_);
+        copy_to(host_, background_depth_, moving_depth_);
+        fresh_ = false;
+    } else {
+        for (const PixelRect& r : touched_) restore(r);
+        for (const PixelRect& r : restore_) restore(r);
+    }
+    restore_.clear();
+    moving_.transform(camera_);
+    rasterise(moving_, camera_, painter_, display_, moving_depth_, &restore_);
+    return true;
+}
+
+}  // namespace velq

@@ -1,0 +1,64 @@
+// One animated scene as a render or a video sees it: the layers' animations over a base picture,
+// the persistent background into which finished shapes are painted once, and the display buffer
+// that each frame shows (the background with the moving shapes over it).
+#pragma once
+
+#include <vector>
+
+#include "animation/animation.h"
+#include "animation/camera.h"
+#include "animation/mesh.h"
+#include "animation/rasteriser.h"
+#include "animation/settle_board.h"
+#include "animation/shape_painter.h"
+#include "host/host.h"
+#include "image/buffer.h"
+
+namespace velq {
+
+class AnimationScene {
+public:
+    AnimationScene(Host& host, const Camera& camera, ShapePainter& painter);
+
+    // Allocates the background (a copy of `base`, which is camera-sized), the display buffer and the
+    // two depth buffers (the background's at far depth). False when any can't be had.
+    bool allocate(const UBUFFER& base);
+    // The animations of the layers that are drawn, in layer order (the first layer is never one).
+    void add(ANIMATION& animation) { animations_.push_back(&animation); }
+    // Works out which shapes wait for which before settling (from every added layer's items).
+    void build_board();
+
+    // Renders the frame at t into display(). The fixed shapes go into the background first, then the
+    // display is brought back to the background where the last frame drew over it and the moving
+    // shapes are drawn. False when the stop flag ended it.
+    bool render(double t);
+
+    UBUFFER& display() { return display_; }
+    const UBUFFER& background() const { return background_; }
+    // Something else was drawn on the display (the logo): the next frame restores it too.
+    void drew_over(const PixelRect& r) { restore_.push_back(r); }
+    // Copy the whole background every frame instead of the parts that changed (for checking).
+    void set_full_copies(bool on) { full_copies_ = on; }
+
+    std::size_t fixed_count() const { return fixed_.size(); }
+    std::size_t moving_count() const { return moving_.size(); }
+    const SettleBoard& board() const { return board_; }
+
+private:
+    void restore(const PixelRect& r);
+
+    Host& host_;
+    Camera camera_;
+    ShapePainter& painter_;
+    std::vector<ANIMATION*> animations_;
+    SettleBoard board_;
+    UBUFFER background_, display_;
+    DBUFFER background_depth_, moving_depth_;
+    Mesh fixed_, moving_;
+    std::vector<PixelRect> restore_;   // display pixels to bring back before the next frame
+    std::vector<PixelRect> touched_;
+    bool full_copies_ = false;
+    bool fresh_ = true;                // the display has not been filled yet
+};
+
+}  // namespace velq

@@ -1,0 +1,193 @@
+#include <cmath>
+#include <memory>
+#include <vector>
+
+#include <gtest/gtest.h>
+
+#include "animation/kinds.h"
+#include "animation/layer_animation.h"
+#include "animation/settle_board.h"
+#include "render/shape.h"
+#include "support/recording_host.h"
+
+namespace velq {
+namespace {
+
+struct Fixture {
+    test::RecordingHost host;
+    SHAPE disc{host};
+
+    // A row of circles across a 200 x 100 frame.
+    std::vector<Circle> circles(int n, double radius = 6) {
+        std::vector<Circle> out(n);
+        for (int i = 0; i < n; ++i) {
+            out[i].x = 20 + 160.0 * i / std::max(1, n - 1);
+            out[i].y = 50;
+            out[i].radius = radius;
+            out[i].shape = &disc;
+        }
+        return out;
+    }
+
+    std::unique_ptr<ANIMATION> prepared(int kind, int n, AnimationSettings s = {}) {
+        s.motion = kind;
+        auto a = make_animation(kind, s, 0.02, s.scan);
+        a->items = make_items(circles(n), 0);
+        a->pre_operation(host, AnimationContext{200, 100, 0.02, 5});
+        return a;
+    }
+};
+
+TEST(Motion, EveryKindIndexMakesItsObjectAndNoOtherDoes) {
+    for (int k = -1; k <= 6; ++k) {
+        auto a = make_animation(k, AnimationSettings{}, 0.02, 1);
+        EXPECT_EQ(a != nullptr, k >= 0 && k <= 5) << k;
+    }
+    EXPECT_NE(dynamic_cast<SNOW_ANIMATION*>(make_animation(1, {}, 0.02, 1).get()), nullptr);
+    EXPECT_NE(dynamic_cast<FIREFLY_ANIMATION*>(make_animation(5, {}, 0.02, 1).get()), nullptr);
+}
+
+TEST(Motion, PreOperationShowsItsTitleAndTimesTheItems) {
+    Fixture f;
+    AnimationSettings s;
+    s.scan = 0;
+    s.timestamp = 0.5;
+    s.duration = 2.0;
+    s.motion_time = 1.0;
+    auto a = f.prepared(0, 4, s);
+    EXPECT_EQ(f.host.titles(),
+              (std::vector<std::string>{"Velquinograph (Snow animation Pre_operation...)", "Velquinograph"}));
+    EXPECT_DOUBLE_EQ(a->items[3].start, 2.0);
+    EXPECT_DOUBLE_EQ(a->last_end(), 3.0);
+}
+
+// An item moves while s <= t < e, and is finished (drawn at rest or settled) from e on.
+TEST(Motion, BasicGrowsFromFourTimesItsSizeAndMovesOnlyBeforeItsEnd) {
+    Fixture f;
+    AnimationSettings s;
+    s.scan = 0;
+    s.duration = 1.0;  // one item: starts at 0
+    s.motion_time = 2.0;
+    auto a = f.prepared(0, 1, s);
+    struct Case {
+        double t;
+        std::size_t moving;
+        double half;  // of the moving primitive
+    } cases[] = {{0.0, 1, 24.0}, {1.0, 1, 15.0}, {1.5, 1, 10.5}, {2.0, 1, 6.0}, {3.0, 1, 6.0}};
+    for (const Case& c : cases) {
+        Mesh m;
+        a->moving_mesh(Camera(200, 100), c.t, false, m);
+        ASSERT_EQ(m.size(), c.moving) << c.t;
+        EXPECT_DOUBLE_EQ(m.primitives()[0].half, c.half) << c.t;
+        EXPECT_TRUE(m.primitives()[0].flat()) << c.t;
+    }
+    // Settling: from t = e on the fixed mesh takes it once, and the moving mesh no longer has it.
+    SettleBoard board;
+    board.reset(1, {});
+    Mesh fixed;
+    a->fixed_mesh(Camera(200, 100), 1.99, board, fixed);
+    EXPECT_TRUE(fixed.empty());
+    a->fixed_mesh(Camera(200, 100), 2.0, board, fixed);
+    EXPECT_EQ(fixed.size(), 1u);
+    a->fixed_mesh(Camera(200, 100), 2.5, board, fixed);
+    EXPECT_EQ(fixed.size(), 1u);
+    Mesh moving;
+    a->moving_mesh(Camera(200, 100), 2.5, false, moving);
+    EXPECT_TRUE(moving.empty());
+    a->moving_mesh(Camera(200, 100), 2.5, true, moving);
+    EXPECT_EQ(moving.size(), 1u);  // asked for finished shapes too
+}
+
+// Every kind: continuous in time at 30 frames per second, at rest when its motion ends, and each
+// one moving in its own way.
+TEST(Motion, EveryKindGlidesSmoothlyIntoItsRestPose) {
+    Fixture f;
+    std::vector<Primitive> middles;
+    for (int kind = 0; kind < kMotionKinds; ++kind) {
+        AnimationSettings s;
+        s.scan = 0;
+        s.duration = 0.0;
+        s.motion_time = 2.0;
+        auto a = f.prepared(kind, 3, s);
+        const AnimationItem item = a->items[0];
+        Primitive last;
+        double worst = 0;
+        for (int frame = 0; frame < 60; ++frame) {
+            Mesh m;
+            a->moving_mesh(Camera(200, 100), frame / 30.0, false, m);
+            ASSERT_EQ(m.size(), 3u) << kind;
+            const Primitive p = m.primitives()[0];
+            if (frame > 0) {
+                const double step = std::hypot(p.centre.x - last.centre.x, p.centre.y - last.centre.y) +
+                                    std::fabs(p.centre.z - last.centre.z) * 0.2 + std::fabs(p.half - last.half);
+                worst = std::max(worst, step);
+            }
+            if (frame == 30) middles.push_back(p);
+            last = p;
+        }
+        // Frame to frame, nothing jumps by more than a twentieth of the frame width.
+        EXPECT_LT(worst, 10.0) << kMotionNames[kind];
+        // Just before the end the shape is where it rests.
+        Mesh m;
+        a->moving_mesh(Camera(200, 100), 2.0 - 1e-9, false, m);
+        const Primitive p = m.primitives()[0];
+        EXPECT_NEAR(p.centre.x, item.x, 1e-3) << kMotionNames[kind];
+        EXPECT_NEAR(p.centre.y, item.y, 1e-3) << kMotionNames[kind];
+        EXPECT_NEAR(p.centre.z, 0.0, 1e-3) << kMotionNames[kind];
+        EXPECT_NEAR(p.half, item.p, 1e-3) << kMotionNames[kind];
+        EXPECT_NEAR(p.spin + p.tilt + p.turn, 0.0, 1e-6) << kMotionNames[kind];
+        EXPECT_NEAR(p.look.brightness, 100.0, 1e-3) << kMotionNames[kind];
+    }
+    // Half way through, no two kinds put the shape in the same pose.
+    for (std::size_t a = 0; a < middles.size(); ++a)
+        for (std::size_t b = a + 1; b < middles.size(); ++b) {
+            const Primitive &p = middles[a], &q = middles[b];
+            const bool same = p.centre.x == q.centre.x && p.centre.y == q.centre.y && p.centre.z == q.centre.z &&
+                              p.half == q.half && p.spin == q.spin && p.tilt == q.tilt && p.turn == q.turn;
+            EXPECT_FALSE(same) << kMotionNames[a] << " and " << kMotionNames[b];
+        }
+}
+
+TEST(Motion, MovingShapesNeverPassBehindThePicture) {
+    Fixture f;
+    for (int kind = 0; kind < kMotionKinds; ++kind) {
+        AnimationSettings s;
+        s.duration = 1.0;
+        s.motion_time = 1.5;
+        auto a = f.prepared(kind, 8, s);
+        for (int frame = 0; frame < 80; ++frame) {
+            Mesh m;
+            a->moving_mesh(Camera(200, 100), frame / 30.0, false, m);
+            m.transform(Camera(200, 100));
+            for (const ProjectedQuad& q : m.quads())
+                for (double d : q.depth) EXPECT_LE(d, Camera(200, 100).distance() + 1e-9) << kMotionNames[kind];
+        }
+    }
+}
+
+TEST(Motion, DurationIsTheLastEndPlusSnowsHoldOverShownLayersWithShapes) {
+    test::RecordingHost host;
+    SHAPE disc(host);
+    auto layers = make_default_layers(host);  // 0 and 1 with the disc, 2..8 empty
+    for (Layer& l : layers) l.animation.reset();
+    EXPECT_EQ(animation_duration(layers), 0.0);  // no items anywhere
+
+    auto with_items = [&](Layer& l, int kind, double last_end) {
+        l.anim.motion = kind;
+        l.animation = make_animation(kind, l.anim, 0.02, 0);
+        AnimationItem it;
+        it.end = last_end;
+        l.animation->items = {it};
+    };
+    with_items(layers[1], 1, 4.0);
+    EXPECT_DOUBLE_EQ(animation_duration(layers), 6.5);  // Snow ending at 4.0
+    with_items(layers[0], 0, 7.0);
+    EXPECT_DOUBLE_EQ(animation_duration(layers), 7.0);  // the first layer counts too
+    layers[0].shown = false;
+    EXPECT_DOUBLE_EQ(animation_duration(layers), 6.5);  // hidden layers do not
+    with_items(layers[2], 0, 9.0);                        // no shapes: does not count
+    EXPECT_DOUBLE_EQ(animation_duration(layers), 6.5);
+}
+
+}  // namespace
+}  // namespace velq

@@ -1,0 +1,30 @@
+// A painter for the animation tests that paints a placement exactly as the renderer's painting is
+// described, step by step in doubles, with stencils made by the plane resize. Counts its calls.
+#pragma once
+
+#include <map>
+#include <memory>
+#include <utility>
+
+#include "animation/shape_painter.h"
+#include "host/host.h"
+#include "render/shape.h"
+
+namespace velq::test {
+
+class ReferencePainter : public ShapePainter {
+public:
+    explicit ReferencePainter(int global_brightness = 0) : g_(global_brightness) {}
+    int paint(const Circle& c, UBUFFER& buffer) override;
+    std::shared_ptr<const UBUFFER> stencil(const SHAPE& shape, int side) override;
+    int global_brightness() const override { return g_; }
+
+    int paints = 0;
+
+private:
+    QuietHost host_;
+    int g_;
+    std::map<std::pair<const SHAPE*, int>, std::shared_ptr<UBUFFER>> cache_;
+};
+
+}  // namespace velq::test

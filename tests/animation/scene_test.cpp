@@ -1,0 +1,266 @@
+#include <cstring>
+#include <memory>
+#include <vector>
+
+#include <gtest/gtest.h>
+
+#include "animation/kinds.h"
+#include "animation/layer_animation.h"
+#include "animation/rasteriser.h"
+#include "animation/scene.h"
+#include "reference_painter.h"
+#include "render/shape.h"
+#include "support/pictures.h"
+#include "support/recording_host.h"
+
+namespace velq {
+namespace {
+
+constexpr int W = 160, H = 120;
+
+bool same_bytes(const UBUFFER& a, const UBUFFER& b) {
+    return a.same_shape(b) && std::memcmp(a.data(), b.data(), a.size()) == 0;
+}
+
+struct World {
+    test::RecordingHost host;
+    SHAPE disc{host};
+    test::ReferencePainter painter{7};
+    Camera camera{W, H};
+    std::vector<std::unique_ptr<ANIMATION>> layers;
+    std::vector<std::vector<Circle>> placements;
+    std::uint32_t next_order = 0;
+
+    // A grid of touching circles (neighbouring stencils share edge pixels) with varied tints.
+    std::vector<Circle> grid(double radius, double dx) {
+        std::vector<Circle> out;
+        int i = 0;
+        for (double y = 10; y < H - 5; y += 2 * radius + 0.4)
+            for (double x = 10 + dx; x < W - 5; x += 2 * radius + 0.4, ++i) {
+                Circle c;
+                c.x = x;
+                c.y = y;
+                c.radius = radius;
+                c.shape = &disc;
+                c.transparency = 200;
+                c.paint = {double(40 + i * 13 % 200), double(i * 7 % 255), double(255 - i * 11 % 200), 255, 0, true};
+                out.push_back(c);
+            }
+        return out;
+    }
+
+    ANIMATION& add(int kind, std::vector<Circle> circles, AnimationSettings s) {
+        s.motion = kind;
+        layers.push_back(make_animation(kind, s, 0.02, s.scan));
+        layers.back()->items = make_items(circles, next_order);
+        next_order += std::uint32_t(circles.size());
+        layers.back()->pre_operation(host, AnimationContext{W, H, 0.02, 99});
+        placements.push_back(std::move(circles));
+        return *layers.back();
+    }
+
+    UBUFFER base() { return test::make_picture(W, H, [](int x, int y) { return 0xFF000000u | (x * 3 << 8) | y; }); }
+
+    std::unique_ptr<AnimationScene> scene(bool full_copies = false) {
+        auto s = std::make_unique<AnimationScene>(host, camera, painter);
+        EXPECT_TRUE(s->allocate(base()));
+        for (auto& l : layers) s->add(*l);
+        s->build_board();
+        s->set_full_copies(full_copies);
+        return s;
+    }
+
+    double duration() const {
+        double d = 0;
+        for (const auto& l : layers) d = std::max(d, l->last_end());
+        return d;
+    }
+
+    // The still render: the base, then every layer's placements in order.
+    UBUFFER still() {
+        UBUFFER b = base();
+        for (const auto& list : placements)
+            for (const Circle& c : list) painter.paint(c, b);
+        return b;
+    }
+};
+
+AnimationSettings timing(double start, double spread, double motion, int scan) {
+    AnimationSettings s;
+    s.timestamp = start;
+    s.duration = spread;
+    s.motion_time = motion;
+    s.scan = scan;
+    return s;
+}
+
+// Two layers over the same circles, the second one finishing long before the first, each in a
+// different scan order: the frame at the end is the still render byte for byte.
+TEST(Scene, FrameAtTheEndEqualsTheStillRenderWhateverTheTimings) {
+    World w;
+    w.add(0, w.grid(7, 0), timing(1.0, 2.0, 0.7, 1));   // Basic, Random, late
+    w.add(5, w.grid(7, 3), timing(0.0, 0.5, 0.4, 3));   // Firefly, Circular in, early
+    w.add(2, w.grid(4, 1), timing(0.3, 2.5, 1.0, 4));   // Sparkle, Left to right
+    auto scene = w.scene();
+    EXPECT_GT(scene->board().waits(), 0u);
+    const double d = w.duration();
+    for (double t = 0; d >= t; t += 1.0 / 30) ASSERT_TRUE(scene->render(t));
+    ASSERT_TRUE(scene->render(d));
+    EXPECT_EQ(scene->moving_count(), 0u);
+    EXPECT_TRUE(same_bytes(scene->display(), w.still()));
+
+    // A single frame at the end, without the frames before it, gives the same picture.
+    World once;
+    once.add(0, once.grid(7, 0), timing(1.0, 2.0, 0.7, 1));
+    once.add(5, once.grid(7, 3), timing(0.0, 0.5, 0.4, 3));
+    once.add(2, once.grid(4, 1), timing(0.3, 2.5, 1.0, 4));
+    auto single = once.scene();
+    ASSERT_TRUE(single->render(once.duration()));
+    EXPECT_TRUE(same_bytes(single->display(), once.still()));
+}
+
+// A finished shape whose earlier neighbour is still moving is drawn at rest with the moving shapes,
+// and goes into the background in the same frame as that neighbour.
+TEST(Scene, AFinishedShapeWaitsForTheShapesPaintedBeforeIt) {
+    World w;
+    std::vector<Circle> one = w.grid(8, 0);
+    one.resize(1);
+    w.add(0, one, timing(0.0, 0.0, 2.0, 0));  // first in painting order, at rest at 2.0
+    w.add(0, one, timing(0.0, 0.0, 0.5, 0));  // same circle, on top, at rest at 0.5
+    auto scene = w.scene();
+    ASSERT_EQ(scene->board().waits(), 1u);
+    ASSERT_TRUE(scene->render(1.0));
+    EXPECT_EQ(scene->fixed_count(), 0u);
+    EXPECT_EQ(scene->moving_count(), 2u);  // the first still moving, the second waiting at rest
+    EXPECT_FALSE(w.layers[1]->items[0].settled);
+    ASSERT_TRUE(scene->render(2.0));
+    EXPECT_EQ(scene->fixed_count(), 2u);
+    EXPECT_TRUE(w.layers[1]->items[0].settled);
+    EXPECT_TRUE(same_bytes(scene->display(), w.still()));
+}
+
+// Restoring only what changed gives the same frames as copying the whole background each time.
+TEST(Scene, PartialRestoresMatchFullCopiesFrameByFrame) {
+    World fast, full;
+    for (World* w : {&fast, &full}) {
+        w->add(5, w->grid(6, 0), timing(0.0, 1.5, 0.8, 2));
+        w->add(3, w->grid(5, 2), timing(0.2, 1.0, 0.9, 7));
+        w->add(4, w->grid(3, 1), timing(0.1, 1.2, 0.6, 5));
+    }
+    auto a = fast.scene(false), b = full.scene(true);
+    const UBUFFER mark = test::flat_picture(12, 8, 0xFFFFFFFF);
+    int frame = 0;
+    for (double t = 0; fast.duration() >= t; t += 1.0 / 30, ++frame) {
+        ASSERT_TRUE(a->render(t));
+        ASSERT_TRUE(b->render(t));
+        ASSERT_TRUE(same_bytes(a->display(), b->display())) << "frame " << frame;
+        // Something drawn over the display (as the logo is) is taken away again next frame.
+        const PixelRect r{frame % 140, frame % 100, frame % 140 + 12, frame % 100 + 8};
+        for (UBUFFER* d : {&a->display(), &b->display()})
+            for (int y = r.y0; y < r.y1; ++y) std::memset(d->row(y) + r.x0 * 4, 255, 12 * 4);
+        a->drew_over(r);
+    }
+    EXPECT_GT(frame, 40);
+}
+
+TEST(Scene, StopEndsAFrame) {
+    World w;
+    w.add(0, w.grid(6, 0), timing(0.0, 1.0, 1.0, 0));
+    auto scene = w.scene();
+    w.host.stop = true;
+    EXPECT_FALSE(scene->render(0.5));
+}
+
+// Rasteriser: nearer fragments hide farther ones whatever the order; equal depths never reject each
+// other (the later in painting order shows); quads reaching nearer than the camera's limit vanish;
+// perspective scales a parallel quad by d / (d + z).
+TEST(Rasteriser, DepthOrderAndPerspective) {
+    test::RecordingHost host;
+    SHAPE disc(host);
+    test::ReferencePainter painter;
+    const Camera cam(W, H);
+    auto prim = [&](double z, double red, std::uint32_t order) {
+        Primitive p;
+        p.look.shape = &disc;
+        p.look.paint = {red, 0, 0, 255, 0, true};
+        p.centre = {80, 60, z};
+        p.half = 20;
+        p.spin = 0.3;  // not flat: drawn as a quad
+        p.order = order;
+        return p;
+    };
+    struct Case {
+        double z1, z2;
+        int red_at_centre;
+    } cases[] = {
+        {-100, -50, 10},  // first is nearer: it shows although the second comes later
+        {-50, -100, 20},  // second nearer
+        {-80, -80, 20},   // coplanar: painting order decides
+        {0, 0, 20},
+    };
+    for (const Case& c : cases) {
+        UBUFFER pic = test::flat_picture(W, H, 0);
+        DBUFFER depth;
+        depth.allocate(W, H);
+        depth.fill(kFarDepth);
+        Mesh m;
+        m.add(prim(c.z1, 10, 0));
+        m.add(prim(c.z2, 20, 1));
+        m.transform(cam);
+        rasterise(m, cam, painter, pic, depth, nullptr);
+        EXPECT_EQ(pic.at(80, 60, 2), c.red_at_centre) << c.z1 << " " << c.z2;
+    }
+    // Nearer than the limit: nothing painted.
+    {
+        UBUFFER pic = test::flat_picture(W, H, 0);
+        DBUFFER depth;
+        depth.allocate(W, H);
+        depth.fill(kFarDepth);
+        Mesh m;
+        m.add(prim(-cam.distance() + 0.5, 10, 0));
+        m.transform(cam);
+        std::vector<PixelRect> touched;
+        rasterise(m, cam, painter, pic, depth, &touched);
+        EXPECT_TRUE(touched.empty());
+        EXPECT_EQ(pic.at(80, 60, 3), 0);
+    }
+    // Halfway to the camera a quad looks twice as large.
+    for (double z : {0.0, -cam.distance() / 2}) {
+        UBUFFER pic = test::flat_picture(W, H, 0);
+        DBUFFER depth;
+        depth.allocate(W, H);
+        depth.fill(kFarDepth);
+        Primitive p = prim(z, 200, 0);
+        p.spin = 1e-12;
+        p.half = 10;
+        Mesh m;
+        m.add(p);
+        m.transform(cam);
+        rasterise(m, cam, painter, pic, depth, nullptr);
+        int painted_row = 0;
+        for (int x = 0; x < W; ++x) painted_row += pic.at(x, 60, 3) != 0;
+        EXPECT_NEAR(painted_row, z == 0 ? 20 : 40, 2) << z;
+        EXPECT_NEAR(depth.at(80, 60), cam.distance() + z, 1e-6);
+    }
+}
+
+TEST(Camera, PlaneFillsTheFrameFromDistanceFiveWidths) {
+    struct Case {
+        int w, h;
+    } cases[] = {{640, 480}, {1920, 1080}, {1080, 1920}, {3, 1}};
+    for (const Case& c : cases) {
+        const Camera cam(c.w, c.h);
+        EXPECT_DOUBLE_EQ(cam.distance(), c.w * 0.5 / 0.1);
+        EXPECT_DOUBLE_EQ(cam.half_height(), 0.1 * c.h / c.w);
+        double x, y;
+        cam.project({12.25, 7.5, 0}, x, y);
+        EXPECT_EQ(x, 12.25);
+        EXPECT_EQ(y, 7.5);
+        // A point toward the camera moves away from the centre.
+        cam.project({c.w * 0.75, c.h * 0.5, -cam.distance() / 2}, x, y);
+        EXPECT_NEAR(x, c.w * 1.0, 1e-9);
+    }
+}
+
+}  // namespace
+}  // namespace velq
