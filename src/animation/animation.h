@@ -19,12 +19,12 @@ class SettleBoard;
 
 // One shape of a layer in the animation.
 struct AnimationItem {
-    double x = 0, y = 0, z = 0;   // rest position, frame pixels (z = 0: on the picture)
-    double p = 0;                 // rest magnitude: the placement's radius, the half side at rest
-    double start = 0, end = 0;    // seconds: in motion while start <= t < end, at rest from end on
-    bool settled = false;         // painted into the persistent background
-    std::uint32_t order = 0;      // place in the still render's painting order, over all layers
-    Circle look;                  // the placement: shape, paint colour, brightness, transparency
+    double x = 0, y = 0, z = 0;  // rest position, frame pixels (z = 0: on the picture)
+    double p = 0;                // rest magnitude: the placement's radius, the half side at rest
+    double start = 0, end = 0;   // seconds: in motion while start <= t < end, at rest from end on
+    bool settled = false;        // painted into the persistent background
+    std::uint32_t order = 0;     // place in the still render's painting order, over all layers
+    Circle look;                 // the placement: shape, paint colour, brightness, transparency
 };
 
 // What the kinds are prepared for: the frame size, the main window's Max (v) and the seed that
@@ -71,6 +71,7 @@ protected:
 };
 
 // A new object of motion kind `kind` (0..5); none for any other index.
-std::unique_ptr<ANIMATION> make_animation(int kind, const AnimationSettings& settings, double motion, int mode);
+std::unique_ptr<ANIMATION> make_animation(int kind, const AnimationSettings& settings, double motion,
+                                          int mode);
 
 }  // namespace velq

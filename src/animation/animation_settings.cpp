@@ -31,13 +31,19 @@ int find_name(std::string_view name, const std::array<std::string_view, N>& name
     return -1;
 }
 
-double time_value(double v) { return std::isfinite(v) && v > 0.0 ? v : 0.0; }
+double time_value(double v) {
+    return std::isfinite(v) && v > 0.0 ? v : 0.0;
+}
 
 }  // namespace
 
-int motion_index(std::string_view name) { return find_name(name, kMotionNames, kMotionKinds); }
+int motion_index(std::string_view name) {
+    return find_name(name, kMotionNames, kMotionKinds);
+}
 
-int scan_index(std::string_view name) { return find_name(name, kScanNames, kScanOrders); }
+int scan_index(std::string_view name) {
+    return find_name(name, kScanNames, kScanOrders);
+}
 
 AnimationSettings sanitised(AnimationSettings s) {
     s.duration = time_value(s.duration);

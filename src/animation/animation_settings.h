@@ -10,26 +10,26 @@
 namespace velq {
 
 struct AnimationSettings {
-    std::string name;            // motion-pack or preset name; empty by default
-    double duration = 5.0;       // "Duration": seconds over which the layer's shapes start, in scan order
-    int motion = 0;              // motion kind, index into kMotionNames (0 Basic)
-    int scan = 1;                // scan order, index into kScanNames (1 Random); above 7 applies no order
-    int count = 1;               // amplitude n of the kinds' v * W * n / 100 (v = Max, W = frame width)
-    double motion_time = 1.0;    // seconds that each shape moves before it comes to rest
-    double timestamp = 0.0;      // "Timestamp": when the layer's first shape starts, seconds
+    std::string name;          // motion-pack or preset name; empty by default
+    double duration = 5.0;     // "Duration": seconds over which the layer's shapes start, in scan order
+    int motion = 0;            // motion kind, index into kMotionNames (0 Basic)
+    int scan = 1;              // scan order, index into kScanNames (1 Random); above 7 applies no order
+    int count = 1;             // amplitude n of the kinds' v * W * n / 100 (v = Max, W = frame width)
+    double motion_time = 1.0;  // seconds that each shape moves before it comes to rest
+    double timestamp = 0.0;    // "Timestamp": when the layer's first shape starts, seconds
 
     bool operator==(const AnimationSettings&) const = default;
 };
 
 inline constexpr int kMotionKinds = 6;
-inline constexpr std::array<std::string_view, kMotionKinds> kMotionNames = {
-    "Basic", "Snow", "Sparkle", "Wave", "Flower", "Firefly"};
+inline constexpr std::array<std::string_view, kMotionKinds> kMotionNames = {"Basic", "Snow",   "Sparkle",
+                                                                            "Wave",  "Flower", "Firefly"};
 
 inline constexpr int kScanOrders = 8;
 // The word list of the scan orders as the settings show it; the ninth entry is a label kept as it
 // stands and selects no order.
 inline constexpr std::array<std::string_view, kScanOrders + 1> kScanNames = {
-    "Transformed",   "Random",       "Circular out", "Circular in", "Left to right",
+    "Transformed",   "Random",        "Circular out",  "Circular in", "Left to right",
     "Top to bottom", "Right to left", "Bottom to top", "To to bottom"};
 
 // Index of a motion kind or scan order by its name, compared without regard to case, blanks, '-'

@@ -10,22 +10,33 @@ namespace {
 constexpr double kPi = 3.14159265358979323846;
 constexpr double kGoldenAngle = 2.39996322972865332;
 
-double unit(Random& rng) { return rng.next() / 32767.0; }
+double unit(Random& rng) {
+    return rng.next() / 32767.0;
+}
 
 // The kinds' amplitude: v * W * n / 100 (v the Max field, W the frame width, n the layer's count).
-double amplitude_of(double v, int width, int count) { return v * width * count / 100.0; }
+double amplitude_of(double v, int width, int count) {
+    return v * width * count / 100.0;
+}
 
 }  // namespace
 
 std::unique_ptr<ANIMATION> make_animation(int kind, const AnimationSettings& s, double motion, int mode) {
     switch (kind) {
-        case 0: return std::make_unique<BASIC_ANIMATION>(s, motion, mode);
-        case 1: return std::make_unique<SNOW_ANIMATION>(s, motion, mode);
-        case 2: return std::make_unique<SPARK_ANIMATION>(s, motion, mode);
-        case 3: return std::make_unique<WAVE_ANIMATION>(s, motion, mode);
-        case 4: return std::make_unique<FLOWER_ANIMATION>(s, motion, mode);
-        case 5: return std::make_unique<FIREFLY_ANIMATION>(s, motion, mode);
-        default: return nullptr;
+        case 0:
+            return std::make_unique<BASIC_ANIMATION>(s, motion, mode);
+        case 1:
+            return std::make_unique<SNOW_ANIMATION>(s, motion, mode);
+        case 2:
+            return std::make_unique<SPARK_ANIMATION>(s, motion, mode);
+        case 3:
+            return std::make_unique<WAVE_ANIMATION>(s, motion, mode);
+        case 4:
+            return std::make_unique<FLOWER_ANIMATION>(s, motion, mode);
+        case 5:
+            return std::make_unique<FIREFLY_ANIMATION>(s, motion, mode);
+        default:
+            return nullptr;
     }
 }
 
@@ -93,7 +104,8 @@ void WAVE_ANIMATION::prepare(Random&, const AnimationContext& ctx) {
 
 Primitive WAVE_ANIMATION::pose(const AnimationItem& item, std::size_t, double r, double) const {
     Primitive p = rest(item);
-    const double phase = 2 * kPi * (2.0 * item.x / std::max(1, width_) + 0.25 * item.y / std::max(1, height_));
+    const double phase =
+        2 * kPi * (2.0 * item.x / std::max(1, width_) + 0.25 * item.y / std::max(1, height_));
     const double swing = 2 * kPi * 2 * (1 - r) + phase;
     p.centre.y -= 150 * amplitude_ * r * std::sin(swing);
     p.tilt = 0.7 * r * std::cos(swing);

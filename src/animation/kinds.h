@@ -45,10 +45,10 @@ protected:
     Primitive pose(const AnimationItem& item, std::size_t i, double r, double t) const override;
 
 private:
-    double amplitude_ = 0;          // v W n / 100
-    std::vector<double> angle_;     // where each spark's spiral starts, radians
-    std::vector<double> phase_;     // twinkle phase, turns
-    std::vector<double> sense_;     // +1 or -1: direction of spiral and spin
+    double amplitude_ = 0;       // v W n / 100
+    std::vector<double> angle_;  // where each spark's spiral starts, radians
+    std::vector<double> phase_;  // twinkle phase, turns
+    std::vector<double> sense_;  // +1 or -1: direction of spiral and spin
 };
 
 // Rides a wave that runs across the picture: bobs up and down, lifts toward the viewer and rocks,
@@ -96,7 +96,7 @@ private:
         double fx, fy, fz, fg;  // frequencies, Hz
         double px, py, pz, pg;  // phases, radians
     };
-    std::vector<Path> paths_;   // empty until prepared
+    std::vector<Path> paths_;  // empty until prepared
     double reach_ = 0, depth_ = 0;
 };
 

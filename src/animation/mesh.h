@@ -28,9 +28,9 @@ struct Primitive {
 // bottom-right, bottom-left of the stencil) with their depths.
 struct ProjectedQuad {
     double x[4] = {}, y[4] = {}, depth[4] = {};
-    Vec3 axis_u, axis_v;      // scene directions of the stencil's columns and rows (unit length)
+    Vec3 axis_u, axis_v;  // scene directions of the stencil's columns and rows (unit length)
     double centre_depth = 0;
-    bool visible = false;     // false when a corner is nearer than the camera's near limit
+    bool visible = false;  // false when a corner is nearer than the camera's near limit
 };
 
 class Mesh {

@@ -18,7 +18,9 @@ int trunc_int(double v) {
     return int(v);
 }
 
-int floor_int(double v) { return trunc_int(std::floor(v)); }
+int floor_int(double v) {
+    return trunc_int(std::floor(v));
+}
 
 PixelRect clip(PixelRect r, int w, int h) {
     r.x0 = std::clamp(r.x0, 0, w);
@@ -31,7 +33,9 @@ PixelRect clip(PixelRect r, int w, int h) {
 Vec3 cross(const Vec3& a, const Vec3& b) {
     return {a.y * b.z - a.z * b.y, a.z * b.x - a.x * b.z, a.x * b.y - a.y * b.x};
 }
-double dot(const Vec3& a, const Vec3& b) { return a.x * b.x + a.y * b.y + a.z * b.z; }
+double dot(const Vec3& a, const Vec3& b) {
+    return a.x * b.x + a.y * b.y + a.z * b.z;
+}
 
 // Bilinear sample of one channel of a side x side x 2 stencil at texel position (fu, fv), outside
 // counting as 0. Texel i is taken as centred at i rather than i + 0.5: the still render puts texel i
@@ -62,7 +66,8 @@ PixelRect paint_projected(const Primitive& p, const ProjectedQuad& q, const Came
         miny = std::min(miny, q.y[k]);
         maxy = std::max(maxy, q.y[k]);
     }
-    const PixelRect r = clip({floor_int(minx), floor_int(miny), floor_int(maxx) + 1, floor_int(maxy) + 1}, w, h);
+    const PixelRect r =
+        clip({floor_int(minx), floor_int(miny), floor_int(maxx) + 1, floor_int(maxy) + 1}, w, h);
     if (r.empty()) return r;
 
     const Vec3 c = cam.position();
@@ -97,7 +102,8 @@ PixelRect paint_projected(const Primitive& p, const ProjectedQuad& q, const Came
             const int s = int(sample(st, 0, fu, fv) + 0.5);
             std::uint8_t* px = row + std::size_t(x) * 4;
             for (int ch = 0; ch < 3; ++ch)
-                px[ch] = std::uint8_t(blend_value(s, m, px[ch], tint[ch], global_brightness, transparency, k));
+                px[ch] =
+                    std::uint8_t(blend_value(s, m, px[ch], tint[ch], global_brightness, transparency, k));
             px[3] = 255;
             zrow[x] = z;
         }
@@ -113,7 +119,8 @@ PixelRect flat_rect(const Circle& c, int width, int height) {
     if (d <= 0) return {};
     const double left = c.x - r, top = c.y - r;
     // Columns trunc(left + i) for i in 0..d-1; truncation toward zero folds (-1, 0) onto column 0.
-    PixelRect rect{trunc_int(left), trunc_int(top), trunc_int(left + (d - 1)) + 1, trunc_int(top + (d - 1)) + 1};
+    PixelRect rect{trunc_int(left), trunc_int(top), trunc_int(left + (d - 1)) + 1,
+                   trunc_int(top + (d - 1)) + 1};
     return clip(rect, width, height);
 }
 
@@ -124,7 +131,8 @@ int rasterise(const Mesh& mesh, const Camera& camera, ShapePainter& painter, UBU
     std::vector<std::uint32_t> idx(prims.size());
     std::iota(idx.begin(), idx.end(), 0u);
     std::stable_sort(idx.begin(), idx.end(), [&](std::uint32_t a, std::uint32_t b) {
-        if (quads[a].centre_depth != quads[b].centre_depth) return quads[a].centre_depth > quads[b].centre_depth;
+        if (quads[a].centre_depth != quads[b].centre_depth)
+            return quads[a].centre_depth > quads[b].centre_depth;
         return prims[a].order < prims[b].order;
     });
     int failures = 0;

@@ -33,7 +33,8 @@ int rasterise(const Mesh& mesh, const Camera& camera, ShapePainter& painter, UBU
               std::vector<PixelRect>* touched = nullptr);
 
 // The blend of one channel as the renderer defines it, for stencil shade s and opacity m (m > 0).
-inline int blend_value(int s, int m, int old, double tint, int global_brightness, int transparency, double k) {
+inline int blend_value(int s, int m, int old, double tint, int global_brightness, int transparency,
+                       double k) {
     const double t = transparency * double(m) / 255.0;
     double v = ((s * tint / 255.0 + global_brightness) * t + old * (255.0 - t)) * k / 255.0;
     if (!(v > 0.0)) v = 0.0;

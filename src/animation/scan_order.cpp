@@ -65,13 +65,26 @@ void apply_scan_order(std::vector<AnimationItem>& items, int order, Random& rng,
             items = std::move(out);
             return;
         }
-        case 2: stable_by(items, [&](const AnimationItem& a) { return dist2(a); }); break;
-        case 3: stable_by(items, [&](const AnimationItem& a) { return -dist2(a); }); break;
-        case 4: stable_by(items, [](const AnimationItem& a) { return a.x; }); break;
-        case 5: stable_by(items, [](const AnimationItem& a) { return a.y; }); break;
-        case 6: stable_by(items, [](const AnimationItem& a) { return -a.x; }); break;
-        case 7: stable_by(items, [](const AnimationItem& a) { return -a.y; }); break;
-        default: break;
+        case 2:
+            stable_by(items, [&](const AnimationItem& a) { return dist2(a); });
+            break;
+        case 3:
+            stable_by(items, [&](const AnimationItem& a) { return -dist2(a); });
+            break;
+        case 4:
+            stable_by(items, [](const AnimationItem& a) { return a.x; });
+            break;
+        case 5:
+            stable_by(items, [](const AnimationItem& a) { return a.y; });
+            break;
+        case 6:
+            stable_by(items, [](const AnimationItem& a) { return -a.x; });
+            break;
+        case 7:
+            stable_by(items, [](const AnimationItem& a) { return -a.y; });
+            break;
+        default:
+            break;
     }
     rng.seed(time_seed);
 }

@@ -38,7 +38,8 @@ void AnimationScene::build_board() {
 void AnimationScene::restore(const PixelRect& r) {
     const std::size_t n = std::size_t(r.x1 - r.x0);
     for (int y = r.y0; y < r.y1; ++y) {
-        std::memcpy(display_.row(y) + std::size_t(r.x0) * 4, background_.row(y) + std::size_t(r.x0) * 4, n * 4);
+        std::memcpy(display_.row(y) + std::size_t(r.x0) * 4, background_.row(y) + std::size_t(r.x0) * 4,
+                    n * 4);
         std::memcpy(moving_depth_.row(y) + r.x0, background_depth_.row(y) + r.x0, n * sizeof(double));
     }
 }

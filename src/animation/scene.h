@@ -55,10 +55,10 @@ private:
     UBUFFER background_, display_;
     DBUFFER background_depth_, moving_depth_;
     Mesh fixed_, moving_;
-    std::vector<PixelRect> restore_;   // display pixels to bring back before the next frame
+    std::vector<PixelRect> restore_;  // display pixels to bring back before the next frame
     std::vector<PixelRect> touched_;
     bool full_copies_ = false;
-    bool fresh_ = true;                // the display has not been filled yet
+    bool fresh_ = true;  // the display has not been filled yet
 };
 
 }  // namespace velq

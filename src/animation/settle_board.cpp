@@ -28,7 +28,8 @@ void SettleBoard::settle(std::uint32_t order) {
 
 std::span<const std::uint32_t> SettleBoard::held_by(std::uint32_t order) const {
     if (order + 1 >= offsets_.size()) return {};
-    return std::span<const std::uint32_t>(held_).subspan(offsets_[order], offsets_[order + 1] - offsets_[order]);
+    return std::span<const std::uint32_t>(held_).subspan(offsets_[order],
+                                                         offsets_[order + 1] - offsets_[order]);
 }
 
 namespace {
@@ -38,7 +39,8 @@ struct Footprint {
     PixelRect rect;
     std::vector<std::uint64_t> bits;
     bool test(int x, int y) const {
-        const std::size_t i = std::size_t(y - rect.y0) * std::size_t(rect.x1 - rect.x0) + std::size_t(x - rect.x0);
+        const std::size_t i =
+            std::size_t(y - rect.y0) * std::size_t(rect.x1 - rect.x0) + std::size_t(x - rect.x0);
         return (bits[i >> 6] >> (i & 63)) & 1u;
     }
 };
@@ -86,7 +88,8 @@ bool share_pixel(const Footprint& a, const Footprint& b) {
 
 }  // namespace
 
-std::vector<Wait> find_waits(std::span<const Circle> placements, ShapePainter& painter, int width, int height) {
+std::vector<Wait> find_waits(std::span<const Circle> placements, ShapePainter& painter, int width,
+                             int height) {
     std::vector<Wait> waits;
     const std::size_t n = placements.size();
     if (n == 0 || width <= 0 || height <= 0) return waits;

@@ -36,6 +36,7 @@ private:
 
 // The waits between placements given in still render order (index = order): a pair for every two
 // whose painting at rest changes a common pixel (non-zero stencil opacity) of a width x height frame.
-std::vector<Wait> find_waits(std::span<const Circle> placements, ShapePainter& painter, int width, int height);
+std::vector<Wait> find_waits(std::span<const Circle> placements, ShapePainter& painter, int width,
+                             int height);
 
 }  // namespace velq

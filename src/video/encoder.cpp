@@ -41,7 +41,9 @@ std::string av_error_text(int code) {
     return text;
 }
 
-bool wants_alpha(const std::string& file) { return extension_of(file) == "webm"; }
+bool wants_alpha(const std::string& file) {
+    return extension_of(file) == "webm";
+}
 
 const AVOutputFormat* guess_output_format(const std::string& file) {
     if (lower(extension_of(file)) == "3gpp") return av_guess_format("3gp", nullptr, nullptr);
@@ -50,7 +52,9 @@ const AVOutputFormat* guess_output_format(const std::string& file) {
 
 Encoder::Encoder(Host& host) : host_(host) {}
 
-Encoder::~Encoder() { abandon(); }
+Encoder::~Encoder() {
+    abandon();
+}
 
 void Encoder::reset_state() {
     close_video_stream();

@@ -81,14 +81,14 @@ private:
     // Destroyed in reverse order: the scaler, frames and codec go before the muxer and its file.
     IoContextPtr io_;
     FormatContextPtr fmt_;
-    AVStream* stream_ = nullptr;        // owned by fmt_
-    const AVCodec* codec_ = nullptr;    // static FFmpeg table entry
+    AVStream* stream_ = nullptr;      // owned by fmt_
+    const AVCodec* codec_ = nullptr;  // static FFmpeg table entry
     CodecContextPtr enc_;
     FramePtr frame_;
-    FramePtr tmp_frame_;                // YUV 4:2:0 when the codec's format differs; never written
+    FramePtr tmp_frame_;  // YUV 4:2:0 when the codec's format differs; never written
     PacketPtr pkt_;
     SwsPtr sws_;
-    Dictionary options_;                // "fs" = "100M", copied into the codec open and the header write
+    Dictionary options_;  // "fs" = "100M", copied into the codec open and the header write
     UBUFFER source_;
     int width_ = 0, height_ = 0;
     AVPixelFormat pix_fmt_ = AV_PIX_FMT_NONE;

@@ -23,7 +23,9 @@ TempTarget::TempTarget(std::string target) : target_(std::move(target)) {
     temp_ = (t.parent_path() / name).string();
 }
 
-TempTarget::~TempTarget() { discard(); }
+TempTarget::~TempTarget() {
+    discard();
+}
 
 bool TempTarget::commit() {
     if (done_) return false;

@@ -119,7 +119,8 @@ TEST(Motion, EveryKindGlidesSmoothlyIntoItsRestPose) {
             const Primitive p = m.primitives()[0];
             if (frame > 0) {
                 const double step = std::hypot(p.centre.x - last.centre.x, p.centre.y - last.centre.y) +
-                                    std::fabs(p.centre.z - last.centre.z) * 0.2 + std::fabs(p.half - last.half);
+                                    std::fabs(p.centre.z - last.centre.z) * 0.2 +
+                                    std::fabs(p.half - last.half);
                 worst = std::max(worst, step);
             }
             if (frame == 30) middles.push_back(p);
@@ -142,8 +143,9 @@ TEST(Motion, EveryKindGlidesSmoothlyIntoItsRestPose) {
     for (std::size_t a = 0; a < middles.size(); ++a)
         for (std::size_t b = a + 1; b < middles.size(); ++b) {
             const Primitive &p = middles[a], &q = middles[b];
-            const bool same = p.centre.x == q.centre.x && p.centre.y == q.centre.y && p.centre.z == q.centre.z &&
-                              p.half == q.half && p.spin == q.spin && p.tilt == q.tilt && p.turn == q.turn;
+            const bool same = p.centre.x == q.centre.x && p.centre.y == q.centre.y &&
+                              p.centre.z == q.centre.z && p.half == q.half && p.spin == q.spin &&
+                              p.tilt == q.tilt && p.turn == q.turn;
             EXPECT_FALSE(same) << kMotionNames[a] << " and " << kMotionNames[b];
         }
 }
@@ -160,7 +162,8 @@ TEST(Motion, MovingShapesNeverPassBehindThePicture) {
             a->moving_mesh(Camera(200, 100), frame / 30.0, false, m);
             m.transform(Camera(200, 100));
             for (const ProjectedQuad& q : m.quads())
-                for (double d : q.depth) EXPECT_LE(d, Camera(200, 100).distance() + 1e-9) << kMotionNames[kind];
+                for (double d : q.depth)
+                    EXPECT_LE(d, Camera(200, 100).distance() + 1e-9) << kMotionNames[kind];
         }
     }
 }
@@ -185,7 +188,7 @@ TEST(Motion, DurationIsTheLastEndPlusSnowsHoldOverShownLayersWithShapes) {
     EXPECT_DOUBLE_EQ(animation_duration(layers), 7.0);  // the first layer counts too
     layers[0].shown = false;
     EXPECT_DOUBLE_EQ(animation_duration(layers), 6.5);  // hidden layers do not
-    with_items(layers[2], 0, 9.0);                        // no shapes: does not count
+    with_items(layers[2], 0, 9.0);                      // no shapes: does not count
     EXPECT_DOUBLE_EQ(animation_duration(layers), 6.5);
 }
 

@@ -27,7 +27,8 @@ std::vector<std::uint32_t> orders(const std::vector<AnimationItem>& items) {
 
 TEST(ScanOrder, OrdersByPlaceWithTiesInTransformOrder) {
     // In a 100 x 100 frame (centre 50, 50). Items 0 and 3 share x; 1 and 4 share the distance.
-    const std::vector<std::pair<double, double>> xy = {{10, 50}, {50, 20}, {70, 90}, {10, 5}, {80, 50}, {50, 50}};
+    const std::vector<std::pair<double, double>> xy = {{10, 50}, {50, 20}, {70, 90},
+                                                       {10, 5},  {80, 50}, {50, 50}};
     struct Case {
         int order;
         std::vector<std::uint32_t> expected;
@@ -93,9 +94,15 @@ TEST(AnimationSettings, NamesAndNumbersFindTheirIndex) {
     struct Case {
         const char* text;
         int motion, scan;
-    } cases[] = {{"Basic", 0, -1},          {"firefly", 5, -1},     {"left-to-right", -1, 4},
-                 {"Bottom_to_top", -1, 7},  {"3", 3, 3},            {"To to bottom", -1, -1},
-                 {"8", -1, -1},             {"", -1, -1},           {"circular out", -1, 2}};
+    } cases[] = {{"Basic", 0, -1},
+                 {"firefly", 5, -1},
+                 {"left-to-right", -1, 4},
+                 {"Bottom_to_top", -1, 7},
+                 {"3", 3, 3},
+                 {"To to bottom", -1, -1},
+                 {"8", -1, -1},
+                 {"", -1, -1},
+                 {"circular out", -1, 2}};
     for (const Case& c : cases) {
         EXPECT_EQ(motion_index(c.text), c.motion) << c.text;
         EXPECT_EQ(scan_index(c.text), c.scan) << c.text;

@@ -43,7 +43,8 @@ struct World {
                 c.radius = radius;
                 c.shape = &disc;
                 c.transparency = 200;
-                c.paint = {double(40 + i * 13 % 200), double(i * 7 % 255), double(255 - i * 11 % 200), 255, 0, true};
+                c.paint = {
+                    double(40 + i * 13 % 200), double(i * 7 % 255), double(255 - i * 11 % 200), 255, 0, true};
                 out.push_back(c);
             }
         return out;
@@ -59,7 +60,9 @@ struct World {
         return *layers.back();
     }
 
-    UBUFFER base() { return test::make_picture(W, H, [](int x, int y) { return 0xFF000000u | (x * 3 << 8) | y; }); }
+    UBUFFER base() {
+        return test::make_picture(W, H, [](int x, int y) { return 0xFF000000u | (x * 3 << 8) | y; });
+    }
 
     std::unique_ptr<AnimationScene> scene(bool full_copies = false) {
         auto s = std::make_unique<AnimationScene>(host, camera, painter);
@@ -98,9 +101,9 @@ AnimationSettings timing(double start, double spread, double motion, int scan) {
 // different scan order: the frame at the end is the still render byte for byte.
 TEST(Scene, FrameAtTheEndEqualsTheStillRenderWhateverTheTimings) {
     World w;
-    w.add(0, w.grid(7, 0), timing(1.0, 2.0, 0.7, 1));   // Basic, Random, late
-    w.add(5, w.grid(7, 3), timing(0.0, 0.5, 0.4, 3));   // Firefly, Circular in, early
-    w.add(2, w.grid(4, 1), timing(0.3, 2.5, 1.0, 4));   // Sparkle, Left to right
+    w.add(0, w.grid(7, 0), timing(1.0, 2.0, 0.7, 1));  // Basic, Random, late
+    w.add(5, w.grid(7, 3), timing(0.0, 0.5, 0.4, 3));  // Firefly, Circular in, early
+    w.add(2, w.grid(4, 1), timing(0.3, 2.5, 1.0, 4));  // Sparkle, Left to right
     auto scene = w.scene();
     EXPECT_GT(scene->board().waits(), 0u);
     const double d = w.duration();

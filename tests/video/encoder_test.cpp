@@ -129,11 +129,11 @@ TEST(Encoder, ChoosesTheMuxerFromTheFinalName) {
         const char* codec;  // the codec read back
         bool says_fallback;
     } cases[] = {
-        {"a.xyz", "mpeg", "mpeg1video", false},    // nothing guessed: MPEG program stream
+        {"a.xyz", "mpeg", "mpeg1video", false},  // nothing guessed: MPEG program stream
         {"a", "mpeg", "mpeg1video", false},
-        {"a.3gpp", "3gp", "mpeg4", true},           // H.263 refuses 640 x 480
+        {"a.3gpp", "3gp", "mpeg4", true},  // H.263 refuses 640 x 480
         {"b.3GPP", "3gp", "mpeg4", true},
-        {"c.3gpp", "3gp", "h263", false},           // 176 x 144 is one of H.263's sizes
+        {"c.3gpp", "3gp", "h263", false},  // 176 x 144 is one of H.263's sizes
         {"a.wmv", "asf", "msmpeg4v3", false},
         {"a.mpeg", "mpeg", "mpeg1video", false},
     };
@@ -228,13 +228,12 @@ TEST(Encoder, LeavesOnlyTheFinishedFileOrNothing) {
 TEST(Encoder, EveryContainerPlaysAtEverySocialMediaSize) {
     const std::string dir = test::temp_dir("enc-all");
     const char* exts[] = {".mp4", ".mov", ".avi", ".webm", ".wmv", ".mpeg", ".3gpp", ".flv"};
-    const int sizes[][2] = {{1920, 1080}, {1080, 1080}, {720, 900}, {720, 1280},
+    const int sizes[][2] = {{1920, 1080}, {1080, 1080}, {720, 900},   {720, 1280},
                             {1280, 720},  {1080, 1920}, {1080, 1350}, {640, 360}};
     for (const auto& s : sizes) {
         for (const char* ext : exts) {
             test::RecordingHost host;
-            const std::string file =
-                dir + "/v" + std::to_string(s[0]) + "x" + std::to_string(s[1]) + ext;
+            const std::string file = dir + "/v" + std::to_string(s[0]) + "x" + std::to_string(s[1]) + ext;
             testing::internal::CaptureStderr();
             const std::vector<double> times = encode(host, file, s[0], s[1], 2);
             testing::internal::GetCapturedStderr();

@@ -57,7 +57,8 @@ ReadBack read_back(const std::string& path, const char* decoder_name, bool keep_
     out.avg_frame_rate = st->avg_frame_rate;
     out.r_frame_rate = st->r_frame_rate;
     out.start_time = st->start_time == AV_NOPTS_VALUE ? 0 : st->start_time;
-    if (const AVDictionaryEntry* e = av_dict_get(st->metadata, "alpha_mode", nullptr, 0)) out.alpha_mode = e->value;
+    if (const AVDictionaryEntry* e = av_dict_get(st->metadata, "alpha_mode", nullptr, 0))
+        out.alpha_mode = e->value;
 
     const AVCodec* codec = decoder_name ? avcodec_find_decoder_by_name(decoder_name)
                                         : avcodec_find_decoder(st->codecpar->codec_id);
@@ -84,7 +85,8 @@ bool frame_times_are_thirtieths(const ReadBack& r) {
     if (r.pts.empty()) return false;
     for (std::size_t n = 0; n < r.pts.size(); ++n) {
         // n / 30 s expressed in the container's time base (rounded where it counts milliseconds).
-        if (r.pts[n] - r.pts[0] != av_rescale_q(std::int64_t(n), AVRational{1, 30}, r.time_base)) return false;
+        if (r.pts[n] - r.pts[0] != av_rescale_q(std::int64_t(n), AVRational{1, 30}, r.time_base))
+            return false;
     }
     return true;
 }

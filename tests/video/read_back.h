@@ -17,17 +17,17 @@ namespace velq::test {
 
 struct ReadBack {
     bool opened = false;
-    std::string format;            // demuxer name, e.g. "mov,mp4,m4a,3gp,3g2,mj2"
-    std::string codec;             // codec name of the video stream, e.g. "h264"
+    std::string format;  // demuxer name, e.g. "mov,mp4,m4a,3gp,3g2,mj2"
+    std::string codec;   // codec name of the video stream, e.g. "h264"
     int width = 0, height = 0;
     AVRational time_base{0, 1};
     AVRational avg_frame_rate{0, 1};
     AVRational r_frame_rate{0, 1};
-    std::int64_t start_time = 0;   // in time_base; 0 when the container gives none
-    std::string alpha_mode;        // the stream's "alpha_mode" tag (WebM), empty when absent
-    std::vector<std::int64_t> pts; // presentation time of every decoded frame, in time_base, in order
+    std::int64_t start_time = 0;    // in time_base; 0 when the container gives none
+    std::string alpha_mode;         // the stream's "alpha_mode" tag (WebM), empty when absent
+    std::vector<std::int64_t> pts;  // presentation time of every decoded frame, in time_base, in order
     AVPixelFormat decoded_format = AV_PIX_FMT_NONE;
-    std::vector<UBUFFER> frames;   // decoded pictures as BGRA, when asked for
+    std::vector<UBUFFER> frames;  // decoded pictures as BGRA, when asked for
     int decode_errors = 0;
 };
 
