@@ -47,10 +47,13 @@ std::vector<RawSegment> remove_minor_segments(std::vector<RawSegment>& list, IBU
     return kept;
 }
 
-void dilate_segment(IBUFFER& map, RawSegment& seg) {
+namespace {
+
+// One ring of growth from the pixels [from, size at the call) of `seg`.
+void dilate_from(IBUFFER& map, RawSegment& seg, std::size_t from) {
     const int w = map.width(), h = map.height();
     const std::size_t n = seg.pixels.size();
-    for (std::size_t i = 0; i < n; ++i) {
+    for (std::size_t i = from; i < n; ++i) {
         const int x = seg.pixels[i].x, y = seg.pixels[i].y;
         if (x == 0 || y == 0 || x == w - 1 || y == h - 1) continue;
         const int nx[4] = {x, x, x - 1, x + 1};
@@ -64,9 +67,23 @@ void dilate_segment(IBUFFER& map, RawSegment& seg) {
     }
 }
 
+}  // namespace
+
+void dilate_segment(IBUFFER& map, RawSegment& seg) {
+    dilate_from(map, seg, 0);
+}
+
 void dilate_segments(IBUFFER& map, std::vector<RawSegment>& list, int passes, Host& host) {
-    for (int pass = 0; pass < passes && !host.stopped(); ++pass)
-        for (RawSegment& s : list) dilate_segment(map, s);
+    // A visited pixel leaves no free neighbour behind, and cells never become free again, so a later
+    // pass over it does nothing: each pass only needs the pixels added since the previous one.
+    std::vector<std::size_t> done(list.size(), 0);
+    for (int pass = 0; pass < passes && !host.stopped(); ++pass) {
+        for (std::size_t i = 0; i < list.size(); ++i) {
+            const std::size_t n = list[i].pixels.size();
+            dilate_from(map, list[i], done[i]);
+            done[i] = n;
+        }
+    }
 }
 
 }  // namespace velq

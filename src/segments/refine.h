@@ -23,7 +23,8 @@ std::vector<RawSegment> remove_minor_segments(std::vector<RawSegment>& list, IBU
 // One ring of 4-neighbour growth of `seg` into unlabelled cells, which are marked 1 ("taken").
 void dilate_segment(IBUFFER& map, RawSegment& seg);
 
-// `passes` rounds of dilate_segment over `list` in order; stops early when the host is stopped.
+// `passes` rounds of dilate_segment over `list` in order, with the same result; each round visits
+// only the pixels the previous one added. Stops early when the host is stopped.
 void dilate_segments(IBUFFER& map, std::vector<RawSegment>& list, int passes, Host& host);
 
 }  // namespace velq

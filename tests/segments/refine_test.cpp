@@ -126,3 +126,37 @@ TEST(Dilation, PassesGrowIntoFreedPixelsEarlierSegmentFirstAndNeverIntoBackgroun
 
 }  // namespace
 }  // namespace velq
+
+namespace velq {
+namespace {
+
+TEST(Dilation, PassesOverNewPixelsOnlyEqualFullPasses) {
+    // Reference: every pass visits every pixel of every segment, as one call of dilate_segment does.
+    for (std::uint32_t seed : {1u, 2u, 3u, 4u, 5u}) {
+        UBUFFER pic = test::noise_picture(37, 29, seed);
+        for (std::size_t i = 0; i < pic.size(); ++i) pic.data()[i] &= 0xC0;  // a few coarse colours
+        test::RecordingHost host;
+        std::vector<RawSegment> raw = generate_raw_segments(pic, 0, host);
+        IBUFFER map;
+        map.allocate(pic.width(), pic.height());
+        label_segments(raw, map);
+        std::vector<RawSegment> kept = remove_minor_segments(raw, map, 1.0, host);
+        ASSERT_GE(kept.size(), 3u) << seed;
+        std::vector<RawSegment> ref = kept;
+        IBUFFER ref_map = map.clone();
+        dilate_segments(map, kept, 4, host);
+        for (int pass = 0; pass < 4; ++pass)
+            for (RawSegment& s : ref) dilate_segment(ref_map, s);
+        ASSERT_EQ(kept.size(), ref.size());
+        for (std::size_t i = 0; i < kept.size(); ++i) {
+            ASSERT_EQ(kept[i].pixels.size(), ref[i].pixels.size()) << seed;
+            for (std::size_t k = 0; k < kept[i].pixels.size(); ++k) {
+                ASSERT_EQ(kept[i].pixels[k].x, ref[i].pixels[k].x);
+                ASSERT_EQ(kept[i].pixels[k].y, ref[i].pixels[k].y);
+            }
+        }
+    }
+}
+
+}  // namespace
+}  // namespace velq
