@@ -488,7 +488,8 @@ void MainWindow::write_fields_from_settings() {
 
 void MainWindow::write_size_fields() {
     if (!ui_.picture) return;
-    const Settings& s = doc_.settings;
+    Settings& s = doc_.settings;
+    rewrite_size_fields(s);  // from the output pixel size, which stays as it is
     set_field_text(ctl::kWid, QString::fromStdString(format_size(s.wid, s.unit)));
     set_field_text(ctl::kHgt, QString::fromStdString(format_size(s.hgt, s.unit)));
 }

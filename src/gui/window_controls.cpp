@@ -39,14 +39,12 @@ void MainWindow::on_dpi_edited() {
     const int dpi = parse_int(field_text(ctl::kDpi).toStdString());
     if (dpi == doc_.settings.dpi) return;
     doc_.settings.dpi = dpi;
-    rewrite_size_fields(doc_.settings);
     write_size_fields();
 }
 
 void MainWindow::on_unit_changed(int index) {
     if (filling_controls_ || index < 0 || index > 3) return;
     doc_.settings.unit = Unit(index);
-    rewrite_size_fields(doc_.settings);
     write_size_fields();
 }
 
