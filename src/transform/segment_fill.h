@@ -1,0 +1,36 @@
+// Per-segment packing of the Vectorize transform: every Segment's region (its loop minus its
+// children) is packed with the circle packer, and the circles take the Segment's colour.
+#pragma once
+
+#include <cstddef>
+#include <vector>
+
+#include "host/host.h"
+#include "segments/segment.h"
+#include "transform/packer.h"
+
+namespace velq {
+
+// The radius bounds and gap of the packing, read from Min, Max and GAP.
+struct SegmentFillParams {
+    double min_size = 0.0005;  // Min: smallest radius as a fraction of the picture width
+    double max_size = 0.02;    // Max: largest radius, same scale
+    int gap = 1;               // GAP: pixels kept between circles
+};
+
+// Packs one Segment's regions into its circle list (replacing it): centres in pixels of the
+// width x height picture, radii `min_radius`..`max_radius` pixels, own colour the Segment's colour.
+// False, with the described message, when memory runs out.
+bool fill_circle_into_segment_algo3(Segment& segment, double min_radius, double max_radius, double gap,
+                                    int width, int height, Host& host);
+
+// Packs every Segment in order (title "Transforming"), then turns the centres into fractions of the
+// picture. Refuses Min/Max that leave no room ("Invalid MAX, MIN value in fill_circle_algo2()").
+// Returns the number of circles over all Segments.
+std::size_t fill_circle_algo2(std::vector<Segment>& segments, const SegmentFillParams& params, int width,
+                              int height, Host& host);
+
+// The rings of a region as the packer takes them.
+PackRegion pack_region(const SegmentRegion& region);
+
+}  // namespace velq
