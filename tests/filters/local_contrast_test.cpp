@@ -4,7 +4,6 @@
 #include <cstring>
 
 #include "filters/local_contrast.h"
-#include "image/resample.h"
 #include "support/pictures.h"
 #include "support/recording_host.h"
 
@@ -85,33 +84,6 @@ TEST(LocalContrast, BoxesWithoutAreaKeepTheirPixels) {
         ASSERT_EQ(local_contrast(progress, got, 3.0, ContrastDirection::Up), 0);
         EXPECT_TRUE(same_bytes(got, in)) << s[0] << "x" << s[1];
     }
-}
-
-TEST(LocalContrast, ParallelTablesEqualTheSummedAreaTables) {
-    const UBUFFER in = test::noise_picture(317, 203, 9);
-    test::RecordingHost host;
-    IBUFFER tables = make_contrast_tables(host, in.width(), in.height());
-    ASSERT_TRUE(tables);
-    ASSERT_TRUE(build_contrast_tables(host, in, tables));
-    for (int c = 0; c < 3; ++c) {
-        IBUFFER one;
-        ASSERT_TRUE(one.allocate(in.width(), in.height()));
-        summed_area_table(in, c, one);
-        int wrong = 0;
-        for (int y = 0; y < in.height(); ++y)
-            for (int x = 0; x < in.width(); ++x) wrong += tables.at(x, y, c) != one.at(x, y);
-        EXPECT_EQ(wrong, 0) << "channel " << c;
-    }
-}
-
-TEST(LocalContrast, StopLeavesThePictureUntouched) {
-    const UBUFFER in = test::noise_picture(60, 60, 3);
-    UBUFFER got = in.clone();
-    test::RecordingHost host;
-    host.stop = true;
-    Progress progress(host, "Contrast up");
-    ASSERT_EQ(local_contrast(progress, got, 3.0, ContrastDirection::Up), 0);
-    EXPECT_TRUE(same_bytes(got, in));
 }
 
 }  // namespace

@@ -79,25 +79,5 @@ TEST(CutLine, WalkMeetsEveryRowOnceInOrder) {
     }
 }
 
-TEST(CutLine, WalkStepsFollowTheSegmentsAtHalfPixelPitch) {
-    // A straight slanted two-point segment repeated: from (10, 0) to (20, 10) the walk takes
-    // trunc(2 * sqrt(200) + 0.5) = 28 steps reaching rows 0..10, so each row is met two or three
-    // times and kept once, at the x of its first step.
-    CutLine px;
-    for (int i = 0; i < kCutPoints; ++i) px[i] = {10.0 + (i == 0 ? 0 : 10.0), i == 0 ? 0.0 : 10.0};
-    const std::vector<CutStep> steps = walk_cut_line(px, 100);
-    ASSERT_EQ(steps.size(), 11u);  // the other segments have no length
-    for (int i = 0; i < 11; ++i) EXPECT_EQ(steps[i].row, i);
-    for (const CutStep& s : steps) {
-        // First t with trunc(t * 10 / 28 + 0.5) == row.
-        int t = 0;
-        while (int(t * 10.0 / 28 + 0.5) != s.row) ++t;
-        EXPECT_DOUBLE_EQ(s.x, 10.0 + t * 10.0 / 28 + 0.5) << s.row;
-    }
-    EXPECT_EQ(walk_cut_line(px, 4).size(), 4u);  // rows past the picture are left out
-    EXPECT_EQ(cut_column({0, -3.5}, 50), 0);
-    EXPECT_EQ(cut_column({0, 77.9}, 50), 50);
-}
-
 }  // namespace
 }  // namespace velq
