@@ -13,10 +13,11 @@
 #include "image/buffer.h"
 #include "video/av_ptr.h"
 #include "video/temp_target.h"
+#include "video/video_sink.h"
 
 namespace velq {
 
-class Encoder {
+class Encoder : public VideoSink {
 public:
     static constexpr int kFps = 30;
     static constexpr std::int64_t kBitRate = 10000000;
@@ -25,14 +26,14 @@ public:
 
     explicit Encoder(Host& host);
     // A video that was neither finished nor abandoned is abandoned: its partial file is removed.
-    ~Encoder();
+    ~Encoder() override;
     Encoder(const Encoder&) = delete;
     Encoder& operator=(const Encoder&) = delete;
 
     // Opens the encoder for `file` (alpha only when the extension is exactly "webm") and allocates
     // the BGRA source buffer. 0, or -1 after telling the user "Failed to initialize an encoder" or
     // "Failed to allocate a RGB buffer in init_video()".
-    int init_video(const std::string& file, int width, int height);
+    int init_video(const std::string& file, int width, int height) override;
     // Muxer, stream, codec and header; 0 or -1. Diagnostics go to stderr only.
     int open_encoder(const std::string& file, int width, int height, bool alpha);
     bool add_video_stream(AVCodecID codec_id, int width, int height, bool alpha);
@@ -44,7 +45,7 @@ public:
     // the frame after it, in seconds. 0 when the frame was written; 1 when the video had already
     // reached its 200-second cap, in which case nothing is encoded and the encoder is drained;
     // -1 on failure.
-    int write_video_frame(double& time_out);
+    int write_video_frame(double& time_out) override;
     // Sends a frame (none drains) and writes every packet that comes out: 0 when the encoder wants
     // more input, 1 at the end of the stream, -1 on failure.
     int encode_and_write(AVFrame* frame);
@@ -53,13 +54,13 @@ public:
 
     // Drains the encoder (unless the cap already did), writes the trailer, closes the file and
     // renames it into place. 0, or -1 with the partial file removed.
-    int finish();
+    int finish() override;
     // Ends the video without keeping anything: the partial file is removed.
-    void abandon();
+    void abandon() override;
 
     // The BGRA picture that the caller fills before each write_video_frame(): width x height x 4,
     // rows without padding, cleared once when allocated.
-    UBUFFER& source() { return source_; }
+    UBUFFER& source() override { return source_; }
 
     int width() const { return width_; }
     int height() const { return height_; }
