@@ -31,7 +31,8 @@ bool place_frame(const UBUFFER& picture, const FrameLayout& l, UBUFFER& frame) {
         return true;
     }
     try {
-        const cv::Mat src(picture.height(), picture.width(), CV_8UC4, const_cast<std::uint8_t*>(picture.data()));
+        const cv::Mat src(picture.height(), picture.width(), CV_8UC4,
+                          const_cast<std::uint8_t*>(picture.data()));
         cv::Mat dst(sh, sw, CV_8UC4, origin, stride);
         cv::resize(src, dst, dst.size(), 0, 0, cv::INTER_AREA);
     } catch (const std::exception&) {

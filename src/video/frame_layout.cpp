@@ -8,7 +8,9 @@ int trunc_sat(double v) {
     if (v >= 2147483647.0) return 2147483647;
     return int(v);
 }
-int even_up(int v) { return v % 2 == 0 ? v : v + 1; }
+int even_up(int v) {
+    return v % 2 == 0 ? v : v + 1;
+}
 }  // namespace
 
 FrameLayout frame_layout(int pw, int ph, int vw, int vh, FitMode fit) {

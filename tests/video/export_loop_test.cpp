@@ -47,10 +47,10 @@ TEST(FrameLayout, FitModesSizesAndOffsets) {
         FrameLayout expected;
     } cases[] = {
         {1000, 1000, 640, 480, FitMode::Fit, {480, 480, 640, 480, 80, 0}},
-        {1000, 500, 640, 480, FitMode::Fit, {640, 320, 640, 480, 0, 80}},      // wider: scaled to the width
+        {1000, 500, 640, 480, FitMode::Fit, {640, 320, 640, 480, 0, 80}},  // wider: scaled to the width
         {1000, 1000, 640, 480, FitMode::None, {480, 480, 480, 480, 0, 0}},
         {1000, 1000, 640, 480, FitMode::Stretch, {640, 480, 640, 480, 0, 0}},
-        {641, 481, 641, 481, FitMode::None, {641, 481, 642, 482, 0, 0}},       // odd sizes round up
+        {641, 481, 641, 481, FitMode::None, {641, 481, 642, 482, 0, 0}},  // odd sizes round up
         {641, 481, 641, 481, FitMode::Stretch, {641, 481, 642, 482, 0, 0}},
         {300, 200, 641, 481, FitMode::Fit, {641, 427, 642, 482, 0, 27}},
         {333, 100, 1920, 1080, FitMode::None, {3596, 1080, 3596, 1080, 0, 0}},
@@ -94,7 +94,9 @@ TEST(ExportLoop, TitlesProgressAndTheBouncingLogo) {
     test::RecordingHost host;
     Encoder enc(host);
     WhiteSource src(16, 16);
-    ASSERT_EQ(write_animation(host, enc, src, dir + "/a.avi", frame_layout(16, 16, 16, 16, FitMode::None), 10.0), 0);
+    ASSERT_EQ(
+        write_animation(host, enc, src, dir + "/a.avi", frame_layout(16, 16, 16, 16, FitMode::None), 10.0),
+        0);
     const auto titles = host.titles();
     ASSERT_EQ(titles.size(), 302u + 1);
     EXPECT_EQ(titles.front(), "Velquinograph (Writing a video...)");
@@ -113,7 +115,7 @@ TEST(ExportLoop, TitlesProgressAndTheBouncingLogo) {
     EXPECT_EQ(src.logo[0], std::make_pair(1.0, 0.0));
     EXPECT_NEAR(src.logo[50].first, 0.5, 1e-9);
     EXPECT_NEAR(src.logo[50].second, 0.25, 1e-9);
-    EXPECT_NEAR(src.logo[150].first, 0.5, 1e-9);   // on its way back up
+    EXPECT_NEAR(src.logo[150].first, 0.5, 1e-9);    // on its way back up
     EXPECT_NEAR(src.logo[250].second, 0.75, 1e-9);  // b back down from 1 at frame 200
     double lowest = 1, highest_b = 0;
     for (auto [a, b] : src.logo) lowest = std::min(lowest, a), highest_b = std::max(highest_b, b);
@@ -126,7 +128,8 @@ TEST(ExportLoop, StopsAtTheTwoHundredSecondCap) {
     test::RecordingHost host;
     Encoder enc(host);
     WhiteSource src(16, 16);
-    ASSERT_EQ(write_animation(host, enc, src, dir + "/long.avi", frame_layout(16, 16, 16, 16, FitMode::None), 250.0),
+    ASSERT_EQ(write_animation(host, enc, src, dir + "/long.avi", frame_layout(16, 16, 16, 16, FitMode::None),
+                              250.0),
               0);
     EXPECT_EQ(src.times.size(), 6002u);  // the 6002nd frame is drawn, then refused by the cap
     EXPECT_EQ(test::read_back(dir + "/long.avi").pts.size(), 6001u);
@@ -161,10 +164,18 @@ TEST(ExportLoop, PlacesThePictureInTheFrame) {
         EXPECT_GT(f.at(mx, my, 1), 230);
         EXPECT_GT(f.at(c.white_x0 + 4, my, 1), 230);
         EXPECT_GT(f.at(c.white_x1 - 5, my, 1), 230);
-        if (c.white_x0 > 0) { EXPECT_LT(f.at(c.white_x0 - 5, my, 1), 30); }
-        if (c.white_x1 < c.ow - 1) { EXPECT_LT(f.at(c.white_x1 + 4, my, 1), 30); }
-        if (c.white_y0 > 0) { EXPECT_LT(f.at(mx, c.white_y0 - 5, 1), 30); }
-        if (c.white_y1 < c.oh - 1) { EXPECT_LT(f.at(mx, c.white_y1 + 4, 1), 30); }
+        if (c.white_x0 > 0) {
+            EXPECT_LT(f.at(c.white_x0 - 5, my, 1), 30);
+        }
+        if (c.white_x1 < c.ow - 1) {
+            EXPECT_LT(f.at(c.white_x1 + 4, my, 1), 30);
+        }
+        if (c.white_y0 > 0) {
+            EXPECT_LT(f.at(mx, c.white_y0 - 5, 1), 30);
+        }
+        if (c.white_y1 < c.oh - 1) {
+            EXPECT_LT(f.at(mx, c.white_y1 + 4, 1), 30);
+        }
     }
 }
 
@@ -176,7 +187,8 @@ TEST(ExportLoop, StopKeepsAPlayableFileAndFailuresKeepNothing) {
         WhiteSource src(32, 32);
         src.host_to_stop = &host;
         src.stop_after = 5;
-        ASSERT_EQ(write_animation(host, enc, src, dir + "/stopped.mp4", frame_layout(32, 32, 32, 32, FitMode::None), 9.0),
+        ASSERT_EQ(write_animation(host, enc, src, dir + "/stopped.mp4",
+                                  frame_layout(32, 32, 32, 32, FitMode::None), 9.0),
                   0);
         EXPECT_EQ(test::read_back(dir + "/stopped.mp4").pts.size(), 5u);
     }
@@ -185,14 +197,17 @@ TEST(ExportLoop, StopKeepsAPlayableFileAndFailuresKeepNothing) {
         Encoder enc(host);
         WhiteSource src(32, 32);
         src.fail_at = 3;
-        EXPECT_EQ(write_animation(host, enc, src, dir + "/failed.mp4", frame_layout(32, 32, 32, 32, FitMode::None), 9.0),
+        EXPECT_EQ(write_animation(host, enc, src, dir + "/failed.mp4",
+                                  frame_layout(32, 32, 32, 32, FitMode::None), 9.0),
                   -1);
     }
     {
         test::RecordingHost host;
         Encoder enc(host);
         WhiteSource src(0, 0);
-        EXPECT_EQ(write_animation(host, enc, src, dir + "/empty.mp4", frame_layout(0, 0, 0, 0, FitMode::None), 1.0), -1);
+        EXPECT_EQ(
+            write_animation(host, enc, src, dir + "/empty.mp4", frame_layout(0, 0, 0, 0, FitMode::None), 1.0),
+            -1);
         EXPECT_TRUE(host.said("Failed to initialize an encoder"));
         EXPECT_EQ(host.titles().back(), "Velquinograph");
     }

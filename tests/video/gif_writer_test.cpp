@@ -1,0 +1,90 @@
+#include <filesystem>
+#include <set>
+#include <string>
+#include <vector>
+
+#include <gtest/gtest.h>
+
+#include "read_back.h"
+#include "support/pictures.h"
+#include "support/recording_host.h"
+#include "video/export_loop.h"
+#include "video/gif_writer.h"
+
+namespace velq {
+namespace {
+
+// Three colour bands that slide one pixel a frame, over a transparent corner.
+class BandSource : public FrameSource {
+public:
+    const UBUFFER* frame(double t, double, double) override {
+        const int shift = int(t * 30 + 0.5);
+        picture_ = test::make_picture(48, 32, [shift](int x, int y) -> std::uint32_t {
+            if (x < 8 && y < 8) return 0x00000000;  // transparent: written black
+            const std::uint32_t colours[] = {0xFFE01030, 0xFF20C040, 0xFF3050F0};
+            return colours[((x + shift) / 6) % 3];
+        });
+        ++frames;
+        return &picture_;
+    }
+    bool rewind() override {
+        ++rewinds;
+        return true;
+    }
+    int frames = 0, rewinds = 0;
+
+private:
+    UBUFFER picture_;
+};
+
+TEST(GifWriter, WritesThirtyFramesASecondWithTheAnimationsColours) {
+    const std::string dir = test::temp_dir("gif");
+    test::RecordingHost host;
+    GifWriter gif(host);
+    BandSource src;
+    const std::string file = dir + "/clip.gif";
+    ASSERT_EQ(write_animation(host, gif, src, file, frame_layout(48, 32, 48, 32, FitMode::None), 1.0), 0);
+    EXPECT_EQ(src.rewinds, 1);
+    EXPECT_EQ(src.frames, GifWriter::kSamples + 31);
+    // Palette: the three colours and black are in it exactly.
+    std::set<std::uint32_t> entries;
+    const UBUFFER& pal = gif.palette();
+    for (int y = 0; y < pal.height(); ++y)
+        for (int x = 0; x < pal.width(); ++x)
+            entries.insert(std::uint32_t(pal.at(x, y, 2)) << 16 | pal.at(x, y, 1) << 8 | pal.at(x, y, 0));
+    for (std::uint32_t c : {0xE01030u, 0x20C040u, 0x3050F0u, 0x000000u})
+        EXPECT_TRUE(entries.count(c)) << std::hex << c;
+
+    const test::ReadBack r = test::read_back(file, nullptr, true);
+    EXPECT_EQ(r.format, "gif");
+    ASSERT_EQ(r.frames.size(), 31u);
+    EXPECT_TRUE(test::frame_times_are_thirtieths(r));
+    // Frame 10: band edges moved by ten pixels; colours exact, the transparent corner black.
+    BandSource again;
+    const UBUFFER& expected = *again.frame(10.0 / 30, 0, 0);
+    int wrong = 0;
+    for (int y = 0; y < 32; ++y)
+        for (int x = 0; x < 48; ++x)
+            for (int c = 0; c < 3; ++c) {
+                const int want = (x < 8 && y < 8) ? 0 : expected.at(x, y, c);
+                wrong += r.frames[10].at(x, y, c) != want;
+            }
+    EXPECT_EQ(wrong, 0);
+    EXPECT_TRUE(std::filesystem::exists(file));
+}
+
+TEST(GifWriter, RefusesAnEmptySizeAndLeavesNothing) {
+    const std::string dir = test::temp_dir("gif-bad");
+    test::RecordingHost host;
+    GifWriter gif(host);
+    testing::internal::CaptureStderr();
+    EXPECT_EQ(gif.init_video(dir + "/x.gif", 0, 10), -1);
+    EXPECT_EQ(testing::internal::GetCapturedStderr(), "Invalid encoding size! width = 0, height = 10\n");
+    EXPECT_TRUE(host.said("Failed to initialize an encoder"));
+    ASSERT_EQ(gif.init_video(dir + "/y.gif", 16, 16), 0);
+    gif.abandon();
+    EXPECT_TRUE(std::filesystem::is_empty(dir));
+}
+
+}  // namespace
+}  // namespace velq
