@@ -41,11 +41,11 @@ constexpr std::string_view kHelp = "Help";
 // clang-format off
 constexpr std::array kCommands = {
     // id                          text                      menu        need         gate         busy   check      shortcut        unavailable
-    Command{cmd::kOpen,            "Open",                   kFile,      None,        Always,      false, Plain,     "Ctrl+O",       kNoPipeline},
+    Command{cmd::kOpen,            "Open",                   kFile,      None,        Always,      false, Plain,     "Ctrl+O",       {}},
     Command{cmd::kLoadMotionPack,  "Load motion-pack",       kFile,      None,        Always,      true,  Plain,     "",             kNoMotionPack},
     Command{cmd::kLoadLayers,      "Load layers",            kFile,      None,        Always,      false, Plain,     "",             kNoMetadata},
     Command{cmd::kLoadLogo,        "Load logo",              kFile,      None,        Always,      true,  Plain,     "",             kNoLogo},
-    Command{cmd::kSave,            "Save",                   kFile,      Result,      Picture,     false, Plain,     "Ctrl+S",       kNoPipeline},
+    Command{cmd::kSave,            "Save",                   kFile,      Result,      Picture,     false, Plain,     "Ctrl+S",       {}},
     Command{cmd::kVideo640,        "640 x 480",              kVideo,     Result,      Picture,     false, Plain,     "",             kNoVideo},
     Command{cmd::kVideo960,        "960 x 540",              kVideo,     Result,      Picture,     false, Plain,     "",             kNoVideo},
     Command{cmd::kVideo1280,       "1280 x 720",             kVideo,     Result,      Picture,     false, Plain,     "",             kNoVideo},
@@ -59,7 +59,7 @@ constexpr std::array kCommands = {
     Command{cmd::kFramePsd,        "Export frame to PSD",    kFile,      Result,      Picture,     false, Plain,     "",             kNoPsd},
     Command{cmd::kCycling,         "Cycling",                kFile,      ResultFirst, Picture,     false, Plain,     "",             kNoBatch},
     Command{cmd::kExit,            "Exit",                   kFile,      None,        Always,      false, Plain,     "Ctrl+Q",       {}},
-    Command{cmd::kCopyMetadata,    "Copy metadata",          kEdit,      None,        Picture,     false, Plain,     "Ctrl+Shift+C", kNoMetadata},
+    Command{cmd::kCopyMetadata,    "Copy metadata",          kEdit,      None,        Picture,     false, Plain,     "Ctrl+Shift+C", {}},
     Command{cmd::kPasteMetadata,   "Paste metadata",         kEdit,      None,        Picture,     false, Plain,     "Ctrl+Shift+V", kNoMetadata},
     Command{cmd::kClearClipboard,  "Clear clipboard",        kEdit,      None,        Picture,     false, Plain,     "",             {}},
     Command{cmd::kResetView,       "Reset view",             kView,      None,        Always,      true,  Plain,     "Ctrl+0",       {}},
@@ -101,12 +101,12 @@ constexpr std::array kCommands = {
     Command{cmd::kLayerDisable,    "Disable",                kLayers,    None,        Picture,     false, Plain,     "",             {}},
     Command{cmd::kLayerEnable,     "Enable",                 kLayers,    None,        Picture,     false, Plain,     "",             {}},
     Command{cmd::kBackgroundColor, "Background color",       kLayers,    None,        Picture,     false, Plain,     "",             {}},
-    Command{cmd::kSegmentDisable,  "Disable",                kSegments,  None,        Transformed, false, Plain,     "",             kNoPipeline},
-    Command{cmd::kSegmentEnable,   "Enable",                 kSegments,  None,        Transformed, false, Plain,     "",             kNoPipeline},
-    Command{cmd::kSegmentsDisableAll, "Disable all",         kSegments,  None,        Transformed, false, Plain,     "",             kNoPipeline},
-    Command{cmd::kSegmentsEnableAll, "Enable all",           kSegments,  None,        Transformed, false, Plain,     "",             kNoPipeline},
-    Command{cmd::kChangeColor,     "Change color",           kSegments,  None,        Transformed, false, Plain,     "",             kNoPipeline},
-    Command{cmd::kAllEnclosed,     "All enclosed selection", kSegments,  None,        Transformed, false, Toggle,    "",             kNoPipeline},
+    Command{cmd::kSegmentDisable,  "Disable",                kSegments,  None,        Transformed, false, Plain,     "",             {}},
+    Command{cmd::kSegmentEnable,   "Enable",                 kSegments,  None,        Transformed, false, Plain,     "",             {}},
+    Command{cmd::kSegmentsDisableAll, "Disable all",         kSegments,  None,        Transformed, false, Plain,     "",             {}},
+    Command{cmd::kSegmentsEnableAll, "Enable all",           kSegments,  None,        Transformed, false, Plain,     "",             {}},
+    Command{cmd::kChangeColor,     "Change color",           kSegments,  None,        Transformed, false, Plain,     "",             {}},
+    Command{cmd::kAllEnclosed,     "All enclosed selection", kSegments,  None,        Transformed, false, Toggle,    "",             {}},
     Command{cmd::kAbout,           "About ...",              kHelp,      None,        Always,      true,  Plain,     "Alt+/",        {}},
 };
 // clang-format on

@@ -104,8 +104,8 @@ MainWindow::MainWindow(std::unique_ptr<Presenter> presenter, QWidget* parent)
     build_menus();
     connect_host();
     register_handlers();
-    connect(view_, &PictureView::hovered, this, &MainWindow::on_hovered);
-    connect(view_, &PictureView::double_clicked, this, &MainWindow::on_double_clicked);
+    connect(view_, &PictureView::hovered_at, this, &MainWindow::on_hovered_at);
+    connect(view_, &PictureView::double_clicked_at, this, &MainWindow::on_double_clicked_at);
     connect(view_, &PictureView::right_clicked, this, &MainWindow::on_right_clicked);
 
     // Start-up: layer 1 selected, its values shown, and only the start-up commands offered.
@@ -303,15 +303,18 @@ void MainWindow::connect_host() {
     connect(&host_, &WindowHost::busy_changed, this, [this](bool on) {
         if (!on) job_finished();
     });
+    connect(&host_, &WindowHost::refresh_requested, this, &MainWindow::on_refresh);
     connect(&host_, &WindowHost::circles_arrived, view_, &PictureView::add_live_circles);
     connect(&host_, &WindowHost::preview_arrived, this,
             [this](const QImage& frame) { view_->set_picture(frame, frame.width(), frame.height(), false); });
 }
 
-void MainWindow::start_job(std::function<void()> job) {
+void MainWindow::start_job(std::function<void()> job, std::function<void()> then) {
     read_settings_from_fields();
+    then_ = std::move(then);
+    view_->clear_overlay();
     set_busy(true);
-    if (!worker_.start(std::move(job))) set_busy(false);
+    if (!worker_.start(std::move(job))) job_finished();
 }
 
 void MainWindow::set_busy(bool on) {
@@ -326,6 +329,10 @@ void MainWindow::job_finished() {
     worker_.join();
     ui_.busy = false;
     document_changed();
+    if (auto then = std::move(then_)) {
+        then_ = {};
+        then();
+    }
 }
 
 void MainWindow::document_changed() {
@@ -428,14 +435,13 @@ void MainWindow::rebuild_overlay() {
         }
     }
     view_->set_overlay(std::move(o));
-    view_->set_pick_source(doc_.transformed ? &doc_.label_map : nullptr, int(doc_.segments.size()));
-    view_->set_outline_marks(doc_.selected_outline, doc_.hovered_outline);
+    update_outline_marks();
 }
 
 void MainWindow::reset_view() {
     doc_.selected_outline = -1;
     doc_.hovered_outline = -1;
-    view_->set_outline_marks(-1, -1);
+    update_outline_marks();
     view_->reset_view();
 }
 
@@ -576,6 +582,7 @@ void MainWindow::dropEvent(QDropEvent* e) {
     const QList<QUrl> urls = e->mimeData()->urls();
     if (urls.isEmpty() || !urls.front().isLocalFile() || ui_.busy) return;
     e->acceptProposedAction();
+    open_path(urls.front().toLocalFile());
 }
 
 }  // namespace velq::gui

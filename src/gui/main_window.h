@@ -9,6 +9,7 @@
 #include <unordered_map>
 
 #include <QMainWindow>
+#include <QPointF>
 
 #include "app/commands.h"
 #include "app/document.h"
@@ -64,7 +65,10 @@ public:
     void stop_and_join();
     // Runs a long operation on the worker inside the busy state; the window follows the Document
     // again when the worker reports its end.
-    void start_job(std::function<void()> job);
+    // `then` runs on the window's thread once the job has ended.
+    void start_job(std::function<void()> job, std::function<void()> then = {});
+    // Opens a picture as Open does after its file chooser (command line, drop).
+    void open_path(const QString& path);
     // Brings every control, mark and the view in line with the Document (after a job, or after the
     // Document was changed from outside the window).
     void document_changed();
@@ -121,9 +125,11 @@ private:
     void on_layer_double_clicked();
     void on_check_box_clicked();
     void on_select_clicked();
-    void on_hovered(int segment);
-    void on_double_clicked(const DoubleClickPick& pick);
+    void on_hovered_at(QPointF pos);
+    void on_double_clicked_at(QPointF pos);
     void on_right_clicked();
+    void on_refresh(int what);
+    void update_outline_marks();
 
     // Commands that act on the window thread.
     void cmd_exit();
@@ -140,6 +146,13 @@ private:
     void cmd_background_color();
     void cmd_show_shapes();
     void cmd_filter(int kind);
+    void cmd_open();
+    void cmd_save();
+    void cmd_copy_metadata();
+    void cmd_segments_enabled(bool enabled);
+    void cmd_all_segments_enabled(bool enabled);
+    void cmd_change_color();
+    void cmd_all_enclosed();
 
     QString last_folder() const;
     void remember_folder(const QString& path);
@@ -161,6 +174,7 @@ private:
     QComboBox* palette_ = nullptr;
     std::unordered_map<int, QAction*> actions_;
     std::unordered_map<int, std::function<void()>> handlers_;
+    std::function<void()> then_;  // what the running job wants done after it, on this thread
     bool quitting_ = false;
     bool filling_controls_ = false;  // controls are being written by the window, not the user
 };

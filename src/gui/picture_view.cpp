@@ -39,8 +39,8 @@ void PictureView::add_live_circles(const QVector<LiveCircle>& batch) {
     update();
 }
 
-void PictureView::set_outline_marks(int selected, int hovered) {
-    selected_outline_ = selected;
+void PictureView::set_outline_marks(QVector<int> selected, int hovered) {
+    selected_outlines_ = std::move(selected);
     hovered_outline_ = hovered;
     update();
 }
@@ -48,11 +48,6 @@ void PictureView::set_outline_marks(int selected, int hovered) {
 void PictureView::set_show_edges(bool on) {
     show_edges_ = on;
     update();
-}
-
-void PictureView::set_pick_source(const IBUFFER* labels, int segment_count) {
-    labels_ = labels;
-    segment_count_ = segment_count;
 }
 
 void PictureView::reset_view() {
@@ -84,7 +79,7 @@ void PictureView::paintEvent(QPaintEvent*) {
     QPen outline_pen(QColor(0, 255, 0), 0);  // cosmetic: one pixel whatever the zoom
     p.setBrush(Qt::NoBrush);
     for (int i = 0; i < overlay_.outlines.size(); ++i) {
-        if (i == selected_outline_ || i == hovered_outline_) continue;
+        if (i == hovered_outline_ || selected_outlines_.contains(i)) continue;
         p.setPen(outline_pen);
         p.drawPolygon(overlay_.outlines[i]);
     }
@@ -98,7 +93,7 @@ void PictureView::paintEvent(QPaintEvent*) {
         p.drawPolygon(overlay_.outlines[i]);
     };
     mark(hovered_outline_, QColor(0, 200, 255));
-    mark(selected_outline_, QColor(255, 40, 40));
+    for (int i : selected_outlines_) mark(i, QColor(255, 40, 40));
 }
 
 void PictureView::mousePressEvent(QMouseEvent* e) {
@@ -120,8 +115,7 @@ void PictureView::mouseMoveEvent(QMouseEvent* e) {
         drag_to(state_, pos.x(), pos.y());
         update();
     }
-    if (labels_ && segment_count_ > 0)
-        emit hovered(hover_pick(state_.rect, pos.x(), pos.y(), *labels_, segment_count_));
+    emit hovered_at(pos);
 }
 
 void PictureView::mouseReleaseEvent(QMouseEvent* e) {
@@ -129,10 +123,8 @@ void PictureView::mouseReleaseEvent(QMouseEvent* e) {
 }
 
 void PictureView::mouseDoubleClickEvent(QMouseEvent* e) {
-    if (!mouse_enabled_ || e->button() != Qt::LeftButton || !labels_) return;
-    const QPointF pos = e->position();
-    const DoubleClickPick pick = double_click_pick(state_.rect, pos.x(), pos.y(), *labels_, segment_count_);
-    if (pick.inside) emit double_clicked(pick);
+    if (!mouse_enabled_ || e->button() != Qt::LeftButton) return;
+    emit double_clicked_at(e->position());
 }
 
 void PictureView::wheelEvent(QWheelEvent* e) {

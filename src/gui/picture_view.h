@@ -31,12 +31,11 @@ public:
     void set_overlay(Overlay overlay);
     void clear_overlay();
     void add_live_circles(const QVector<LiveCircle>& batch);
-    void set_outline_marks(int selected, int hovered);
+    // Outlines drawn marked: the selection (with the segments it encloses) and the hovered one.
+    void set_outline_marks(QVector<int> selected, int hovered);
     // Whether mouse messages are handled (not while busy).
     void set_mouse_enabled(bool on) { mouse_enabled_ = on; }
     void set_show_edges(bool on);
-    // Whether hovering and double clicks pick segments (after a transform), and what they read.
-    void set_pick_source(const IBUFFER* labels, int segment_count);
 
     // Fits the picture into the control, centred.
     void reset_view();
@@ -48,8 +47,9 @@ public:
     const QImage& picture() const { return image_; }
 
 signals:
-    void hovered(int segment);
-    void double_clicked(const velq::DoubleClickPick& pick);
+    // Mouse positions in control pixels, for the window to pick segments with.
+    void hovered_at(QPointF pos);
+    void double_clicked_at(QPointF pos);
     void right_clicked();
 
 protected:
@@ -67,11 +67,10 @@ private:
     bool overlay_allowed_ = false;
     bool show_edges_ = true;
     Overlay overlay_;
-    int selected_outline_ = -1, hovered_outline_ = -1;
+    QVector<int> selected_outlines_;
+    int hovered_outline_ = -1;
     ViewState state_;
     bool mouse_enabled_ = false;
-    const IBUFFER* labels_ = nullptr;
-    int segment_count_ = 0;
 };
 
 }  // namespace velq::gui

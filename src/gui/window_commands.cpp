@@ -41,6 +41,15 @@ void MainWindow::register_handlers() {
         {cmd::kFilterContrastUp, FilterKind::ContrastUp},
         {cmd::kFilterKMean, FilterKind::KMean},
     };
+    on(cmd::kOpen, [this] { cmd_open(); });
+    on(cmd::kSave, [this] { cmd_save(); });
+    on(cmd::kCopyMetadata, [this] { cmd_copy_metadata(); });
+    on(cmd::kSegmentDisable, [this] { cmd_segments_enabled(false); });
+    on(cmd::kSegmentEnable, [this] { cmd_segments_enabled(true); });
+    on(cmd::kSegmentsDisableAll, [this] { cmd_all_segments_enabled(false); });
+    on(cmd::kSegmentsEnableAll, [this] { cmd_all_segments_enabled(true); });
+    on(cmd::kChangeColor, [this] { cmd_change_color(); });
+    on(cmd::kAllEnclosed, [this] { cmd_all_enclosed(); });
     for (auto [id, kind] : kFilters) on(id, [this, kind = kind] { cmd_filter(int(kind)); });
 }
 

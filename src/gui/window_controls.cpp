@@ -6,6 +6,7 @@
 #include <QLineEdit>
 #include <QListWidget>
 
+#include "app/segment_commands.h"
 #include "app/units.h"
 #include "gui/main_window.h"
 #include "gui/picture_view.h"
@@ -123,7 +124,7 @@ void MainWindow::on_select_clicked() {
     if (n < 0 || n >= int(doc_.segments.size())) return;
     doc_.selected_outline = n;
     show_segment_details(n);
-    view_->set_outline_marks(doc_.selected_outline, doc_.hovered_outline);
+    update_outline_marks();
 }
 
 void MainWindow::show_segment_details(int i) {
@@ -138,26 +139,49 @@ void MainWindow::show_segment_details(int i) {
                           .arg(s.enabled ? QStringLiteral("enabled") : QStringLiteral("disabled")));
 }
 
-void MainWindow::on_hovered(int segment) {
-    if (segment == doc_.hovered_outline) return;
-    doc_.hovered_outline = segment;
-    if (segment >= 0) show_segment_details(segment);
-    view_->set_outline_marks(doc_.selected_outline, doc_.hovered_outline);
+void MainWindow::on_hovered_at(QPointF pos) {
+    if (ui_.busy || !doc_.transformed) return;
+    if (hover_segment(doc_, host_, view_->state().rect, pos.x(), pos.y()) && doc_.hovered_outline >= 0)
+        show_segment_details(doc_.hovered_outline);
 }
 
-void MainWindow::on_double_clicked(const DoubleClickPick& pick) {
-    doc_.selected_segment = pick.selected_segment;
-    if (pick.picked) {
-        doc_.selected_outline = pick.selected_segment;
-        show_segment_details(pick.selected_segment);
-    }
+void MainWindow::on_double_clicked_at(QPointF pos) {
+    if (ui_.busy || !doc_.transformed) return;
+    if (double_click_segment(doc_, host_, view_->state().rect, pos.x(), pos.y()))
+        show_segment_details(doc_.selected_segment);
     update_ui();
-    view_->set_outline_marks(doc_.selected_outline, doc_.hovered_outline);
 }
 
 void MainWindow::on_right_clicked() {
-    doc_.selected_outline = -1;
-    view_->set_outline_marks(doc_.selected_outline, doc_.hovered_outline);
+    if (ui_.busy) return;
+    clear_segment_selection(doc_, host_);
+}
+
+void MainWindow::on_refresh(int what) {
+    if (ui_.busy) return;  // the job's end brings everything up to date
+    switch (Refresh(what)) {
+        case Refresh::Outlines:
+            rebuild_overlay();
+            update_ui();
+            break;
+        case Refresh::Layers:
+            refresh_layer_list();
+            break;
+        case Refresh::View:
+        case Refresh::Result:
+            redraw();
+            break;
+    }
+}
+
+void MainWindow::update_outline_marks() {
+    QVector<int> selected;
+    const int n = int(doc_.segments.size());
+    if (doc_.selected_outline >= 0 && doc_.selected_outline < n) selected << doc_.selected_outline;
+    if (doc_.toggles.all_enclosed)
+        for (std::size_t i : selected_segments(doc_))
+            if (!selected.contains(int(i))) selected << int(i);
+    view_->set_outline_marks(selected, doc_.hovered_outline < n ? doc_.hovered_outline : -1);
 }
 
 void MainWindow::refresh_layer_texts() {
