@@ -23,6 +23,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     velq::SettingsBlock from_file;
     if (velq::decode_file_block(bytes, from_file) == velq::BlockStatus::Ok) check_round_trip(from_file);
     velq::SettingsBlock from_clipboard;
-    if (velq::decode_block_body(bytes, from_clipboard) == velq::BlockStatus::Ok) check_round_trip(from_clipboard);
+    if (velq::decode_block_body(bytes, from_clipboard) == velq::BlockStatus::Ok)
+        check_round_trip(from_clipboard);
     return 0;
 }

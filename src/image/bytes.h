@@ -18,7 +18,9 @@ public:
 
     std::size_t size() const noexcept { return data_.size(); }
     const std::uint8_t* data() const noexcept { return data_.data(); }
-    bool has(std::size_t at, std::size_t n) const noexcept { return at <= data_.size() && n <= data_.size() - at; }
+    bool has(std::size_t at, std::size_t n) const noexcept {
+        return at <= data_.size() && n <= data_.size() - at;
+    }
 
     // The n bytes at `at`, or an empty view when they are not all there.
     Bytes sub(std::size_t at, std::size_t n) const noexcept {
@@ -54,7 +56,8 @@ public:
     }
     std::optional<std::uint32_t> u24le(std::size_t at) const noexcept {
         if (!has(at, 3)) return std::nullopt;
-        return std::uint32_t(data_[at]) | std::uint32_t(data_[at + 1]) << 8 | std::uint32_t(data_[at + 2]) << 16;
+        return std::uint32_t(data_[at]) | std::uint32_t(data_[at + 1]) << 8 |
+               std::uint32_t(data_[at + 2]) << 16;
     }
 
     std::span<const std::uint8_t> span() const noexcept { return data_; }

@@ -48,7 +48,7 @@ inline constexpr std::array<FileFilter, 8> kVideoExportTypes{{
 inline constexpr FileFilter kGifExportType{"Graphics Interchange Format (.gif)", "*.gif"};
 
 // The extensions Open treats as videos (and refuses with "Invalid file").
-inline constexpr std::array<std::string_view, 8> kVideoExtensions{"mp4", "mov",  "avi",  "wmv",
+inline constexpr std::array<std::string_view, 8> kVideoExtensions{"mp4",  "mov",  "avi",  "wmv",
                                                                   "mpeg", "webm", "3gpp", "flv"};
 
 // The extension of the last path component, without the dot, in lower case, with "jpeg" given as

@@ -9,11 +9,15 @@ namespace {
 // The opaque alpha of a depth, as the colour conversions add it: 255, 65535, 1.0, ...
 double opaque_alpha(int depth) {
     switch (depth) {
-        case CV_8U: return 255;
-        case CV_16U: return 65535;
+        case CV_8U:
+            return 255;
+        case CV_16U:
+            return 65535;
         case CV_32F:
-        case CV_64F: return 1.0;
-        default: return 255;  // other depths are scaled to 8 bits before expansion
+        case CV_64F:
+            return 1.0;
+        default:
+            return 255;  // other depths are scaled to 8 bits before expansion
     }
 }
 
@@ -32,9 +36,15 @@ void expand_to_four(const cv::Mat& src, cv::Mat& dst) {
         static const int grey_alpha[] = {0, 0, 0, 1, 0, 2, 1, 3};
         static const int colour[] = {0, 0, 1, 1, 2, 2};
         switch (src.channels()) {
-            case 1: cv::mixChannels(&src, 1, &dst, 1, grey, 3); break;
-            case 2: cv::mixChannels(&src, 1, &dst, 1, grey_alpha, 4); break;
-            default: cv::mixChannels(&src, 1, &dst, 1, colour, 3); break;
+            case 1:
+                cv::mixChannels(&src, 1, &dst, 1, grey, 3);
+                break;
+            case 2:
+                cv::mixChannels(&src, 1, &dst, 1, grey_alpha, 4);
+                break;
+            default:
+                cv::mixChannels(&src, 1, &dst, 1, colour, 3);
+                break;
         }
     }
 }
@@ -52,7 +62,8 @@ void clear_faint_pixels(UBUFFER& bgra) {
 ConvertResult bgra_from_decoded(const cv::Mat& decoded, UBUFFER& out) {
     out.reset();
     const int channels = decoded.channels();
-    if (decoded.empty() || decoded.dims != 2 || channels < 1 || channels > 4) return ConvertResult::Unsupported;
+    if (decoded.empty() || decoded.dims != 2 || channels < 1 || channels > 4)
+        return ConvertResult::Unsupported;
     if (!out.allocate(decoded.cols, decoded.rows, 4, Init::Uninitialised)) return ConvertResult::OutOfMemory;
     // Every conversion below writes straight into the picture's own samples.
     cv::Mat dst(decoded.rows, decoded.cols, CV_8UC4, out.data());

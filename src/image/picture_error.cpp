@@ -15,14 +15,22 @@ std::string with_path(std::string_view what, std::string_view path) {
 
 std::string picture_error_message(PictureError error, std::string_view path) {
     switch (error) {
-        case PictureError::None: return {};
-        case PictureError::Unreadable: return with_path("Invalid filename in read_image", path);
-        case PictureError::TooLarge: return with_path("Too large picture in read_image", path);
-        case PictureError::OutOfMemory: return "Failed to read image";
-        case PictureError::UnknownType: return "Failed to GetEncoderClsid()";
-        case PictureError::EmptyPicture: return "Failed to create mat in write_image()";
-        case PictureError::EncodeFailed: return with_path("Failed to encode image in write_image", path);
-        case PictureError::WriteFailed: return with_path("Failed to write image in write_image", path);
+        case PictureError::None:
+            return {};
+        case PictureError::Unreadable:
+            return with_path("Invalid filename in read_image", path);
+        case PictureError::TooLarge:
+            return with_path("Too large picture in read_image", path);
+        case PictureError::OutOfMemory:
+            return "Failed to read image";
+        case PictureError::UnknownType:
+            return "Failed to GetEncoderClsid()";
+        case PictureError::EmptyPicture:
+            return "Failed to create mat in write_image()";
+        case PictureError::EncodeFailed:
+            return with_path("Failed to encode image in write_image", path);
+        case PictureError::WriteFailed:
+            return with_path("Failed to write image in write_image", path);
     }
     return {};
 }

@@ -11,10 +11,14 @@ namespace {
 constexpr bool kBig = true, kLittle = false;
 
 // JPEG markers that stand alone, without a length field.
-bool standalone_marker(std::uint8_t m) { return m == 0x01 || (m >= 0xD0 && m <= 0xD8); }
+bool standalone_marker(std::uint8_t m) {
+    return m == 0x01 || (m >= 0xD0 && m <= 0xD8);
+}
 
 // Start-of-frame markers: C0..CF except DHT (C4), JPG (C8) and DAC (CC).
-bool frame_marker(std::uint8_t m) { return m >= 0xC0 && m <= 0xCF && m != 0xC4 && m != 0xC8 && m != 0xCC; }
+bool frame_marker(std::uint8_t m) {
+    return m >= 0xC0 && m <= 0xCF && m != 0xC4 && m != 0xC8 && m != 0xCC;
+}
 
 PictureHeader png_header(Bytes b) {
     PictureHeader h{PictureFormat::Png};
@@ -159,12 +163,18 @@ PictureFormat sniff_picture_format(std::span<const std::uint8_t> bytes) {
 PictureHeader read_picture_header(std::span<const std::uint8_t> bytes) {
     const Bytes b(bytes);
     switch (sniff_picture_format(bytes)) {
-        case PictureFormat::Png: return png_header(b);
-        case PictureFormat::Jpeg: return jpeg_header(b);
-        case PictureFormat::Bmp: return bmp_header(b);
-        case PictureFormat::Tiff: return tiff_header(b);
-        case PictureFormat::WebP: return webp_header(b);
-        case PictureFormat::Unknown: break;
+        case PictureFormat::Png:
+            return png_header(b);
+        case PictureFormat::Jpeg:
+            return jpeg_header(b);
+        case PictureFormat::Bmp:
+            return bmp_header(b);
+        case PictureFormat::Tiff:
+            return tiff_header(b);
+        case PictureFormat::WebP:
+            return webp_header(b);
+        case PictureFormat::Unknown:
+            break;
     }
     return {};
 }

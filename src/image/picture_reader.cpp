@@ -44,14 +44,18 @@ PictureRead decode_picture(std::span<const std::uint8_t> bytes) {
         return failed(PictureError::OutOfMemory, dpi);
     }
     if (decoded.empty()) return failed(PictureError::Unreadable, dpi);
-    if (std::int64_t(decoded.cols) * decoded.rows > kMaxPicturePixels) return failed(PictureError::TooLarge, dpi);
+    if (std::int64_t(decoded.cols) * decoded.rows > kMaxPicturePixels)
+        return failed(PictureError::TooLarge, dpi);
 
     PictureRead r;
     r.dpi = dpi;
     switch (bgra_from_decoded(decoded, r.picture)) {
-        case ConvertResult::Ok: break;
-        case ConvertResult::Unsupported: return failed(PictureError::Unreadable, dpi);
-        case ConvertResult::OutOfMemory: return failed(PictureError::OutOfMemory, dpi);
+        case ConvertResult::Ok:
+            break;
+        case ConvertResult::Unsupported:
+            return failed(PictureError::Unreadable, dpi);
+        case ConvertResult::OutOfMemory:
+            return failed(PictureError::OutOfMemory, dpi);
     }
     return r;
 }
@@ -59,10 +63,14 @@ PictureRead decode_picture(std::span<const std::uint8_t> bytes) {
 PictureRead read_picture(const std::string& path) {
     const FileBytes file = read_file_bytes(path);
     switch (file.error) {
-        case FileBytes::Error::None: break;
-        case FileBytes::Error::TooLarge: return failed(PictureError::TooLarge);
-        case FileBytes::Error::OutOfMemory: return failed(PictureError::OutOfMemory);
-        default: return failed(PictureError::Unreadable);
+        case FileBytes::Error::None:
+            break;
+        case FileBytes::Error::TooLarge:
+            return failed(PictureError::TooLarge);
+        case FileBytes::Error::OutOfMemory:
+            return failed(PictureError::OutOfMemory);
+        default:
+            return failed(PictureError::Unreadable);
     }
     return decode_picture(file.bytes);
 }

@@ -13,7 +13,9 @@
 namespace velq {
 namespace {
 
-bool is_bgra(const UBUFFER& p) { return p && p.channels() == 4 && p.width() > 0 && p.height() > 0; }
+bool is_bgra(const UBUFFER& p) {
+    return p && p.channels() == 4 && p.width() > 0 && p.height() > 0;
+}
 
 // A Mat over the picture's own samples: no copy.
 cv::Mat wrap(const UBUFFER& p) {
@@ -31,20 +33,30 @@ PictureType picture_type_of(std::string_view path) {
     return PictureType::Unknown;
 }
 
-PictureError encode_picture(PictureType type, const UBUFFER& picture, int dpi, std::vector<std::uint8_t>& out) {
+PictureError encode_picture(PictureType type, const UBUFFER& picture, int dpi,
+                            std::vector<std::uint8_t>& out) {
     out.clear();
     if (!is_bgra(picture)) return PictureError::EmptyPicture;
     const char* ext = nullptr;
     std::vector<int> params;
     switch (type) {
-        case PictureType::Png: ext = ".png"; break;
-        case PictureType::Jpeg: ext = ".jpg"; break;
-        case PictureType::Bmp: ext = ".bmp"; break;
+        case PictureType::Png:
+            ext = ".png";
+            break;
+        case PictureType::Jpeg:
+            ext = ".jpg";
+            break;
+        case PictureType::Bmp:
+            ext = ".bmp";
+            break;
         case PictureType::Tiff:
             ext = ".tif";
-            if (dpi > 0) params = {cv::IMWRITE_TIFF_RESUNIT, 2, cv::IMWRITE_TIFF_XDPI, dpi, cv::IMWRITE_TIFF_YDPI, dpi};
+            if (dpi > 0)
+                params = {cv::IMWRITE_TIFF_RESUNIT, 2,  cv::IMWRITE_TIFF_XDPI, dpi,
+                          cv::IMWRITE_TIFF_YDPI,    dpi};
             break;
-        case PictureType::Unknown: return PictureError::UnknownType;
+        case PictureType::Unknown:
+            return PictureError::UnknownType;
     }
     try {
         if (!cv::imencode(ext, wrap(picture), out, params)) return PictureError::EncodeFailed;

@@ -21,7 +21,8 @@ PictureType picture_type_of(std::string_view path);
 // Encodes a BGRA picture in memory with `dpi` stamped (not stamped when dpi <= 0, which reads back
 // as 96). JPEG drops alpha; BMP keeps it in 32-bit pixels; PNG and TIFF keep it.
 // Errors: EmptyPicture, UnknownType, EncodeFailed.
-PictureError encode_picture(PictureType type, const UBUFFER& picture, int dpi, std::vector<std::uint8_t>& out);
+PictureError encode_picture(PictureType type, const UBUFFER& picture, int dpi,
+                            std::vector<std::uint8_t>& out);
 
 // encode_picture by the extension of `path`, then written in place of `path`. Adds WriteFailed.
 PictureError write_picture(const std::string& path, const UBUFFER& picture, int dpi);

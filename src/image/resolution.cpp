@@ -14,7 +14,7 @@ namespace {
 constexpr bool kBig = true, kLittle = false;
 
 // TIFF and EXIF resolution units.
-constexpr std::uint32_t kUnitNone = 1, kUnitInch = 2, kUnitCm = 3;
+constexpr std::uint32_t kUnitInch = 2, kUnitCm = 3;  // 1 means an aspect ratio only
 
 // A resolution that truncates to 0 is no resolution at all: 0 means "unreadable" to callers.
 std::optional<int> usable(int dpi) {
@@ -31,7 +31,7 @@ std::optional<int> tiff_dpi(Bytes tiff) {
     const std::uint32_t unit = ifd->integer(TiffIfd::kResolutionUnit).value_or(kUnitInch);
     if (unit == kUnitInch) return usable(dpi_from_per_inch(x->num, x->den));
     if (unit == kUnitCm) return usable(dpi_from_per_cm(x->num, x->den));
-    return std::nullopt;  // kUnitNone: an aspect ratio only
+    return std::nullopt;
 }
 
 // An EXIF block: "Exif\0\0" followed by a TIFF structure.
@@ -108,18 +108,24 @@ std::optional<int> webp_dpi(Bytes b) {
     return std::nullopt;
 }
 
-int saturate(std::uint64_t v) { return v > std::uint64_t(INT_MAX) ? INT_MAX : int(v); }
+int saturate(std::uint64_t v) {
+    return v > std::uint64_t(INT_MAX) ? INT_MAX : int(v);
+}
 
 }  // namespace
 
-int dpi_from_per_inch(std::uint32_t num, std::uint32_t den) { return den == 0 ? 0 : saturate(num / den); }
+int dpi_from_per_inch(std::uint32_t num, std::uint32_t den) {
+    return den == 0 ? 0 : saturate(num / den);
+}
 
 int dpi_from_per_cm(std::uint32_t num, std::uint32_t den) {
     // 2.54 centimetres to the inch, in integers so 118 per cm is exactly 299.72 -> 299.
     return den == 0 ? 0 : saturate(std::uint64_t(num) * 254 / (std::uint64_t(den) * 100));
 }
 
-int dpi_from_per_metre(std::uint32_t per_metre) { return saturate(std::uint64_t(per_metre) * 254 / 10000); }
+int dpi_from_per_metre(std::uint32_t per_metre) {
+    return saturate(std::uint64_t(per_metre) * 254 / 10000);
+}
 
 std::uint32_t per_metre_from_dpi(int dpi) {
     if (dpi <= 0) return 0;
@@ -134,12 +140,23 @@ int read_dpi(std::span<const std::uint8_t> bytes) {
     if (!header.sized()) return 0;
     std::optional<int> dpi;
     switch (header.format) {
-        case PictureFormat::Png: dpi = png_dpi(b); break;
-        case PictureFormat::Jpeg: dpi = jpeg_dpi(b); break;
-        case PictureFormat::Bmp: dpi = bmp_dpi(b); break;
-        case PictureFormat::Tiff: dpi = tiff_dpi(b); break;
-        case PictureFormat::WebP: dpi = webp_dpi(b); break;
-        case PictureFormat::Unknown: return 0;
+        case PictureFormat::Png:
+            dpi = png_dpi(b);
+            break;
+        case PictureFormat::Jpeg:
+            dpi = jpeg_dpi(b);
+            break;
+        case PictureFormat::Bmp:
+            dpi = bmp_dpi(b);
+            break;
+        case PictureFormat::Tiff:
+            dpi = tiff_dpi(b);
+            break;
+        case PictureFormat::WebP:
+            dpi = webp_dpi(b);
+            break;
+        case PictureFormat::Unknown:
+            return 0;
     }
     return dpi.value_or(kDefaultDpi);
 }

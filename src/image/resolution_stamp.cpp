@@ -45,7 +45,8 @@ bool stamp_jpeg_dpi(std::vector<std::uint8_t>& jpeg, int dpi) {
     if (!b.has(0, 4) || jpeg[0] != 0xFF || jpeg[1] != 0xD8) return false;
     const std::uint32_t density = std::uint32_t(std::clamp(dpi, 1, 0xFFFF));
     // The encoder puts JFIF first, right after SOI.
-    if (jpeg[2] == 0xFF && jpeg[3] == 0xE0 && b.starts_with(6, std::string_view("JFIF\0", 5)) && b.has(4, 16)) {
+    if (jpeg[2] == 0xFF && jpeg[3] == 0xE0 && b.starts_with(6, std::string_view("JFIF\0", 5)) &&
+        b.has(4, 16)) {
         const std::size_t at = 4 + 2 + 5 + 2;  // marker length, identifier, version
         jpeg[at] = 1;
         put_u16be(&jpeg[at + 1], density);

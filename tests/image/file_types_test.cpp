@@ -16,13 +16,24 @@ TEST(FileTypes, SaveAppendsTheChosenEntrysExtensionOnlyWhenNeeded) {
         int entry;
         const char* expected;
     } cases[] = {
-        {"art", 1, "art.psd"},           {"art", 2, "art.jpg"},           {"art", 3, "art.png"},
-        {"art", 4, "art.bmp"},           {"art.png", 2, "art.png"},       {"art.PNG", 4, "art.PNG"},
-        {"art.jpeg", 3, "art.jpeg"},     {"art.JPG", 3, "art.JPG"},       {"art.psd", 3, "art.psd"},
-        {"art.bmp", 1, "art.bmp"},       {"art.tif", 3, "art.tif.png"},   {"art.gif", 2, "art.gif.jpg"},
-        {"my.dir/art", 3, "my.dir/art.png"}, {"art", 0, "art"},          {"art", 5, "art"},
+        {"art", 1, "art.psd"},
+        {"art", 2, "art.jpg"},
+        {"art", 3, "art.png"},
+        {"art", 4, "art.bmp"},
+        {"art.png", 2, "art.png"},
+        {"art.PNG", 4, "art.PNG"},
+        {"art.jpeg", 3, "art.jpeg"},
+        {"art.JPG", 3, "art.JPG"},
+        {"art.psd", 3, "art.psd"},
+        {"art.bmp", 1, "art.bmp"},
+        {"art.tif", 3, "art.tif.png"},
+        {"art.gif", 2, "art.gif.jpg"},
+        {"my.dir/art", 3, "my.dir/art.png"},
+        {"art", 0, "art"},
+        {"art", 5, "art"},
     };
-    for (const Case& c : cases) EXPECT_EQ(save_file_name(c.name, c.entry), c.expected) << c.name << " " << c.entry;
+    for (const Case& c : cases)
+        EXPECT_EQ(save_file_name(c.name, c.entry), c.expected) << c.name << " " << c.entry;
 }
 
 TEST(FileTypes, VideoExportAppendsAnExtensionOnlyWhenThereIsNone) {
@@ -43,16 +54,16 @@ TEST(FileTypes, ExtensionsVideosAndMimeTypes) {
         bool video;
         PictureType type;
     } exts[] = {
-        {"a.JPEG", "jpg", false, PictureType::Jpeg}, {"a.jpg", "jpg", false, PictureType::Jpeg},
-        {"a.Png", "png", false, PictureType::Png},   {"a.tiff", "tiff", false, PictureType::Tiff},
-        {"a.TIF", "tif", false, PictureType::Tiff},  {"a.bmp", "bmp", false, PictureType::Bmp},
+        {"a.JPEG", "jpg", false, PictureType::Jpeg},     {"a.jpg", "jpg", false, PictureType::Jpeg},
+        {"a.Png", "png", false, PictureType::Png},       {"a.tiff", "tiff", false, PictureType::Tiff},
+        {"a.TIF", "tif", false, PictureType::Tiff},      {"a.bmp", "bmp", false, PictureType::Bmp},
         {"a.jfif", "jfif", false, PictureType::Unknown}, {"a.webp", "webp", false, PictureType::Unknown},
-        {"a.MP4", "mp4", true, PictureType::Unknown}, {"a.mov", "mov", true, PictureType::Unknown},
-        {"a.avi", "avi", true, PictureType::Unknown}, {"a.wmv", "wmv", true, PictureType::Unknown},
-        {"a.mpeg", "mpeg", true, PictureType::Unknown}, {"a.webm", "webm", true, PictureType::Unknown},
-        {"a.3GPP", "3gpp", true, PictureType::Unknown}, {"a.flv", "flv", true, PictureType::Unknown},
-        {"a.mpg", "mpg", false, PictureType::Unknown}, {"mp4", "", false, PictureType::Unknown},
-        {".mp4", "", false, PictureType::Unknown},    {"dir.mp4/a", "", false, PictureType::Unknown},
+        {"a.MP4", "mp4", true, PictureType::Unknown},    {"a.mov", "mov", true, PictureType::Unknown},
+        {"a.avi", "avi", true, PictureType::Unknown},    {"a.wmv", "wmv", true, PictureType::Unknown},
+        {"a.mpeg", "mpeg", true, PictureType::Unknown},  {"a.webm", "webm", true, PictureType::Unknown},
+        {"a.3GPP", "3gpp", true, PictureType::Unknown},  {"a.flv", "flv", true, PictureType::Unknown},
+        {"a.mpg", "mpg", false, PictureType::Unknown},   {"mp4", "", false, PictureType::Unknown},
+        {".mp4", "", false, PictureType::Unknown},       {"dir.mp4/a", "", false, PictureType::Unknown},
     };
     for (const Ext& e : exts) {
         EXPECT_EQ(file_extension(e.path), e.ext) << e.path;

@@ -16,7 +16,8 @@ void put_u32be(std::vector<std::uint8_t>& v, std::uint32_t x) {
     for (int i = 3; i >= 0; --i) v.push_back(std::uint8_t(x >> (8 * i)));
 }
 
-void put_chunk(std::vector<std::uint8_t>& png, const std::string& type, const std::vector<std::uint8_t>& data) {
+void put_chunk(std::vector<std::uint8_t>& png, const std::string& type,
+               const std::vector<std::uint8_t>& data) {
     put_u32be(png, std::uint32_t(data.size()));
     std::vector<std::uint8_t> body(type.begin(), type.end());
     body.insert(body.end(), data.begin(), data.end());
@@ -42,8 +43,9 @@ std::vector<std::uint8_t> encoded(const cv::Mat& m, const std::string& ext) {
     return out;
 }
 
-std::vector<std::uint8_t> handmade_png(std::uint32_t width, std::uint32_t height, int colour_type, int bit_depth,
-                                       const std::vector<std::uint8_t>& samples, const std::vector<PngChunk>& extra) {
+std::vector<std::uint8_t> handmade_png(std::uint32_t width, std::uint32_t height, int colour_type,
+                                       int bit_depth, const std::vector<std::uint8_t>& samples,
+                                       const std::vector<PngChunk>& extra) {
     std::vector<std::uint8_t> png = {0x89, 'P', 'N', 'G', '\r', '\n', 0x1a, '\n'};
     std::vector<std::uint8_t> ihdr;
     put_u32be(ihdr, width);
@@ -57,7 +59,8 @@ std::vector<std::uint8_t> handmade_png(std::uint32_t width, std::uint32_t height
     std::vector<std::uint8_t> raw;
     for (std::uint32_t y = 0; y < height && row; ++y) {
         raw.push_back(0);
-        raw.insert(raw.end(), samples.begin() + std::ptrdiff_t(y * row), samples.begin() + std::ptrdiff_t((y + 1) * row));
+        raw.insert(raw.end(), samples.begin() + std::ptrdiff_t(y * row),
+                   samples.begin() + std::ptrdiff_t((y + 1) * row));
     }
     std::vector<std::uint8_t> z = {0x78, 0x01};
     std::size_t at = 0;

@@ -22,8 +22,8 @@ struct PngChunk {
     std::string type;
     std::vector<std::uint8_t> data;
 };
-std::vector<std::uint8_t> handmade_png(std::uint32_t width, std::uint32_t height, int colour_type, int bit_depth,
-                                       const std::vector<std::uint8_t>& samples,
+std::vector<std::uint8_t> handmade_png(std::uint32_t width, std::uint32_t height, int colour_type,
+                                       int bit_depth, const std::vector<std::uint8_t>& samples,
                                        const std::vector<PngChunk>& extra = {});
 
 // True when `tool` is on the PATH.

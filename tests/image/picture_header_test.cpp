@@ -48,8 +48,17 @@ std::vector<std::uint8_t> bmp_claiming(std::int32_t w, std::int32_t h) {
 std::vector<std::uint8_t> tiff_claiming(std::uint32_t w, std::uint32_t h) {
     std::vector<std::uint8_t> v = {'I', 'I', 42, 0, 8, 0, 0, 0, 2, 0};
     auto entry = [&](std::uint16_t tag, std::uint32_t value) {
-        const std::uint8_t e[12] = {std::uint8_t(tag), std::uint8_t(tag >> 8), 4, 0, 1, 0, 0, 0,
-                                    std::uint8_t(value), std::uint8_t(value >> 8), std::uint8_t(value >> 16),
+        const std::uint8_t e[12] = {std::uint8_t(tag),
+                                    std::uint8_t(tag >> 8),
+                                    4,
+                                    0,
+                                    1,
+                                    0,
+                                    0,
+                                    0,
+                                    std::uint8_t(value),
+                                    std::uint8_t(value >> 8),
+                                    std::uint8_t(value >> 16),
                                     std::uint8_t(value >> 24)};
         v.insert(v.end(), e, e + 12);
     };
@@ -60,8 +69,8 @@ std::vector<std::uint8_t> tiff_claiming(std::uint32_t w, std::uint32_t h) {
 }
 
 std::vector<std::uint8_t> webp_claiming(std::uint32_t w, std::uint32_t h) {
-    std::vector<std::uint8_t> v = {'R', 'I', 'F', 'F', 22, 0, 0, 0, 'W', 'E', 'B', 'P', 'V', 'P', '8', 'X', 10, 0, 0, 0,
-                                   0,   0,   0,   0,   0,  0, 0, 0,   0,   0};
+    std::vector<std::uint8_t> v = {'R', 'I', 'F', 'F', 22, 0, 0, 0, 'W', 'E', 'B', 'P', 'V', 'P', '8',
+                                   'X', 10,  0,   0,   0,  0, 0, 0, 0,   0,   0,   0,   0,   0,   0};
     w -= 1, h -= 1;
     v[24] = std::uint8_t(w), v[25] = std::uint8_t(w >> 8), v[26] = std::uint8_t(w >> 16);
     v[27] = std::uint8_t(h), v[28] = std::uint8_t(h >> 8), v[29] = std::uint8_t(h >> 16);
@@ -83,8 +92,8 @@ TEST(PictureHeader, ReadsTheSizeOfEveryFormat) {
         {"bmp top-down", bmp_claiming(4, -4), PictureFormat::Bmp, 4, 4},
         {"tiff", noise_file(37, 23, CV_8UC3, ".tif"), PictureFormat::Tiff, 37, 23},
         {"webp lossy", noise_file(37, 23, CV_8UC3, ".webp"), PictureFormat::WebP, 37, 23},
-        {"webp lossless", noise_file(37, 23, CV_8UC3, ".webp", {cv::IMWRITE_WEBP_QUALITY, 101}), PictureFormat::WebP,
-         37, 23},
+        {"webp lossless", noise_file(37, 23, CV_8UC3, ".webp", {cv::IMWRITE_WEBP_QUALITY, 101}),
+         PictureFormat::WebP, 37, 23},
         {"webp extended", webp_claiming(1000, 2000), PictureFormat::WebP, 1000, 2000},
         {"text", {'h', 'e', 'l', 'l', 'o'}, PictureFormat::Unknown, 0, 0},
         {"png signature only", {0x89, 'P', 'N', 'G', '\r', '\n', 0x1a, '\n'}, PictureFormat::Png, 0, 0},

@@ -18,8 +18,8 @@ using test::encoded;
 using test::handmade_png;
 
 std::uint32_t pixel(const UBUFFER& p, int x, int y) {
-    return std::uint32_t(p.at(x, y, 0)) | std::uint32_t(p.at(x, y, 1)) << 8 | std::uint32_t(p.at(x, y, 2)) << 16 |
-           std::uint32_t(p.at(x, y, 3)) << 24;
+    return std::uint32_t(p.at(x, y, 0)) | std::uint32_t(p.at(x, y, 1)) << 8 |
+           std::uint32_t(p.at(x, y, 2)) << 16 | std::uint32_t(p.at(x, y, 3)) << 24;
 }
 
 // The literal conversion: expand to BGRA at the source depth (grey+alpha by hand), then scale to
@@ -77,7 +77,7 @@ TEST(PictureReader, ChannelLayoutsAndDepthsBecomeBgra) {
         const char* what;
         int colour_type, bit_depth;
         std::vector<std::uint8_t> samples;  // one pixel
-        std::uint32_t expected;              // 0xAARRGGBB
+        std::uint32_t expected;             // 0xAARRGGBB
     } cases[] = {
         {"grey", 0, 8, {77}, 0xFF4D4D4Du},
         {"grey+alpha", 4, 8, {127, 128}, 0x807F7F7Fu},
@@ -121,7 +121,8 @@ TEST(PictureReader, ConversionMatchesThePlainReferenceOnEveryLayout) {
                     const int x = int(gen() % 17), y = int(gen() % 13);
                     const double a = (9 + int(gen() % 2)) * scale;
                     if (depth == CV_8U) m.ptr<std::uint8_t>(y)[x * channels + channels - 1] = std::uint8_t(a);
-                    if (depth == CV_16U) m.ptr<std::uint16_t>(y)[x * channels + channels - 1] = std::uint16_t(a);
+                    if (depth == CV_16U)
+                        m.ptr<std::uint16_t>(y)[x * channels + channels - 1] = std::uint16_t(a);
                     if (depth == CV_32F) m.ptr<float>(y)[x * channels + channels - 1] = float(a);
                 }
             }
@@ -130,7 +131,8 @@ TEST(PictureReader, ConversionMatchesThePlainReferenceOnEveryLayout) {
             const cv::Mat want = reference_bgra(m);
             ASSERT_EQ(out.width(), 17);
             ASSERT_EQ(out.height(), 13);
-            EXPECT_EQ(std::memcmp(out.data(), want.data, out.size()), 0) << "depth " << depth << " ch " << channels;
+            EXPECT_EQ(std::memcmp(out.data(), want.data, out.size()), 0)
+                << "depth " << depth << " ch " << channels;
         }
     }
 }
@@ -183,7 +185,8 @@ TEST(PictureReader, BadInputFailsCleanly) {
 }
 
 TEST(PictureReader, MessagesNameTheFile) {
-    EXPECT_EQ(picture_error_message(PictureError::Unreadable, "/x/a.png"), "Invalid filename in read_image - (/x/a.png)");
+    EXPECT_EQ(picture_error_message(PictureError::Unreadable, "/x/a.png"),
+              "Invalid filename in read_image - (/x/a.png)");
     EXPECT_EQ(picture_error_message(PictureError::OutOfMemory, "/x/a.png"), "Failed to read image");
     EXPECT_EQ(picture_error_message(PictureError::None, "/x/a.png"), "");
 }

@@ -57,11 +57,13 @@ TEST(PictureWriter, ResolutionRoundTripsAndIndependentToolsAgree) {
             UBUFFER want = picture.clone();
             for (int y = 0; y < 17; ++y)
                 for (int x = 0; x < 31; ++x)
-                    if (want.at(x, y, 3) < 10) want.at(x, y, 0) = want.at(x, y, 1) = want.at(x, y, 2) = want.at(x, y, 3) = 0;
+                    if (want.at(x, y, 3) < 10)
+                        want.at(x, y, 0) = want.at(x, y, 1) = want.at(x, y, 2) = want.at(x, y, 3) = 0;
             EXPECT_EQ(std::memcmp(back.picture.data(), want.data(), want.size()), 0) << c.name;
         }
         if (exiftool) {
-            EXPECT_EQ(run_tool("exiftool -n -s3 " + std::string(c.exif_tags) + " " + quoted(path) + " | tr '\\n' ' '"),
+            EXPECT_EQ(run_tool("exiftool -n -s3 " + std::string(c.exif_tags) + " " + quoted(path) +
+                               " | tr '\\n' ' '"),
                       std::string(c.exif_expected) + " ")
                 << c.name;
         }
@@ -75,7 +77,8 @@ TEST(PictureWriter, ResolutionRoundTripsAndIndependentToolsAgree) {
             EXPECT_NEAR(dpi, c.dpi, 0.05 * 2.54) << c.name << ": " << out;
         }
     }
-    if (!exiftool || !identify) GTEST_SKIP() << "exiftool or ImageMagick missing: only our own reader checked";
+    if (!exiftool || !identify)
+        GTEST_SKIP() << "exiftool or ImageMagick missing: only our own reader checked";
 }
 
 TEST(PictureWriter, ExistingFileIsReplacedWholeOrLeftAlone) {
@@ -129,7 +132,8 @@ TEST(PictureWriter, ExistingFileIsReplacedWholeOrLeftAlone) {
 
 TEST(PictureWriter, RawWriterMakesEveryPixelOpaque) {
     const std::string dir = test::temp_dir("writer_raw");
-    const UBUFFER picture = test::make_picture(4, 3, [](int x, int y) { return std::uint32_t(x * 60) << 24 | 0x405060u; });
+    const UBUFFER picture =
+        test::make_picture(4, 3, [](int x, int y) { return std::uint32_t(x * 60) << 24 | 0x405060u; });
     for (const char* name : {"r.png", "r.tif", "r.webp"}) {
         const std::string path = dir + "/" + name;
         ASSERT_EQ(write_raw(path, picture), PictureError::None) << name;

@@ -56,7 +56,8 @@ std::vector<std::uint8_t> phys(std::uint32_t x, std::uint32_t y, std::uint8_t un
 
 // A little-endian EXIF block with XResolution num/den and the given ResolutionUnit (0: absent);
 // without the "Exif" prefix for PNG's eXIf chunk.
-std::vector<std::uint8_t> exif_block(std::uint32_t num, std::uint32_t den, std::uint16_t unit, bool prefix = true) {
+std::vector<std::uint8_t> exif_block(std::uint32_t num, std::uint32_t den, std::uint16_t unit,
+                                     bool prefix = true) {
     std::vector<std::uint8_t> v = {'I', 'I', 42, 0, 8, 0, 0, 0};
     const std::uint16_t entries = unit ? 2 : 1;
     v.push_back(std::uint8_t(entries));
@@ -93,9 +94,10 @@ TEST(Resolution, ReadFromEachFormatsOwnField) {
     const cv::Mat px(2, 2, CV_8UC3, cv::Scalar(9, 9, 9));
     auto bmp = encoded(px, ".bmp");
     bmp[38] = 0x23, bmp[39] = 0x2E;  // 11811 per metre
-    std::vector<std::uint8_t> exif_be = {'E', 'x', 'i', 'f', 0, 0, 'M', 'M', 0, 42, 0, 0, 0, 8, 0, 1,
-                                         0x01, 0x1A, 0, 5, 0, 0, 0, 1, 0, 0, 0, 26, 0, 0, 0, 0,
-                                         0, 0, 0x01, 0x2C, 0, 0, 0, 1};  // 300/1, inch by default
+    std::vector<std::uint8_t> exif_be = {'E', 'x', 'i',  'f',  0, 0, 'M',  'M',  0, 42, 0, 0, 0, 8,
+                                         0,   1,   0x01, 0x1A, 0, 5, 0,    0,    0, 1,  0, 0, 0, 26,
+                                         0,   0,   0,    0,    0, 0, 0x01, 0x2C, 0, 0,  0, 1};  // 300/1, inch
+                                                                                                // by default
     struct Case {
         const char* what;
         std::vector<std::uint8_t> bytes;
@@ -129,7 +131,8 @@ TEST(Resolution, ReadFromEachFormatsOwnField) {
 
 // Files made by ImageMagick and exiftool, read by us.
 TEST(Resolution, AgreesWithFilesMadeByIndependentTools) {
-    if (!test::have_tool("convert") || !test::have_tool("exiftool")) GTEST_SKIP() << "ImageMagick or exiftool missing";
+    if (!test::have_tool("convert") || !test::have_tool("exiftool"))
+        GTEST_SKIP() << "ImageMagick or exiftool missing";
     const std::string dir = test::temp_dir("resolution_tools");
     struct Case {
         const char* name;
@@ -139,7 +142,8 @@ TEST(Resolution, AgreesWithFilesMadeByIndependentTools) {
     } cases[] = {
         {"a.jpg", "-units PixelsPerInch -density 300", "", 300},
         {"b.jpg", "-units PixelsPerCentimeter -density 118", "", 299},
-        {"c.jpg", "-units PixelsPerInch -density 300", "-EXIF:XResolution=180 -EXIF:ResolutionUnit=inches", 180},
+        {"c.jpg", "-units PixelsPerInch -density 300", "-EXIF:XResolution=180 -EXIF:ResolutionUnit=inches",
+         180},
         {"d.png", "-units PixelsPerCentimeter -density 118.11", "", 299},
         // 72 dpi is stored as 2834 per metre, 71.98 dpi: truncated, as every fractional resolution.
         {"e.png", "-units PixelsPerInch -density 72", "", 71},
@@ -152,7 +156,8 @@ TEST(Resolution, AgreesWithFilesMadeByIndependentTools) {
         const std::string path = dir + "/" + c.name;
         run_tool("convert -size 5x4 xc:orange " + std::string(c.convert_options) + " " + quoted(path));
         if (*c.exiftool_options)
-            run_tool("exiftool -q -overwrite_original " + std::string(c.exiftool_options) + " " + quoted(path));
+            run_tool("exiftool -q -overwrite_original " + std::string(c.exiftool_options) + " " +
+                     quoted(path));
         EXPECT_EQ(read_dpi(path), c.dpi) << c.name;
     }
     EXPECT_EQ(read_dpi(dir + "/missing.png"), 0);
