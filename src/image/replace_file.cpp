@@ -14,7 +14,9 @@ namespace fs = std::filesystem;
 fs::path temporary_beside(const fs::path& target, std::uint32_t salt) {
     char tag[16];
     std::snprintf(tag, sizeof tag, "%08x", salt);
-    return target.parent_path() / ("." + target.filename().string() + "." + tag + ".tmp");
+    std::string name = ".";
+    name.append(target.filename().string()).append(".").append(tag).append(".tmp");
+    return target.parent_path() / name;
 }
 
 }  // namespace

@@ -101,12 +101,15 @@ TEST(FileTypes, DialogListsAreTheProgramsOwn) {
     int videos = 0;
     for (std::size_t at = 0; at < open.size();) {
         const std::size_t end = std::min(open.find(';', at), open.size());
-        const std::string pattern(open.substr(at, end - at));
-        ASSERT_EQ(pattern.substr(0, 2), "*.");
-        if (is_video("a" + pattern.substr(1))) ++videos;
-        const bool listed_as_shape = kLoadShapeTypes.find(pattern + ";") != std::string_view::npos ||
-                                     kLoadShapeTypes.ends_with(pattern);
-        EXPECT_NE(is_video("a" + pattern.substr(1)), listed_as_shape) << pattern;
+        const std::string_view pattern = open.substr(at, end - at);
+        ASSERT_TRUE(pattern.starts_with("*.")) << pattern;
+        const std::string name = std::string("a").append(pattern.substr(1));
+        if (is_video(name)) ++videos;
+        const std::size_t in_shapes = kLoadShapeTypes.find(pattern);
+        const std::size_t after = in_shapes + pattern.size();
+        const bool listed_as_shape = in_shapes != std::string_view::npos &&
+                                     (after == kLoadShapeTypes.size() || kLoadShapeTypes[after] == ';');
+        EXPECT_NE(is_video(name), listed_as_shape) << pattern;
         at = end + 1;
     }
     EXPECT_EQ(videos, 8);

@@ -60,7 +60,7 @@ std::vector<std::uint8_t> tiff_claiming(std::uint32_t w, std::uint32_t h) {
                                     std::uint8_t(value >> 8),
                                     std::uint8_t(value >> 16),
                                     std::uint8_t(value >> 24)};
-        v.insert(v.end(), e, e + 12);
+        for (std::uint8_t byte : e) v.push_back(byte);
     };
     entry(256, w);
     entry(257, h);

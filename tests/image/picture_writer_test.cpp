@@ -143,7 +143,9 @@ TEST(PictureWriter, RawWriterMakesEveryPixelOpaque) {
         for (int y = 0; y < 3; ++y)
             for (int x = 0; x < 4; ++x) {
                 EXPECT_EQ(back.picture.at(x, y, 3), 255) << name;
-                if (std::string(name) != "r.webp") EXPECT_EQ(back.picture.at(x, y, 0), 0x60) << name;
+                if (std::string(name) != "r.webp") {
+                    EXPECT_EQ(back.picture.at(x, y, 0), 0x60) << name;
+                }
             }
     }
     EXPECT_EQ(write_raw(dir + "/r.unknown", picture), PictureError::UnknownType);

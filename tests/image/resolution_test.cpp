@@ -125,7 +125,9 @@ TEST(Resolution, ReadFromEachFormatsOwnField) {
     };
     for (const Case& c : cases) {
         EXPECT_EQ(read_dpi(c.bytes), c.dpi) << c.what;
-        if (c.dpi) EXPECT_EQ(decode_picture(c.bytes).dpi, c.dpi) << c.what;
+        if (c.dpi) {
+            EXPECT_EQ(decode_picture(c.bytes).dpi, c.dpi) << c.what;
+        }
     }
 }
 
