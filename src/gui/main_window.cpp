@@ -10,6 +10,7 @@
 #include <QFileInfo>
 #include <QGridLayout>
 #include <QHBoxLayout>
+#include <QIcon>
 #include <QLabel>
 #include <QLineEdit>
 #include <QListWidget>
@@ -73,6 +74,8 @@ MainWindow::MainWindow(std::unique_ptr<Presenter> presenter, QWidget* parent)
       doc_(host_),
       worker_(host_) {
     setWindowTitle(q(kAppName));
+    setWindowIcon(QIcon::fromTheme(QStringLiteral("velquinograph"),
+                                   QIcon(QStringLiteral(VELQ_DATA_DIR "/velquinograph.png"))));
     setAcceptDrops(true);
     inhibitor_ = new SleepInhibitor(this);
 
