@@ -3,6 +3,7 @@
 #include <QColorDialog>
 #include <QDialog>
 #include <QFileDialog>
+#include <QFontDialog>
 #include <QMessageBox>
 
 namespace velq::gui {
@@ -48,6 +49,13 @@ std::optional<QColor> Presenter::choose_colour(QWidget* parent, const QColor& in
     QColor c = QColorDialog::getColor(initial, parent, kCaption);
     if (!c.isValid()) return std::nullopt;
     return c;
+}
+
+std::optional<QString> Presenter::choose_font(QWidget* parent, const QString& face) {
+    bool ok = false;
+    const QFont font = QFontDialog::getFont(&ok, QFont(face), parent, kCaption);
+    if (!ok) return std::nullopt;
+    return font.family();
 }
 
 int Presenter::exec(QDialog& dialog) {

@@ -37,6 +37,8 @@ public:
                               const QString& folder);
     // A colour, or nothing when cancelled.
     virtual std::optional<QColor> choose_colour(QWidget* parent, const QColor& initial);
+    // A font face, or nothing when cancelled.
+    virtual std::optional<QString> choose_font(QWidget* parent, const QString& face);
     // Runs a modal dialog; QDialog::Accepted or Rejected.
     virtual int exec(QDialog& dialog);
 };

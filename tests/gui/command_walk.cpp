@@ -7,6 +7,7 @@
 #include <QProgressBar>
 
 #include "app/commands.h"
+#include "gui/picture_view.h"
 #include "window_fixture.h"
 
 using namespace velq;
@@ -116,6 +117,33 @@ private slots:
         w.document_changed();
         s.transformed = s.rendered = true;
         QCOMPARE(compare_with_model(w, s), QString());
+    }
+
+    void workerReportsReachTheWindowThroughQueuedSignals() {
+        WindowFixture f;
+        MainWindow& w = *f.window;
+        QVERIFY(f.load_picture(velq::test::noise_picture(40, 30, 7)));
+        std::atomic<bool> reported{false}, release{false};
+        Host& host = w.host();
+        w.start_job([&] {
+            host.title("Velquinograph (Detecting segments...)");
+            host.percent(42);
+            const LiveCircle batch[2] = {{10, 10, 3}, {20, 12, 4}};
+            host.circles_added(batch);
+            reported = true;
+            while (!release && !host.stopped()) std::this_thread::sleep_for(std::chrono::milliseconds(2));
+        });
+        QTRY_VERIFY(reported.load());
+        QTRY_COMPARE(w.windowTitle(), QStringLiteral("Velquinograph (Detecting segments...)"));
+        QTRY_COMPARE(w.control<QProgressBar>(ctl::kProgress)->value(), 42);
+        QTRY_COMPARE(int(w.picture_view().overlay().circles.size()), 2);
+        QVERIFY(w.busy());
+        // The window answers while the worker runs: a view toggle works, Filter does not.
+        QVERIFY(w.action(cmd::kViewEdges)->isEnabled());
+        w.trigger(cmd::kViewEdges);
+        QVERIFY(!w.document().toggles.edges);
+        release = true;
+        QTRY_VERIFY(!w.busy());
     }
 
     void stopEndsTheJobAndTheWindowIsUsableAgain() {

@@ -48,18 +48,26 @@ public:
         colours.pop_front();
         return c;
     }
+    std::optional<QString> choose_font(QWidget*, const QString& face) override {
+        font_initials << face;
+        if (fonts.empty()) return std::nullopt;
+        const QString f = fonts.front();
+        fonts.pop_front();
+        return f;
+    }
     int exec(QDialog& dialog) override {
         dialogs << dialog.windowTitle();
         if (on_dialog) return on_dialog(dialog);
         return QDialog::Rejected;
     }
 
-    QStringList messages, questions, file_types, dialogs;
+    QStringList messages, questions, file_types, dialogs, font_initials;
     QList<QColor> colour_initials;
     std::deque<bool> answers;
     std::deque<QString> open_names, save_names;
     std::deque<QStringList> open_lists;
     std::deque<QColor> colours;
+    std::deque<QString> fonts;
     int save_type = -1;
     std::function<int(QDialog&)> on_dialog;
 
