@@ -124,6 +124,11 @@ int resize_channel(Host& host, const UBUFFER& src, int src_channel, UBUFFER& dst
     return 0;
 }
 
+void shrink_channel_from_table(const IBUFFER& table, int src_width, int src_height, UBUFFER& dst,
+                               int dst_channel) {
+    shrink_channel(table, dst, dst_channel, src_width, src_height);
+}
+
 int get_resized(Host& host, const UBUFFER& src, UBUFFER& dst) {
     if (!src || !dst) return -1;
     const int channels = std::min({src.channels(), dst.channels(), 8});

@@ -25,6 +25,11 @@ int get_resized(Host& host, const UBUFFER& src, UBUFFER& dst);
 // The same resize from one channel of `src` into one channel of `dst` (planes into a stencil).
 int resize_channel(Host& host, const UBUFFER& src, int src_channel, UBUFFER& dst, int dst_channel);
 
+// The shrinking branch of resize_channel from a summed-area table built beforehand for a src_width x
+// src_height plane, so that one table serves many shrinks. `dst` must be smaller in both directions.
+void shrink_channel_from_table(const IBUFFER& table, int src_width, int src_height, UBUFFER& dst,
+                               int dst_channel);
+
 // Size of the bilinear enlargement by `factor`: (n - 1) * factor + 1.
 inline int enlarged_size(int n, int factor) { return n < 1 ? 0 : (n - 1) * factor + 1; }
 

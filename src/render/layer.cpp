@@ -1,6 +1,10 @@
 #include "render/layer.h"
 
+#include <algorithm>
 #include <cstdio>
+#include <cwctype>
+
+#include "host/progress.h"
 
 namespace velq {
 
@@ -42,7 +46,7 @@ void Layer::next_shape() {
     if (passage_mode && !passage.empty()) {
         passage_cursor = (passage_cursor + 1) % int(passage.size());
         char16_t ch = passage[passage_cursor];
-        if (case_folding && ch >= u'A' && ch <= u'Z') ch = char16_t(ch - u'A' + u'a');
+        if (case_folding) ch = char16_t(std::towlower(wint_t(ch)));
         current = shapes.front().get();
         for (auto& s : shapes) {
             if (s->character == ch) {
@@ -63,6 +67,67 @@ std::string Layer::list_text(int index) const {
     std::snprintf(buf, sizeof buf, "Ly%d - %s T(%d)-S(%d)-B(%d)", index, shown ? "Shown" : "Hidden", transparency,
                   size, brightness);
     return buf;
+}
+
+bool Layer::set_transparency(int value) {
+    value = std::clamp(value, 0, 255);
+    if (value == transparency) return false;
+    transparency = value;
+    apply_tone();
+    return true;
+}
+
+bool Layer::set_size(int value) {
+    value = std::clamp(value, 0, 300);
+    if (value == size) return false;
+    size = value;
+    return true;
+}
+
+bool Layer::set_brightness(int value) {
+    value = std::max(value, 0);
+    if (value == brightness) return false;
+    brightness = value;
+    apply_tone();
+    return true;
+}
+
+void reset_layer(Host& host, std::vector<Layer>& layers, int i) {
+    if (i < 0 || i >= int(layers.size())) return;
+    layers[i] = Layer(host, i < 2);
+}
+
+void set_layer_as_default(Host& host, std::vector<Layer>& layers, int i) {
+    if (i < 0 || i >= int(layers.size())) return;
+    layers[i] = Layer(host, true);
+}
+
+int load_shapes(Host& host, Layer& layer, std::span<const std::string> paths) {
+    if (paths.empty()) return 0;
+    layer.clear_shapes();
+    auto title = [](const std::string& path) { return std::string(kAppName) + " (Loading shapes..." + path + ")"; };
+    int result = 0;
+    {
+        Progress progress(host, title(paths[0]), Progress::Raw{});
+        const std::int64_t count = std::int64_t(paths.size());
+        for (std::int64_t i = 0; i < count; ++i) {
+            const std::string& path = paths[i];
+            if (i > 0) progress.retitle(title(path));
+            auto shape = std::make_unique<SHAPE>(host);
+            if (shape->read_shape(host, path) != 0) {
+                host.message("Failed to read shape in " + path);
+                result = -1;
+                break;
+            }
+            shape->apply_layer_tone(layer.brightness, layer.transparency);
+            layer.shapes.push_back(std::move(shape));
+            progress.update(i + 1, count);
+        }
+    }
+    layer.passage_mode = false;
+    layer.first_shape_only = false;
+    layer.rewind();
+    return result;
 }
 
 std::vector<Layer> make_default_layers(Host& host) {

@@ -3,6 +3,7 @@
 #pragma once
 
 #include <memory>
+#include <span>
 #include <string>
 #include <vector>
 
@@ -39,6 +40,11 @@ public:
     void rewind();
     // "Ly%d - %s T(%d)-S(%d)-B(%d)"
     std::string list_text(int index) const;
+    // The "Trans", "Size" and "Bright" edits: the value is clamped (0..255, 0..300, 0 and up) and,
+    // for Trans and Bright, every shape's tone is redone. False when the stored value did not change.
+    bool set_transparency(int value);
+    bool set_size(int value);
+    bool set_brightness(int value);
     bool has_shapes() const { return !shapes.empty(); }
 
     std::vector<std::unique_ptr<SHAPE>> shapes;
@@ -65,5 +71,15 @@ public:
 
 // The nine layers of a new Document: 0 and 1 with the default disc, 2..8 empty.
 std::vector<Layer> make_default_layers(Host& host);
+
+// "Reset layer": layer i becomes a new layer, with the default disc for layers 0 and 1.
+void reset_layer(Host& host, std::vector<Layer>& layers, int i);
+// "Set as default": layer i becomes a new layer with the default disc.
+void set_layer_as_default(Host& host, std::vector<Layer>& layers, int i);
+
+// Replaces the layer's shapes with shapes read from the files, in order, each toned with the layer's
+// brightness and transparency. Stops at the first file that can't be read ("Failed to read shape in "
+// and its path), keeping the shapes read before it; -1 then, else 0. An empty list changes nothing.
+int load_shapes(Host& host, Layer& layer, std::span<const std::string> paths);
 
 }  // namespace velq

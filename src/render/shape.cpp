@@ -1,6 +1,13 @@
 #include "render/shape.h"
 
 #include <algorithm>
+#include <cmath>
+
+#include <opencv2/core.hpp>
+#include <opencv2/imgcodecs.hpp>
+#include <opencv2/imgproc.hpp>
+
+#include "image/resample.h"
 
 namespace velq {
 
@@ -16,6 +23,7 @@ void extract_planes(SHAPE& s) {
         m[i] = a[2 * i + 1];
     }
     ++s.generation;
+    s.stencils.clear();
 }
 
 bool allocate_buffers(SHAPE& s) {
@@ -23,6 +31,29 @@ bool allocate_buffers(SHAPE& s) {
     return s.preview_buffer.allocate(n, n, 4) && s.org_buffer.allocate(n, n, 2) &&
            s.alt_buffer.allocate(n, n, 2) && s.shade_plane.allocate(n, n, 1) && s.mask_plane.allocate(n, n, 1);
 }
+// Any picture OpenCV reads, as 8-bit blue, green, red, alpha: 3 channels gain an opaque alpha, grey
+// and grey with alpha are spread over the three colours, and any other depth is scaled by 1/255.
+cv::Mat to_bgra8(const cv::Mat& in) {
+    cv::Mat img = in;
+    if (img.type() != CV_8UC4) {
+        if (img.channels() == 3) {
+            cv::cvtColor(img, img, cv::COLOR_BGR2BGRA);
+        } else if (img.channels() == 1) {
+            cv::cvtColor(img, img, cv::COLOR_GRAY2BGRA);
+        } else if (img.channels() == 2) {
+            cv::Mat planes[2];
+            cv::split(img, planes);
+            const cv::Mat bgra[4] = {planes[0], planes[0], planes[0], planes[1]};
+            cv::merge(bgra, 4, img);
+        }
+    }
+    if (img.type() != CV_8UC4) img.convertTo(img, CV_8U, 0.00392156862745098, 0);
+    return img;
+}
+
+// Alpha below this is cut away before the shape is measured.
+constexpr int kAlphaCut = 10;
+
 }  // namespace
 
 SHAPE::SHAPE(Host& host) {
@@ -41,6 +72,113 @@ SHAPE::SHAPE(Host& host) {
     }
     copy_to(host, org_buffer, alt_buffer);
     extract_planes(*this);
+}
+
+int SHAPE::read_shape(Host& host, const std::string& path) {
+    cv::Mat img;
+    try {
+        img = cv::imread(path, cv::IMREAD_UNCHANGED);
+    } catch (const cv::Exception&) {
+        img.release();
+    }
+    if (img.empty()) {
+        host.message("Failed to read_shape");
+        return -1;
+    }
+    UBUFFER work;
+    if (!allocate_buffers(*this) || !work.allocate(kSide, kSide, 4)) {
+        host.message("Failed to allocate shp_buffer in read_shape");
+        return -1;
+    }
+    try {
+        img = to_bgra8(img);
+    } catch (const cv::Exception&) {
+        img.release();
+    }
+    if (img.empty() || img.channels() != 4) {
+        host.message("Failed to read_shape");
+        return -1;
+    }
+    if (img.cols < kSide && img.rows < kSide) {
+        host.message("Too small shape image, must be larger than 1024x1024 pixel");
+        return -1;
+    }
+
+    // Cut away the faint pixels and find the box of what is left.
+    int left = img.cols, top = img.rows, right = -1, bottom = -1;
+    for (int y = 0; y < img.rows; ++y) {
+        std::uint8_t* row = img.ptr<std::uint8_t>(y);
+        for (int x = 0; x < img.cols; ++x) {
+            std::uint8_t* p = row + 4 * x;
+            if (p[3] < kAlphaCut) {
+                p[0] = p[1] = p[2] = p[3] = 0;
+                continue;
+            }
+            left = std::min(left, x);
+            right = std::max(right, x);
+            top = std::min(top, y);
+            bottom = std::max(bottom, y);
+        }
+    }
+    if (right < 0) {  // nothing opaque enough to be a shape
+        host.message("Failed to read_shape");
+        return -1;
+    }
+    const int bw = right - left + 1, bh = bottom - top + 1;
+
+    // The circle around the box's centre that holds every remaining pixel.
+    const double cx = left + bw * 0.5, cy = top + bh * 0.5;
+    std::int64_t max_d2 = 0;
+    for (int y = top; y <= bottom; ++y) {
+        const std::uint8_t* row = img.ptr<std::uint8_t>(y);
+        for (int x = left; x <= right; ++x) {
+            if (row[4 * x + 3] == 0) continue;
+            const double d2 = (x - cx) * (x - cx) + (y - cy) * (y - cy);
+            if (d2 > double(max_d2)) max_d2 = std::int64_t(d2 + 0.5);
+        }
+    }
+    const int side = int(2 * std::sqrt(double(max_d2)) + 0.5);
+
+    // The box centred in a square of that side, then brought to the working square.
+    UBUFFER ext;
+    if (!ext.allocate(side, side, 4)) {
+        host.message("Failed to allocate ext_buffer in read_shape()");
+        return -1;
+    }
+    const int ox = int((side - bw) * 0.5), oy = int((side - bh) * 0.5);
+    for (int y = top; y <= bottom; ++y) {
+        const std::uint8_t* row = img.ptr<std::uint8_t>(y);
+        for (int x = left; x <= right; ++x) {
+            const std::uint8_t* p = row + 4 * x;
+            const int tx = ox + x - left, ty = oy + y - top;
+            if (p[3] == 0 || !ext.inside(tx, ty)) continue;
+            std::copy(p, p + 4, &ext.at(tx, ty));
+        }
+    }
+    img.release();
+    if (get_resized(host, ext, work) != 0) return -1;
+    ext.reset();
+
+    // Grey level and opacity, nothing outside the bounding disc.
+    constexpr int c = kSide / 2;
+    for (int y = 0; y < kSide; ++y) {
+        for (int x = 0; x < kSide; ++x) {
+            const std::uint8_t* p = &work.at(x, y);
+            const std::uint8_t a = p[3];
+            if (a == 0) continue;
+            if ((x - c) * (x - c) + (y - c) * (y - c) > c * c) continue;
+            const auto g = std::uint8_t(float(p[0] + p[1] + p[2]) / 3.0f + 0.5f);
+            org_buffer.at(x, y, 0) = g;
+            org_buffer.at(x, y, 1) = a;
+            std::uint8_t* q = &preview_buffer.at(x, y);
+            q[0] = q[1] = q[2] = g;
+            q[3] = a;
+        }
+    }
+    if (!copy_to(host, org_buffer, alt_buffer)) return -1;
+    extract_planes(*this);
+    name = path;
+    return 0;
 }
 
 void SHAPE::apply_layer_tone(int brightness_percent, int transparency) {

@@ -8,6 +8,7 @@
 
 #include "host/host.h"
 #include "image/buffer.h"
+#include "render/stencil.h"
 
 namespace velq {
 
@@ -36,8 +37,10 @@ public:
     UBUFFER shade_plane;           // 1024 x 1024 x 1, channel 0 of alt_buffer
     UBUFFER mask_plane;            // 1024 x 1024 x 1, channel 1 of alt_buffer
     double radius = 512.0;
-    // Bumped whenever the planes change, so caches of scaled stencils know to rebuild.
+    // Bumped whenever the planes change.
     std::uint64_t generation = 0;
+    // The planes at every side painted since they last changed.
+    mutable StencilCache stencils;
 };
 
 }  // namespace velq

@@ -1,0 +1,85 @@
+// Painting one placement: its shape's stencil at the placement's side, tinted and blended into the
+// picture. The blend gives the bytes of the renderer's formula written out in doubles, without its
+// per-pixel divisions, so that tens of thousands of placements paint in milliseconds.
+#pragma once
+
+#include <array>
+#include <cstdint>
+#include <functional>
+#include <memory>
+#include <span>
+#include <unordered_map>
+#include <vector>
+
+#include "host/host.h"
+#include "image/buffer.h"
+#include "render/colour.h"
+#include "render/placement.h"
+#include "render/stencil.h"
+
+namespace velq {
+
+// The blend of one colour channel as the renderer defines it: shade s and opacity m of the stencil,
+// old value o, tint c, global brightness G, transparency T, brightness factor k.
+int blend_channel(int s, int m, int o, double c, int global_brightness, int transparency, double k);
+
+// trunc(clamp(S / 255, 0, 255)) for a double S, without the division: equal for every S (the one
+// fact it rests on, that a double just below 255 n divides to below n, is checked by the tests).
+inline int floor_div255(double s) {
+    if (!(s >= 255.0)) return 0;
+    if (s >= 65280.0) return 255;
+    int q = int(s * (1.0 / 255));
+    if (255.0 * q > s) {
+        --q;
+    } else if (255.0 * (q + 1) <= s) {
+        ++q;
+    }
+    return q;
+}
+
+// A placement made ready to paint.
+struct PaintJob {
+    std::shared_ptr<const Stencil> stencil;
+    double left = 0, top = 0;          // x - r, y - r
+    double c[3] = {255, 255, 255};     // tint: red, green, blue
+    int tint[3] = {255, 255, 255};     // the same as integers, for the exact path
+    double k = 1.0;                    // brightness / 100
+    int transparency = 255;
+    bool exact = false;                // whole-number tint, k = 1, moderate G: the integer path applies
+    const double* shade_term[3] = {};  // other tints: per shade value, s * c / 255 + G
+    const double* tone = nullptr;      // other tints: per opacity, t = T m / 255, then 255 - t
+};
+
+class Painter {
+public:
+    Painter(Host& host, int global_brightness);
+
+    // Readies a placement with the given tint: 0 ready, 1 nothing to paint (no shape or a side below
+    // 1), -1 when its stencil could not be had ("Failed to allocate rz_buffer in fill_shape()").
+    int prepare(const Placement& p, const ColourRecord& tint, PaintJob& job);
+    // Paints the job's pixels that fall on rows [row0, row1) of a 4-channel buffer, in the order of
+    // the stencil's rows and columns.
+    void paint_rows(const PaintJob& job, UBUFFER& buffer, int row0, int row1) const;
+    int global_brightness() const { return g_; }
+
+private:
+    const double* shade_table(double c);
+    const double* tone_table(int transparency);
+
+    Host& host_;
+    int g_;
+    std::unordered_map<std::uint64_t, std::unique_ptr<std::array<double, 256>>> shade_tables_;
+    std::unordered_map<int, std::unique_ptr<std::array<double, 512>>> tone_tables_;
+};
+
+// Builds the stencils that the placements need, one pair of summed-area tables per shape.
+void prepare_stencils(Host& host, std::span<const Placement> placements);
+
+// Paints the jobs in order. Rows are split into bands painted at once, each band walking the whole
+// list, so every pixel sees the placements in list order. Before each job every band checks the stop
+// flag; the calling thread paints the first band and calls after_each(i) after job i. Returns false
+// when the stop flag ended the painting.
+bool paint_jobs(Host& host, const Painter& painter, std::span<const PaintJob> jobs, UBUFFER& buffer,
+                const std::function<void(std::size_t)>& after_each, int bands = 0);
+
+}  // namespace velq

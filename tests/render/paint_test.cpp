@@ -1,0 +1,240 @@
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <random>
+
+#include "render/paint.h"
+#include "render/renderer.h"
+#include "support/pictures.h"
+#include "support/recording_host.h"
+#include "reference.h"
+
+namespace velq {
+namespace {
+
+TEST(FloorDiv255, EqualsTruncatedClampedQuotient) {
+    // The one fact the division-free floor rests on: just below 255 n the quotient stays below n.
+    for (int n = 1; n <= 256; ++n) {
+        const double below = std::nextafter(255.0 * n, 0.0);
+        EXPECT_LT(below / 255, double(n)) << n;
+        EXPECT_EQ(floor_div255(below), std::min(n - 1, 255)) << n;
+        EXPECT_EQ(floor_div255(255.0 * n), std::min(n, 255)) << n;
+    }
+    std::mt19937_64 gen(7);
+    std::uniform_real_distribution<double> any(-2000.0, 70000.0);
+    for (int i = 0; i < 200000; ++i) {
+        const double s = any(gen);
+        ASSERT_EQ(floor_div255(s), int(std::clamp(s / 255, 0.0, 255.0))) << s;
+    }
+}
+
+// Shapes with soft edges and varied shading, so every path of the blend sees real inputs.
+std::vector<std::unique_ptr<SHAPE>> test_shapes(Host& host) {
+    std::vector<std::unique_ptr<SHAPE>> shapes;
+    shapes.push_back(std::make_unique<SHAPE>(host));  // the default disc
+    std::mt19937 gen(3);
+    shapes.push_back(test::make_shape(host, [&](int, int) {
+        return std::pair{int(gen() & 255), int(gen() % 3 == 0 ? 0 : gen() & 255)};
+    }));
+    shapes.push_back(test::make_shape(
+        host,
+        [](int x, int y) {
+            const double r = std::hypot(x - 512.0, y - 512.0);
+            return std::pair{int(x / 4), r < 400 ? 255 : r < 500 ? int(500 - r) * 2 : 0};
+        },
+        130, 200));
+    return shapes;
+}
+
+struct RandomPlacements {
+    std::mt19937 gen;
+    const std::vector<std::unique_ptr<SHAPE>>& shapes;
+    int w, h;
+
+    double uniform(double a, double b) { return std::uniform_real_distribution<double>(a, b)(gen); }
+    int pick(int n) { return int(gen() % unsigned(n)); }
+
+    Placement next() {
+        Placement p;
+        p.shape = shapes[pick(int(shapes.size()))].get();
+        const int kind = pick(20);
+        p.radius = kind == 0 ? uniform(0.0, 1.0) : kind == 1 ? uniform(200, 330) : uniform(0.5, 40);
+        p.x = uniform(-45, w + 45);
+        p.y = uniform(-45, h + 45);
+        if (pick(8) == 0) p.x = -p.radius + uniform(-1, 1);  // left edge inside the first column
+        p.transparency = pick(4) == 0 ? 255 : pick(256);
+        p.brightness = pick(5) == 0 ? uniform(20, 180) : 100.0;
+        const bool whole = pick(4) != 0;
+        double c[3];
+        for (double& v : c) v = whole ? double(pick(256)) : uniform(0, 255);
+        p.paint = ColourRecord{c[0], c[1], c[2], 255, 0, true};
+        return p;
+    }
+};
+
+TEST(FillShape, MatchesTheDirectFormulaOnRandomPlacements) {
+    test::RecordingHost host;
+    const auto shapes = test_shapes(host);
+    for (const int g : {0, 40, -25, 300, 700}) {
+        RandomPlacements rnd{std::mt19937(unsigned(100 + g)), shapes, 150, 110};
+        UBUFFER fast = test::noise_picture(150, 110, unsigned(g + 1000));
+        UBUFFER slow = fast.clone();
+        for (int i = 0; i < 120; ++i) {
+            const Placement p = rnd.next();
+            ASSERT_EQ(fill_shape(host, p, fast, g), 0);
+            test::reference_fill_shape(host, p, slow, g);
+            ASSERT_EQ(std::memcmp(fast.data(), slow.data(), fast.size()), 0)
+                << "G " << g << " placement " << i << " r " << p.radius << " at " << p.x << "," << p.y;
+        }
+    }
+    EXPECT_TRUE(host.messages().empty());
+}
+
+TEST(FillShape, LargeSidesEnlargeAndShrinkLikeThePlaneResize) {
+    test::RecordingHost host;
+    const auto shapes = test_shapes(host);
+    for (const double r : {511.6, 512.0, 515.3}) {  // sides 1024 (enlarging), 1024, 1031
+        Placement p;
+        p.shape = shapes[2].get();
+        p.radius = r;
+        p.x = 300;
+        p.y = 350;
+        p.paint = ColourRecord{200, 30, 90, 255, 0, true};
+        UBUFFER fast = test::noise_picture(700, 700, 5);
+        UBUFFER slow = fast.clone();
+        fill_shape(host, p, fast, 0);
+        test::reference_fill_shape(host, p, slow, 0);
+        EXPECT_EQ(std::memcmp(fast.data(), slow.data(), fast.size()), 0) << r;
+    }
+}
+
+// Where the formula's value is a whole number its doubles may fall just short of it: the painted
+// byte follows the doubles, not the exact fraction.
+TEST(FillShape, KeepsTheFormulasRoundingAtWholeNumbers) {
+    test::RecordingHost host;
+    struct Case {
+        int shade, opacity, tint, transparency, old_value, global, expected;
+    } cases[] = {
+        {0, 238, 0, 204, 225, 0, 56},       // exactly 57 as a fraction
+        {255, 255, 255, 255, 17, 0, 255},   // white over anything at full opacity
+        {255, 255, 0, 255, 200, 0, 0},      // black at full opacity
+        {128, 255, 255, 255, 90, 0, 128},   // the grey base layer shows the shade
+        {0, 255, 0, 255, 0, 50, 50},        // global brightness alone
+        {100, 128, 255, 255, 100, 0, 100},  // equal shade and background
+    };
+    for (const Case& k : cases) {
+        auto shape = test::make_shape(host, [&](int, int) { return std::pair{k.shade, k.opacity}; });
+        Placement p;
+        p.shape = shape.get();
+        p.radius = 6;
+        p.x = p.y = 8;
+        p.transparency = k.transparency;
+        p.paint = ColourRecord{double(k.tint), double(k.tint), double(k.tint), 255, 0, true};
+        UBUFFER buf = test::flat_picture(16, 16, 0xFF000000u | k.old_value * 0x010101u);
+        fill_shape(host, p, buf, k.global);
+        UBUFFER ref = test::flat_picture(16, 16, 0xFF000000u | k.old_value * 0x010101u);
+        test::reference_fill_shape(host, p, ref, k.global);
+        EXPECT_EQ(buf.at(8, 8, 1), k.expected) << k.shade << " " << k.opacity << " " << k.tint;
+        EXPECT_EQ(std::memcmp(buf.data(), ref.data(), buf.size()), 0);
+    }
+}
+
+TEST(FillShape, EdgeCases) {
+    test::RecordingHost host;
+    SHAPE disc(host);
+    const std::uint32_t grey = 0xFF646464u;  // 100 in every channel
+    struct Case {
+        const char* what;
+        double radius, brightness;
+        int transparency;
+        double tint;
+        int global;
+        int centre, outside;  // channel 0 at the centre and at a corner afterwards
+    } cases[] = {
+        {"radius 0.2 paints nothing", 0.2, 100, 255, 255, 0, 100, 100},
+        {"transparency 0 leaves the picture", 10, 100, 0, 255, 0, 100, 100},
+        {"transparency 0, brightness 50 darkens under the mask", 10, 50, 0, 255, 0, 50, 100},
+        {"black tint with global brightness 50", 10, 100, 255, 0, 50, 50, 100},
+        {"white at full opacity", 10, 100, 255, 255, 0, 255, 100},
+    };
+    for (const Case& k : cases) {
+        Placement p;
+        p.shape = &disc;
+        p.radius = k.radius;
+        p.x = p.y = 15;
+        p.brightness = k.brightness;
+        p.transparency = k.transparency;
+        p.paint = ColourRecord{k.tint, k.tint, k.tint, 255, 0, true};
+        UBUFFER buf = test::flat_picture(30, 30, grey);
+        buf.at(15, 15, 3) = 7;
+        EXPECT_EQ(fill_shape(host, p, buf, k.global), 0) << k.what;
+        EXPECT_EQ(buf.at(15, 15, 0), k.centre) << k.what;
+        EXPECT_EQ(buf.at(0, 0, 0), k.outside) << k.what;
+        EXPECT_EQ(buf.at(15, 15, 3), k.radius < 1 ? 7 : 255) << k.what;
+    }
+}
+
+TEST(FillShape, FirstColumnIsBlendedTwiceWhenTheShapeStartsInsideIt) {
+    test::RecordingHost host;
+    SHAPE disc(host);
+    Placement p;
+    p.shape = &disc;
+    p.radius = 10;
+    p.x = 9.5;  // left = -0.5: stencil columns 0 and 1 both land on column 0
+    p.y = 10;
+    p.transparency = 128;
+    p.paint = ColourRecord{255, 255, 255, 255, 0, true};
+    UBUFFER buf = test::flat_picture(30, 30, 0xFF000000u);
+    UBUFFER ref = buf.clone();
+    fill_shape(host, p, buf, 0);
+    test::reference_fill_shape(host, p, ref, 0);
+    EXPECT_EQ(std::memcmp(buf.data(), ref.data(), buf.size()), 0);
+    EXPECT_GT(buf.at(0, 10, 0), buf.at(1, 10, 0));
+}
+
+TEST(PaintPlacements, BandsKeepEveryPixelsOrder) {
+    test::RecordingHost host;
+    const auto shapes = test_shapes(host);
+    RandomPlacements rnd{std::mt19937(11), shapes, 300, 260};
+    std::vector<Placement> list;
+    for (int i = 0; i < 400; ++i) list.push_back(rnd.next());
+    UBUFFER ref = test::noise_picture(300, 260, 9);
+    for (const Placement& p : list) test::reference_fill_shape(host, p, ref, 10);
+    for (const int bands : {1, 2, 4}) {
+        UBUFFER buf = test::noise_picture(300, 260, 9);
+        ASSERT_TRUE(paint_placements(host, list, buf, 10, false, nullptr, bands));
+        EXPECT_EQ(std::memcmp(buf.data(), ref.data(), buf.size()), 0) << bands << " bands";
+    }
+}
+
+TEST(PaintPlacements, WhiteTintStopFlagAndProgress) {
+    test::RecordingHost host;
+    SHAPE disc(host);
+    std::vector<Placement> list(200);
+    for (int i = 0; i < 200; ++i) {
+        list[i].shape = &disc;
+        list[i].radius = 3;
+        list[i].x = 4 + (i % 20) * 6;
+        list[i].y = 4 + (i / 20) * 6;
+        list[i].paint = ColourRecord{255, 0, 0, 255, 0, true};
+    }
+    UBUFFER buf = test::flat_picture(130, 70, 0xFF000000u);
+    {
+        Progress progress(host, "Rendering shapes");
+        EXPECT_TRUE(paint_placements(host, list, buf, 0, true, &progress, 2));
+    }
+    EXPECT_EQ(buf.at(4, 4, 0), 255);  // white, not red
+    EXPECT_EQ(buf.at(4, 4, 1), 255);
+    const auto percents = host.percents();
+    ASSERT_GE(percents.size(), 3u);
+    EXPECT_EQ(percents[percents.size() - 2], 100);
+    EXPECT_EQ(percents.back(), 0);
+
+    UBUFFER untouched = test::flat_picture(130, 70, 0xFF000000u);
+    host.stop = true;
+    EXPECT_FALSE(paint_placements(host, list, untouched, 0, false, nullptr));
+    EXPECT_EQ(untouched.at(4, 4, 2), 0);
+}
+
+}  // namespace
+}  // namespace velq
