@@ -8,6 +8,10 @@
 #include <map>
 #include <thread>
 
+#if defined(__x86_64__)
+#include <immintrin.h>
+#endif
+
 #include "host/parallel.h"
 #include "render/shape.h"
 
@@ -60,71 +64,114 @@ inline void blend_pixel_exact(const std::uint8_t* sm, std::uint8_t* px, const Ex
     px[3] = 255;
 }
 
-using v8i = std::int32_t __attribute__((vector_size(32)));
-using v8u = std::uint32_t __attribute__((vector_size(32)));
-using v8d = double __attribute__((vector_size(64)));
-using v8l = std::int64_t __attribute__((vector_size(64)));
-using v8w = std::uint16_t __attribute__((vector_size(16)));
+#if defined(__x86_64__)
+#define VELQ_AVX2 __attribute__((target("avx2"), always_inline)) inline
 
-// Eight pixels at a time: the quotient y d / D from doubles (y d is exact; one rounding in the
-// product with 1 / D is far inside the 1 / D that separates a non-tie from a whole number).
-__attribute__((target_clones("arch=x86-64-v3", "default"))) void blend_run_exact(const std::uint8_t* sm,
-                                                                                  std::uint8_t* dst, int n,
-                                                                                  const ExactTint& et) {
-    constexpr double inv_d = 1.0 / double(kD);
-    constexpr double eps = 1e-9;
-    const v8i zero = {}, full = zero + 255;
-    int i = 0;
-    for (; i + 8 <= n; i += 8) {
-        v8w w;
-        std::memcpy(&w, sm + 2 * i, sizeof w);
-        const v8i wi = __builtin_convertvector(w, v8i);
-        const v8i s = wi & 0xFF, m = wi >> 8;
-        const v8i nz = m != 0;
-        if (!(nz[0] | nz[1] | nz[2] | nz[3] | nz[4] | nz[5] | nz[6] | nz[7])) continue;
-        v8u px;
-        std::memcpy(&px, dst + 4 * i, sizeof px);
-        const v8i y = m * et.t;
-        const v8d yd = __builtin_convertvector(y, v8d);
-        const v8u ymul = (v8u)y * 0xFEFEFEFFu;
-        const v8i y_exact = (y == 0) | (ymul <= 0xFFFFFFFFu / 255);
-        v8u out = (v8u){} + 0xFF000000u;
-        v8i bad = {};
-        for (int ch = 0; ch < 3; ++ch) {
-            const v8i o = (v8i)((px >> (8 * ch)) & 0xFFu);
-            const v8i sc = s * et.ci[ch];
-            const v8i d = sc + et.g255 - o * 255;
-            const v8d e = yd * __builtin_convertvector(d, v8d) * inv_d;
-            v8i q = __builtin_convertvector(e, v8i);
-            v8d qd = __builtin_convertvector(q, v8d);
-            const v8l above = qd > e;
-            q += __builtin_convertvector(above, v8i);
-            qd = __builtin_convertvector(q, v8d);
-            const v8d f = e - qd;
-            const v8i tie = __builtin_convertvector((f < eps) | (f > 1.0 - eps), v8i);
-            const v8i up = __builtin_convertvector(f > 0.5, v8i);
-            const v8u scmul = (v8u)sc * 0xFEFEFEFFu;
-            const v8i safe = (y == 0) | (y_exact & (scmul <= 0xFFFFFFFFu / 255));
-            q -= tie & up;  // a tie just below a whole number rounds up to it
-            bad |= tie & ~safe;
-            v8i r = o + q;
-            r = r < zero ? zero : r;
-            r = r > full ? full : r;
-            out |= (v8u)r << (8 * ch);
-        }
-        out = nz ? out : px;
-        std::memcpy(dst + 4 * i, &out, sizeof out);
-        bad &= nz;
-        if (bad[0] | bad[1] | bad[2] | bad[3] | bad[4] | bad[5] | bad[6] | bad[7]) {
-            for (int l = 0; l < 8; ++l) {
-                if (!bad[l]) continue;
-                std::uint8_t* p = dst + 4 * (i + l);
-                std::memcpy(p, reinterpret_cast<const std::uint8_t*>(&px) + 4 * l, 4);
-                blend_pixel_exact(sm + 2 * (i + l), p, et);
-            }
-        }
+// A 32-bit lane mask of the lanes that hold a multiple of 255 (x * 255^-1 mod 2^32 is small).
+VELQ_AVX2 __m256i multiple_of_255(__m256i x) {
+    const __m256i prod = _mm256_mullo_epi32(x, _mm256_set1_epi32(int(0xFEFEFEFFu)));
+    return _mm256_cmpeq_epi32(_mm256_min_epu32(prod, _mm256_set1_epi32(16843009)), prod);
+}
+
+// Four double lanes of a 1.0 / 0.0 mask as four int32 lanes of 1 / 0.
+VELQ_AVX2 __m128i lanes_of(__m256d mask) { return _mm256_cvttpd_epi32(_mm256_and_pd(mask, _mm256_set1_pd(1.0))); }
+
+// One channel of eight pixels: the new byte values, with `bad` gaining the lanes whose tie must be
+// settled by the formula itself.
+template <int Ch>
+VELQ_AVX2 __m256i channel_avx2(__m256i px, __m256i s, __m256i y, __m256d ylo, __m256d yhi, __m256i y_exact,
+                               int ci, int g255, __m256i& bad) {
+    const __m256i ff = _mm256_set1_epi32(0xFF);
+    const __m256i o = _mm256_and_si256(_mm256_srli_epi32(px, 8 * Ch), ff);
+    const __m256i sc = _mm256_mullo_epi32(s, _mm256_set1_epi32(ci));
+    const __m256i d = _mm256_sub_epi32(_mm256_add_epi32(sc, _mm256_set1_epi32(g255)),
+                                       _mm256_sub_epi32(_mm256_slli_epi32(o, 8), o));
+    const __m256d inv_d = _mm256_set1_pd(1.0 / double(kD));
+    const __m256d elo = _mm256_mul_pd(_mm256_mul_pd(ylo, _mm256_cvtepi32_pd(_mm256_castsi256_si128(d))), inv_d);
+    const __m256d ehi = _mm256_mul_pd(_mm256_mul_pd(yhi, _mm256_cvtepi32_pd(_mm256_extracti128_si256(d, 1))), inv_d);
+    __m256d qlo = _mm256_floor_pd(elo), qhi = _mm256_floor_pd(ehi);
+    const __m256d flo = _mm256_sub_pd(elo, qlo), fhi = _mm256_sub_pd(ehi, qhi);
+    const __m256d eps = _mm256_set1_pd(1e-9), top = _mm256_set1_pd(1.0 - 1e-9);
+    const __m256d tlo = _mm256_or_pd(_mm256_cmp_pd(flo, eps, _CMP_LT_OQ), _mm256_cmp_pd(flo, top, _CMP_GT_OQ));
+    const __m256d thi = _mm256_or_pd(_mm256_cmp_pd(fhi, eps, _CMP_LT_OQ), _mm256_cmp_pd(fhi, top, _CMP_GT_OQ));
+    if (_mm256_movemask_pd(_mm256_or_pd(tlo, thi)) != 0) {
+        // Ties: a whole number reached from just below rounds up to it, and the lanes whose steps
+        // are not all exact go to the formula.
+        const __m256d half = _mm256_set1_pd(0.5), one = _mm256_set1_pd(1.0);
+        qlo = _mm256_add_pd(qlo, _mm256_and_pd(_mm256_and_pd(tlo, _mm256_cmp_pd(flo, half, _CMP_GT_OQ)), one));
+        qhi = _mm256_add_pd(qhi, _mm256_and_pd(_mm256_and_pd(thi, _mm256_cmp_pd(fhi, half, _CMP_GT_OQ)), one));
+        const __m256i tie = _mm256_set_m128i(lanes_of(thi), lanes_of(tlo));
+        const __m256i safe = _mm256_or_si256(_mm256_cmpeq_epi32(y, _mm256_setzero_si256()),
+                                             _mm256_and_si256(y_exact, multiple_of_255(sc)));
+        bad = _mm256_or_si256(bad, _mm256_andnot_si256(safe, tie));
     }
-    for (; i < n; ++i) blend_pixel_exact(sm + 2 * i, dst + 4 * i, et);
+    const __m256i q = _mm256_set_m128i(_mm256_cvttpd_epi32(qhi), _mm256_cvttpd_epi32(qlo));
+    __m256i r = _mm256_add_epi32(o, q);
+    r = _mm256_min_epi32(_mm256_max_epi32(r, _mm256_setzero_si256()), ff);
+    return _mm256_slli_epi32(r, 8 * Ch);
+}
+
+// Eight pixels. y d is exact in doubles; the one rounding of its product with 1 / D is far inside the
+// 1 / D that parts a non-tie from a whole number, so floor and tie are both exact.
+VELQ_AVX2 void blend_block_avx2(const std::uint8_t* sm, std::uint8_t* dst, const ExactTint& et) {
+    const __m256i zero = _mm256_setzero_si256();
+    const __m256i wi = _mm256_cvtepu16_epi32(_mm_loadu_si128(reinterpret_cast<const __m128i*>(sm)));
+    const __m256i s = _mm256_and_si256(wi, _mm256_set1_epi32(0xFF)), m = _mm256_srli_epi32(wi, 8);
+    const __m256i nz = _mm256_cmpgt_epi32(m, zero);
+    if (_mm256_testz_si256(nz, nz)) return;
+    const __m256i px = _mm256_loadu_si256(reinterpret_cast<const __m256i*>(dst));
+    const __m256i y = _mm256_mullo_epi32(m, _mm256_set1_epi32(et.t));
+    const __m256d ylo = _mm256_cvtepi32_pd(_mm256_castsi256_si128(y));
+    const __m256d yhi = _mm256_cvtepi32_pd(_mm256_extracti128_si256(y, 1));
+    const __m256i y_exact = multiple_of_255(y);
+    __m256i bad = zero;
+    __m256i out = _mm256_set1_epi32(int(0xFF000000u));
+    out = _mm256_or_si256(out, channel_avx2<0>(px, s, y, ylo, yhi, y_exact, et.ci[0], et.g255, bad));
+    out = _mm256_or_si256(out, channel_avx2<1>(px, s, y, ylo, yhi, y_exact, et.ci[1], et.g255, bad));
+    out = _mm256_or_si256(out, channel_avx2<2>(px, s, y, ylo, yhi, y_exact, et.ci[2], et.g255, bad));
+    out = _mm256_blendv_epi8(px, out, nz);
+    _mm256_storeu_si256(reinterpret_cast<__m256i*>(dst), out);
+    bad = _mm256_and_si256(bad, nz);
+    if (_mm256_testz_si256(bad, bad)) return;
+    alignas(32) std::int32_t lanes[8];
+    alignas(32) std::uint32_t old[8];
+    _mm256_store_si256(reinterpret_cast<__m256i*>(lanes), bad);
+    _mm256_store_si256(reinterpret_cast<__m256i*>(old), px);
+    for (int l = 0; l < 8; ++l) {
+        if (!lanes[l]) continue;
+        std::memcpy(dst + 4 * l, &old[l], 4);
+        blend_pixel_exact(sm + 2 * l, dst + 4 * l, et);
+    }
+}
+
+__attribute__((target("avx2"))) void blend_run_exact_avx2(const std::uint8_t* sm, std::uint8_t* dst, int n,
+                                                          const ExactTint& et) {
+    const int full = n & ~7;
+    for (int i = 0; i < full; i += 8) blend_block_avx2(sm + 2 * i, dst + 4 * i, et);
+    if (full == n) return;
+    // The last few pixels go through the same code in a padded copy (opacity 0 in the padding).
+    alignas(32) std::uint8_t tail_sm[16] = {}, tail_px[32] = {};
+    const int rest = n - full;
+    std::memcpy(tail_sm, sm + 2 * full, 2 * rest);
+    std::memcpy(tail_px, dst + 4 * full, 4 * rest);
+    blend_block_avx2(tail_sm, tail_px, et);
+    std::memcpy(dst + 4 * full, tail_px, 4 * rest);
+}
+
+bool have_avx2() {
+    static const bool avx2 = (__builtin_cpu_init(), __builtin_cpu_supports("avx2"));
+    return avx2;
+}
+#endif
+
+void blend_run_exact(const std::uint8_t* sm, std::uint8_t* dst, int n, const ExactTint& et) {
+#if defined(__x86_64__)
+    if (have_avx2()) {
+        blend_run_exact_avx2(sm, dst, n, et);
+        return;
+    }
+#endif
+    for (int i = 0; i < n; ++i) blend_pixel_exact(sm + 2 * i, dst + 4 * i, et);
 }
 
 }  // namespace
@@ -254,6 +301,20 @@ void Painter::paint_rows(const PaintJob& job, UBUFFER& buffer, int row0, int row
     }
 }
 
+void Painter::prefetch(const PaintJob& job, const UBUFFER& buffer, int row0, int row1) {
+    const int d = job.stencil->side;
+    const int y0 = std::max({saturate(job.top), row0, 0});
+    const int y1 = std::min({saturate(job.top + d) + 1, row1, buffer.height()});
+    const int x0 = std::clamp(saturate(job.left), 0, buffer.width() - 1);
+    const int x1 = std::clamp(saturate(job.left + d) + 1, 0, buffer.width());
+    if (x0 >= x1) return;
+    for (int y = y0; y < y1; ++y) {
+        const std::uint8_t* row = buffer.row(y);
+        for (int x = x0; x < x1; x += 16) __builtin_prefetch(row + 4 * std::size_t(x), 1);
+        __builtin_prefetch(row + 4 * std::size_t(x1 - 1), 1);
+    }
+}
+
 void prepare_stencils(Host& host, std::span<const Placement> placements) {
     std::map<const SHAPE*, std::vector<int>> sides;
     for (const Placement& p : placements) {
@@ -276,9 +337,15 @@ bool paint_jobs(Host& host, const Painter& painter, std::span<const PaintJob> jo
     bands = std::clamp(std::min(bands, h / 64), 1, 64);
     if (jobs.size() < 64) bands = 1;
     std::atomic<bool> stopped{false};
+    // Painting is bound by fetching the picture's rows; they are asked for a few jobs ahead.
+    constexpr std::size_t kAhead = 4;
     auto band = [&](int b) {
         const int r0 = int(std::int64_t(h) * b / bands), r1 = int(std::int64_t(h) * (b + 1) / bands);
+        for (std::size_t i = 0; i < std::min(kAhead, jobs.size()); ++i)
+            if (jobs[i].stencil) Painter::prefetch(jobs[i], buffer, r0, r1);
         for (std::size_t i = 0; i < jobs.size(); ++i) {
+            if (i + kAhead < jobs.size() && jobs[i + kAhead].stencil)
+                Painter::prefetch(jobs[i + kAhead], buffer, r0, r1);
             if (host.stopped()) {
                 stopped = true;
                 return;

@@ -60,6 +60,8 @@ public:
     // Paints the job's pixels that fall on rows [row0, row1) of a 4-channel buffer, in the order of
     // the stencil's rows and columns.
     void paint_rows(const PaintJob& job, UBUFFER& buffer, int row0, int row1) const;
+    // Asks the processor to fetch the picture rows a job will paint, ahead of painting it.
+    static void prefetch(const PaintJob& job, const UBUFFER& buffer, int row0, int row1);
     int global_brightness() const { return g_; }
 
 private:
