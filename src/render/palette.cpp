@@ -67,6 +67,59 @@ ColourRecord map_colour(const Palette& palette, const ColourRecord& colour) {
     return *pick;
 }
 
+namespace {
+// The inverse of to_hsl for one channel.
+double hue_to_channel(double p, double q, double t) {
+    if (t < 0) t += 1;
+    if (t > 1) t -= 1;
+    if (t < 1.0 / 6) return p + (q - p) * 6 * t;
+    if (t < 0.5) return q;
+    if (t < 2.0 / 3) return p + (q - p) * (2.0 / 3 - t) * 6;
+    return p;
+}
+
+std::uint8_t to_byte(double v) { return std::uint8_t(clamp255(v * 255 + 0.5)); }
+}  // namespace
+
+UBUFFER palette_preview(const Palette& palette) {
+    constexpr int n = 200;
+    UBUFFER out;
+    if (!out.allocate(n, n, 4)) return out;
+    if (palette.pass_through || palette.keys.size() < 2) {
+        constexpr double l = 0.5;
+        for (int y = 0; y < n; ++y) {
+            const double s = double(y) / n;
+            const double q = l < 0.5 ? l * (1 + s) : l + s - l * s, p = 2 * l - q;
+            for (int x = 0; x < n; ++x) {
+                const double h = double(x) / n;
+                std::uint8_t* px = &out.at(x, y);
+                px[0] = to_byte(hue_to_channel(p, q, h - 1.0 / 3));
+                px[1] = to_byte(hue_to_channel(p, q, h));
+                px[2] = to_byte(hue_to_channel(p, q, h + 1.0 / 3));
+                px[3] = 255;
+            }
+        }
+        return out;
+    }
+    const int steps = int(palette.keys.size() - 1) * 50;
+    for (int x = 0; x < n; ++x) {
+        const int step = x * steps / n, s = step / 50, f = step % 50;
+        const ColourRecord& a = palette.keys[s];
+        const ColourRecord& b = palette.keys[s + 1];
+        const std::uint8_t bgr[3] = {std::uint8_t(a.c2 + (b.c2 - a.c2) * f / 50),
+                                     std::uint8_t(a.c1 + (b.c1 - a.c1) * f / 50),
+                                     std::uint8_t(a.c0 + (b.c0 - a.c0) * f / 50)};
+        for (int y = 0; y < n; ++y) {
+            std::uint8_t* px = &out.at(x, y);
+            px[0] = bgr[0];
+            px[1] = bgr[1];
+            px[2] = bgr[2];
+            px[3] = 255;
+        }
+    }
+    return out;
+}
+
 void to_hsl(ColourRecord& c) {
     const double r = c.c0 / 255, g = c.c1 / 255, b = c.c2 / 255;
     const double mx = std::max({r, g, b}), mn = std::min({r, g, b});

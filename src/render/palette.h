@@ -7,6 +7,7 @@
 #include <string>
 #include <vector>
 
+#include "image/buffer.h"
 #include "render/colour.h"
 
 namespace velq {
@@ -30,5 +31,10 @@ ColourRecord map_colour(const Palette& palette, const ColourRecord& colour);
 
 // The "Convert" option: c0, c1, c2 become hue, saturation and lightness scaled to 0..255.
 void to_hsl(ColourRecord& colour);
+
+// The "Palette preview" picture, 200 x 200 BGRA: for a pass-through palette the colours of hue x / 200
+// and saturation y / 200 at lightness 0.5; otherwise vertical bands running through the key colours
+// from left to right, (keys - 1) * 50 steps over the 200 columns. Absent when memory is short.
+UBUFFER palette_preview(const Palette& palette);
 
 }  // namespace velq
