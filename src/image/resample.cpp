@@ -126,7 +126,19 @@ int resize_channel(Host& host, const UBUFFER& src, int src_channel, UBUFFER& dst
 
 void shrink_channel_from_table(const IBUFFER& table, int src_width, int src_height, UBUFFER& dst,
                                int dst_channel) {
-    shrink_channel(table, dst, dst_channel, src_width, src_height);
+    const int dw = dst.width(), dh = dst.height(), dch = dst.channels();
+    std::vector<int> x0, x1, y0, y1;
+    shrink_edges(src_width, dw, x0, x1);
+    shrink_edges(src_height, dh, y0, y1);
+    for (int r = 0; r < dh; ++r) {
+        std::uint8_t* d = dst.row(r) + dst_channel;
+        const int bh = y1[r] - y0[r];
+        for (int c = 0; c < dw; ++c) {
+            const int area = (x1[c] - x0[c]) * bh;
+            const std::uint32_t sum = area == 0 ? 0 : box_sum(table, x0[c], y0[r], x1[c], y1[r]);
+            d[std::size_t(c) * dch] = area == 0 ? 0 : std::uint8_t(clamp_byte(std::trunc(double(sum) / area + 0.5)));
+        }
+    }
 }
 
 int get_resized(Host& host, const UBUFFER& src, UBUFFER& dst) {

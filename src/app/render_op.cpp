@@ -1,0 +1,85 @@
+#include "app/render_op.h"
+
+#include <new>
+
+#include "render/logo.h"
+#include "render/renderer.h"
+
+namespace velq {
+
+namespace {
+
+// Circles are measured in working pixels; a larger output scales them so the look stays the same.
+double radius_scale(const Document& doc, int width) {
+    return doc.working && doc.working.width() > 0 ? double(width) / doc.working.width() : 1.0;
+}
+
+}  // namespace
+
+void render_size(const Document& doc, int& width, int& height) {
+    width = doc.settings.out_width;
+    height = doc.settings.out_height;
+    if (width < 1 || height < 1) {
+        width = doc.working.width();
+        height = doc.working.height();
+    }
+}
+
+int generate_shaped_image(Document& doc, Host& host, int width, int height) {
+    const int g = doc.settings.global_brightness;
+    doc.rendered = false;
+    doc.render_buffer.reset();
+    if (!doc.render_buffer.allocate(width, height, 4, Init::Uninitialised)) {
+        host.message("Failed to allocate render_buffer in generate_shaped_image()");
+        return -1;
+    }
+    try {
+        Progress progress(host, "Rendering shapes");
+        fill_background(doc.render_buffer, doc.background);
+        Random random(doc.seeds.time_seed());
+        const double scale = radius_scale(doc, width);
+        for (std::size_t i = 0; i < doc.layers.size(); ++i) {
+            Layer& layer = doc.layers[i];
+            if (!layer.has_shapes() || !layer.shown) continue;
+            const auto placements =
+                make_placements(host, layer, doc.palettes, doc.segments, doc.circles, width, height, scale, random);
+            if (host.stopped()) return 0;
+            if (placements.empty()) {
+                host.message("Please complete the transform first");
+                return 0;
+            }
+            if (!paint_placements(host, placements, doc.render_buffer, g, i == 0, &progress)) return 0;
+        }
+        if (host.stopped()) return 0;
+        render_logo(host, doc.render_buffer, doc.logo, doc.logo_transparency, 1.0, 0.0);
+    } catch (const std::bad_alloc&) {
+        host.message("Failed to allocate render_buffer in generate_shaped_image()");
+        return -1;
+    }
+    doc.rendered = true;
+    doc.toggles.final_result = true;
+    doc.rendered_settings = doc.settings;
+    doc.rendered_settings.out_width = width;
+    doc.rendered_settings.out_height = height;
+    host.refresh(Refresh::Result);
+    return 0;
+}
+
+int render_layer(Document& doc, Host& host, UBUFFER& buffer, int index) {
+    if (index < 0 || index >= int(doc.layers.size()) || !buffer || buffer.channels() != 4) return 1;
+    Layer& layer = doc.layers[index];
+    if (index > 0 && (!layer.has_shapes() || !layer.shown)) return 1;
+    const int g = doc.settings.global_brightness;
+    buffer.fill(0);
+    Random random(doc.seeds.time_seed());
+    const auto placements = make_placements(host, layer, doc.palettes, doc.segments, doc.circles, buffer.width(),
+                                            buffer.height(), radius_scale(doc, buffer.width()), random);
+    if (index == 0) fill_background(buffer, doc.background);
+    {
+        Progress progress(host, std::string(kAppName), Progress::Raw{});
+        paint_placements(host, placements, buffer, g, index == 0, &progress);
+    }
+    return 0;
+}
+
+}  // namespace velq

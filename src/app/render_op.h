@@ -1,0 +1,21 @@
+// Render: every shown layer's placements painted over the background, then the logo, into the
+// Document's render_buffer. Runs on the worker; reads the layers, segments, circles and settings.
+#pragma once
+
+#include "app/document.h"
+
+namespace velq {
+
+// Renders width x height into a new render_buffer ("Velquinograph (Rendering shapes...)"). 0 on
+// success and when refused or stopped (rendered stays clear then), -1 when the buffer could not be had.
+// On success the settings are kept as the ones that made the render.
+int generate_shaped_image(Document& doc, Host& host, int width, int height);
+
+// The output size of a render: the Settings' pixel size, or the working picture's when none is set.
+void render_size(const Document& doc, int& width, int& height);
+
+// One layer alone into `buffer` (4 channels, the output size), cleared to transparent black first;
+// layer 0 lies on the background colour. 1 when a layer above 0 has nothing to paint, else 0.
+int render_layer(Document& doc, Host& host, UBUFFER& buffer, int index);
+
+}  // namespace velq
