@@ -40,4 +40,23 @@ int write_metadata(const Document& doc, Host& host, const std::string& path);
 // text cannot be stored.
 std::vector<std::uint8_t> copy_metadata(const Document& doc, Host& host);
 
+// True when the block's layers can be applied to this Document (nine of them, palettes it has).
+bool block_fits_document(const Document& doc, const SettingsBlock& block);
+
+// The window's fields from a block: INT, BLU, THR, GAP, DIL, K-Mn, Max, Min (through their "%f"
+// text), the filter kind and the transform mode, the unit set to pixel; the flag byte and the
+// cycling selections. The output size and DPI are left alone (see restore_output_size).
+void apply_block_settings(Document& doc, const SettingsRecord& rec);
+// The stored output size in pixels and the DPI, as a reopened result had them.
+void restore_output_size(Document& doc, const SettingsRecord& rec);
+
+// Replaces every layer by the stored one: its record, its passage, its shapes (the default disc, or
+// reloaded from the stored files). A shape file that cannot be read is reported and leaves its layer
+// with the shapes read before it; the result is then -1, else 0. Check block_fits_document first.
+int apply_block_layers(Document& doc, Host& host, const SettingsBlock& block);
+
+// Load layers: only the layers of the block at the end of `path` ("No metadata found!" when there is
+// none). Returns 0, or -1 after the message.
+int load_layers(Document& doc, Host& host, const std::string& path);
+
 }  // namespace velq

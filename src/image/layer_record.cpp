@@ -15,8 +15,6 @@ namespace {
 // number takes the next free slot; blocks written before it then read it as zero.
 enum Slot { kDuration, kMotion, kScan, kCount, kMotionTime, kTimestamp };
 
-constexpr int kRecordMotionKinds = 6;  // Basic .. Firefly
-
 std::size_t slot_at(int slot) { return o::anim_numbers + std::size_t(slot) * 8; }
 
 bool int_slot(double v, std::int32_t& out) {
@@ -95,7 +93,7 @@ bool decode_layer_record(std::span<const std::uint8_t, kLayerRecordSize> in, Lay
     r.anim.motion_time = get_f64(in, slot_at(kMotionTime));
     r.anim.timestamp = get_f64(in, slot_at(kTimestamp));
     if (!int_slot(get_f64(in, slot_at(kMotion)), r.anim.motion) || r.anim.motion < 0 ||
-        r.anim.motion >= kRecordMotionKinds || !int_slot(get_f64(in, slot_at(kScan)), r.anim.scan) ||
+        r.anim.motion >= kMotionKinds || !int_slot(get_f64(in, slot_at(kScan)), r.anim.scan) ||
         !int_slot(get_f64(in, slot_at(kCount)), r.anim.count))
         return false;
     if (!get_text(in, o::anim_name, o::anim_name_size, r.anim.name)) return false;

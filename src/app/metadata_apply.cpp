@@ -1,0 +1,111 @@
+#include <algorithm>
+
+#include "app/metadata.h"
+#include "app/units.h"
+
+namespace velq {
+
+namespace {
+
+// A new layer from its entry: the default disc when the record says so, the shapes reloaded from
+// their files when they came from files. Passage characters are not rebuilt here: the layer keeps
+// its passage and its mode, and has no shapes until they are made again.
+int layer_from_entry(Host& host, const LayerEntry& e, Layer& layer) {
+    const LayerRecord& r = e.record;
+    layer = Layer(host, r.first_shape_only && r.has_shapes);
+    layer.transparency = r.transparency;
+    layer.size = r.size;
+    layer.brightness = r.brightness;
+    layer.palette = r.palette;
+    layer.anim = r.anim;
+    layer.passage = e.passage;
+    layer.case_folding = r.case_folding;
+    layer.random = r.random;
+    layer.shuffle = r.shuffle;
+    layer.invert = r.invert;
+    layer.convert = r.convert;
+    layer.shown = r.shown;
+    layer.font.face = r.font.face;
+    layer.font.height = r.font.height;
+    layer.font.weight = r.font.weight;
+    layer.font.italic = r.font.italic;
+    int result = 0;
+    if (r.shapes_from_files())
+        result = load_shapes(host, layer, e.shape_paths);
+    else
+        layer.apply_tone();
+    layer.passage_mode = r.passage_mode;
+    layer.first_shape_only = r.first_shape_only;
+    // The cursors are where the layer stood; rendering starts them again from 0.
+    const int n = int(layer.shapes.size());
+    layer.shape_cursor = r.shape_cursor < n ? r.shape_cursor : 0;
+    layer.passage_cursor = std::size_t(r.passage_cursor) < layer.passage.size() ? r.passage_cursor : 0;
+    layer.current = n > 0 ? layer.shapes[std::size_t(layer.shape_cursor)].get() : nullptr;
+    return result;
+}
+
+}  // namespace
+
+bool block_fits_document(const Document& doc, const SettingsBlock& block) {
+    if (block.layers.size() != doc.layers.size()) return false;
+    return std::all_of(block.layers.begin(), block.layers.end(), [&](const LayerEntry& e) {
+        return std::size_t(e.record.palette) < doc.palettes.size();
+    });
+}
+
+void apply_block_settings(Document& doc, const SettingsRecord& r) {
+    Settings& s = doc.settings;
+    s.transform_mode = r.transform_mode;
+    s.filter_kind = r.filter_kind;
+    s.blur = r.blur;
+    s.dilation = r.dilation;
+    s.gap = r.gap;
+    s.threshold = r.threshold;
+    s.interpolation = r.interpolation;
+    s.k_mean = r.k_mean;
+    s.max_size = restored_size_fraction(r.max_size);
+    s.min_size = restored_size_fraction(r.min_size);
+    // The stored output size is in pixels, so the pixel unit shows it as it is.
+    s.unit = Unit::Pixel;
+    rewrite_size_fields(s);
+    doc.flag_byte = r.flag_byte != 0;
+    for (int i = 0; i < kCyclingCount; ++i) doc.cycling[std::size_t(i)] = r.cycling[std::size_t(i)] != 0;
+}
+
+void restore_output_size(Document& doc, const SettingsRecord& r) {
+    Settings& s = doc.settings;
+    s.dpi = r.dpi;
+    if (r.out_width > 0 && r.out_height > 0) {
+        s.out_width = r.out_width;
+        s.out_height = r.out_height;
+    }
+    rewrite_size_fields(s);
+}
+
+int apply_block_layers(Document& doc, Host& host, const SettingsBlock& block) {
+    std::vector<Layer> layers;
+    layers.reserve(block.layers.size());
+    int result = 0;
+    for (const LayerEntry& e : block.layers) {
+        layers.emplace_back(host, false);
+        if (layer_from_entry(host, e, layers.back()) != 0) result = -1;
+    }
+    doc.layers = std::move(layers);
+    host.refresh(Refresh::Layers);
+    return result;
+}
+
+int load_layers(Document& doc, Host& host, const std::string& path) {
+    SettingsBlock block;
+    if (!read_metadata_block(host, path, block)) {
+        host.message("No metadata found!");
+        return -1;
+    }
+    if (!block_fits_document(doc, block)) {
+        host.message("Invalid metadata found!");
+        return -1;
+    }
+    return apply_block_layers(doc, host, block);
+}
+
+}  // namespace velq
