@@ -177,3 +177,27 @@ TEST(LoadShapes, StopsAtTheFirstUnreadableFile) {
 
 }  // namespace
 }  // namespace velq
+
+namespace velq {
+namespace {
+
+TEST(LoadShapes, BundledSetLoads) {
+    const std::vector<std::string> names = {"star", "heart", "leaf", "flower", "drop", "ring", "moon"};
+    std::vector<std::string> paths;
+    for (const auto& n : names) paths.push_back(std::string(VELQ_DATA_DIR) + "/shapes/" + n + ".png");
+    test::RecordingHost host;
+    Layer layer(host, false);
+    ASSERT_EQ(load_shapes(host, layer, paths), 0) << (host.messages().empty() ? "" : host.messages()[0]);
+    ASSERT_EQ(layer.shapes.size(), names.size());
+    for (const auto& s : layer.shapes) {
+        // Each shape is centred, opaque in the middle or on a ring around it, and lit from the upper left.
+        int opaque = 0;
+        for (int y = 0; y < SHAPE::kSide; y += 8)
+            for (int x = 0; x < SHAPE::kSide; x += 8) opaque += s->mask_plane.at(x, y) == 255;
+        EXPECT_GT(opaque, 16384 / 5) << s->name;
+        EXPECT_LT(opaque, 16384 * 4 / 5) << s->name;
+    }
+}
+
+}  // namespace
+}  // namespace velq
