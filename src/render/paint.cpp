@@ -208,7 +208,7 @@ const double* Painter::tone_table(int transparency) {
     return slot->data();
 }
 
-int Painter::prepare(const Placement& p, const ColourRecord& tint, PaintJob& job) {
+int Painter::prepare(const Circle& p, const ColourRecord& tint, PaintJob& job) {
     if (!p.shape || !p.shape->usable()) return 1;
     const double r = p.radius;
     const int side = saturate(2 * r + 0.5);
@@ -315,9 +315,11 @@ void Painter::prefetch(const PaintJob& job, const UBUFFER& buffer, int row0, int
     }
 }
 
-void prepare_stencils(Host& host, std::span<const Placement> placements) {
+namespace {
+template <class T>
+void prepare_stencils_of(Host& host, std::span<const T> placements) {
     std::map<const SHAPE*, std::vector<int>> sides;
-    for (const Placement& p : placements) {
+    for (const Circle& p : placements) {
         if (!p.shape || !p.shape->usable()) continue;
         const int side = saturate(2 * p.radius + 0.5);
         if (side >= 1) sides[p.shape].push_back(side);
@@ -328,6 +330,10 @@ void prepare_stencils(Host& host, std::span<const Placement> placements) {
         shape->stencils.prepare(host, shape->shade_plane, shape->mask_plane, list);
     }
 }
+}  // namespace
+
+void prepare_stencils(Host& host, std::span<const Placement> placements) { prepare_stencils_of(host, placements); }
+void prepare_stencils(Host& host, std::span<const Circle> circles) { prepare_stencils_of(host, circles); }
 
 bool paint_jobs(Host& host, const Painter& painter, std::span<const PaintJob> jobs, UBUFFER& buffer,
                 const std::function<void(std::size_t)>& after_each, int bands) {

@@ -56,7 +56,7 @@ public:
 
     // Readies a placement with the given tint: 0 ready, 1 nothing to paint (no shape or a side below
     // 1), -1 when its stencil could not be had ("Failed to allocate rz_buffer in fill_shape()").
-    int prepare(const Placement& p, const ColourRecord& tint, PaintJob& job);
+    int prepare(const Circle& p, const ColourRecord& tint, PaintJob& job);
     // Paints the job's pixels that fall on rows [row0, row1) of a 4-channel buffer, in the order of
     // the stencil's rows and columns.
     void paint_rows(const PaintJob& job, UBUFFER& buffer, int row0, int row1) const;
@@ -74,8 +74,10 @@ private:
     std::unordered_map<int, std::unique_ptr<std::array<double, 512>>> tone_tables_;
 };
 
-// Builds the stencils that the placements need, one pair of summed-area tables per shape.
+// Builds the stencils that the placements (or circles in pixels) need, one pair of summed-area tables
+// per shape.
 void prepare_stencils(Host& host, std::span<const Placement> placements);
+void prepare_stencils(Host& host, std::span<const Circle> circles);
 
 // Paints the jobs in order. Rows are split into bands painted at once, each band walking the whole
 // list, so every pixel sees the placements in list order. Before each job every band checks the stop

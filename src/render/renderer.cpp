@@ -78,7 +78,7 @@ std::vector<Placement> make_placements(Host& host, Layer& layer, const std::vect
     return out;
 }
 
-int fill_shape(Host& host, const Placement& placement, UBUFFER& buffer, int global_brightness) {
+int fill_shape(Host& host, const Circle& placement, UBUFFER& buffer, int global_brightness) {
     Painter painter(host, global_brightness);
     PaintJob job;
     const int r = painter.prepare(placement, placement.paint, job);
@@ -96,22 +96,35 @@ void fill_background(UBUFFER& buffer, std::uint32_t background) {
     for (std::size_t i = 0; i < n; ++i) std::copy(px, px + 4, d + 4 * i);
 }
 
-bool paint_placements(Host& host, std::span<const Placement> placements, UBUFFER& buffer, int global_brightness,
-                      bool white, Progress* progress, int bands) {
-    prepare_stencils(host, placements);
+namespace {
+template <class T>
+bool paint_list(Host& host, std::span<const T> list, UBUFFER& buffer, int global_brightness, bool white,
+                Progress* progress, int bands) {
+    prepare_stencils(host, list);
     Painter painter(host, global_brightness);
-    std::vector<PaintJob> jobs(placements.size());
-    for (std::size_t i = 0; i < placements.size(); ++i) {
-        const Placement& p = placements[i];
+    std::vector<PaintJob> jobs(list.size());
+    for (std::size_t i = 0; i < list.size(); ++i) {
+        const Circle& p = list[i];
         if (painter.prepare(p, white ? kWhite : p.paint, jobs[i]) != 0) jobs[i].stencil.reset();
     }
-    const auto n = std::int64_t(placements.size());
+    const auto n = std::int64_t(list.size());
     return paint_jobs(
         host, painter, jobs, buffer,
         [&](std::size_t i) {
             if (progress) progress->update(std::int64_t(i) + 1, n);
         },
         bands);
+}
+}  // namespace
+
+bool paint_placements(Host& host, std::span<const Placement> placements, UBUFFER& buffer, int global_brightness,
+                      bool white, Progress* progress, int bands) {
+    return paint_list(host, placements, buffer, global_brightness, white, progress, bands);
+}
+
+bool paint_circles(Host& host, std::span<const Circle> circles, UBUFFER& buffer, int global_brightness,
+                   Progress* progress, int bands) {
+    return paint_list(host, circles, buffer, global_brightness, false, progress, bands);
 }
 
 }  // namespace velq

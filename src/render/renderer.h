@@ -32,9 +32,9 @@ std::vector<Placement> make_placements(Host& host, Layer& layer, const std::vect
                                        std::vector<Segment>& segments, std::span<const Circle> circles,
                                        int width, int height, double radius_scale, Random& random);
 
-// Paints one placement into a 4-channel buffer with the global brightness; 0, or -1 when its stencil
-// could not be had.
-int fill_shape(Host& host, const Placement& placement, UBUFFER& buffer, int global_brightness);
+// Paints one placement (a circle in pixels with its paint colour, transparency, brightness and shape)
+// into a 4-channel buffer with the global brightness; 0, or -1 when its stencil could not be had.
+int fill_shape(Host& host, const Circle& placement, UBUFFER& buffer, int global_brightness);
 
 // Every pixel becomes the background colour (red in the low byte) with alpha 255.
 void fill_background(UBUFFER& buffer, std::uint32_t background);
@@ -44,5 +44,8 @@ void fill_background(UBUFFER& buffer, std::uint32_t background);
 // after placement i. False when the stop flag ended the painting.
 bool paint_placements(Host& host, std::span<const Placement> placements, UBUFFER& buffer, int global_brightness,
                       bool white, Progress* progress, int bands = 0);
+// The same for circles in pixels (animation frames): the bytes of fill_shape on each in turn.
+bool paint_circles(Host& host, std::span<const Circle> circles, UBUFFER& buffer, int global_brightness,
+                   Progress* progress = nullptr, int bands = 0);
 
 }  // namespace velq

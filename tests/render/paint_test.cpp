@@ -205,6 +205,10 @@ TEST(PaintPlacements, BandsKeepEveryPixelsOrder) {
         ASSERT_TRUE(paint_placements(host, list, buf, 10, false, nullptr, bands));
         EXPECT_EQ(std::memcmp(buf.data(), ref.data(), buf.size()), 0) << bands << " bands";
     }
+    const std::vector<Circle> circles(list.begin(), list.end());
+    UBUFFER buf = test::noise_picture(300, 260, 9);
+    ASSERT_TRUE(paint_circles(host, circles, buf, 10));
+    EXPECT_EQ(std::memcmp(buf.data(), ref.data(), buf.size()), 0) << "circles";
 }
 
 TEST(PaintPlacements, WhiteTintStopFlagAndProgress) {
