@@ -54,6 +54,8 @@ public:
     // shape painted before them in the still render that shares a pixel with them is there), and
     // marks them settled, here and on the board. The base appends nothing.
     virtual void fixed_mesh(const Camera& camera, double t, SettleBoard& board, Mesh& out) {}
+    // Every shape back to unsettled, for another pass over the same animation. The base has none.
+    virtual void rewind() {}
 
     // One per placement, in placement order until pre_operation puts them in scan order.
     std::vector<AnimationItem> items;

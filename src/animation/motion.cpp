@@ -28,12 +28,16 @@ void MotionAnimation::pre_operation(Host& host, const AnimationContext& ctx) {
     Progress progress(host, "Snow animation Pre_operation");
     width_ = ctx.width;
     height_ = ctx.height;
-    first_unsettled_ = 0;
-    for (AnimationItem& it : items) it.settled = false;
+    rewind();
     Random rng;
     apply_scan_order(items, mode_, rng, ctx.seed, ctx.width, ctx.height);
     assign_times(items, settings_);
     prepare(rng, ctx);
+}
+
+void MotionAnimation::rewind() {
+    for (AnimationItem& it : items) it.settled = false;
+    first_unsettled_ = 0;
 }
 
 void MotionAnimation::moving_mesh(const Camera&, double t, bool finished, Mesh& out) const {

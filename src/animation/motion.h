@@ -16,6 +16,7 @@ public:
     void pre_operation(Host& host, const AnimationContext& ctx) override;
     void moving_mesh(const Camera& camera, double t, bool finished, Mesh& out) const override;
     void fixed_mesh(const Camera& camera, double t, SettleBoard& board, Mesh& out) override;
+    void rewind() override;
 
     // The shape at rest: flat, at its placement, exactly as the still render paints it.
     static Primitive rest(const AnimationItem& item);

@@ -10,8 +10,9 @@ AnimationScene::AnimationScene(Host& host, const Camera& camera, ShapePainter& p
 bool AnimationScene::allocate(const UBUFFER& base) {
     const int w = camera_.width(), h = camera_.height();
     if (!base || base.width() != w || base.height() != h || base.channels() != 4) return false;
+    base_ = base.clone();
     background_ = base.clone();
-    if (!background_ || !display_.allocate(w, h, 4, Init::Uninitialised) ||
+    if (!base_ || !background_ || !display_.allocate(w, h, 4, Init::Uninitialised) ||
         !background_depth_.allocate(w, h, 1, Init::Uninitialised) ||
         !moving_depth_.allocate(w, h, 1, Init::Uninitialised))
         return false;
@@ -31,8 +32,19 @@ void AnimationScene::build_board() {
             c.radius = it.p;
             placements[it.order] = c;
         }
-    const std::vector<Wait> waits = find_waits(placements, painter_, camera_.width(), camera_.height());
-    board_.reset(placements.size(), waits);
+    waits_ = find_waits(placements, painter_, camera_.width(), camera_.height());
+    shape_count_ = placements.size();
+    board_.reset(shape_count_, waits_);
+}
+
+bool AnimationScene::rewind() {
+    for (ANIMATION* a : animations_) a->rewind();
+    board_.reset(shape_count_, waits_);
+    if (!copy_to(host_, base_, background_)) return false;
+    background_depth_.fill(kFarDepth);
+    restore_.clear();
+    fresh_ = true;
+    return true;
 }
 
 void AnimationScene::restore(const PixelRect& r) {
@@ -44,7 +56,7 @@ void AnimationScene::restore(const PixelRect& r) {
     }
 }
 
-bool AnimationScene::render(double t) {
+bool AnimationScene::gather(double t) {
     fixed_.clear();
     moving_.clear();
     // Settling can free shapes of earlier layers' lists only in later passes, so go round until a
@@ -61,12 +73,18 @@ bool AnimationScene::render(double t) {
         if (host_.stopped()) return false;
         a->moving_mesh(camera_, t, false, moving_);
     }
+    return true;
+}
 
+bool AnimationScene::draw_fixed() {
     if (host_.stopped()) return false;
     fixed_.transform(camera_);
     touched_.clear();
     rasterise(fixed_, camera_, painter_, background_, background_depth_, &touched_);
+    return true;
+}
 
+bool AnimationScene::draw_moving() {
     if (host_.stopped()) return false;
     if (full_copies_ || fresh_) {
         copy_to(host_, background_, display_);

@@ -28,10 +28,17 @@ public:
     // Works out which shapes wait for which before settling (from every added layer's items).
     void build_board();
 
-    // Renders the frame at t into display(). The fixed shapes go into the background first, then the
-    // display is brought back to the background where the last frame drew over it and the moving
-    // shapes are drawn. False when the stop flag ended it.
-    bool render(double t);
+    // Renders the frame at t into display(): gather(t), draw_fixed(), draw_moving(). False when the
+    // stop flag ended it.
+    bool render(double t) { return gather(t) && draw_fixed() && draw_moving(); }
+    // The three steps. gather: the layers' fixed meshes (settling what may settle) and then their
+    // moving meshes at t. draw_fixed: the fixed mesh into the background. draw_moving: the display
+    // brought back to the background where the last frame drew over it, then the moving mesh on it.
+    bool gather(double t);
+    bool draw_fixed();
+    bool draw_moving();
+    // Back to the state before the first frame: every shape unsettled, the background the base.
+    bool rewind();
 
     UBUFFER& display() { return display_; }
     const UBUFFER& background() const { return background_; }
@@ -52,7 +59,9 @@ private:
     ShapePainter& painter_;
     std::vector<ANIMATION*> animations_;
     SettleBoard board_;
-    UBUFFER background_, display_;
+    UBUFFER base_, background_, display_;
+    std::vector<Wait> waits_;
+    std::size_t shape_count_ = 0;
     DBUFFER background_depth_, moving_depth_;
     Mesh fixed_, moving_;
     std::vector<PixelRect> restore_;  // display pixels to bring back before the next frame

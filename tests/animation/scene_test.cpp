@@ -166,6 +166,24 @@ TEST(Scene, PartialRestoresMatchFullCopiesFrameByFrame) {
     EXPECT_GT(frame, 40);
 }
 
+// A second pass after rewind() draws the same frames as the first.
+TEST(Scene, RewindStartsTheSameAnimationAgain) {
+    World w;
+    w.add(2, w.grid(6, 0), timing(0.0, 1.0, 0.5, 1));
+    w.add(0, w.grid(6, 2), timing(0.2, 0.5, 0.5, 6));
+    auto scene = w.scene();
+    std::vector<UBUFFER> first;
+    for (int n = 0; n < 50; ++n) {
+        ASSERT_TRUE(scene->render(n / 30.0));
+        first.push_back(scene->display().clone());
+    }
+    ASSERT_TRUE(scene->rewind());
+    for (int n = 0; n < 50; ++n) {
+        ASSERT_TRUE(scene->render(n / 30.0));
+        ASSERT_TRUE(same_bytes(scene->display(), first[n])) << n;
+    }
+}
+
 TEST(Scene, StopEndsAFrame) {
     World w;
     w.add(0, w.grid(6, 0), timing(0.0, 1.0, 1.0, 0));
