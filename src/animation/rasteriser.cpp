@@ -137,6 +137,13 @@ int rasterise(const Mesh& mesh, const Camera& camera, ShapePainter& painter, UBU
     });
     int failures = 0;
     const int w = picture.width(), h = picture.height();
+    // Runs of flat primitives go to the painter together (it may paint them in parallel bands).
+    std::vector<Circle> run;
+    auto flush = [&] {
+        if (run.empty()) return;
+        failures += painter.paint_all(run, picture);
+        run.clear();
+    };
     for (std::uint32_t i : idx) {
         const Primitive& p = prims[i];
         if (!p.look.shape) continue;
@@ -145,13 +152,14 @@ int rasterise(const Mesh& mesh, const Camera& camera, ShapePainter& painter, UBU
             c.x = p.centre.x;
             c.y = p.centre.y;
             c.radius = p.half;
-            if (painter.paint(c, picture) != 0) ++failures;
             if (touched) {
                 const PixelRect r = flat_rect(c, w, h);
                 if (!r.empty()) touched->push_back(r);
             }
+            run.push_back(c);
             continue;
         }
+        flush();
         const ProjectedQuad& q = quads[i];
         if (!q.visible || !(p.half > 0)) continue;
         double edge = 0;
@@ -166,6 +174,7 @@ int rasterise(const Mesh& mesh, const Camera& camera, ShapePainter& painter, UBU
         const PixelRect r = paint_projected(p, q, camera, *st, painter.global_brightness(), picture, depth);
         if (touched && !r.empty()) touched->push_back(r);
     }
+    flush();
     return failures;
 }
 
