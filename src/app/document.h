@@ -37,6 +37,7 @@ struct Document {
     UBUFFER filtered;        // result of the last filter; alpha says how strongly it covers the view
     UBUFFER view;            // the composed view, working size
     UBUFFER render_buffer;   // the rendered result
+    UBUFFER frame_buffer;    // the last animation frame shown (Render frame, video export)
     IBUFFER label_map;       // segment number per working pixel, 1-based; 0 none
     IBUFFER bs_buffer;       // brush-size map of the last Normal transform
 

@@ -1,0 +1,139 @@
+#include "app/document_animation.h"
+
+#include <algorithm>
+
+#include "animation/layer_animation.h"
+#include "render/logo.h"
+#include "render/paint.h"
+#include "render/renderer.h"
+#include "render/shape.h"
+
+namespace velq {
+
+namespace {
+
+class RendererPainter : public ShapePainter {
+public:
+    RendererPainter(Host& host, int g) : host_(host), g_(g), painter_(host, g) {}
+
+    int paint(const Circle& c, UBUFFER& buffer) override {
+        Placement p;
+        static_cast<Circle&>(p) = c;
+        PaintJob job;
+        const int r = painter_.prepare(p, p.paint, job);
+        if (r != 0) return r < 0 ? -1 : 0;
+        painter_.paint_rows(job, buffer, 0, buffer.height());
+        return 0;
+    }
+
+    int paint_all(std::span<const Circle> placements, UBUFFER& buffer) override {
+        if (placements.size() < 64) return ShapePainter::paint_all(placements, buffer);
+        std::vector<Placement> list(placements.size());
+        for (std::size_t i = 0; i < placements.size(); ++i) static_cast<Circle&>(list[i]) = placements[i];
+        return paint_placements(host_, list, buffer, g_, false, nullptr) ? 0 : 1;
+    }
+
+    std::shared_ptr<const UBUFFER> stencil(const SHAPE& shape, int side) override {
+        auto st = shape.stencils.get(host_, shape.shade_plane, shape.mask_plane, side);
+        if (!st) return nullptr;
+        return std::shared_ptr<const UBUFFER>(st, &st->planes);
+    }
+
+    int global_brightness() const override { return g_; }
+
+private:
+    Host& host_;
+    int g_;
+    Painter painter_;
+};
+
+// Circles are measured in working pixels; a larger frame scales them as the still render does.
+double radius_scale(const Document& doc, int width) {
+    return doc.working && doc.working.width() > 0 ? double(width) / doc.working.width() : 1.0;
+}
+
+// Where render_logo puts the logo on a w x h picture, so the next frame can take it away again.
+PixelRect logo_rect(const UBUFFER& logo, int w, int h, double fx, double fy) {
+    if (!logo || logo.height() <= 0) return {};
+    const int lh = int(h * 0.03);
+    const int lw = int(double(logo.width()) * lh / logo.height());
+    if (lw < 1 || lh < 1) return {};
+    int x = std::max(0, int(w * fx - lw * 0.5)), y = std::max(0, int(h * fy - lh * 0.5));
+    if (x + lw >= w) x = w - lw + 1;
+    if (y + lh >= h) y = h - lh + 1;
+    // One pixel of slack on every side costs nothing and covers any rounding of the painter.
+    return {std::clamp(x - 1, 0, w), std::clamp(y - 1, 0, h), std::clamp(x + lw + 1, 0, w), std::clamp(y + lh + 1, 0, h)};
+}
+
+}  // namespace
+
+std::unique_ptr<ShapePainter> make_renderer_painter(Host& host, int global_brightness) {
+    return std::make_unique<RendererPainter>(host, global_brightness);
+}
+
+DocumentAnimation::DocumentAnimation(Document& doc, Host& host) : doc_(doc), host_(host) {}
+
+DocumentAnimation::~DocumentAnimation() = default;
+
+int DocumentAnimation::prepare(int width, int height, const char* alloc_message) {
+    scene_.reset();
+    const int g = doc_.settings.global_brightness;
+    painter_ = make_renderer_painter(host_, g);
+    const Camera camera(width, height);
+    const AnimationContext ctx{width, height, doc_.settings.max_size, doc_.seeds.time_seed()};
+    // Random colours are drawn once for the whole animation.
+    Random random(doc_.seeds.time_seed());
+    const double scale = radius_scale(doc_, width);
+    std::vector<std::vector<Placement>> placements(doc_.layers.size());
+    std::uint32_t order = 0;
+    for (std::size_t i = 0; i < doc_.layers.size(); ++i) {
+        Layer& layer = doc_.layers[i];
+        layer.animation.reset();
+        if (!layer.shown || !layer.has_shapes()) continue;
+        placements[i] = make_placements(host_, layer, doc_.palettes, doc_.segments, doc_.circles, width, height,
+                                        scale, random);
+        if (host_.stopped()) return 1;
+        if (placements[i].empty()) {
+            host_.message("Please complete the transform first");
+            return 1;
+        }
+        std::vector<Circle> circles(placements[i].begin(), placements[i].end());
+        // The first layer's shapes count in the duration but are painted into the base, not animated.
+        prepare_layer_animation(host_, layer, make_items(circles, i == 0 ? 0 : order), ctx);
+        if (i > 0) order += std::uint32_t(circles.size());
+    }
+    duration_ = animation_duration(doc_.layers);
+
+    UBUFFER base;
+    if (!base.allocate(width, height, 4)) {
+        host_.message(alloc_message);
+        return -1;
+    }
+    if (!placements[0].empty()) {
+        fill_background(base, doc_.background);
+        if (!paint_placements(host_, placements[0], base, g, true, nullptr)) return 1;
+    }
+    scene_ = std::make_unique<AnimationScene>(host_, camera, *painter_);
+    if (!scene_->allocate(base)) {
+        scene_.reset();
+        host_.message(alloc_message);
+        return -1;
+    }
+    for (std::size_t i = 1; i < doc_.layers.size(); ++i)
+        if (doc_.layers[i].animation && !placements[i].empty()) scene_->add(*doc_.layers[i].animation);
+    scene_->build_board();
+    return 0;
+}
+
+const UBUFFER* DocumentAnimation::frame(double t, double fx, double fy) {
+    if (!scene_ || !scene_->render(t)) return nullptr;
+    UBUFFER& display = scene_->display();
+    if (doc_.logo) {
+        render_logo(host_, display, doc_.logo, doc_.logo_transparency, fx, fy);
+        const PixelRect r = logo_rect(doc_.logo, display.width(), display.height(), fx, fy);
+        if (!r.empty()) scene_->drew_over(r);
+    }
+    return &display;
+}
+
+}  // namespace velq

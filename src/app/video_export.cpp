@@ -1,0 +1,68 @@
+#include "app/video_export.h"
+
+#include <algorithm>
+#include <cctype>
+#include <memory>
+
+#include "app/document_animation.h"
+#include "video/encoder.h"
+#include "video/export_loop.h"
+#include "video/gif_writer.h"
+
+namespace velq {
+
+namespace {
+
+bool is_gif_name(const std::string& file) {
+    if (file.size() < 4) return false;
+    std::string ext = file.substr(file.size() - 4);
+    for (char& c : ext) c = char(std::tolower(static_cast<unsigned char>(c)));
+    return ext == ".gif";
+}
+
+constexpr SocialVariant kVariants[] = {
+    {1920, 1080, "_youtube.3gpp"},
+    {1920, 1080, "_youtube.webm"},
+    {1920, 1080, "_youtube.mp4"},
+    {1920, 1080, "_youtube.mov"},
+    {1920, 1080, "_youtube.avi"},
+    {1920, 1080, "_youtube.mpeg"},
+    {1920, 1080, "_youtube.wmv"},
+    {1920, 1080, "_youtube.flv"},
+    {1080, 1080, "_facebook_instagram_twitter_square.mp4"},
+    {1080, 1080, "_facebook_instagram_twitter_square.mov"},
+    {720, 900, "_facebook_portrait.mp4"},
+    {720, 900, "_facebook_portrait.mov"},
+    {720, 1280, "_facebook_twitter_portrait.mp4"},
+    {720, 1280, "_facebook_twitter_portrait.mov"},
+    {1280, 720, "_facebook_twitter_landscape.mp4"},
+    {1280, 720, "_facebook_twitter_landscape.mov"},
+    // The two names differ on purpose.
+    {1080, 1920, "_tiktok_instagram_wechat_portrait.mp4"},
+    {1080, 1920, "_tiktok_instagram_portrait.mov"},
+    {1080, 1350, "_instagram_feed.mp4"},
+    {1080, 1350, "_instagram_feed.mov"},
+    {640, 360, "_telegram.mp4"},
+};
+
+}  // namespace
+
+std::span<const SocialVariant> social_media_variants() { return kVariants; }
+
+int render_anim_video(Document& doc, Host& host, const std::string& file, int pw, int ph, FitMode fit) {
+    const FrameLayout layout = frame_layout(pw, ph, doc.settings.video_width, doc.settings.video_height, fit);
+    DocumentAnimation animation(doc, host);
+    if (animation.prepare(pw, ph, "Failed to allocate buffers in render_anim_video") != 0) return -1;
+    std::unique_ptr<VideoSink> sink;
+    if (is_gif_name(file)) {
+        sink = std::make_unique<GifWriter>(host);
+    } else {
+        sink = std::make_unique<Encoder>(host);
+    }
+    const int r = write_animation(host, *sink, animation, file, layout, animation.duration());
+    // The window keeps the last frame it was shown.
+    doc.frame_buffer = std::move(animation.scene().display());
+    return r;
+}
+
+}  // namespace velq

@@ -1,0 +1,30 @@
+// Export to a video (or a GIF, for a name ending in ".gif"): the Document's animation at 30 frames a
+// second at the video size of the Settings, in a fit mode; and the social-media set, a series of
+// videos per source picture in the sizes that popular services expect.
+#pragma once
+
+#include <span>
+#include <string>
+
+#include "app/document.h"
+#include "video/frame_layout.h"
+
+namespace velq {
+
+// Renders the animation at pw x ph and writes it to `file`. 0 when a file was written (also after
+// Stop), -1 otherwise, after the system's message.
+int render_anim_video(Document& doc, Host& host, const std::string& file, int pw, int ph, FitMode fit);
+
+struct SocialVariant {
+    int width, height;
+    const char* suffix;
+};
+// The social-media set in its order.
+std::span<const SocialVariant> social_media_variants();
+
+// The social-media export: for every source picture that carries a settings block, the result is
+// made again from the block and written as every variant into "SocialMedia" beside the first source.
+// Returns the number of videos written, or -1 when the folder could not be made.
+int generate_sm_video(Document& doc, Host& host, std::span<const std::string> sources, FitMode fit);
+
+}  // namespace velq
