@@ -5,7 +5,7 @@
 
 #include <gtest/gtest.h>
 
-#include "read_back.h"
+#include "support/video_read_back.h"
 #include "support/pictures.h"
 #include "support/recording_host.h"
 #include "video/export_loop.h"

@@ -1,4 +1,4 @@
-#include "read_back.h"
+#include "support/video_read_back.h"
 
 extern "C" {
 #include <libavcodec/avcodec.h>

@@ -1,0 +1,137 @@
+#include <cstring>
+#include <filesystem>
+#include <string>
+
+#include <gtest/gtest.h>
+
+#include "animation/layer_animation.h"
+#include "app/frame_render.h"
+#include "app/render_op.h"
+#include "app/video_export.h"
+#include "support/pictures.h"
+#include "support/recording_host.h"
+#include "support/video_read_back.h"
+
+namespace velq {
+namespace {
+
+bool same_bytes(const UBUFFER& a, const UBUFFER& b) {
+    return a.same_shape(b) && std::memcmp(a.data(), b.data(), a.size()) == 0;
+}
+
+// A 160 x 120 picture packed with 48 touching circles of varied colours; layers 0, 1 and 2 hold the
+// default disc, each animated in its own way.
+struct Animated {
+    test::RecordingHost host;
+    Document doc{host};
+
+    Animated() {
+        doc.working.allocate(160, 120, 4);
+        for (int j = 0; j < 6; ++j)
+            for (int i = 0; i < 8; ++i) {
+                Circle c;
+                c.x = (10 + i * 20) / 160.0;
+                c.y = (10 + j * 20) / 120.0;
+                c.radius = 10.2;
+                c.own = ColourRecord{double(i * 30), double(j * 40), double(255 - i * 20), 255, 0, true};
+                doc.circles.push_back(c);
+            }
+        doc.background = pack_colorref(0x10, 0x20, 0x40);
+        doc.settings.out_width = 160;
+        doc.settings.out_height = 120;
+        doc.settings.global_brightness = 9;
+        doc.layers[2] = Layer(host, true);
+        doc.layers[1].palette = 7;
+        doc.layers[2].set_size(60);
+        doc.layers[2].set_transparency(150);
+        set(1, 2 /* Sparkle */, 1 /* Random */, 0.5, 1.5, 0.6);
+        set(2, 5 /* Firefly */, 3 /* Circular in */, 0.0, 0.8, 0.5);
+        set(0, 0, 0, 0.0, 1.0, 1.0);
+    }
+
+    void set(int layer, int motion, int scan, double start, double spread, double move) {
+        AnimationSettings& a = doc.layers[layer].anim;
+        a.motion = motion;
+        a.scan = scan;
+        a.timestamp = start;
+        a.duration = spread;
+        a.motion_time = move;
+    }
+
+    // The duration these settings give: layer 1 ends last, at 0.5 + 1.5 * 47 / 48 + 0.6.
+    static double expected_duration() { return 0.5 + 1.5 * 47.0 / 48.0 + 0.6; }
+};
+
+TEST(FrameRender, AFrameAtTheEndEqualsTheStillRender) {
+    Animated a;
+    ASSERT_EQ(generate_shaped_image(a.doc, a.host, 160, 120), 0);
+    ASSERT_EQ(render_frame_at(a.doc, a.host, 160, 120, Animated::expected_duration()), 0);
+    EXPECT_TRUE(a.host.messages().empty());
+    EXPECT_TRUE(same_bytes(a.doc.frame_buffer, a.doc.render_buffer));
+    // Half way, shapes are still on their way: the frame differs.
+    ASSERT_EQ(render_frame_at(a.doc, a.host, 160, 120, 1.0), 0);
+    EXPECT_FALSE(same_bytes(a.doc.frame_buffer, a.doc.render_buffer));
+    const auto titles = a.host.titles();
+    EXPECT_NE(std::find(titles.begin(), titles.end(), "Velquinograph (Rendering fixed mesh...)"), titles.end());
+    EXPECT_NE(std::find(titles.begin(), titles.end(), "Velquinograph (Rendering moving mesh...)"), titles.end());
+    EXPECT_EQ(titles.back(), "Velquinograph");
+}
+
+TEST(FrameRender, TimestampsOutsideTheAnimationAreRefused) {
+    Animated a;
+    char expected[96];
+    std::snprintf(expected, sizeof expected, "Invalid timestamp (must be between 0.0 and %f",
+                  Animated::expected_duration());
+    for (double t : {-0.01, Animated::expected_duration() + 0.01}) {
+        a.host.clear();
+        EXPECT_EQ(render_frame_at(a.doc, a.host, 160, 120, t), -1);
+        EXPECT_EQ(a.host.messages(), std::vector<std::string>{expected}) << t;
+    }
+    // Without any layer holding shapes the animation lasts 0.0 s: 0.0 is the only valid time.
+    for (Layer& l : a.doc.layers) l.clear_shapes();
+    a.host.clear();
+    EXPECT_EQ(render_frame_at(a.doc, a.host, 160, 120, 0.0), 0);
+    EXPECT_EQ(render_frame_at(a.doc, a.host, 160, 120, 0.01), -1);
+    EXPECT_EQ(a.host.messages(), std::vector<std::string>{"Invalid timestamp (must be between 0.0 and 0.000000"});
+}
+
+// Before any other layer starts, the frame is the background with the first layer at rest: the
+// first layer is painted, never animated, although its Basic growth would still be running.
+TEST(FrameRender, TheFirstLayerIsNeverAnimated) {
+    Animated a;
+    a.set(0, 0, 0, 0.0, 4.0, 3.0);  // would grow over seven seconds if it moved
+    a.set(2, 5, 3, 0.3, 0.8, 0.5);
+    UBUFFER base;
+    base.allocate(160, 120, 4);
+    ASSERT_EQ(render_layer(a.doc, a.host, base, 0), 0);
+    ASSERT_EQ(render_frame_at(a.doc, a.host, 160, 120, 0.2), 0);
+    EXPECT_TRUE(same_bytes(a.doc.frame_buffer, base));
+    EXPECT_DOUBLE_EQ(animation_duration(a.doc.layers), 4.0 * 47 / 48 + 3.0);  // but it counts in the length
+}
+
+TEST(VideoExport, WritesEveryFrameOfTheAnimation) {
+    const std::string dir = test::temp_dir("export");
+    Animated a;
+    a.doc.settings.video_width = 160;
+    a.doc.settings.video_height = 120;
+    a.doc.logo = test::flat_picture(40, 20, 0xFFFFFFFF);
+    const std::size_t frames = std::size_t(30 * Animated::expected_duration()) + 1;
+    for (const char* name : {"/clip.mp4", "/clip.gif"}) {
+        ASSERT_EQ(render_anim_video(a.doc, a.host, dir + name, 160, 120, FitMode::None), 0) << name;
+        const test::ReadBack r = test::read_back(dir + name);
+        EXPECT_EQ(r.pts.size(), frames) << name;
+        EXPECT_EQ(r.width, 160);
+        EXPECT_TRUE(test::frame_times_are_thirtieths(r)) << name;
+    }
+    // A Snow layer whose last shape comes to rest at 4.0 s runs 2.5 s longer: 6.5 s, 196 frames.
+    for (int i = 0; i < 3; ++i) a.set(i, i == 1 ? 1 : 0, 0, 0.0, 0.0, i == 1 ? 4.0 : 1.0);
+    ASSERT_EQ(render_anim_video(a.doc, a.host, dir + "/snow.mp4", 160, 120, FitMode::None), 0);
+    EXPECT_EQ(test::read_back(dir + "/snow.mp4").pts.size(), 196u);
+    // No layer with shapes: one frame.
+    for (Layer& l : a.doc.layers) l.clear_shapes();
+    ASSERT_EQ(render_anim_video(a.doc, a.host, dir + "/still.mp4", 160, 120, FitMode::None), 0);
+    EXPECT_EQ(test::read_back(dir + "/still.mp4").pts.size(), 1u);
+}
+
+}  // namespace
+}  // namespace velq
