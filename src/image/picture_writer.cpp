@@ -9,6 +9,7 @@
 #include "image/file_types.h"
 #include "image/replace_file.h"
 #include "image/resolution_stamp.h"
+#include "image/tiff_alpha.h"
 
 namespace velq {
 namespace {
@@ -65,6 +66,7 @@ PictureError encode_picture(PictureType type, const UBUFFER& picture, int dpi,
     } catch (const std::bad_alloc&) {
         return PictureError::EncodeFailed;
     }
+    if (type == PictureType::Tiff && !mark_tiff_alpha(out)) return PictureError::EncodeFailed;
     if (dpi <= 0) return PictureError::None;
     bool stamped = true;
     if (type == PictureType::Jpeg) stamped = stamp_jpeg_dpi(out, dpi);
