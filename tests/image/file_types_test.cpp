@@ -89,13 +89,7 @@ TEST(FileTypes, FileExistsOnlyForFilesThatAreThere) {
     EXPECT_FALSE(file_exists(""));
 }
 
-TEST(FileTypes, DialogListsAreTheProgramsOwn) {
-    EXPECT_EQ(kSaveTypes[0].label, "Photoshop (.psd)");
-    EXPECT_EQ(kSaveTypes[1].pattern, "*.jpg");
-    EXPECT_EQ(kSaveTypes[3].label, "Bitmap Files (*.bmp)");
-    EXPECT_EQ(kVideoExportTypes[3].label, "Web Media (*.webm)");
-    EXPECT_EQ(kVideoExportTypes[6].pattern, "*.3gpp");
-    EXPECT_EQ(kGifExportType.pattern, "*.gif");
+TEST(FileTypes, OpenListVideosAreExactlyTheOnesRefused) {
     // Every video the Open list offers is one is_video refuses, and no picture is.
     const std::string_view open = kOpenPictureTypes.substr(kOpenPictureTypes.find('|') + 1);
     int videos = 0;
