@@ -19,9 +19,10 @@ constexpr std::string_view kNoPassage = "Not available yet: passages are not des
 constexpr std::string_view kNoPsd = "Not available yet: PSD export is not designed";
 constexpr std::string_view kNoBatch = "Not available yet: batch runs are not designed";
 constexpr std::string_view kNoSpike = "Not available yet: spike drawing is not designed";
-constexpr std::string_view kNoVideo = "Not available yet: video export is being built";
+constexpr std::string_view kNoSocial = "Not available yet: the social-media set is being built";
+constexpr std::string_view kNoTestVideo = "Not available yet: the test video is being built";
+constexpr std::string_view kNoAnimationDialog = "Not available yet: the animation settings dialog is being built";
 constexpr std::string_view kNoMetadata = "Not available yet: settings blocks are being built";
-constexpr std::string_view kNoLogo = "Not available yet: logos are being built";
 constexpr std::string_view kNoPipeline = "Not available yet: this operation is being built";
 
 constexpr std::string_view kFile = "File";
@@ -43,19 +44,19 @@ constexpr std::array kCommands = {
     // id                          text                      menu        need         gate         busy   check      shortcut        unavailable
     Command{cmd::kOpen,            "Open",                   kFile,      None,        Always,      false, Plain,     "Ctrl+O",       {}},
     Command{cmd::kLoadMotionPack,  "Load motion-pack",       kFile,      None,        Always,      true,  Plain,     "",             kNoMotionPack},
-    Command{cmd::kLoadLayers,      "Load layers",            kFile,      None,        Always,      false, Plain,     "",             kNoMetadata},
-    Command{cmd::kLoadLogo,        "Load logo",              kFile,      None,        Always,      true,  Plain,     "",             kNoLogo},
+    Command{cmd::kLoadLayers,      "Load layers",            kFile,      None,        Always,      false, Plain,     "",             {}},
+    Command{cmd::kLoadLogo,        "Load logo",              kFile,      None,        Always,      true,  Plain,     "",             {}},
     Command{cmd::kSave,            "Save",                   kFile,      Result,      Picture,     false, Plain,     "Ctrl+S",       {}},
-    Command{cmd::kVideo640,        "640 x 480",              kVideo,     Result,      Picture,     false, Plain,     "",             kNoVideo},
-    Command{cmd::kVideo960,        "960 x 540",              kVideo,     Result,      Picture,     false, Plain,     "",             kNoVideo},
-    Command{cmd::kVideo1280,       "1280 x 720",             kVideo,     Result,      Picture,     false, Plain,     "",             kNoVideo},
-    Command{cmd::kVideo1920,       "1920 x 1080",            kVideo,     Result,      Picture,     false, Plain,     "",             kNoVideo},
-    Command{cmd::kVideo2560,       "2560 x 1440",            kVideo,     Result,      Picture,     false, Plain,     "",             kNoVideo},
-    Command{cmd::kVideo3840,       "3840 x 2160",            kVideo,     Result,      Picture,     false, Plain,     "",             kNoVideo},
-    Command{cmd::kCustomize,       "Customize",              kVideo,     Result,      Picture,     false, Plain,     "",             kNoVideo},
-    Command{cmd::kSocialFit,       "Fit",                    kSocial,    None,        Picture,     false, Plain,     "",             kNoVideo},
-    Command{cmd::kSocialStretch,   "Stretch",                kSocial,    None,        Picture,     false, Plain,     "",             kNoVideo},
-    Command{cmd::kExportGif,       "Export to a GIFs",       kFile,      Result,      Picture,     false, Plain,     "",             kNoVideo},
+    Command{cmd::kVideo640,        "640 x 480",              kVideo,     Result,      Picture,     false, Plain,     "",             {}},
+    Command{cmd::kVideo960,        "960 x 540",              kVideo,     Result,      Picture,     false, Plain,     "",             {}},
+    Command{cmd::kVideo1280,       "1280 x 720",             kVideo,     Result,      Picture,     false, Plain,     "",             {}},
+    Command{cmd::kVideo1920,       "1920 x 1080",            kVideo,     Result,      Picture,     false, Plain,     "",             {}},
+    Command{cmd::kVideo2560,       "2560 x 1440",            kVideo,     Result,      Picture,     false, Plain,     "",             {}},
+    Command{cmd::kVideo3840,       "3840 x 2160",            kVideo,     Result,      Picture,     false, Plain,     "",             {}},
+    Command{cmd::kCustomize,       "Customize",              kVideo,     Result,      Picture,     false, Plain,     "",             {}},
+    Command{cmd::kSocialFit,       "Fit",                    kSocial,    None,        Picture,     false, Plain,     "",             kNoSocial},
+    Command{cmd::kSocialStretch,   "Stretch",                kSocial,    None,        Picture,     false, Plain,     "",             kNoSocial},
+    Command{cmd::kExportGif,       "Export to a GIFs",       kFile,      Result,      Picture,     false, Plain,     "",             {}},
     Command{cmd::kFramePsd,        "Export frame to PSD",    kFile,      Result,      Picture,     false, Plain,     "",             kNoPsd},
     Command{cmd::kCycling,         "Cycling",                kFile,      ResultFirst, Picture,     false, Plain,     "",             kNoBatch},
     Command{cmd::kExit,            "Exit",                   kFile,      None,        Always,      false, Plain,     "Ctrl+Q",       {}},
@@ -79,25 +80,25 @@ constexpr std::array kCommands = {
     Command{cmd::kTransformNormal, "Normal",                 kTransform, None,        Picture,     false, Transform, "",             kNoPipeline},
     Command{cmd::kTransformVectorize, "Vectorize",           kTransform, None,        Picture,     false, Transform, "",             kNoPipeline},
     Command{cmd::kTransformAlphabet, "Alphabet",             kTransform, None,        Picture,     false, Transform, "",             kNoAlphabet},
-    Command{cmd::kRender,          "Render",                 kTransform, None,        Transformed, false, Plain,     "F5",           kNoPipeline},
-    Command{cmd::kRenderFrame,     "Render frame",           kTransform, Result,      Picture,     false, Plain,     "",             kNoVideo},
+    Command{cmd::kRender,          "Render",                 kTransform, None,        Transformed, false, Plain,     "F5",           {}},
+    Command{cmd::kRenderFrame,     "Render frame",           kTransform, Result,      Picture,     false, Plain,     "",             {}},
     Command{cmd::kSkip,            "Skip",                   kRun,       None,        Always,      true,  Plain,     "",             {}},
     Command{cmd::kStop,            "Stop",                   kRun,       None,        Always,      true,  Plain,     "Esc",          {}},
     Command{cmd::kImageCycling,    "Image cycling",          kRun,       None,        Always,      false, Plain,     "",             kNoBatch},
     Command{cmd::kRoiRender,       "ROI render",             kRun,       None,        Always,      false, Plain,     "",             kNoBatch},
     Command{cmd::kSpike,           "Spike drawing",          kRun,       None,        Picture,     false, Plain,     "",             kNoSpike},
-    Command{cmd::kTest,            "Test",                   kRun,       None,        Always,      true,  Plain,     "",             kNoVideo},
+    Command{cmd::kTest,            "Test",                   kRun,       None,        Always,      true,  Plain,     "",             kNoTestVideo},
     Command{cmd::kMemory15,        "15M",                    kMemory,    None,        Always,      true,  Memory,    "",             {}},
     Command{cmd::kMemory30,        "30M",                    kMemory,    None,        Always,      true,  Memory,    "",             {}},
     Command{cmd::kMemory45,        "45M",                    kMemory,    None,        Always,      true,  Memory,    "",             {}},
     Command{cmd::kMemory60,        "60M",                    kMemory,    None,        Always,      true,  Memory,    "",             {}},
     Command{cmd::kResetLayer,      "Reset layer",            kLayers,    None,        Picture,     false, Plain,     "",             {}},
     Command{cmd::kSetAsDefault,    "Set as default",         kLayers,    None,        Picture,     false, Plain,     "",             {}},
-    Command{cmd::kLoadShapesFiles, "Files",                  kShapesFrom, Layer,      Always,      false, Plain,     "",             kNoPipeline},
+    Command{cmd::kLoadShapesFiles, "Files",                  kShapesFrom, Layer,      Always,      false, Plain,     "",             {}},
     Command{cmd::kLoadShapesPassage, "Passage",              kShapesFrom, LayerA,     Always,      false, Plain,     "",             kNoPassage},
     Command{cmd::kShowShapes,      "Show shapes",            kLayers,    ShapeLayer,  Picture,     false, Plain,     "",             {}},
     Command{cmd::kChangePassage,   "Change passage",         kLayers,    ShapeLayer,  Picture,     false, Plain,     "",             kNoPassage},
-    Command{cmd::kSetAnimation,    "Set animation",          kLayers,    ShapeLayer,  Picture,     false, Plain,     "",             kNoVideo},
+    Command{cmd::kSetAnimation,    "Set animation",          kLayers,    ShapeLayer,  Picture,     false, Plain,     "",             kNoAnimationDialog},
     Command{cmd::kLayerDisable,    "Disable",                kLayers,    None,        Picture,     false, Plain,     "",             {}},
     Command{cmd::kLayerEnable,     "Enable",                 kLayers,    None,        Picture,     false, Plain,     "",             {}},
     Command{cmd::kBackgroundColor, "Background color",       kLayers,    None,        Picture,     false, Plain,     "",             {}},

@@ -26,9 +26,9 @@
 #include "app/units.h"
 #include "app/view.h"
 #include "gui/image_adapter.h"
-#include "gui/palette_preview.h"
 #include "gui/picture_view.h"
 #include "gui/sleep_inhibitor.h"
+#include "render/palette.h"
 
 namespace velq::gui {
 
@@ -550,7 +550,7 @@ void MainWindow::draw_palette_preview() {
         palette_preview_->clear();
         return;
     }
-    palette_preview_->setPixmap(QPixmap::fromImage(palette_preview_image(doc_.palettes[i])));
+    palette_preview_->setPixmap(QPixmap::fromImage(to_qimage(palette_preview(doc_.palettes[i]))));
 }
 
 // Folders ----------------------------------------------------------------------------------------

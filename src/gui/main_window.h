@@ -153,6 +153,15 @@ private:
     void cmd_all_segments_enabled(bool enabled);
     void cmd_change_color();
     void cmd_all_enclosed();
+    void cmd_render();
+    void cmd_render_frame();
+    void cmd_video(int width, int height);
+    void cmd_customize();
+    void cmd_export_gif();
+    void cmd_load_logo();
+    void cmd_load_shapes();
+    void cmd_load_layers();
+    void export_video_to(int width, int height, bool gif);
 
     QString last_folder() const;
     void remember_folder(const QString& path);

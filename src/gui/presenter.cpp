@@ -2,9 +2,13 @@
 
 #include <QColorDialog>
 #include <QDialog>
+#include <QDialogButtonBox>
 #include <QFileDialog>
 #include <QFontDialog>
+#include <QFormLayout>
+#include <QInputDialog>
 #include <QMessageBox>
+#include <QSpinBox>
 
 namespace velq::gui {
 
@@ -56,6 +60,33 @@ std::optional<QString> Presenter::choose_font(QWidget* parent, const QString& fa
     const QFont font = QFontDialog::getFont(&ok, QFont(face), parent, kCaption);
     if (!ok) return std::nullopt;
     return font.family();
+}
+
+std::optional<double> Presenter::ask_number(QWidget* parent, const QString& label, double value, double min,
+                                            double max) {
+    bool ok = false;
+    const double v = QInputDialog::getDouble(parent, kCaption, label, value, min, max, 3, &ok);
+    if (!ok) return std::nullopt;
+    return v;
+}
+
+std::optional<QSize> Presenter::ask_size(QWidget* parent, const QSize& size) {
+    QDialog dialog(parent);
+    dialog.setWindowTitle(QStringLiteral("Video size"));
+    auto* form = new QFormLayout(&dialog);
+    auto* width = new QSpinBox(&dialog);
+    auto* height = new QSpinBox(&dialog);
+    for (QSpinBox* b : {width, height}) b->setRange(16, 7680);
+    width->setValue(size.width());
+    height->setValue(size.height());
+    form->addRow(QStringLiteral("Width"), width);
+    form->addRow(QStringLiteral("Height"), height);
+    auto* buttons = new QDialogButtonBox(QDialogButtonBox::Ok | QDialogButtonBox::Cancel, &dialog);
+    form->addRow(buttons);
+    QObject::connect(buttons, &QDialogButtonBox::accepted, &dialog, &QDialog::accept);
+    QObject::connect(buttons, &QDialogButtonBox::rejected, &dialog, &QDialog::reject);
+    if (dialog.exec() != QDialog::Accepted) return std::nullopt;
+    return QSize(width->value(), height->value());
 }
 
 int Presenter::exec(QDialog& dialog) {

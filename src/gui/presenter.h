@@ -6,6 +6,7 @@
 #include <optional>
 
 #include <QColor>
+#include <QSize>
 #include <QString>
 #include <QStringList>
 
@@ -39,6 +40,11 @@ public:
     virtual std::optional<QColor> choose_colour(QWidget* parent, const QColor& initial);
     // A font face, or nothing when cancelled.
     virtual std::optional<QString> choose_font(QWidget* parent, const QString& face);
+    // A number typed into a small prompt ("Timestamp"), or nothing when cancelled.
+    virtual std::optional<double> ask_number(QWidget* parent, const QString& label, double value, double min,
+                                             double max);
+    // A video size (width, height), or nothing when cancelled.
+    virtual std::optional<QSize> ask_size(QWidget* parent, const QSize& size);
     // Runs a modal dialog; QDialog::Accepted or Rejected.
     virtual int exec(QDialog& dialog);
 };

@@ -1,5 +1,7 @@
 // The main window's commands: each entry of the command table that works is registered here with
 // its action. Long ones run on the worker; the rest act at once on the window's thread.
+#include <array>
+
 #include <QAction>
 #include <QApplication>
 #include <QClipboard>
@@ -11,6 +13,7 @@
 #include "gui/main_window.h"
 #include "gui/picture_view.h"
 #include "gui/shape_detail_dialog.h"
+#include "render/layer.h"
 
 namespace velq::gui {
 
@@ -50,6 +53,20 @@ void MainWindow::register_handlers() {
     on(cmd::kSegmentsEnableAll, [this] { cmd_all_segments_enabled(true); });
     on(cmd::kChangeColor, [this] { cmd_change_color(); });
     on(cmd::kAllEnclosed, [this] { cmd_all_enclosed(); });
+    on(cmd::kRender, [this] { cmd_render(); });
+    on(cmd::kRenderFrame, [this] { cmd_render_frame(); });
+    static constexpr std::array<std::array<int, 3>, 6> kSizes = {{{cmd::kVideo640, 640, 480},
+                                                                  {cmd::kVideo960, 960, 540},
+                                                                  {cmd::kVideo1280, 1280, 720},
+                                                                  {cmd::kVideo1920, 1920, 1080},
+                                                                  {cmd::kVideo2560, 2560, 1440},
+                                                                  {cmd::kVideo3840, 3840, 2160}}};
+    for (const auto& size : kSizes) on(size[0], [this, w = size[1], h = size[2]] { cmd_video(w, h); });
+    on(cmd::kCustomize, [this] { cmd_customize(); });
+    on(cmd::kExportGif, [this] { cmd_export_gif(); });
+    on(cmd::kLoadLogo, [this] { cmd_load_logo(); });
+    on(cmd::kLoadShapesFiles, [this] { cmd_load_shapes(); });
+    on(cmd::kLoadLayers, [this] { cmd_load_layers(); });
     for (auto [id, kind] : kFilters) on(id, [this, kind = kind] { cmd_filter(int(kind)); });
 }
 
@@ -117,7 +134,7 @@ void MainWindow::cmd_clear_clipboard() {
 void MainWindow::cmd_reset_layer() {
     const int i = doc_.selected_layer;
     if (i < 0 || i >= int(doc_.layers.size())) return;
-    doc_.layers[i] = Layer(host_, i < 2);
+    reset_layer(host_, doc_.layers, i);
     refresh_layer_list();
     if (doc_.transformed) rebuild_overlay();
     redraw();
@@ -126,7 +143,7 @@ void MainWindow::cmd_reset_layer() {
 void MainWindow::cmd_set_as_default() {
     const int i = doc_.selected_layer;
     if (i < 0 || i >= int(doc_.layers.size())) return;
-    doc_.layers[i] = Layer(host_, true);
+    set_layer_as_default(host_, doc_.layers, i);
     refresh_layer_list();
     draw_palette_preview();
     redraw();

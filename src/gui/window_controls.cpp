@@ -53,30 +53,19 @@ void MainWindow::on_unit_changed(int index) {
 void MainWindow::on_trans_edited() {
     Layer* l = selected_layer();
     if (filling_controls_ || !l) return;
-    const int t = std::clamp(field_int(control<QLineEdit>(ctl::kTrans)), 0, 255);
-    if (t == l->transparency) return;
-    l->transparency = t;
-    l->apply_tone();
-    refresh_layer_texts();
+    if (l->set_transparency(field_int(control<QLineEdit>(ctl::kTrans)))) refresh_layer_texts();
 }
 
 void MainWindow::on_size_edited() {
     Layer* l = selected_layer();
     if (filling_controls_ || !l) return;
-    const int s = std::clamp(field_int(control<QLineEdit>(ctl::kSize)), 0, 300);
-    if (s == l->size) return;
-    l->size = s;
-    refresh_layer_texts();
+    if (l->set_size(field_int(control<QLineEdit>(ctl::kSize)))) refresh_layer_texts();
 }
 
 void MainWindow::on_bright_edited() {
     Layer* l = selected_layer();
     if (filling_controls_ || !l) return;
-    const int b = std::max(0, field_int(control<QLineEdit>(ctl::kBright)));
-    if (b == l->brightness) return;
-    l->brightness = b;
-    l->apply_tone();
-    refresh_layer_texts();
+    if (l->set_brightness(field_int(control<QLineEdit>(ctl::kBright)))) refresh_layer_texts();
 }
 
 void MainWindow::on_palette_changed(int index) {
