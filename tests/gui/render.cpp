@@ -1,0 +1,103 @@
+// Render and the logo through the window: a transformed Document renders into a shown result that Save
+// writes, and the logo dialog puts a text logo in place or keeps itself open on a bad picture path.
+#include <QAction>
+#include <QDialog>
+#include <QDir>
+#include <QLineEdit>
+#include <QPushButton>
+#include <QRadioButton>
+
+#include "app/view.h"
+#include "gui/picture_view.h"
+#include "window_fixture.h"
+
+using namespace velq;
+using namespace velq::gui;
+using namespace velq::gui::test;
+
+namespace {
+
+// A few free circles, as a Normal transform leaves them: centres as fractions, radii in working pixels.
+void transform_by_hand(Document& doc) {
+    const double spots[][3] = {{0.25, 0.3, 6}, {0.7, 0.6, 9}, {0.5, 0.5, 4}};
+    for (const auto& s : spots) {
+        Circle c;
+        c.x = s[0];
+        c.y = s[1];
+        c.radius = s[2];
+        c.own = ColourRecord{200, 40, 10, 255, 0, true};
+        doc.circles.push_back(c);
+    }
+    doc.transformed = true;
+}
+
+}  // namespace
+
+class Render : public QObject {
+    Q_OBJECT
+private slots:
+    void renderShowsTheResultAndSaveWritesIt() {
+        WindowFixture f;
+        MainWindow& w = *f.window;
+        QVERIFY(f.load_picture(velq::test::noise_picture(40, 30, 9)));
+        QVERIFY(!w.action(cmd::kRender)->isEnabled());
+        transform_by_hand(f.doc());
+        w.document_changed();
+        QVERIFY(w.action(cmd::kRender)->isEnabled());
+        QCOMPARE(int(w.picture_view().overlay().circles.size()), 3);
+
+        QTest::keyClick(&w, Qt::Key_F5);
+        QTRY_VERIFY(!w.busy());
+        QVERIFY(f.presenter->messages.isEmpty());
+        QVERIFY(f.doc().rendered);
+        QCOMPARE(f.doc().render_buffer.width(), f.doc().settings.out_width);
+        QCOMPARE(view_source(f.doc()), ViewSource::Render);
+        QCOMPARE(w.picture_view().picture().size(),
+                 QSize(f.doc().render_buffer.width(), f.doc().render_buffer.height()));
+        // The second layer's white-tinted disc lies over the black background at the first circle.
+        const UBUFFER& r = f.doc().render_buffer;
+        const int cx = int(0.25 * r.width()), cy = int(0.3 * r.height());
+        QVERIFY(r.at(cx, cy, 2) > 0);
+        QCOMPARE(int(r.at(0, r.height() - 1, 2)), 0);
+
+        const QString dir = QString::fromStdString(velq::test::temp_dir("gui_render"));
+        f.presenter->save_names = {QDir(dir).filePath("art.png")};
+        QTest::keyClick(&w, Qt::Key_S, Qt::ControlModifier);
+        QTRY_VERIFY(!w.busy());
+        QVERIFY(QFile::exists(QDir(dir).filePath("art.png")));
+    }
+
+    void logoDialogTakesATextLogoAndRefusesAMissingPicture() {
+        WindowFixture f;
+        MainWindow& w = *f.window;
+        QVERIFY(w.action(cmd::kLoadLogo)->isEnabled());  // usable from start-up on
+        int results[2] = {-1, -1};
+        int round = 0;
+        f.presenter->on_dialog = [&](QDialog& d) {
+            if (round == 0) {
+                d.findChild<QLineEdit*>("text")->setText(QStringLiteral("Hello"));
+                d.findChild<QLineEdit*>("Transparency")->setText(QStringLiteral("400"));
+            } else {
+                d.findChild<QRadioButton*>("image_logo")->setChecked(true);
+                d.findChild<QLineEdit*>("path")->setText(QStringLiteral("/no/such/logo.png"));
+            }
+            d.accept();
+            results[round] = d.result();
+            ++round;
+            return d.result();
+        };
+        w.trigger(cmd::kLoadLogo);
+        QCOMPARE(results[0], int(QDialog::Accepted));
+        QVERIFY(f.doc().logo);
+        QCOMPARE(f.doc().logo_transparency, 255);
+        const int logo_width = f.doc().logo.width();
+
+        w.trigger(cmd::kLoadLogo);
+        QCOMPARE(results[1], int(QDialog::Rejected));  // still open: the user can correct the path
+        QCOMPARE(f.presenter->messages, QStringList{QStringLiteral("Please select a valid image path!")});
+        QCOMPARE(f.doc().logo.width(), logo_width);  // the previous logo stays
+    }
+};
+
+QTEST_MAIN(Render)
+#include "render.moc"
