@@ -7,6 +7,7 @@
 #include <benchmark/benchmark.h>
 
 #include <cstdint>
+#include <vector>
 #include <opencv2/imgproc.hpp>
 
 #include "filters/k_mean.h"
@@ -70,7 +71,17 @@ void BM_OpenCvIntegral(benchmark::State& state) {
 }
 BENCHMARK(BM_OpenCvIntegral)->Unit(benchmark::kMillisecond)->MeasureProcessCPUTime()->UseRealTime();
 
-// Args: width, height, distinct colours (0 = all 24 bits), K.
+std::size_t distinct_colours(const UBUFFER& p) {
+    std::vector<bool> seen(kColourTableSize);
+    std::size_t n = 0;
+    for (std::size_t i = 0; i < p.size(); i += 4) {
+        const std::uint32_t c = colour_index(p.data() + i);
+        if (!seen[c]) ++n, seen[c] = true;
+    }
+    return n;
+}
+
+// Args: width, height, colour levels (0 = all 24 bits), K.
 void BM_KMean(benchmark::State& state) {
     const int w = int(state.range(0)), h = int(state.range(1));
     const UBUFFER src = make_noise(w, h, int(state.range(2)));
@@ -81,9 +92,10 @@ void BM_KMean(benchmark::State& state) {
         state.ResumeTiming();
         benchmark::DoNotOptimize(reduce_color_by_k_mean(host, p, int(state.range(3))));
     }
+    state.counters["distinct"] = double(distinct_colours(src));
 }
 BENCHMARK(BM_KMean)
-    ->ArgNames({"w", "h", "colours", "K"})
+    ->ArgNames({"w", "h", "levels", "K"})
     ->Args({kWidth, kHeight, 64, 2})
     ->Args({kWidth, kHeight, 0, 2})
     ->Args({2000, 1500, 0, 2})
