@@ -34,7 +34,8 @@ int do_filter(Document& doc, Host& host, FilterKind kind, std::int64_t memory_li
         return -1;
     }
     if (check_interpolation(host, doc.settings.interpolation, doc.settings.blur) != 0) return -1;
-    // Build and filter aside, so that a failure or a Stop leaves the previous result in place.
+    // Build and filter aside, so that a failure leaves the previous result in place. A Stop is no
+    // failure: the picture as far as the filter got is the result.
     RebuiltPictures made;
     if (build_working_pictures(doc, host, memory_limit, made) != 0) {
         host.message("Failed to reallocating filter_buffer");
