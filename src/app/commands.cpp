@@ -21,7 +21,6 @@ constexpr std::string_view kNoBatch = "Not available yet: batch runs are not des
 constexpr std::string_view kNoSpike = "Not available yet: spike drawing is not designed";
 constexpr std::string_view kNoSocial = "Not available yet: the social-media set is being built";
 constexpr std::string_view kNoTestVideo = "Not available yet: the test video is being built";
-constexpr std::string_view kNoAnimationDialog = "Not available yet: the animation settings dialog is being built";
 constexpr std::string_view kNoMetadata = "Not available yet: settings blocks are being built";
 constexpr std::string_view kNoPipeline = "Not available yet: this operation is being built";
 
@@ -98,7 +97,7 @@ constexpr std::array kCommands = {
     Command{cmd::kLoadShapesPassage, "Passage",              kShapesFrom, LayerA,     Always,      false, Plain,     "",             kNoPassage},
     Command{cmd::kShowShapes,      "Show shapes",            kLayers,    ShapeLayer,  Picture,     false, Plain,     "",             {}},
     Command{cmd::kChangePassage,   "Change passage",         kLayers,    ShapeLayer,  Picture,     false, Plain,     "",             kNoPassage},
-    Command{cmd::kSetAnimation,    "Set animation",          kLayers,    ShapeLayer,  Picture,     false, Plain,     "",             kNoAnimationDialog},
+    Command{cmd::kSetAnimation,    "Set animation",          kLayers,    ShapeLayer,  Picture,     false, Plain,     "",             {}},
     Command{cmd::kLayerDisable,    "Disable",                kLayers,    None,        Picture,     false, Plain,     "",             {}},
     Command{cmd::kLayerEnable,     "Enable",                 kLayers,    None,        Picture,     false, Plain,     "",             {}},
     Command{cmd::kBackgroundColor, "Background color",       kLayers,    None,        Picture,     false, Plain,     "",             {}},

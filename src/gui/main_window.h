@@ -160,6 +160,7 @@ private:
     void cmd_export_gif();
     void cmd_load_logo();
     void cmd_load_shapes();
+    void cmd_set_animation();
     void cmd_load_layers();
     void export_video_to(int width, int height, bool gif);
 

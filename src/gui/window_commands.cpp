@@ -66,6 +66,7 @@ void MainWindow::register_handlers() {
     on(cmd::kExportGif, [this] { cmd_export_gif(); });
     on(cmd::kLoadLogo, [this] { cmd_load_logo(); });
     on(cmd::kLoadShapesFiles, [this] { cmd_load_shapes(); });
+    on(cmd::kSetAnimation, [this] { cmd_set_animation(); });
     on(cmd::kLoadLayers, [this] { cmd_load_layers(); });
     for (auto [id, kind] : kFilters) on(id, [this, kind = kind] { cmd_filter(int(kind)); });
 }

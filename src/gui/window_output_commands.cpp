@@ -8,6 +8,7 @@
 #include "app/metadata.h"
 #include "app/render_op.h"
 #include "app/video_export.h"
+#include "gui/animation_dialog.h"
 #include "gui/image_adapter.h"
 #include "gui/logo_dialog.h"
 #include "gui/main_window.h"
@@ -101,6 +102,14 @@ void MainWindow::cmd_load_logo() {
         },
         this);
     presenter_->exec(dialog);
+}
+
+void MainWindow::cmd_set_animation() {
+    const int i = doc_.selected_layer;
+    if (i < 1 || i >= int(doc_.layers.size()) || !doc_.layers[i].has_shapes()) return;
+    AnimationDialog dialog(doc_.layers[i].anim, this);
+    if (presenter_->exec(dialog) != QDialog::Accepted) return;
+    doc_.layers[i].anim = dialog.settings();
 }
 
 void MainWindow::cmd_load_shapes() {

@@ -145,6 +145,26 @@ private slots:
         QCOMPARE(f.doc().background, pack_colorref(10, 20, 30));
     }
 
+    void setAnimationEditsTheSelectedLayersSettings() {
+        WindowFixture f;
+        QVERIFY(f.load_picture(velq::test::noise_picture(30, 20, 3)));
+        MainWindow& w = *f.window;
+        f.presenter->on_dialog = [&](QDialog& d) {
+            d.findChild<QComboBox*>("motion")->setCurrentIndex(1);
+            d.findChild<QComboBox*>("scan")->setCurrentIndex(4);
+            return int(QDialog::Accepted);
+        };
+        w.trigger(cmd::kSetAnimation);
+        QCOMPARE(f.presenter->dialogs, QStringList{QStringLiteral("Animation settings")});
+        QCOMPARE(f.doc().layers[1].anim.motion, 1);
+        QCOMPARE(f.doc().layers[1].anim.scan, 4);
+        QCOMPARE(f.doc().layers[1].anim.duration, 5.0);
+        // A layer without shapes has nothing to animate.
+        w.control<QListWidget>(ctl::kLayerList)->setCurrentRow(6);
+        w.trigger(cmd::kSetAnimation);
+        QCOMPARE(f.presenter->dialogs.size(), 1);
+    }
+
     void shapeDetailStepsThroughTheShapes() {
         WindowFixture f;
         QVERIFY(f.load_picture(velq::test::noise_picture(30, 20, 3)));
