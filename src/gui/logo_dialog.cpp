@@ -91,6 +91,7 @@ LogoDialog::LogoDialog(Presenter& presenter, std::function<int(const LogoChoice&
         image_logo_->setChecked(true);
         preview();
     });
+    preview();
 }
 
 LogoChoice LogoDialog::choice() const {
