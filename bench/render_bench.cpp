@@ -1,5 +1,5 @@
 // Painting 12,000 placements on a 2200 x 1700 picture: our painter (cached stencils, exact blend,
-// bands), the direct per-placement method (a summed-area table per placement, the formula in
+// tiles on every core), the direct per-placement method (a summed-area table per placement, the formula in
 // doubles) and Cairo painting the same scaled masks with a solid tint. Ratios are printed at the end.
 #include <benchmark/benchmark.h>
 

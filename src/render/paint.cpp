@@ -111,68 +111,122 @@ VELQ_AVX2 __m256i channel_avx2(__m256i px, __m256i s, __m256i y, __m256d ylo, __
     return _mm256_slli_epi32(r, 8 * Ch);
 }
 
-// Eight pixels. y d is exact in doubles; the one rounding of its product with 1 / D is far inside the
-// 1 / D that parts a non-tie from a whole number, so floor and tie are both exact.
-VELQ_AVX2 void blend_block_avx2(const std::uint8_t* sm, std::uint8_t* dst, const ExactTint& et) {
+// One channel in single precision: y and d are exact in floats, and the quotient's three roundings
+// stay below 1.9e-4 while |y d / D| <= 1022 (|G| <= 512), inside the 2^-11 margin kept from whole
+// numbers. `near` gains the lanes too close to a whole number to decide.
+template <int Ch>
+VELQ_AVX2 __m256i estimate_channel_avx2(__m256i px, __m256i s, __m256 yf, int ci, int g255, __m256& near) {
+    const __m256i ff = _mm256_set1_epi32(0xFF);
+    const __m256i o = _mm256_and_si256(_mm256_srli_epi32(px, 8 * Ch), ff);
+    const __m256i d = _mm256_sub_epi32(_mm256_add_epi32(_mm256_mullo_epi32(s, _mm256_set1_epi32(ci)), _mm256_set1_epi32(g255)),
+                                       _mm256_sub_epi32(_mm256_slli_epi32(o, 8), o));
+    const __m256 e = _mm256_mul_ps(_mm256_mul_ps(yf, _mm256_cvtepi32_ps(d)), _mm256_set1_ps(float(1.0 / double(kD))));
+    const __m256 q = _mm256_floor_ps(e);
+    const __m256 f = _mm256_sub_ps(e, q);
+    const __m256 margin = _mm256_set1_ps(1.0f / 2048);
+    near = _mm256_or_ps(near, _mm256_or_ps(_mm256_cmp_ps(f, margin, _CMP_LT_OQ),
+                                           _mm256_cmp_ps(f, _mm256_set1_ps(1.0f - 1.0f / 2048), _CMP_GT_OQ)));
+    __m256i r = _mm256_add_epi32(o, _mm256_cvttps_epi32(q));
+    r = _mm256_min_epi32(_mm256_max_epi32(r, _mm256_setzero_si256()), ff);
+    return _mm256_slli_epi32(r, 8 * Ch);
+}
+
+// All three channels in single precision; false when some painted lane could not be decided.
+VELQ_AVX2 bool estimate_block_avx2(__m256i px, __m256i s, __m256i y, __m256i nz, const ExactTint& et, __m256i& out) {
+    const __m256 yf = _mm256_cvtepi32_ps(y);
+    __m256 near = _mm256_setzero_ps();
+    out = _mm256_or_si256(out, estimate_channel_avx2<0>(px, s, yf, et.ci[0], et.g255, near));
+    out = _mm256_or_si256(out, estimate_channel_avx2<1>(px, s, yf, et.ci[1], et.g255, near));
+    out = _mm256_or_si256(out, estimate_channel_avx2<2>(px, s, yf, et.ci[2], et.g255, near));
+    return _mm256_testz_si256(_mm256_castps_si256(near), nz);
+}
+
+// Eight pixels, of which the first `count` are painted (loaded and stored under a lane mask when
+// fewer than eight). y d is exact in doubles; the one rounding of its product with 1 / D is far inside
+// the 1 / D that parts a non-tie from a whole number, so floor and tie are both exact.
+template <bool Partial>
+VELQ_AVX2 void blend_block_avx2(const std::uint8_t* sm, std::uint8_t* dst, const ExactTint& et, int count = 8) {
     const __m256i zero = _mm256_setzero_si256();
-    const __m256i wi = _mm256_cvtepu16_epi32(_mm_loadu_si128(reinterpret_cast<const __m128i*>(sm)));
+    __m256i wi, lanes_in = _mm256_set1_epi32(-1);
+    if constexpr (Partial) {
+        alignas(16) std::uint16_t w[8] = {};
+        for (int l = 0; l < count; ++l) w[l] = std::uint16_t(sm[2 * l] | sm[2 * l + 1] << 8);
+        wi = _mm256_cvtepu16_epi32(_mm_load_si128(reinterpret_cast<const __m128i*>(w)));
+        lanes_in = _mm256_cmpgt_epi32(_mm256_set1_epi32(count), _mm256_setr_epi32(0, 1, 2, 3, 4, 5, 6, 7));
+    } else {
+        wi = _mm256_cvtepu16_epi32(_mm_loadu_si128(reinterpret_cast<const __m128i*>(sm)));
+    }
     const __m256i s = _mm256_and_si256(wi, _mm256_set1_epi32(0xFF)), m = _mm256_srli_epi32(wi, 8);
     const __m256i nz = _mm256_cmpgt_epi32(m, zero);
     if (_mm256_testz_si256(nz, nz)) return;
-    const __m256i px = _mm256_loadu_si256(reinterpret_cast<const __m256i*>(dst));
+    auto* at = reinterpret_cast<int*>(dst);
+    const __m256i px = Partial ? _mm256_maskload_epi32(at, lanes_in)
+                               : _mm256_loadu_si256(reinterpret_cast<const __m256i*>(dst));
     const __m256i y = _mm256_mullo_epi32(m, _mm256_set1_epi32(et.t));
-    const __m256d ylo = _mm256_cvtepi32_pd(_mm256_castsi256_si128(y));
-    const __m256d yhi = _mm256_cvtepi32_pd(_mm256_extracti128_si256(y, 1));
-    const __m256i y_exact = multiple_of_255(y);
     __m256i bad = zero;
     __m256i out = _mm256_set1_epi32(int(0xFF000000u));
-    out = _mm256_or_si256(out, channel_avx2<0>(px, s, y, ylo, yhi, y_exact, et.ci[0], et.g255, bad));
-    out = _mm256_or_si256(out, channel_avx2<1>(px, s, y, ylo, yhi, y_exact, et.ci[1], et.g255, bad));
-    out = _mm256_or_si256(out, channel_avx2<2>(px, s, y, ylo, yhi, y_exact, et.ci[2], et.g255, bad));
+    // First in single precision, eight lanes at a time; lanes whose quotient lies within 2^-11 of a
+    // whole number (where single precision can't decide) send the block to the double-precision path.
+    if (!estimate_block_avx2(px, s, y, nz, et, out)) {
+        out = _mm256_set1_epi32(int(0xFF000000u));
+        const __m256d ylo = _mm256_cvtepi32_pd(_mm256_castsi256_si128(y));
+        const __m256d yhi = _mm256_cvtepi32_pd(_mm256_extracti128_si256(y, 1));
+        const __m256i y_exact = multiple_of_255(y);
+        out = _mm256_or_si256(out, channel_avx2<0>(px, s, y, ylo, yhi, y_exact, et.ci[0], et.g255, bad));
+        out = _mm256_or_si256(out, channel_avx2<1>(px, s, y, ylo, yhi, y_exact, et.ci[1], et.g255, bad));
+        out = _mm256_or_si256(out, channel_avx2<2>(px, s, y, ylo, yhi, y_exact, et.ci[2], et.g255, bad));
+    }
     out = _mm256_blendv_epi8(px, out, nz);
-    _mm256_storeu_si256(reinterpret_cast<__m256i*>(dst), out);
+    if constexpr (Partial) {
+        _mm256_maskstore_epi32(at, lanes_in, out);
+    } else {
+        _mm256_storeu_si256(reinterpret_cast<__m256i*>(dst), out);
+    }
     bad = _mm256_and_si256(bad, nz);
     if (_mm256_testz_si256(bad, bad)) return;
     alignas(32) std::int32_t lanes[8];
     alignas(32) std::uint32_t old[8];
     _mm256_store_si256(reinterpret_cast<__m256i*>(lanes), bad);
     _mm256_store_si256(reinterpret_cast<__m256i*>(old), px);
-    for (int l = 0; l < 8; ++l) {
+    for (int l = 0; l < count; ++l) {
         if (!lanes[l]) continue;
         std::memcpy(dst + 4 * l, &old[l], 4);
         blend_pixel_exact(sm + 2 * l, dst + 4 * l, et);
     }
 }
 
-__attribute__((target("avx2"))) void blend_run_exact_avx2(const std::uint8_t* sm, std::uint8_t* dst, int n,
-                                                          const ExactTint& et) {
-    const int full = n & ~7;
-    for (int i = 0; i < full; i += 8) blend_block_avx2(sm + 2 * i, dst + 4 * i, et);
-    if (full == n) return;
-    // The last few pixels go through the same code in a padded copy (opacity 0 in the padding).
-    alignas(32) std::uint8_t tail_sm[16] = {}, tail_px[32] = {};
-    const int rest = n - full;
-    std::memcpy(tail_sm, sm + 2 * full, 2 * rest);
-    std::memcpy(tail_px, dst + 4 * full, 4 * rest);
-    blend_block_avx2(tail_sm, tail_px, et);
-    std::memcpy(dst + 4 * full, tail_px, 4 * rest);
+// The stencil rows of one placement whose columns land side by side: stencil column i goes to
+// column col0 + i, for i in [i_lo, i_hi).
+struct RegularRows {
+    const Stencil* stencil;
+    double top;
+    int col0, i_lo, i_hi;
+};
+
+__attribute__((target("avx2"))) void paint_exact_avx2(const RegularRows& r, UBUFFER& buffer, int row0, int row1,
+                                                      const ExactTint& et) {
+    const Stencil& st = *r.stencil;
+    for (int j = 0; j < st.side; ++j) {
+        const int y = saturate(r.top + j);
+        if (y < row0) continue;
+        if (y >= row1) break;
+        const int b = std::max(st.row_begin[j], r.i_lo), e = std::min(st.row_end[j], r.i_hi);
+        if (b >= e) continue;
+        const std::uint8_t* sm = st.planes.row(j) + 2 * b;
+        std::uint8_t* dst = buffer.row(y) + 4 * std::size_t(r.col0 + b);
+        const int n = e - b, full = n & ~7;
+        for (int i = 0; i < full; i += 8) blend_block_avx2<false>(sm + 2 * i, dst + 4 * i, et);
+        if (full < n) blend_block_avx2<true>(sm + 2 * full, dst + 4 * full, et, n - full);
+    }
 }
 
 bool have_avx2() {
     static const bool avx2 = (__builtin_cpu_init(), __builtin_cpu_supports("avx2"));
     return avx2;
 }
+#else
+bool have_avx2() { return false; }
 #endif
-
-void blend_run_exact(const std::uint8_t* sm, std::uint8_t* dst, int n, const ExactTint& et) {
-#if defined(__x86_64__)
-    if (have_avx2()) {
-        blend_run_exact_avx2(sm, dst, n, et);
-        return;
-    }
-#endif
-    for (int i = 0; i < n; ++i) blend_pixel_exact(sm + 2 * i, dst + 4 * i, et);
-}
 
 }  // namespace
 
@@ -239,19 +293,29 @@ int Painter::prepare(const Circle& p, const ColourRecord& tint, PaintJob& job) {
     return 0;
 }
 
-void Painter::paint_rows(const PaintJob& job, UBUFFER& buffer, int row0, int row1) const {
+void Painter::reach(const PaintJob& job, int& row0, int& row1, int& col0, int& col1) {
+    const int d = job.stencil->side;
+    row0 = saturate(job.top);
+    row1 = saturate(job.top + (d - 1)) + 1;
+    col0 = saturate(job.left);
+    col1 = saturate(job.left + (d - 1)) + 1;
+}
+
+void Painter::paint_area(const PaintJob& job, UBUFFER& buffer, int row0, int row1, int col0, int col1) const {
     const Stencil& st = *job.stencil;
-    const int d = st.side, w = buffer.width();
+    const int d = st.side;
     row0 = std::max(row0, 0);
     row1 = std::min(row1, buffer.height());
-    if (row0 >= row1 || buffer.channels() != 4) return;
+    col0 = std::max(col0, 0);
+    col1 = std::min(col1, buffer.width());
+    if (row0 >= row1 || col0 >= col1 || buffer.channels() != 4) return;
 
     // Target columns trunc(left + i); they never decrease with i.
     thread_local std::vector<int> cols;
     cols.resize(d);
     for (int i = 0; i < d; ++i) cols[i] = saturate(job.left + i);
-    const int i_lo = int(std::lower_bound(cols.begin(), cols.end(), 0) - cols.begin());
-    const int i_hi = int(std::lower_bound(cols.begin(), cols.end(), w) - cols.begin());
+    const int i_lo = int(std::lower_bound(cols.begin(), cols.end(), col0) - cols.begin());
+    const int i_hi = int(std::lower_bound(cols.begin(), cols.end(), col1) - cols.begin());
     if (i_lo >= i_hi) return;
     bool regular = true;
     for (int i = i_lo + 1; i < i_hi && regular; ++i) regular = cols[i] == cols[i - 1] + 1;
@@ -265,6 +329,12 @@ void Painter::paint_rows(const PaintJob& job, UBUFFER& buffer, int row0, int row
         et.g = g_;
         et.g255 = 255 * g_;
         et.t = job.transparency;
+#if defined(__x86_64__)
+        if (regular && have_avx2()) {
+            paint_exact_avx2(RegularRows{&st, job.top, cols[i_lo] - i_lo, i_lo, i_hi}, buffer, row0, row1, et);
+            return;
+        }
+#endif
     }
     const double* tone_t = job.tone;
     const double* tone_u = job.tone ? job.tone + 256 : nullptr;
@@ -278,11 +348,7 @@ void Painter::paint_rows(const PaintJob& job, UBUFFER& buffer, int row0, int row
         const std::uint8_t* sm = st.planes.row(j);
         std::uint8_t* row = buffer.row(y);
         if (job.exact) {
-            if (regular) {
-                blend_run_exact(sm + 2 * b, row + 4 * std::size_t(cols[b]), e - b, et);
-            } else {
-                for (int i = b; i < e; ++i) blend_pixel_exact(sm + 2 * i, row + 4 * std::size_t(cols[i]), et);
-            }
+            for (int i = b; i < e; ++i) blend_pixel_exact(sm + 2 * i, row + 4 * std::size_t(cols[i]), et);
             continue;
         }
         for (int i = b; i < e; ++i) {
@@ -298,20 +364,6 @@ void Painter::paint_rows(const PaintJob& job, UBUFFER& buffer, int row0, int row
             }
             px[3] = 255;
         }
-    }
-}
-
-void Painter::prefetch(const PaintJob& job, const UBUFFER& buffer, int row0, int row1) {
-    const int d = job.stencil->side;
-    const int y0 = std::max({saturate(job.top), row0, 0});
-    const int y1 = std::min({saturate(job.top + d) + 1, row1, buffer.height()});
-    const int x0 = std::clamp(saturate(job.left), 0, buffer.width() - 1);
-    const int x1 = std::clamp(saturate(job.left + d) + 1, 0, buffer.width());
-    if (x0 >= x1) return;
-    for (int y = y0; y < y1; ++y) {
-        const std::uint8_t* row = buffer.row(y);
-        for (int x = x0; x < x1; x += 16) __builtin_prefetch(row + 4 * std::size_t(x), 1);
-        __builtin_prefetch(row + 4 * std::size_t(x1 - 1), 1);
     }
 }
 
@@ -336,35 +388,54 @@ void prepare_stencils(Host& host, std::span<const Placement> placements) { prepa
 void prepare_stencils(Host& host, std::span<const Circle> circles) { prepare_stencils_of(host, circles); }
 
 bool paint_jobs(Host& host, const Painter& painter, std::span<const PaintJob> jobs, UBUFFER& buffer,
-                const std::function<void(std::size_t)>& after_each, int bands) {
-    const int h = buffer.height();
-    if (bands <= 0) bands = worker_count();
-    // Bands below 64 rows or lists too short to pay for a thread are not worth splitting.
-    bands = std::clamp(std::min(bands, h / 64), 1, 64);
-    if (jobs.size() < 64) bands = 1;
+                const std::function<void(std::int64_t, std::int64_t)>& progress, int threads) {
+    // Tiles small enough that a tile's pixels and its pages stay close to the processor while the
+    // jobs that reach it are painted.
+    constexpr int kTileW = 256, kTileH = 128;
+    const int w = buffer.width(), h = buffer.height();
+    if (w < 1 || h < 1) return !host.stopped();
+    const int tx = (w + kTileW - 1) / kTileW, ty = (h + kTileH - 1) / kTileH;
+    std::vector<std::vector<std::uint32_t>> tiles(std::size_t(tx) * ty);
+    for (std::size_t i = 0; i < jobs.size(); ++i) {
+        if (!jobs[i].stencil) continue;
+        int r0, r1, c0, c1;
+        Painter::reach(jobs[i], r0, r1, c0, c1);
+        r0 = std::max(r0, 0);
+        c0 = std::max(c0, 0);
+        r1 = std::min(r1, h);
+        c1 = std::min(c1, w);
+        if (r0 >= r1 || c0 >= c1) continue;
+        for (int y = r0 / kTileH; y <= (r1 - 1) / kTileH; ++y)
+            for (int x = c0 / kTileW; x <= (c1 - 1) / kTileW; ++x) tiles[std::size_t(y) * tx + x].push_back(std::uint32_t(i));
+    }
+    const auto total = std::int64_t(tiles.size());
+    if (threads <= 0) threads = worker_count();
+    threads = std::clamp(threads, 1, int(std::min<std::int64_t>(total, 64)));
+    if (jobs.size() < 64) threads = 1;
+    std::atomic<std::int64_t> next{0}, done{0};
     std::atomic<bool> stopped{false};
-    // Painting is bound by fetching the picture's rows; they are asked for a few jobs ahead.
-    constexpr std::size_t kAhead = 4;
-    auto band = [&](int b) {
-        const int r0 = int(std::int64_t(h) * b / bands), r1 = int(std::int64_t(h) * (b + 1) / bands);
-        for (std::size_t i = 0; i < std::min(kAhead, jobs.size()); ++i)
-            if (jobs[i].stencil) Painter::prefetch(jobs[i], buffer, r0, r1);
-        for (std::size_t i = 0; i < jobs.size(); ++i) {
-            if (i + kAhead < jobs.size() && jobs[i + kAhead].stencil)
-                Painter::prefetch(jobs[i + kAhead], buffer, r0, r1);
-            if (host.stopped()) {
-                stopped = true;
-                return;
+    auto work = [&](bool reporting) {
+        for (;;) {
+            const std::int64_t t = next++;
+            if (t >= total || stopped) return;
+            const int r0 = int(t / tx) * kTileH, c0 = int(t % tx) * kTileW;
+            for (const std::uint32_t i : tiles[t]) {
+                if (host.stopped()) {
+                    stopped = true;
+                    return;
+                }
+                painter.paint_area(jobs[i], buffer, r0, r0 + kTileH, c0, c0 + kTileW);
             }
-            if (jobs[i].stencil) painter.paint_rows(jobs[i], buffer, r0, r1);
-            if (b == 0 && after_each) after_each(i);
+            const std::int64_t finished = ++done;
+            if (reporting && progress) progress(finished, total);
         }
     };
-    std::vector<std::thread> threads;
-    threads.reserve(bands - 1);
-    for (int b = 1; b < bands; ++b) threads.emplace_back(band, b);
-    band(0);
-    for (auto& t : threads) t.join();
+    std::vector<std::thread> pool;
+    pool.reserve(threads - 1);
+    for (int k = 1; k < threads; ++k) pool.emplace_back(work, false);
+    work(true);
+    for (auto& t : pool) t.join();
+    if (!stopped && progress) progress(total, total);
     return !stopped;
 }
 

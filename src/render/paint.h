@@ -57,11 +57,11 @@ public:
     // Readies a placement with the given tint: 0 ready, 1 nothing to paint (no shape or a side below
     // 1), -1 when its stencil could not be had ("Failed to allocate rz_buffer in fill_shape()").
     int prepare(const Circle& p, const ColourRecord& tint, PaintJob& job);
-    // Paints the job's pixels that fall on rows [row0, row1) of a 4-channel buffer, in the order of
-    // the stencil's rows and columns.
-    void paint_rows(const PaintJob& job, UBUFFER& buffer, int row0, int row1) const;
-    // Asks the processor to fetch the picture rows a job will paint, ahead of painting it.
-    static void prefetch(const PaintJob& job, const UBUFFER& buffer, int row0, int row1);
+    // Paints the job's pixels that fall on rows [row0, row1) and columns [col0, col1) of a 4-channel
+    // buffer, in the order of the stencil's rows and columns.
+    void paint_area(const PaintJob& job, UBUFFER& buffer, int row0, int row1, int col0, int col1) const;
+    // The rows and columns a job can touch, [row0, row1) x [col0, col1), not clipped to a picture.
+    static void reach(const PaintJob& job, int& row0, int& row1, int& col0, int& col1);
     int global_brightness() const { return g_; }
 
 private:
@@ -79,11 +79,12 @@ private:
 void prepare_stencils(Host& host, std::span<const Placement> placements);
 void prepare_stencils(Host& host, std::span<const Circle> circles);
 
-// Paints the jobs in order. Rows are split into bands painted at once, each band walking the whole
-// list, so every pixel sees the placements in list order. Before each job every band checks the stop
-// flag; the calling thread paints the first band and calls after_each(i) after job i. Returns false
-// when the stop flag ended the painting.
+// Paints the jobs in order. The picture is cut into tiles, painted by several threads at once; each
+// tile takes the jobs that reach it in list order, so every pixel sees the placements in list order
+// and the bytes do not depend on the threads. The stop flag is read before every job in every tile.
+// `progress(done, total)` is called from the calling thread with the tiles finished so far. Returns
+// false when the stop flag ended the painting. `threads` 0 means one per core.
 bool paint_jobs(Host& host, const Painter& painter, std::span<const PaintJob> jobs, UBUFFER& buffer,
-                const std::function<void(std::size_t)>& after_each, int bands = 0);
+                const std::function<void(std::int64_t, std::int64_t)>& progress, int threads = 0);
 
 }  // namespace velq

@@ -83,7 +83,7 @@ int fill_shape(Host& host, const Circle& placement, UBUFFER& buffer, int global_
     PaintJob job;
     const int r = painter.prepare(placement, placement.paint, job);
     if (r != 0) return r < 0 ? -1 : 0;
-    painter.paint_rows(job, buffer, 0, buffer.height());
+    painter.paint_area(job, buffer, 0, buffer.height(), 0, buffer.width());
     return 0;
 }
 
@@ -99,7 +99,7 @@ void fill_background(UBUFFER& buffer, std::uint32_t background) {
 namespace {
 template <class T>
 bool paint_list(Host& host, std::span<const T> list, UBUFFER& buffer, int global_brightness, bool white,
-                Progress* progress, int bands) {
+                Progress* progress, int threads) {
     prepare_stencils(host, list);
     Painter painter(host, global_brightness);
     std::vector<PaintJob> jobs(list.size());
@@ -107,24 +107,23 @@ bool paint_list(Host& host, std::span<const T> list, UBUFFER& buffer, int global
         const Circle& p = list[i];
         if (painter.prepare(p, white ? kWhite : p.paint, jobs[i]) != 0) jobs[i].stencil.reset();
     }
-    const auto n = std::int64_t(list.size());
     return paint_jobs(
         host, painter, jobs, buffer,
-        [&](std::size_t i) {
-            if (progress) progress->update(std::int64_t(i) + 1, n);
+        [&](std::int64_t done, std::int64_t total) {
+            if (progress) progress->update(done, total);
         },
-        bands);
+        threads);
 }
 }  // namespace
 
 bool paint_placements(Host& host, std::span<const Placement> placements, UBUFFER& buffer, int global_brightness,
-                      bool white, Progress* progress, int bands) {
-    return paint_list(host, placements, buffer, global_brightness, white, progress, bands);
+                      bool white, Progress* progress, int threads) {
+    return paint_list(host, placements, buffer, global_brightness, white, progress, threads);
 }
 
 bool paint_circles(Host& host, std::span<const Circle> circles, UBUFFER& buffer, int global_brightness,
-                   Progress* progress, int bands) {
-    return paint_list(host, circles, buffer, global_brightness, false, progress, bands);
+                   Progress* progress, int threads) {
+    return paint_list(host, circles, buffer, global_brightness, false, progress, threads);
 }
 
 }  // namespace velq

@@ -39,13 +39,14 @@ int fill_shape(Host& host, const Circle& placement, UBUFFER& buffer, int global_
 // Every pixel becomes the background colour (red in the low byte) with alpha 255.
 void fill_background(UBUFFER& buffer, std::uint32_t background);
 
-// Paints placements in order, all of them white-tinted when `white` (the first layer's grey shading).
-// The stop flag is read before every placement; `progress` (when given) gets placement i + 1 of n
-// after placement i. False when the stop flag ended the painting.
+// Paints placements in order, all of them white-tinted when `white` (the first layer's grey shading),
+// on `threads` threads (0: one per core) with the same bytes whatever their number. The stop flag is
+// read before every placement; `progress` (when given) follows the share of the picture painted.
+// False when the stop flag ended the painting.
 bool paint_placements(Host& host, std::span<const Placement> placements, UBUFFER& buffer, int global_brightness,
-                      bool white, Progress* progress, int bands = 0);
+                      bool white, Progress* progress, int threads = 0);
 // The same for circles in pixels (animation frames): the bytes of fill_shape on each in turn.
 bool paint_circles(Host& host, std::span<const Circle> circles, UBUFFER& buffer, int global_brightness,
-                   Progress* progress = nullptr, int bands = 0);
+                   Progress* progress = nullptr, int threads = 0);
 
 }  // namespace velq

@@ -139,6 +139,39 @@ TEST(FillShape, KeepsTheFormulasRoundingAtWholeNumbers) {
     }
 }
 
+// Every shade and opacity pair over varied old values, at the one side (1024) where the stencil is
+// the shape itself, for tints and settings that reach the exact path's corners.
+TEST(FillShape, EveryShadeAndOpacityPairMatchesTheFormula) {
+    test::RecordingHost host;
+    auto shape = test::make_shape(host, [](int x, int y) { return std::pair{x & 255, y & 255}; });
+    struct Case {
+        int tint, transparency, global;
+        double brightness;
+    } cases[] = {{0, 204, 0, 100},    {255, 255, 0, 100}, {255, 128, 0, 100}, {17, 77, -30, 100},
+                 {200, 1, 50, 100},   {128, 255, 512, 100}, {254, 230, -512, 100}, {99, 255, 600, 100},
+                 {31, 128, 0, 73.5}};
+    for (const Case& k : cases) {
+        Placement p;
+        p.shape = shape.get();
+        p.radius = 511.75;  // side 1024
+        p.x = p.y = 511.75;
+        p.transparency = k.transparency;
+        p.brightness = k.brightness;
+        p.paint = ColourRecord{double(k.tint), double(255 - k.tint), double(k.tint / 2), 255, 0, true};
+        // The old value runs through all 256 across each 256 x 256 tile, differently per tile.
+        UBUFFER fast = test::make_picture(1024, 1024, [](int x, int y) {
+            const std::uint32_t o = std::uint32_t(x * 7 + (y >> 8) * 61 + (x >> 8) * 13) & 255;
+            return 0xFF000000u | o << 16 | (255 - o) << 8 | ((o * 3) & 255);
+        });
+        UBUFFER slow = fast.clone();
+        fill_shape(host, p, fast, k.global);
+        test::reference_fill_shape(host, p, slow, k.global);
+        std::size_t differ = 0;
+        for (std::size_t i = 0; i < fast.size(); ++i) differ += fast.data()[i] != slow.data()[i];
+        EXPECT_EQ(differ, 0u) << "tint " << k.tint << " T " << k.transparency << " G " << k.global;
+    }
+}
+
 TEST(FillShape, EdgeCases) {
     test::RecordingHost host;
     SHAPE disc(host);
@@ -192,7 +225,7 @@ TEST(FillShape, FirstColumnIsBlendedTwiceWhenTheShapeStartsInsideIt) {
     EXPECT_GT(buf.at(0, 10, 0), buf.at(1, 10, 0));
 }
 
-TEST(PaintPlacements, BandsKeepEveryPixelsOrder) {
+TEST(PaintPlacements, TilesAndThreadsKeepEveryPixelsOrder) {
     test::RecordingHost host;
     const auto shapes = test_shapes(host);
     RandomPlacements rnd{std::mt19937(11), shapes, 300, 260};
@@ -200,10 +233,10 @@ TEST(PaintPlacements, BandsKeepEveryPixelsOrder) {
     for (int i = 0; i < 400; ++i) list.push_back(rnd.next());
     UBUFFER ref = test::noise_picture(300, 260, 9);
     for (const Placement& p : list) test::reference_fill_shape(host, p, ref, 10);
-    for (const int bands : {1, 2, 4}) {
+    for (const int threads : {1, 2, 4}) {
         UBUFFER buf = test::noise_picture(300, 260, 9);
-        ASSERT_TRUE(paint_placements(host, list, buf, 10, false, nullptr, bands));
-        EXPECT_EQ(std::memcmp(buf.data(), ref.data(), buf.size()), 0) << bands << " bands";
+        ASSERT_TRUE(paint_placements(host, list, buf, 10, false, nullptr, threads));
+        EXPECT_EQ(std::memcmp(buf.data(), ref.data(), buf.size()), 0) << threads << " threads";
     }
     const std::vector<Circle> circles(list.begin(), list.end());
     UBUFFER buf = test::noise_picture(300, 260, 9);
