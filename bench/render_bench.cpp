@@ -43,7 +43,8 @@ struct Scene {
             for (int y = 0; y < SHAPE::kSide; ++y) {
                 for (int x = 0; x < SHAPE::kSide; ++x) {
                     const double a = std::atan2(y - 512.0, x - 512.0), r = std::hypot(x - 512.0, y - 512.0);
-                    const double edge = k == 0 ? 300 + 200 * std::cos(5 * a) : 480 - 120 * std::abs(std::sin(2 * a));
+                    const double edge =
+                        k == 0 ? 300 + 200 * std::cos(5 * a) : 480 - 120 * std::abs(std::sin(2 * a));
                     const int op = r < edge - 4 ? 255 : r < edge ? int((edge - r) * 64) : 0;
                     s->org_buffer.at(x, y, 0) = std::uint8_t(255 - r / 4);
                     s->org_buffer.at(x, y, 1) = std::uint8_t(op);
@@ -62,7 +63,8 @@ struct Scene {
             p.x = u(gen) * kW;
             p.y = u(gen) * kH;
             p.transparency = 230;
-            p.paint = ColourRecord{double(gen() & 255), double(gen() & 255), double(gen() & 255), 255, 0, true};
+            p.paint =
+                ColourRecord{double(gen() & 255), double(gen() & 255), double(gen() & 255), 255, 0, true};
             covered += std::pow(int(2 * p.radius + 0.5), 2);
             placements.push_back(p);
             p.paint.c0 += 0.37;
@@ -96,10 +98,18 @@ void paint(benchmark::State& state, const std::vector<Placement>& list, int band
     state.counters["Mpx"] = sc.covered / 1e6;
 }
 
-void BM_Painter(benchmark::State& state) { paint(state, scene().placements, 0, false); }
-void BM_PainterOneBand(benchmark::State& state) { paint(state, scene().placements, 1, false); }
-void BM_PainterColdCache(benchmark::State& state) { paint(state, scene().placements, 0, true); }
-void BM_PainterFractionalTints(benchmark::State& state) { paint(state, scene().fractional, 0, false); }
+void BM_Painter(benchmark::State& state) {
+    paint(state, scene().placements, 0, false);
+}
+void BM_PainterOneBand(benchmark::State& state) {
+    paint(state, scene().placements, 1, false);
+}
+void BM_PainterColdCache(benchmark::State& state) {
+    paint(state, scene().placements, 0, true);
+}
+void BM_PainterFractionalTints(benchmark::State& state) {
+    paint(state, scene().fractional, 0, false);
+}
 
 // The direct method: the planes resized into a fresh 4-byte buffer for every placement, then the
 // formula in doubles for every pixel.
@@ -161,7 +171,8 @@ void BM_Cairo(benchmark::State& state) {
     }
     UBUFFER buf;
     buf.allocate(kW, kH, 4, Init::Uninitialised);
-    cairo_surface_t* target = cairo_image_surface_create_for_data(buf.data(), CAIRO_FORMAT_ARGB32, kW, kH, kW * 4);
+    cairo_surface_t* target =
+        cairo_image_surface_create_for_data(buf.data(), CAIRO_FORMAT_ARGB32, kW, kH, kW * 4);
     cairo_t* cr = cairo_create(target);
     for (auto _ : state) {
         state.PauseTiming();
@@ -170,8 +181,10 @@ void BM_Cairo(benchmark::State& state) {
         state.ResumeTiming();
         for (const Placement& p : sc.placements) {
             const int d = int(2 * p.radius + 0.5);
-            cairo_set_source_rgba(cr, p.paint.c0 / 255, p.paint.c1 / 255, p.paint.c2 / 255, p.transparency / 255.0);
-            cairo_mask_surface(cr, masks[{p.shape, d}], std::floor(p.x - p.radius), std::floor(p.y - p.radius));
+            cairo_set_source_rgba(cr, p.paint.c0 / 255, p.paint.c1 / 255, p.paint.c2 / 255,
+                                  p.transparency / 255.0);
+            cairo_mask_surface(cr, masks[{p.shape, d}], std::floor(p.x - p.radius),
+                               std::floor(p.y - p.radius));
         }
         cairo_surface_flush(target);
         benchmark::DoNotOptimize(buf.data());
@@ -211,12 +224,13 @@ int main(int argc, char** argv) {
     const auto has = [&](const char* n) { return t.count(n) != 0; };
     if (has("BM_Painter") && has("BM_DirectPrefix")) {
         const double direct_all = t["BM_DirectPrefix"] * velq::kCount / velq::kDirectCount;
-        std::printf("direct method, %d placements (from %d timed): %.0f ms; painter %.2f ms: %.0f times faster\n",
-                    velq::kCount, velq::kDirectCount, direct_all, t["BM_Painter"], direct_all / t["BM_Painter"]);
+        std::printf(
+            "direct method, %d placements (from %d timed): %.0f ms; painter %.2f ms: %.0f times faster\n",
+            velq::kCount, velq::kDirectCount, direct_all, t["BM_Painter"], direct_all / t["BM_Painter"]);
     }
     if (has("BM_Painter") && has("BM_Cairo"))
-        std::printf("Cairo %.2f ms; painter %.2f ms (one band %.2f ms): Cairo / painter = %.2f\n", t["BM_Cairo"],
-                    t["BM_Painter"], has("BM_PainterOneBand") ? t["BM_PainterOneBand"] : 0.0,
+        std::printf("Cairo %.2f ms; painter %.2f ms (one band %.2f ms): Cairo / painter = %.2f\n",
+                    t["BM_Cairo"], t["BM_Painter"], has("BM_PainterOneBand") ? t["BM_PainterOneBand"] : 0.0,
                     t["BM_Cairo"] / t["BM_Painter"]);
     benchmark::Shutdown();
     return 0;

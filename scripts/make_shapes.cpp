@@ -97,9 +97,14 @@ std::vector<Shape> shapes() {
              return in_polygon(x, y, {{0, apex}, {tx, ty}, {-tx, ty}});
          },
          {}},
-        {"ring", [](double x, double y) { return in_circle(x, y, 0, 0, 0.97) && !in_circle(x, y, 0, 0, 0.58); }, {}},
+        {"ring",
+         [](double x, double y) { return in_circle(x, y, 0, 0, 0.97) && !in_circle(x, y, 0, 0, 0.58); },
+         {}},
         {"moon",
-         [](double x, double y) { return in_circle(x, y, 0, 0, 0.95) && !in_circle(x, y, 0.42, -0.24, 0.78); }, {}},
+         [](double x, double y) {
+             return in_circle(x, y, 0, 0, 0.95) && !in_circle(x, y, 0.42, -0.24, 0.78);
+         },
+         {}},
     };
 }
 

@@ -9,11 +9,11 @@
 namespace velq {
 
 struct LogoChoice {
-    bool text = true;                 // "Text logo"; otherwise "Image logo"
-    std::string text_line;            // the text edit
-    std::string face = "Courier New"; // the chosen font's face
-    std::string path;                 // the picture file of an image logo
-    int transparency = 255;           // the "Transparency" edit; clamped to 0..255
+    bool text = true;                  // "Text logo"; otherwise "Image logo"
+    std::string text_line;             // the text edit
+    std::string face = "Courier New";  // the chosen font's face
+    std::string path;                  // the picture file of an image logo
+    int transparency = 255;            // the "Transparency" edit; clamped to 0..255
 };
 
 // 0 when the logo was replaced; -1 after the message ("Please select a valid image path!", "Failed to

@@ -41,8 +41,8 @@ int generate_shaped_image(Document& doc, Host& host, int width, int height) {
         for (std::size_t i = 0; i < doc.layers.size(); ++i) {
             Layer& layer = doc.layers[i];
             if (!layer.has_shapes() || !layer.shown) continue;
-            const auto placements =
-                make_placements(host, layer, doc.palettes, doc.segments, doc.circles, width, height, scale, random);
+            const auto placements = make_placements(host, layer, doc.palettes, doc.segments, doc.circles,
+                                                    width, height, scale, random);
             if (host.stopped()) return 0;
             if (placements.empty()) {
                 host.message("Please complete the transform first");
@@ -72,8 +72,9 @@ int render_layer(Document& doc, Host& host, UBUFFER& buffer, int index) {
     const int g = doc.settings.global_brightness;
     buffer.fill(0);
     Random random(doc.seeds.time_seed());
-    const auto placements = make_placements(host, layer, doc.palettes, doc.segments, doc.circles, buffer.width(),
-                                            buffer.height(), radius_scale(doc, buffer.width()), random);
+    const auto placements =
+        make_placements(host, layer, doc.palettes, doc.segments, doc.circles, buffer.width(), buffer.height(),
+                        radius_scale(doc, buffer.width()), random);
     if (index == 0) fill_background(buffer, doc.background);
     {
         Progress progress(host, std::string(kAppName), Progress::Raw{});

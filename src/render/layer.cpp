@@ -64,8 +64,8 @@ void Layer::next_shape() {
 
 std::string Layer::list_text(int index) const {
     char buf[96];
-    std::snprintf(buf, sizeof buf, "Ly%d - %s T(%d)-S(%d)-B(%d)", index, shown ? "Shown" : "Hidden", transparency,
-                  size, brightness);
+    std::snprintf(buf, sizeof buf, "Ly%d - %s T(%d)-S(%d)-B(%d)", index, shown ? "Shown" : "Hidden",
+                  transparency, size, brightness);
     return buf;
 }
 
@@ -105,7 +105,9 @@ void set_layer_as_default(Host& host, std::vector<Layer>& layers, int i) {
 int load_shapes(Host& host, Layer& layer, std::span<const std::string> paths) {
     if (paths.empty()) return 0;
     layer.clear_shapes();
-    auto title = [](const std::string& path) { return std::string(kAppName) + " (Loading shapes..." + path + ")"; };
+    auto title = [](const std::string& path) {
+        return std::string(kAppName) + " (Loading shapes..." + path + ")";
+    };
     int result = 0;
     {
         Progress progress(host, title(paths[0]), Progress::Raw{});

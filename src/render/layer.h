@@ -16,8 +16,8 @@ namespace velq {
 // The passage font: face and the few attributes a font chooser gives.
 struct FontDescription {
     std::string face = "Courier New";
-    int height = 0;      // pixels; 0 lets the drawing code choose
-    int weight = 0;      // 0 default, 400 normal, 700 bold
+    int height = 0;  // pixels; 0 lets the drawing code choose
+    int weight = 0;  // 0 default, 400 normal, 700 bold
     bool italic = false;
 };
 
@@ -48,10 +48,10 @@ public:
     bool has_shapes() const { return !shapes.empty(); }
 
     std::vector<std::unique_ptr<SHAPE>> shapes;
-    int transparency = 255;   // 0..255
-    int size = 100;           // percent of the circle's radius, 0..300
-    int brightness = 100;     // percent, 0 and up
-    int palette = 0;          // index into the palette table
+    int transparency = 255;  // 0..255
+    int size = 100;          // percent of the circle's radius, 0..300
+    int brightness = 100;    // percent, 0 and up
+    int palette = 0;         // index into the palette table
     int shape_cursor = 0;
     int passage_cursor = 0;
     SHAPE* current = nullptr;
@@ -61,7 +61,7 @@ public:
     bool passage_mode = false;
     bool case_folding = false;
     bool first_shape_only = false;
-    bool random = false;      // "Radom"
+    bool random = false;  // "Radom"
     bool shuffle = false;
     bool invert = false;
     bool convert = false;

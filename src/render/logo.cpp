@@ -36,7 +36,8 @@ int render_logo(Host& host, UBUFFER& target, const UBUFFER& logo, int transparen
             const std::uint8_t* s = &scaled.at(i, j);
             std::uint8_t* d = &target.at(x + i, y + j);
             const int a = s[3] * transparency / 255;
-            for (int c = 0; c < 3; ++c) d[c] = std::uint8_t(std::clamp((s[c] * a + d[c] * (255 - a)) / 255, 0, 255));
+            for (int c = 0; c < 3; ++c)
+                d[c] = std::uint8_t(std::clamp((s[c] * a + d[c] * (255 - a)) / 255, 0, 255));
             d[3] = 255;
         }
     }
@@ -91,7 +92,8 @@ int draw_text_logo(Host& host, std::string_view text_utf8, const std::string& fa
     const std::vector<char32_t> text = decode_utf8(text_utf8);
 
     // Lay the line out first to know the canvas; then draw the glyphs' coverage into it.
-    const int ascent = int(face->size->metrics.ascender >> 6), descent = int(-face->size->metrics.descender >> 6);
+    const int ascent = int(face->size->metrics.ascender >> 6),
+              descent = int(-face->size->metrics.descender >> 6);
     const int margin = kTextPixels / 4;
     std::vector<long> pens;
     long pen = margin;
@@ -151,7 +153,8 @@ int draw_text_logo(Host& host, std::string_view text_utf8, const std::string& fa
         return -1;
     }
     for (int y = top; y <= bottom; ++y)
-        std::copy(&canvas.at(left, y), &canvas.at(left, y) + 4 * std::size_t(right - left + 1), &cropped.at(0, y - top));
+        std::copy(&canvas.at(left, y), &canvas.at(left, y) + 4 * std::size_t(right - left + 1),
+                  &cropped.at(0, y - top));
     logo = std::move(cropped);
     return 0;
 }

@@ -35,7 +35,9 @@ int saturate(double v) {
     return int(v);
 }
 
-bool multiple_of_255(std::uint32_t x) { return std::uint32_t(x * 0xFEFEFEFFu) <= 0xFFFFFFFFu / 255; }
+bool multiple_of_255(std::uint32_t x) {
+    return std::uint32_t(x * 0xFEFEFEFFu) <= 0xFFFFFFFFu / 255;
+}
 
 // One channel on the exact path.
 inline int blend_exact(int s, int m, int o, int ci, double c, int g, int t) {
@@ -47,7 +49,8 @@ inline int blend_exact(int s, int m, int o, int ci, double c, int g, int t) {
         --q;
         r += kD;
     }
-    if (r == 0 && y != 0 && !(multiple_of_255(y) && multiple_of_255(sc))) return blend_channel(s, m, o, c, g, t, 1.0);
+    if (r == 0 && y != 0 && !(multiple_of_255(y) && multiple_of_255(sc)))
+        return blend_channel(s, m, o, c, g, t, 1.0);
     return int(std::clamp<std::int64_t>(o + q, 0, 255));
 }
 
@@ -60,7 +63,8 @@ struct ExactTint {
 inline void blend_pixel_exact(const std::uint8_t* sm, std::uint8_t* px, const ExactTint& et) {
     const int s = sm[0], m = sm[1];
     if (m == 0) return;
-    for (int ch = 0; ch < 3; ++ch) px[ch] = std::uint8_t(blend_exact(s, m, px[ch], et.ci[ch], et.cd[ch], et.g, et.t));
+    for (int ch = 0; ch < 3; ++ch)
+        px[ch] = std::uint8_t(blend_exact(s, m, px[ch], et.ci[ch], et.cd[ch], et.g, et.t));
     px[3] = 255;
 }
 
@@ -74,7 +78,9 @@ VELQ_AVX2 __m256i multiple_of_255(__m256i x) {
 }
 
 // Four double lanes of a 1.0 / 0.0 mask as four int32 lanes of 1 / 0.
-VELQ_AVX2 __m128i lanes_of(__m256d mask) { return _mm256_cvttpd_epi32(_mm256_and_pd(mask, _mm256_set1_pd(1.0))); }
+VELQ_AVX2 __m128i lanes_of(__m256d mask) {
+    return _mm256_cvttpd_epi32(_mm256_and_pd(mask, _mm256_set1_pd(1.0)));
+}
 
 // One channel of eight pixels: the new byte values, with `bad` gaining the lanes whose tie must be
 // settled by the formula itself.
@@ -87,19 +93,25 @@ VELQ_AVX2 __m256i channel_avx2(__m256i px, __m256i s, __m256i y, __m256d ylo, __
     const __m256i d = _mm256_sub_epi32(_mm256_add_epi32(sc, _mm256_set1_epi32(g255)),
                                        _mm256_sub_epi32(_mm256_slli_epi32(o, 8), o));
     const __m256d inv_d = _mm256_set1_pd(1.0 / double(kD));
-    const __m256d elo = _mm256_mul_pd(_mm256_mul_pd(ylo, _mm256_cvtepi32_pd(_mm256_castsi256_si128(d))), inv_d);
-    const __m256d ehi = _mm256_mul_pd(_mm256_mul_pd(yhi, _mm256_cvtepi32_pd(_mm256_extracti128_si256(d, 1))), inv_d);
+    const __m256d elo =
+        _mm256_mul_pd(_mm256_mul_pd(ylo, _mm256_cvtepi32_pd(_mm256_castsi256_si128(d))), inv_d);
+    const __m256d ehi =
+        _mm256_mul_pd(_mm256_mul_pd(yhi, _mm256_cvtepi32_pd(_mm256_extracti128_si256(d, 1))), inv_d);
     __m256d qlo = _mm256_floor_pd(elo), qhi = _mm256_floor_pd(ehi);
     const __m256d flo = _mm256_sub_pd(elo, qlo), fhi = _mm256_sub_pd(ehi, qhi);
     const __m256d eps = _mm256_set1_pd(1e-9), top = _mm256_set1_pd(1.0 - 1e-9);
-    const __m256d tlo = _mm256_or_pd(_mm256_cmp_pd(flo, eps, _CMP_LT_OQ), _mm256_cmp_pd(flo, top, _CMP_GT_OQ));
-    const __m256d thi = _mm256_or_pd(_mm256_cmp_pd(fhi, eps, _CMP_LT_OQ), _mm256_cmp_pd(fhi, top, _CMP_GT_OQ));
+    const __m256d tlo =
+        _mm256_or_pd(_mm256_cmp_pd(flo, eps, _CMP_LT_OQ), _mm256_cmp_pd(flo, top, _CMP_GT_OQ));
+    const __m256d thi =
+        _mm256_or_pd(_mm256_cmp_pd(fhi, eps, _CMP_LT_OQ), _mm256_cmp_pd(fhi, top, _CMP_GT_OQ));
     if (_mm256_movemask_pd(_mm256_or_pd(tlo, thi)) != 0) {
         // Ties: a whole number reached from just below rounds up to it, and the lanes whose steps
         // are not all exact go to the formula.
         const __m256d half = _mm256_set1_pd(0.5), one = _mm256_set1_pd(1.0);
-        qlo = _mm256_add_pd(qlo, _mm256_and_pd(_mm256_and_pd(tlo, _mm256_cmp_pd(flo, half, _CMP_GT_OQ)), one));
-        qhi = _mm256_add_pd(qhi, _mm256_and_pd(_mm256_and_pd(thi, _mm256_cmp_pd(fhi, half, _CMP_GT_OQ)), one));
+        qlo =
+            _mm256_add_pd(qlo, _mm256_and_pd(_mm256_and_pd(tlo, _mm256_cmp_pd(flo, half, _CMP_GT_OQ)), one));
+        qhi =
+            _mm256_add_pd(qhi, _mm256_and_pd(_mm256_and_pd(thi, _mm256_cmp_pd(fhi, half, _CMP_GT_OQ)), one));
         const __m256i tie = _mm256_set_m128i(lanes_of(thi), lanes_of(tlo));
         const __m256i safe = _mm256_or_si256(_mm256_cmpeq_epi32(y, _mm256_setzero_si256()),
                                              _mm256_and_si256(y_exact, multiple_of_255(sc)));
@@ -118,9 +130,11 @@ template <int Ch>
 VELQ_AVX2 __m256i estimate_channel_avx2(__m256i px, __m256i s, __m256 yf, int ci, int g255, __m256& near) {
     const __m256i ff = _mm256_set1_epi32(0xFF);
     const __m256i o = _mm256_and_si256(_mm256_srli_epi32(px, 8 * Ch), ff);
-    const __m256i d = _mm256_sub_epi32(_mm256_add_epi32(_mm256_mullo_epi32(s, _mm256_set1_epi32(ci)), _mm256_set1_epi32(g255)),
-                                       _mm256_sub_epi32(_mm256_slli_epi32(o, 8), o));
-    const __m256 e = _mm256_mul_ps(_mm256_mul_ps(yf, _mm256_cvtepi32_ps(d)), _mm256_set1_ps(float(1.0 / double(kD))));
+    const __m256i d = _mm256_sub_epi32(
+        _mm256_add_epi32(_mm256_mullo_epi32(s, _mm256_set1_epi32(ci)), _mm256_set1_epi32(g255)),
+        _mm256_sub_epi32(_mm256_slli_epi32(o, 8), o));
+    const __m256 e =
+        _mm256_mul_ps(_mm256_mul_ps(yf, _mm256_cvtepi32_ps(d)), _mm256_set1_ps(float(1.0 / double(kD))));
     const __m256 q = _mm256_floor_ps(e);
     const __m256 f = _mm256_sub_ps(e, q);
     const __m256 margin = _mm256_set1_ps(1.0f / 2048);
@@ -132,7 +146,8 @@ VELQ_AVX2 __m256i estimate_channel_avx2(__m256i px, __m256i s, __m256 yf, int ci
 }
 
 // All three channels in single precision; false when some painted lane could not be decided.
-VELQ_AVX2 bool estimate_block_avx2(__m256i px, __m256i s, __m256i y, __m256i nz, const ExactTint& et, __m256i& out) {
+VELQ_AVX2 bool estimate_block_avx2(__m256i px, __m256i s, __m256i y, __m256i nz, const ExactTint& et,
+                                   __m256i& out) {
     const __m256 yf = _mm256_cvtepi32_ps(y);
     __m256 near = _mm256_setzero_ps();
     out = _mm256_or_si256(out, estimate_channel_avx2<0>(px, s, yf, et.ci[0], et.g255, near));
@@ -145,7 +160,8 @@ VELQ_AVX2 bool estimate_block_avx2(__m256i px, __m256i s, __m256i y, __m256i nz,
 // fewer than eight). y d is exact in doubles; the one rounding of its product with 1 / D is far inside
 // the 1 / D that parts a non-tie from a whole number, so floor and tie are both exact.
 template <bool Partial>
-VELQ_AVX2 void blend_block_avx2(const std::uint8_t* sm, std::uint8_t* dst, const ExactTint& et, int count = 8) {
+VELQ_AVX2 void blend_block_avx2(const std::uint8_t* sm, std::uint8_t* dst, const ExactTint& et,
+                                int count = 8) {
     const __m256i zero = _mm256_setzero_si256();
     __m256i wi, lanes_in = _mm256_set1_epi32(-1);
     if constexpr (Partial) {
@@ -203,8 +219,8 @@ struct RegularRows {
     int col0, i_lo, i_hi;
 };
 
-__attribute__((target("avx2"))) void paint_exact_avx2(const RegularRows& r, UBUFFER& buffer, int row0, int row1,
-                                                      const ExactTint& et) {
+__attribute__((target("avx2"))) void paint_exact_avx2(const RegularRows& r, UBUFFER& buffer, int row0,
+                                                      int row1, const ExactTint& et) {
     const Stencil& st = *r.stencil;
     for (int j = 0; j < st.side; ++j) {
         const int y = saturate(r.top + j);
@@ -225,7 +241,9 @@ bool have_avx2() {
     return avx2;
 }
 #else
-bool have_avx2() { return false; }
+bool have_avx2() {
+    return false;
+}
 #endif
 
 }  // namespace
@@ -285,7 +303,8 @@ int Painter::prepare(const Circle& p, const ColourRecord& tint, PaintJob& job) {
         whole = whole && c >= 0 && c <= 255 && c == std::trunc(c);
         job.tint[ch] = whole ? int(c) : 0;
     }
-    job.exact = whole && job.k == 1.0 && std::abs(g_) <= kMaxExactG && p.transparency >= 0 && p.transparency <= 255;
+    job.exact =
+        whole && job.k == 1.0 && std::abs(g_) <= kMaxExactG && p.transparency >= 0 && p.transparency <= 255;
     if (!job.exact) {
         for (int ch = 0; ch < 3; ++ch) job.shade_term[ch] = shade_table(job.c[ch]);
         job.tone = tone_table(p.transparency);
@@ -331,7 +350,8 @@ void Painter::paint_area(const PaintJob& job, UBUFFER& buffer, int row0, int row
         et.t = job.transparency;
 #if defined(__x86_64__)
         if (regular && have_avx2()) {
-            paint_exact_avx2(RegularRows{&st, job.top, cols[i_lo] - i_lo, i_lo, i_hi}, buffer, row0, row1, et);
+            paint_exact_avx2(RegularRows{&st, job.top, cols[i_lo] - i_lo, i_lo, i_hi}, buffer, row0, row1,
+                             et);
             return;
         }
 #endif
@@ -384,8 +404,12 @@ void prepare_stencils_of(Host& host, std::span<const T> placements) {
 }
 }  // namespace
 
-void prepare_stencils(Host& host, std::span<const Placement> placements) { prepare_stencils_of(host, placements); }
-void prepare_stencils(Host& host, std::span<const Circle> circles) { prepare_stencils_of(host, circles); }
+void prepare_stencils(Host& host, std::span<const Placement> placements) {
+    prepare_stencils_of(host, placements);
+}
+void prepare_stencils(Host& host, std::span<const Circle> circles) {
+    prepare_stencils_of(host, circles);
+}
 
 bool paint_jobs(Host& host, const Painter& painter, std::span<const PaintJob> jobs, UBUFFER& buffer,
                 const std::function<void(std::int64_t, std::int64_t)>& progress, int threads) {
@@ -406,7 +430,8 @@ bool paint_jobs(Host& host, const Painter& painter, std::span<const PaintJob> jo
         c1 = std::min(c1, w);
         if (r0 >= r1 || c0 >= c1) continue;
         for (int y = r0 / kTileH; y <= (r1 - 1) / kTileH; ++y)
-            for (int x = c0 / kTileW; x <= (c1 - 1) / kTileW; ++x) tiles[std::size_t(y) * tx + x].push_back(std::uint32_t(i));
+            for (int x = c0 / kTileW; x <= (c1 - 1) / kTileW; ++x)
+                tiles[std::size_t(y) * tx + x].push_back(std::uint32_t(i));
     }
     const auto total = std::int64_t(tiles.size());
     if (threads <= 0) threads = worker_count();

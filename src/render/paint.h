@@ -40,10 +40,10 @@ inline int floor_div255(double s) {
 // A placement made ready to paint.
 struct PaintJob {
     std::shared_ptr<const Stencil> stencil;
-    double left = 0, top = 0;          // x - r, y - r
-    double c[3] = {255, 255, 255};     // tint: red, green, blue
-    int tint[3] = {255, 255, 255};     // the same as integers, for the exact path
-    double k = 1.0;                    // brightness / 100
+    double left = 0, top = 0;       // x - r, y - r
+    double c[3] = {255, 255, 255};  // tint: red, green, blue
+    int tint[3] = {255, 255, 255};  // the same as integers, for the exact path
+    double k = 1.0;                 // brightness / 100
     int transparency = 255;
     bool exact = false;                // whole-number tint, k = 1, moderate G: the integer path applies
     const double* shade_term[3] = {};  // other tints: per shade value, s * c / 255 + G

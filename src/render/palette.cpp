@@ -9,7 +9,9 @@ ColourRecord unpack(std::uint32_t v) {
     return ColourRecord{double((v >> 16) & 255), double((v >> 8) & 255), double(v & 255), 255.0, 0, true};
 }
 
-double clamp255(double v) { return std::clamp(v, 0.0, 255.0); }
+double clamp255(double v) {
+    return std::clamp(v, 0.0, 255.0);
+}
 }  // namespace
 
 Palette::Palette(std::string name_, bool second, std::initializer_list<std::uint32_t> key_colours)
@@ -39,16 +41,29 @@ std::vector<Palette> make_palettes() {
     std::vector<Palette> p;
     p.reserve(11);
     p.emplace_back("Bright", true, std::initializer_list<std::uint32_t>{});
-    p.emplace_back("Metal Normal", true, std::initializer_list<std::uint32_t>{0x111922, 0x243D42, 0xCDC47F, 0xEDDCCC, 0xB8B3AD});
-    p.emplace_back("Metal Deep Space", false, std::initializer_list<std::uint32_t>{0x2A3439, 0x4B5458, 0x6B757A, 0x8C9DA0, 0xAEB8BF});
-    p.emplace_back("Metallic Salt", true, std::initializer_list<std::uint32_t>{0x9C3536, 0xECBF2C, 0x5BA44D, 0x5AB7AA, 0x524A9F});
-    p.emplace_back("Metal Ice", false, std::initializer_list<std::uint32_t>{0xD7FFD0, 0xABB1B6, 0x57636D, 0x2E3D49, 0xFFE1AD});
-    p.emplace_back("Pastel_1", true, std::initializer_list<std::uint32_t>{0xF09FC2, 0xF71941, 0x71C7FE, 0x675F61, 0xD86897, 0xFECB00});
-    p.emplace_back("Pastel_2", false, std::initializer_list<std::uint32_t>{0xC04CC5, 0xF8B1EA, 0x527AA6, 0x48415F, 0xB1D2EC, 0x702C74});
-    p.emplace_back("Neon Cyber", true, std::initializer_list<std::uint32_t>{0x00FFAA, 0x00B3A1, 0x007F80, 0x005B80, 0x001F3D});
-    p.emplace_back("Florescent Stars", false, std::initializer_list<std::uint32_t>{0xFF6E61, 0xFFB84D, 0x4EB7AC, 0x6A5B8B, 0xFFD54D});
-    p.emplace_back("Astro", false, std::initializer_list<std::uint32_t>{0x1E1E76, 0x4B4BC3, 0x707FF5, 0xA195F5, 0xF2A1F2});
-    p.emplace_back("Sorbet Sky", false, std::initializer_list<std::uint32_t>{0xE88914, 0xDD72A9, 0x106EE2, 0xDA5C21, 0xCCB9AC, 0xD4266D});
+    p.emplace_back("Metal Normal", true,
+                   std::initializer_list<std::uint32_t>{0x111922, 0x243D42, 0xCDC47F, 0xEDDCCC, 0xB8B3AD});
+    p.emplace_back("Metal Deep Space", false,
+                   std::initializer_list<std::uint32_t>{0x2A3439, 0x4B5458, 0x6B757A, 0x8C9DA0, 0xAEB8BF});
+    p.emplace_back("Metallic Salt", true,
+                   std::initializer_list<std::uint32_t>{0x9C3536, 0xECBF2C, 0x5BA44D, 0x5AB7AA, 0x524A9F});
+    p.emplace_back("Metal Ice", false,
+                   std::initializer_list<std::uint32_t>{0xD7FFD0, 0xABB1B6, 0x57636D, 0x2E3D49, 0xFFE1AD});
+    p.emplace_back(
+        "Pastel_1", true,
+        std::initializer_list<std::uint32_t>{0xF09FC2, 0xF71941, 0x71C7FE, 0x675F61, 0xD86897, 0xFECB00});
+    p.emplace_back(
+        "Pastel_2", false,
+        std::initializer_list<std::uint32_t>{0xC04CC5, 0xF8B1EA, 0x527AA6, 0x48415F, 0xB1D2EC, 0x702C74});
+    p.emplace_back("Neon Cyber", true,
+                   std::initializer_list<std::uint32_t>{0x00FFAA, 0x00B3A1, 0x007F80, 0x005B80, 0x001F3D});
+    p.emplace_back("Florescent Stars", false,
+                   std::initializer_list<std::uint32_t>{0xFF6E61, 0xFFB84D, 0x4EB7AC, 0x6A5B8B, 0xFFD54D});
+    p.emplace_back("Astro", false,
+                   std::initializer_list<std::uint32_t>{0x1E1E76, 0x4B4BC3, 0x707FF5, 0xA195F5, 0xF2A1F2});
+    p.emplace_back(
+        "Sorbet Sky", false,
+        std::initializer_list<std::uint32_t>{0xE88914, 0xDD72A9, 0x106EE2, 0xDA5C21, 0xCCB9AC, 0xD4266D});
     return p;
 }
 
@@ -78,7 +93,9 @@ double hue_to_channel(double p, double q, double t) {
     return p;
 }
 
-std::uint8_t to_byte(double v) { return std::uint8_t(clamp255(v * 255 + 0.5)); }
+std::uint8_t to_byte(double v) {
+    return std::uint8_t(clamp255(v * 255 + 0.5));
+}
 }  // namespace
 
 UBUFFER palette_preview(const Palette& palette) {

@@ -14,10 +14,10 @@ namespace velq {
 
 struct Palette {
     std::string name;
-    bool second_flag = false;            // kept with each palette; nothing reads it yet
-    std::vector<ColourRecord> keys;      // key colours in the given order
-    std::vector<ColourRecord> entries;   // the gradient colours are mapped to
-    bool pass_through = false;           // "Bright": every colour unchanged
+    bool second_flag = false;           // kept with each palette; nothing reads it yet
+    std::vector<ColourRecord> keys;     // key colours in the given order
+    std::vector<ColourRecord> entries;  // the gradient colours are mapped to
+    bool pass_through = false;          // "Bright": every colour unchanged
 
     // A gradient of (K - 1) * 5 entries from K packed 0xRRGGBB key colours; none makes it pass-through.
     Palette(std::string name, bool second_flag, std::initializer_list<std::uint32_t> key_colours);

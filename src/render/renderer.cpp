@@ -89,7 +89,8 @@ int fill_shape(Host& host, const Circle& placement, UBUFFER& buffer, int global_
 
 void fill_background(UBUFFER& buffer, std::uint32_t background) {
     if (!buffer || buffer.channels() != 4) return;
-    const std::uint8_t px[4] = {std::uint8_t(colorref_blue(background)), std::uint8_t(colorref_green(background)),
+    const std::uint8_t px[4] = {std::uint8_t(colorref_blue(background)),
+                                std::uint8_t(colorref_green(background)),
                                 std::uint8_t(colorref_red(background)), 255};
     std::uint8_t* d = buffer.data();
     const std::size_t n = std::size_t(buffer.width()) * buffer.height();
@@ -116,8 +117,8 @@ bool paint_list(Host& host, std::span<const T> list, UBUFFER& buffer, int global
 }
 }  // namespace
 
-bool paint_placements(Host& host, std::span<const Placement> placements, UBUFFER& buffer, int global_brightness,
-                      bool white, Progress* progress, int threads) {
+bool paint_placements(Host& host, std::span<const Placement> placements, UBUFFER& buffer,
+                      int global_brightness, bool white, Progress* progress, int threads) {
     return paint_list(host, placements, buffer, global_brightness, white, progress, threads);
 }
 

@@ -43,8 +43,8 @@ void fill_background(UBUFFER& buffer, std::uint32_t background);
 // on `threads` threads (0: one per core) with the same bytes whatever their number. The stop flag is
 // read before every placement; `progress` (when given) follows the share of the picture painted.
 // False when the stop flag ended the painting.
-bool paint_placements(Host& host, std::span<const Placement> placements, UBUFFER& buffer, int global_brightness,
-                      bool white, Progress* progress, int threads = 0);
+bool paint_placements(Host& host, std::span<const Placement> placements, UBUFFER& buffer,
+                      int global_brightness, bool white, Progress* progress, int threads = 0);
 // The same for circles in pixels (animation frames): the bytes of fill_shape on each in turn.
 bool paint_circles(Host& host, std::span<const Circle> circles, UBUFFER& buffer, int global_brightness,
                    Progress* progress = nullptr, int threads = 0);

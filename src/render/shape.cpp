@@ -29,7 +29,8 @@ void extract_planes(SHAPE& s) {
 bool allocate_buffers(SHAPE& s) {
     constexpr int n = SHAPE::kSide;
     return s.preview_buffer.allocate(n, n, 4) && s.org_buffer.allocate(n, n, 2) &&
-           s.alt_buffer.allocate(n, n, 2) && s.shade_plane.allocate(n, n, 1) && s.mask_plane.allocate(n, n, 1);
+           s.alt_buffer.allocate(n, n, 2) && s.shade_plane.allocate(n, n, 1) &&
+           s.mask_plane.allocate(n, n, 1);
 }
 // Any picture OpenCV reads, as 8-bit blue, green, red, alpha: 3 channels gain an opaque alpha, grey
 // and grey with alpha are spread over the three colours, and any other depth is scaled by 1/255.

@@ -29,13 +29,13 @@ public:
     // True when the constructor could allocate every buffer.
     bool usable() const { return bool(org_buffer) && bool(shade_plane) && bool(mask_plane); }
 
-    std::string name;              // file the shape was read from; empty for the default disc
-    std::uint16_t character = 0;   // passage character drawn by this shape; 0 for file shapes
-    UBUFFER preview_buffer;        // 1024 x 1024 x 4, grey picture for the Shape Detail dialog
-    UBUFFER org_buffer;            // 1024 x 1024 x 2: shade, opacity as read
-    UBUFFER alt_buffer;            // org_buffer after the layer's tone
-    UBUFFER shade_plane;           // 1024 x 1024 x 1, channel 0 of alt_buffer
-    UBUFFER mask_plane;            // 1024 x 1024 x 1, channel 1 of alt_buffer
+    std::string name;             // file the shape was read from; empty for the default disc
+    std::uint16_t character = 0;  // passage character drawn by this shape; 0 for file shapes
+    UBUFFER preview_buffer;       // 1024 x 1024 x 4, grey picture for the Shape Detail dialog
+    UBUFFER org_buffer;           // 1024 x 1024 x 2: shade, opacity as read
+    UBUFFER alt_buffer;           // org_buffer after the layer's tone
+    UBUFFER shade_plane;          // 1024 x 1024 x 1, channel 0 of alt_buffer
+    UBUFFER mask_plane;           // 1024 x 1024 x 1, channel 1 of alt_buffer
     double radius = 512.0;
     // Bumped whenever the planes change.
     std::uint64_t generation = 0;

@@ -9,7 +9,9 @@ namespace velq {
 
 namespace {
 
-bool shrinks(const UBUFFER& plane, int side) { return side < plane.width() && side < plane.height(); }
+bool shrinks(const UBUFFER& plane, int side) {
+    return side < plane.width() && side < plane.height();
+}
 
 bool build_table(Host& host, const UBUFFER& plane, IBUFFER& table) {
     if (!table.allocate(plane.width(), plane.height(), 1, Init::Uninitialised)) {
@@ -20,7 +22,9 @@ bool build_table(Host& host, const UBUFFER& plane, IBUFFER& table) {
     return true;
 }
 
-std::size_t stencil_bytes(const Stencil& s) { return s.planes.size() + 2 * s.row_begin.size() * sizeof(int); }
+std::size_t stencil_bytes(const Stencil& s) {
+    return s.planes.size() + 2 * s.row_begin.size() * sizeof(int);
+}
 
 }  // namespace
 
@@ -85,7 +89,8 @@ std::shared_ptr<const Stencil> StencilCache::get(Host& host, const UBUFFER& shad
     return built;
 }
 
-void StencilCache::prepare(Host& host, const UBUFFER& shade, const UBUFFER& mask, std::span<const int> sides) {
+void StencilCache::prepare(Host& host, const UBUFFER& shade, const UBUFFER& mask,
+                           std::span<const int> sides) {
     std::lock_guard lock(mutex_);
     std::vector<int> missing;
     for (int d : sides)
@@ -93,11 +98,13 @@ void StencilCache::prepare(Host& host, const UBUFFER& shade, const UBUFFER& mask
             missing.push_back(d);
     if (missing.empty()) return;
     IBUFFER st, mt;
-    const bool need_tables = std::any_of(missing.begin(), missing.end(), [&](int d) { return shrinks(shade, d); });
+    const bool need_tables =
+        std::any_of(missing.begin(), missing.end(), [&](int d) { return shrinks(shade, d); });
     if (need_tables && (!build_table(host, shade, st) || !build_table(host, mask, mt))) return;
     for (int d : missing) {
         if (bytes_ >= kBudget) break;
-        if (auto s = build_stencil(host, shade, mask, need_tables ? &st : nullptr, need_tables ? &mt : nullptr, d))
+        if (auto s =
+                build_stencil(host, shade, mask, need_tables ? &st : nullptr, need_tables ? &mt : nullptr, d))
             keep_locked(s);
     }
 }

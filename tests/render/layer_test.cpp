@@ -34,8 +34,8 @@ TEST(Layer, EditsClampAndRetone) {
         bool changed;
         int mask_at_centre;
     } cases[] = {
-        {"Trans", 400, 255, false, 255}, {"Trans", -5, 0, true, 0},      {"Trans", 128, 128, true, 128},
-        {"Size", 350, 300, true, 255},   {"Size", -1, 0, true, 255},     {"Bright", 1000, 1000, true, 255},
+        {"Trans", 400, 255, false, 255}, {"Trans", -5, 0, true, 0},        {"Trans", 128, 128, true, 128},
+        {"Size", 350, 300, true, 255},   {"Size", -1, 0, true, 255},       {"Bright", 1000, 1000, true, 255},
         {"Bright", -3, 0, true, 255},    {"Bright", 100, 100, false, 255},
     };
     for (const Case& k : cases) {

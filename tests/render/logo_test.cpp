@@ -33,8 +33,7 @@ TEST(Logo, SizeAndPlacement) {
         int left, top, right, bottom;  // painted box; right -1 when nothing is painted
     } cases[] = {
         // h = 30, w = 60, x = 1000 - 60 + 1 = 941: the last logo column falls outside.
-        {1000, 1000, 1.0, 0.0, 941, 0, 999, 29},
-        {1000, 1000, 0.5, 0.5, 470, 485, 529, 514},
+        {1000, 1000, 1.0, 0.0, 941, 0, 999, 29}, {1000, 1000, 0.5, 0.5, 470, 485, 529, 514},
         {1000, 1000, 0.0, 1.0, 0, 971, 59, 999},  // bottom edge: y = 1000 - 30 + 1
         {400, 33, 1.0, 0.0, 0, 0, -1, 0},         // height below 34: h = 0, nothing
         {400, 34, 1.0, 0.0, 399, 0, 399, 0},      // h = 1, w = 2, x = 400 - 2 + 1
@@ -75,7 +74,8 @@ TEST(Logo, TransparencyBlendsAndZeroOnlySetsAlpha) {
 TEST(Logo, TextIsDrawnWhiteAndCropped) {
     test::RecordingHost host;
     UBUFFER logo;
-    ASSERT_EQ(draw_text_logo(host, "Velq", "Courier New", logo), 0) << (host.messages().empty() ? "" : host.messages()[0]);
+    ASSERT_EQ(draw_text_logo(host, "Velq", "Courier New", logo), 0)
+        << (host.messages().empty() ? "" : host.messages()[0]);
     ASSERT_TRUE(logo);
     // Four monospaced letters are wider than high; cropping leaves drawn pixels on every edge.
     EXPECT_GT(logo.width(), logo.height());

@@ -3,11 +3,11 @@
 #include <cmath>
 #include <random>
 
+#include "reference.h"
 #include "render/paint.h"
 #include "render/renderer.h"
 #include "support/pictures.h"
 #include "support/recording_host.h"
-#include "reference.h"
 
 namespace velq {
 namespace {
@@ -147,9 +147,9 @@ TEST(FillShape, EveryShadeAndOpacityPairMatchesTheFormula) {
     struct Case {
         int tint, transparency, global;
         double brightness;
-    } cases[] = {{0, 204, 0, 100},    {255, 255, 0, 100}, {255, 128, 0, 100}, {17, 77, -30, 100},
-                 {200, 1, 50, 100},   {128, 255, 512, 100}, {254, 230, -512, 100}, {99, 255, 600, 100},
-                 {31, 128, 0, 73.5}};
+    } cases[] = {{0, 204, 0, 100},      {255, 255, 0, 100},  {255, 128, 0, 100},
+                 {17, 77, -30, 100},    {200, 1, 50, 100},   {128, 255, 512, 100},
+                 {254, 230, -512, 100}, {99, 255, 600, 100}, {31, 128, 0, 73.5}};
     for (const Case& k : cases) {
         Placement p;
         p.shape = shape.get();

@@ -5,7 +5,9 @@
 namespace velq {
 namespace {
 
-ColourRecord rgb(double r, double g, double b) { return ColourRecord{r, g, b, 255, 0, true}; }
+ColourRecord rgb(double r, double g, double b) {
+    return ColourRecord{r, g, b, 255, 0, true};
+}
 
 TEST(Palettes, TableNamesFlagsAndSizes) {
     const auto p = make_palettes();
@@ -13,10 +15,10 @@ TEST(Palettes, TableNamesFlagsAndSizes) {
         const char* name;
         bool second;
         std::size_t entries;
-    } rows[] = {{"Bright", true, 0},           {"Metal Normal", true, 20},  {"Metal Deep Space", false, 20},
-                {"Metallic Salt", true, 20},   {"Metal Ice", false, 20},    {"Pastel_1", true, 25},
-                {"Pastel_2", false, 25},       {"Neon Cyber", true, 20},    {"Florescent Stars", false, 20},
-                {"Astro", false, 20},          {"Sorbet Sky", false, 25}};
+    } rows[] = {{"Bright", true, 0},         {"Metal Normal", true, 20}, {"Metal Deep Space", false, 20},
+                {"Metallic Salt", true, 20}, {"Metal Ice", false, 20},   {"Pastel_1", true, 25},
+                {"Pastel_2", false, 25},     {"Neon Cyber", true, 20},   {"Florescent Stars", false, 20},
+                {"Astro", false, 20},        {"Sorbet Sky", false, 25}};
     ASSERT_EQ(p.size(), std::size(rows));
     for (std::size_t i = 0; i < p.size(); ++i) {
         EXPECT_EQ(p[i].name, rows[i].name);
@@ -47,8 +49,8 @@ TEST(Palettes, GradientEntriesTruncateAndStopShortOfTheLastKey) {
     };
     for (const Case& k : cases) {
         const ColourRecord& e = p[k.palette].entries[k.entry];
-        EXPECT_EQ(e, k.expected) << p[k.palette].name << " entry " << k.entry << ": " << e.c0 << "," << e.c1 << ","
-                                 << e.c2;
+        EXPECT_EQ(e, k.expected) << p[k.palette].name << " entry " << k.entry << ": " << e.c0 << "," << e.c1
+                                 << "," << e.c2;
     }
     // The last key colour never appears.
     for (std::size_t i = 1; i < p.size(); ++i)
@@ -63,7 +65,7 @@ TEST(Palettes, MapColourTakesTheFirstNearestEntry) {
         ColourRecord in, out;
     } cases[] = {
         {&p[0], ColourRecord{12, 200, 99, 17, 3, false}, ColourRecord{12, 200, 99, 17, 3, false}},
-        {&two, rgb(3, 3, 3), rgb(2, 2, 2)},   // 2 and 4 are equally near: the first wins
+        {&two, rgb(3, 3, 3), rgb(2, 2, 2)},  // 2 and 4 are equally near: the first wins
         {&two, rgb(7, 7, 7), rgb(6, 6, 6)},
         {&two, rgb(250, 0, 0), rgb(8, 8, 8)},
         {&p[7], rgb(0, 250, 170), rgb(0, 255, 170)},

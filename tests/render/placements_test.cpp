@@ -6,7 +6,9 @@
 namespace velq {
 namespace {
 
-ColourRecord rgb(double r, double g, double b) { return ColourRecord{r, g, b, 255, 0, true}; }
+ColourRecord rgb(double r, double g, double b) {
+    return ColourRecord{r, g, b, 255, 0, true};
+}
 
 Circle circle(double x, double y, double r, ColourRecord own) {
     Circle c;
@@ -34,7 +36,8 @@ TEST(MakePlacements, FreeCirclesGeometryShapesAndColours) {
     f.layer.size = 150;
     f.layer.transparency = 99;
     std::vector<Segment> none;
-    const std::vector<Circle> circles = {circle(0.5, 0.25, 4, rgb(12, 200, 99)), circle(0.1, 1.0, 2, rgb(1, 2, 3)),
+    const std::vector<Circle> circles = {circle(0.5, 0.25, 4, rgb(12, 200, 99)),
+                                         circle(0.1, 1.0, 2, rgb(1, 2, 3)),
                                          circle(0.0, 0.0, 1, rgb(9, 9, 9))};
     const auto p = make_placements(f.host, f.layer, f.palettes, none, circles, 200, 100, 2.0, f.random);
     ASSERT_EQ(p.size(), 3u);

@@ -27,7 +27,8 @@ TEST(Shape, DefaultDiscIncludesItsRim) {
     ASSERT_TRUE(s.usable());
     struct Case {
         int x, y, value;
-    } cases[] = {{512, 512, 255}, {0, 512, 255}, {512, 0, 255}, {1, 1, 0}, {1023, 1023, 0}, {150, 150, 255}, {149, 149, 0}};
+    } cases[] = {{512, 512, 255}, {0, 512, 255},   {512, 0, 255}, {1, 1, 0},
+                 {1023, 1023, 0}, {150, 150, 255}, {149, 149, 0}};
     for (const Case& k : cases) {
         EXPECT_EQ(s.org_buffer.at(k.x, k.y, 0), k.value) << k.x << "," << k.y;
         EXPECT_EQ(s.org_buffer.at(k.x, k.y, 1), k.value);
@@ -43,10 +44,12 @@ TEST(Shape, SizeRuleNeedsOneSideOf1024) {
     struct Case {
         int w, h;
         bool ok;
-    } cases[] = {{1024, 600, true}, {600, 1024, true}, {1024, 1024, true}, {1023, 1023, false}, {50, 50, false}};
+    } cases[] = {
+        {1024, 600, true}, {600, 1024, true}, {1024, 1024, true}, {1023, 1023, false}, {50, 50, false}};
     for (const Case& k : cases) {
         test::RecordingHost host;
-        const std::string path = write_picture(dir, "s.png", k.w, k.h, CV_8UC4, cv::Scalar(200, 200, 200, 255));
+        const std::string path =
+            write_picture(dir, "s.png", k.w, k.h, CV_8UC4, cv::Scalar(200, 200, 200, 255));
         SHAPE s(host);
         EXPECT_EQ(s.read_shape(host, path), k.ok ? 0 : -1) << k.w << "x" << k.h;
         EXPECT_EQ(host.said("Too small shape image, must be larger than 1024x1024 pixel"), !k.ok);
@@ -60,10 +63,9 @@ TEST(Shape, FaintPixelsAreCutAway) {
     // the working square's middle.
     for (const int inner : {9, 10, 255}) {
         test::RecordingHost host;
-        const std::string path =
-            write_picture(dir, "a.png", 1024, 1024, CV_8UC4, cv::Scalar(90, 90, 90, 9), [&](cv::Mat& m) {
-                m(cv::Rect(312, 312, 400, 400)).setTo(cv::Scalar(30, 60, 90, inner));
-            });
+        const std::string path = write_picture(
+            dir, "a.png", 1024, 1024, CV_8UC4, cv::Scalar(90, 90, 90, 9),
+            [&](cv::Mat& m) { m(cv::Rect(312, 312, 400, 400)).setTo(cv::Scalar(30, 60, 90, inner)); });
         SHAPE s(host);
         const int r = s.read_shape(host, path);
         if (inner < 10) {
@@ -96,8 +98,8 @@ TEST(Shape, ChannelCountsAndDepths) {
     };
     for (const Case& k : cases) {
         test::RecordingHost host;
-        const std::string path = write_picture(dir, std::string("d") + std::to_string(k.type) + ".png", 1024, 1024,
-                                               k.type, k.value);
+        const std::string path = write_picture(dir, std::string("d") + std::to_string(k.type) + ".png", 1024,
+                                               1024, k.type, k.value);
         SHAPE s(host);
         ASSERT_EQ(s.read_shape(host, path), 0) << k.what;
         EXPECT_EQ(s.org_buffer.at(512, 512, 0), k.shade) << k.what;
@@ -124,10 +126,8 @@ TEST(Shape, LayerToneClampsShadeAndScalesOpacity) {
         int brightness, transparency, shade, opacity, want_shade, want_opacity;
     } cases[] = {
         {200, 255, 200, 255, 255, 255},  // clamped
-        {100, 128, 200, 255, 200, 128},
-        {50, 255, 201, 255, 100, 255},
-        {1000000, 255, 3, 255, 255, 255},
-        {200, 10, 100, 0, 100, 0},  // transparent pixels are left untouched
+        {100, 128, 200, 255, 200, 128},   {50, 255, 201, 255, 100, 255},
+        {1000000, 255, 3, 255, 255, 255}, {200, 10, 100, 0, 100, 0},  // transparent pixels are left untouched
     };
     for (const Case& k : cases) {
         SHAPE s(host);
