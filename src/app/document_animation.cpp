@@ -22,7 +22,7 @@ public:
         PaintJob job;
         const int r = painter_.prepare(p, p.paint, job);
         if (r != 0) return r < 0 ? -1 : 0;
-        painter_.paint_rows(job, buffer, 0, buffer.height());
+        painter_.paint_area(job, buffer, 0, buffer.height(), 0, buffer.width());
         return 0;
     }
 
