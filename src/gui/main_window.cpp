@@ -331,6 +331,17 @@ void MainWindow::job_finished() {
     if (worker_.running()) return;  // a newer job has started meanwhile
     worker_.join();
     ui_.busy = false;
+    ViewToggles& t = doc_.toggles;
+    const ViewToggles& x = toggled_while_busy_;
+    t.original ^= x.original;
+    t.edges ^= x.edges;
+    t.filtered ^= x.filtered;
+    t.final_result ^= x.final_result;
+    toggled_while_busy_ = ViewToggles{false, false, false, false, false};
+    if (pending_logo_) {
+        choose_logo(doc_, host_, *pending_logo_);
+        pending_logo_.reset();
+    }
     document_changed();
     if (auto then = std::move(then_)) {
         then_ = {};
@@ -378,7 +389,12 @@ void MainWindow::update_ui() {
 }
 
 void MainWindow::update_check_marks() {
-    const ViewToggles& t = doc_.toggles;
+    ViewToggles t = doc_.toggles;
+    const ViewToggles& x = toggled_while_busy_;
+    t.original ^= x.original;
+    t.edges ^= x.edges;
+    t.filtered ^= x.filtered;
+    t.final_result ^= x.final_result;
     action(cmd::kViewOriginal)->setChecked(t.original);
     action(cmd::kViewEdges)->setChecked(t.edges);
     action(cmd::kViewFiltered)->setChecked(t.filtered);
@@ -396,7 +412,7 @@ void MainWindow::update_check_marks() {
     if (mode >= 0 && mode < 3) action(kTransforms[mode])->setChecked(true);
     static constexpr int kMemory[4] = {cmd::kMemory15, cmd::kMemory30, cmd::kMemory45, cmd::kMemory60};
     for (int i = 0; i < 4; ++i)
-        if (doc_.settings.memory_limit == kMemoryLimits[i]) action(kMemory[i])->setChecked(true);
+        if (memory_limit_ == kMemoryLimits[i]) action(kMemory[i])->setChecked(true);
 }
 
 void MainWindow::redraw() {
@@ -442,9 +458,11 @@ void MainWindow::rebuild_overlay() {
 }
 
 void MainWindow::reset_view() {
-    doc_.selected_outline = -1;
-    doc_.hovered_outline = -1;
-    update_outline_marks();
+    if (!ui_.busy) {
+        doc_.selected_outline = -1;
+        doc_.hovered_outline = -1;
+        update_outline_marks();
+    }
     view_->reset_view();
 }
 
@@ -460,6 +478,7 @@ void MainWindow::set_field_text(int id, const QString& text) {
 }
 
 void MainWindow::read_settings_from_fields() {
+    doc_.settings.memory_limit = memory_limit_;
     auto i = [this](int id) { return parse_int(field_text(id).toStdString()); };
     auto d = [this](int id) { return parse_double(field_text(id).toStdString()); };
     Settings& s = doc_.settings;

@@ -6,6 +6,7 @@
 
 #include <functional>
 #include <memory>
+#include <optional>
 #include <unordered_map>
 
 #include <QMainWindow>
@@ -13,6 +14,7 @@
 
 #include "app/commands.h"
 #include "app/document.h"
+#include "app/logo_choice.h"
 #include "app/view.h"
 #include "app/worker.h"
 #include "gui/presenter.h"
@@ -184,6 +186,10 @@ private:
     QComboBox* palette_ = nullptr;
     std::unordered_map<int, QAction*> actions_;
     std::unordered_map<int, std::function<void()>> handlers_;
+    // Choices made while the worker owns the Document, applied when it reports its end.
+    std::int64_t memory_limit_ = kMemoryLimits[0];
+    ViewToggles toggled_while_busy_{false, false, false, false, false};
+    std::optional<LogoChoice> pending_logo_;
     std::function<void()> then_;  // what the running job wants done after it, on this thread
     bool quitting_ = false;
     bool filling_controls_ = false;  // controls are being written by the window, not the user

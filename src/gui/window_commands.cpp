@@ -72,7 +72,7 @@ void MainWindow::register_handlers() {
 }
 
 void MainWindow::cmd_filter(int kind) {
-    const std::int64_t limit = doc_.settings.memory_limit;
+    const std::int64_t limit = memory_limit_;
     start_job([this, kind, limit] { do_filter(doc_, host_, FilterKind(kind), limit); });
 }
 
@@ -93,7 +93,8 @@ void MainWindow::cmd_reset_view() {
 }
 
 void MainWindow::cmd_toggle_view(int id) {
-    ViewToggles& t = doc_.toggles;
+    // While the worker runs, the flip is kept aside and applied when it ends.
+    ViewToggles& t = ui_.busy ? toggled_while_busy_ : doc_.toggles;
     switch (id) {
         case cmd::kViewOriginal:
             t.original = !t.original;
@@ -117,7 +118,7 @@ void MainWindow::cmd_toggle_view(int id) {
 void MainWindow::cmd_memory(int id) {
     static constexpr int kIds[4] = {cmd::kMemory15, cmd::kMemory30, cmd::kMemory45, cmd::kMemory60};
     for (int i = 0; i < 4; ++i)
-        if (kIds[i] == id) doc_.settings.memory_limit = kMemoryLimits[i];
+        if (kIds[i] == id) memory_limit_ = kMemoryLimits[i];
     update_check_marks();
 }
 

@@ -96,7 +96,12 @@ void MainWindow::cmd_export_gif() {
 
 void MainWindow::cmd_load_logo() {
     LogoDialog dialog(
-        *presenter_, [this](const LogoChoice& choice) { return choose_logo(doc_, host_, choice); },
+        *presenter_,
+        [this](const LogoChoice& choice) {
+            if (!ui_.busy) return choose_logo(doc_, host_, choice);
+            pending_logo_ = choice;  // the running render reads the logo; take it when it ends
+            return 0;
+        },
         [this](const std::string& text, const std::string& face, UBUFFER& out) {
             return draw_text_logo(host_, text, face, out);
         },

@@ -141,9 +141,12 @@ private slots:
         // The window answers while the worker runs: a view toggle works, Filter does not.
         QVERIFY(w.action(cmd::kViewEdges)->isEnabled());
         w.trigger(cmd::kViewEdges);
-        QVERIFY(!w.document().toggles.edges);
+        QVERIFY(!w.action(cmd::kViewEdges)->isChecked());
+        QVERIFY(w.document().toggles.edges);  // the worker owns the Document until it ends
         release = true;
         QTRY_VERIFY(!w.busy());
+        QVERIFY(!w.document().toggles.edges);
+        QVERIFY(!w.action(cmd::kViewEdges)->isChecked());
     }
 
     void stopEndsTheJobAndTheWindowIsUsableAgain() {
