@@ -5,6 +5,7 @@
 #include <QDir>
 #include <QDropEvent>
 #include <QFile>
+#include <QFileInfo>
 #include <QImage>
 #include <QLineEdit>
 #include <QMimeData>
@@ -78,6 +79,20 @@ private slots:
         w.open_path(broken.fileName());
         QTRY_VERIFY(!w.busy());
         QVERIFY(f.presenter->messages.contains(QStringLiteral("Failed to read image")));
+    }
+
+    void theLastFolderIsRememberedBetweenWindows() {
+        const QString dir = folder("gui_last_folder");
+        const QString path = write_png(dir, "b.png", 8, 8);
+        {
+            WindowFixture f;
+            f.presenter->open_names = {path};
+            f.window->trigger(cmd::kOpen);
+            QTRY_VERIFY(!f.window->busy());
+        }
+        WindowFixture g;
+        g.window->trigger(cmd::kOpen);  // cancelled
+        QCOMPARE(g.presenter->folders, QStringList{QFileInfo(path).absolutePath()});
     }
 
     void droppedPictureIsOpened() {

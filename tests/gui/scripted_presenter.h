@@ -22,8 +22,9 @@ public:
         answers.pop_front();
         return a;
     }
-    QString open_file(QWidget*, const FileType& type, const QString&) override {
+    QString open_file(QWidget*, const FileType& type, const QString& folder) override {
         file_types << type.name;
+        folders << folder;
         return take(open_names);
     }
     QStringList open_files(QWidget*, const FileType& type, const QString&) override {
@@ -61,7 +62,7 @@ public:
         return QDialog::Rejected;
     }
 
-    QStringList messages, questions, file_types, dialogs, font_initials;
+    QStringList messages, questions, file_types, dialogs, font_initials, folders;
     QList<QColor> colour_initials;
     std::deque<bool> answers;
     std::deque<QString> open_names, save_names;
