@@ -1,9 +1,11 @@
 // Render and the logo through the window: a transformed Document renders into a shown result that Save
 // writes, and the logo dialog puts a text logo in place or keeps itself open on a bad picture path.
 #include <QAction>
+#include <QComboBox>
 #include <QDialog>
 #include <QDir>
 #include <QLineEdit>
+#include <QListWidget>
 #include <QPushButton>
 #include <QRadioButton>
 
@@ -65,6 +67,49 @@ private slots:
         QTest::keyClick(&w, Qt::Key_S, Qt::ControlModifier);
         QTRY_VERIFY(!w.busy());
         QVERIFY(QFile::exists(QDir(dir).filePath("art.png")));
+    }
+
+    // With VELQ_GUI_SHOTS set to a folder, a picture of the window after a render is left there.
+    void screenshotOfARenderedWindow() {
+        const QString shots = qEnvironmentVariable("VELQ_GUI_SHOTS");
+        if (shots.isEmpty()) QSKIP("VELQ_GUI_SHOTS is not set");
+        WindowFixture f;
+        MainWindow& w = *f.window;
+        w.resize(1280, 820);
+        f.presenter->open_names = {QStringLiteral(VELQ_DATA_DIR "/demo.jpg")};
+        w.trigger(cmd::kOpen);
+        QTRY_VERIFY(!w.busy());
+        // Circles on a hexagonal grid, coloured from the working picture, as a transform would leave them.
+        Document& d = f.doc();
+        const int W = d.working.width(), H = d.working.height();
+        const double r = W / 90.0;
+        for (int row = 0; row * r * 1.7 < H; ++row)
+            for (int col = 0; col * r * 2 < W; ++col) {
+                const double x = col * r * 2 + (row % 2) * r, y = row * r * 1.7;
+                if (x >= W || y >= H) continue;
+                Circle c;
+                c.x = x / W;
+                c.y = y / H;
+                c.radius = r * 0.95;
+                const int px = int(x), py = int(y);
+                c.own = ColourRecord{double(d.working.at(px, py, 2)),
+                                     double(d.working.at(px, py, 1)),
+                                     double(d.working.at(px, py, 0)),
+                                     255,
+                                     0,
+                                     true};
+                d.circles.push_back(c);
+            }
+        d.transformed = true;
+        w.document_changed();
+        w.control<QListWidget>(ctl::kLayerList)->setCurrentRow(2);
+        w.trigger(cmd::kSetAsDefault);
+        w.control<QComboBox>(ctl::kPalette)->setCurrentIndex(8);
+        d.layers[2].set_size(45);
+        w.trigger(cmd::kRender);
+        QTRY_VERIFY_WITH_TIMEOUT(!w.busy(), 60000);
+        QVERIFY(d.rendered);
+        QVERIFY(w.grab().save(QDir(shots).filePath(QStringLiteral("render.png"))));
     }
 
     void logoDialogTakesATextLogoAndRefusesAMissingPicture() {
