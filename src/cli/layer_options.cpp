@@ -5,6 +5,8 @@
 #include <functional>
 #include <string_view>
 
+#include "animation/animation_settings.h"
+
 namespace velq::cli {
 
 namespace {
@@ -21,7 +23,17 @@ struct Key {
     std::string_view name;
     bool takes_value;
     Handler apply;
+    std::string_view hint = "N";  // what the help shows after "="
 };
+
+// Seconds: a finite, non-negative number in the C locale.
+std::string seconds(std::string_view key, std::string_view value, double& out) {
+    const char* end = value.data() + value.size();
+    auto [p, ec] = std::from_chars(value.data(), end, out);
+    if (ec != std::errc() || p != end || !(out >= 0) || out > 1e9)
+        return std::string(key) + " needs seconds (0 or more), not '" + std::string(value) + "'";
+    return {};
+}
 
 std::string number(std::string_view key, std::string_view value, int& out) {
     if (!to_int(value, out)) return std::string(key) + " needs a whole number, not '" + std::string(value) + "'";
@@ -70,6 +82,37 @@ const std::vector<Key>& keys() {
         {"convert", false, [](Layer& l, std::string_view, Document&, Host&) { l.convert = true; return std::string(); }},
         {"hidden", false, [](Layer& l, std::string_view, Document&, Host&) { l.shown = false; return std::string(); }},
         {"shown", false, [](Layer& l, std::string_view, Document&, Host&) { l.shown = true; return std::string(); }},
+        // Animation: the motion kind and scan order by name or number, when the first shape starts,
+        // the seconds over which the shapes start, how long each moves, and the amplitude n.
+        {"motion", true,
+         [](Layer& l, std::string_view v, Document&, Host&) -> std::string {
+             const int i = motion_index(v);
+             if (i < 0) return "unknown motion '" + std::string(v) + "'";
+             l.anim.motion = i;
+             return {};
+         },
+         "NAME"},
+        {"scan", true,
+         [](Layer& l, std::string_view v, Document&, Host&) -> std::string {
+             const int i = scan_index(v);
+             if (i < 0) return "unknown scan order '" + std::string(v) + "'";
+             l.anim.scan = i;
+             return {};
+         },
+         "NAME"},
+        {"start", true,
+         [](Layer& l, std::string_view v, Document&, Host&) { return seconds("start", v, l.anim.timestamp); }, "S"},
+        {"duration", true,
+         [](Layer& l, std::string_view v, Document&, Host&) { return seconds("duration", v, l.anim.duration); }, "S"},
+        {"move", true,
+         [](Layer& l, std::string_view v, Document&, Host&) { return seconds("move", v, l.anim.motion_time); }, "S"},
+        {"amplitude", true,
+         [](Layer& l, std::string_view v, Document&, Host&) -> std::string {
+             int n = 0;
+             if (auto e = number("amplitude", v, n); !e.empty()) return e;
+             l.anim.count = std::max(n, 0);
+             return {};
+         }},
     };
     return table;
 }
@@ -81,7 +124,10 @@ std::string layer_option_help() {
     for (const Key& k : keys()) {
         h += ' ';
         h += k.name;
-        if (k.takes_value) h += "=N";
+        if (k.takes_value) {
+            h += '=';
+            h += k.hint;
+        }
     }
     return h;
 }
