@@ -125,7 +125,7 @@ PixelRect flat_rect(const Circle& c, int width, int height) {
 }
 
 int rasterise(const Mesh& mesh, const Camera& camera, ShapePainter& painter, UBUFFER& picture, DBUFFER& depth,
-              std::vector<PixelRect>* touched) {
+              std::vector<PixelRect>* touched, std::vector<PixelRect>* depth_touched) {
     const auto& prims = mesh.primitives();
     const auto& quads = mesh.quads();
     std::vector<std::uint32_t> idx(prims.size());
@@ -172,7 +172,10 @@ int rasterise(const Mesh& mesh, const Camera& camera, ShapePainter& painter, UBU
             continue;
         }
         const PixelRect r = paint_projected(p, q, camera, *st, painter.global_brightness(), picture, depth);
-        if (touched && !r.empty()) touched->push_back(r);
+        if (!r.empty()) {
+            if (touched) touched->push_back(r);
+            if (depth_touched) depth_touched->push_back(r);
+        }
     }
     flush();
     return failures;

@@ -28,9 +28,10 @@ inline constexpr double kFarDepth = 999999999.0;
 PixelRect flat_rect(const Circle& placement, int width, int height);
 
 // Paints `mesh` (already transformed by `camera`). The rectangle of every painted primitive is
-// appended to `touched` when given. Returns the number of primitives that failed to paint.
+// appended to `touched` when given, and that of every one that wrote depth to `depth_touched`.
+// Returns the number of primitives that failed to paint.
 int rasterise(const Mesh& mesh, const Camera& camera, ShapePainter& painter, UBUFFER& picture, DBUFFER& depth,
-              std::vector<PixelRect>* touched = nullptr);
+              std::vector<PixelRect>* touched = nullptr, std::vector<PixelRect>* depth_touched = nullptr);
 
 // The blend of one channel as the renderer defines it, for stencil shade s and opacity m (m > 0).
 inline int blend_value(int s, int m, int old, double tint, int global_brightness, int transparency,

@@ -17,6 +17,8 @@ bool AnimationScene::allocate(const UBUFFER& base) {
         !moving_depth_.allocate(w, h, 1, Init::Uninitialised))
         return false;
     background_depth_.fill(kFarDepth);
+    display_dirty_.reset(w, h);
+    depth_dirty_.reset(w, h);
     fresh_ = true;
     return true;
 }
@@ -42,18 +44,15 @@ bool AnimationScene::rewind() {
     board_.reset(shape_count_, waits_);
     if (!copy_to(host_, base_, background_)) return false;
     background_depth_.fill(kFarDepth);
-    restore_.clear();
+    display_dirty_.clear();
+    depth_dirty_.clear();
     fresh_ = true;
     return true;
 }
 
-void AnimationScene::restore(const PixelRect& r) {
-    const std::size_t n = std::size_t(r.x1 - r.x0);
-    for (int y = r.y0; y < r.y1; ++y) {
-        std::memcpy(display_.row(y) + std::size_t(r.x0) * 4, background_.row(y) + std::size_t(r.x0) * 4,
-                    n * 4);
-        std::memcpy(moving_depth_.row(y) + r.x0, background_depth_.row(y) + r.x0, n * sizeof(double));
-    }
+void AnimationScene::mark(std::vector<PixelRect>& rects, DirtyTiles& tiles) {
+    for (const PixelRect& r : rects) tiles.mark(r);
+    rects.clear();
 }
 
 bool AnimationScene::gather(double t) {
@@ -79,8 +78,9 @@ bool AnimationScene::gather(double t) {
 bool AnimationScene::draw_fixed() {
     if (host_.stopped()) return false;
     fixed_.transform(camera_);
-    touched_.clear();
-    rasterise(fixed_, camera_, painter_, background_, background_depth_, &touched_);
+    rasterise(fixed_, camera_, painter_, background_, background_depth_, &touched_, &depth_touched_);
+    mark(touched_, display_dirty_);
+    mark(depth_touched_, depth_dirty_);
     return true;
 }
 
@@ -91,12 +91,24 @@ bool AnimationScene::draw_moving() {
         copy_to(host_, background_depth_, moving_depth_);
         fresh_ = false;
     } else {
-        for (const PixelRect& r : touched_) restore(r);
-        for (const PixelRect& r : restore_) restore(r);
+        display_dirty_.for_each_run([&](const PixelRect& r) {
+            const std::size_t n = std::size_t(r.x1 - r.x0) * 4;
+            for (int y = r.y0; y < r.y1; ++y)
+                std::memcpy(display_.row(y) + std::size_t(r.x0) * 4,
+                            background_.row(y) + std::size_t(r.x0) * 4, n);
+        });
+        depth_dirty_.for_each_run([&](const PixelRect& r) {
+            const std::size_t n = std::size_t(r.x1 - r.x0) * sizeof(double);
+            for (int y = r.y0; y < r.y1; ++y)
+                std::memcpy(moving_depth_.row(y) + r.x0, background_depth_.row(y) + r.x0, n);
+        });
     }
-    restore_.clear();
+    display_dirty_.clear();
+    depth_dirty_.clear();
     moving_.transform(camera_);
-    rasterise(moving_, camera_, painter_, display_, moving_depth_, &restore_);
+    rasterise(moving_, camera_, painter_, display_, moving_depth_, &touched_, &depth_touched_);
+    mark(touched_, display_dirty_);
+    mark(depth_touched_, depth_dirty_);
     return true;
 }
 

@@ -7,6 +7,7 @@
 
 #include "animation/animation.h"
 #include "animation/camera.h"
+#include "animation/dirty_tiles.h"
 #include "animation/mesh.h"
 #include "animation/rasteriser.h"
 #include "animation/settle_board.h"
@@ -43,7 +44,7 @@ public:
     UBUFFER& display() { return display_; }
     const UBUFFER& background() const { return background_; }
     // Something else was drawn on the display (the logo): the next frame restores it too.
-    void drew_over(const PixelRect& r) { restore_.push_back(r); }
+    void drew_over(const PixelRect& r) { display_dirty_.mark(r); }
     // Copy the whole background every frame instead of the parts that changed (for checking).
     void set_full_copies(bool on) { full_copies_ = on; }
 
@@ -52,7 +53,7 @@ public:
     const SettleBoard& board() const { return board_; }
 
 private:
-    void restore(const PixelRect& r);
+    void mark(std::vector<PixelRect>& rects, DirtyTiles& tiles);
 
     Host& host_;
     Camera camera_;
@@ -64,8 +65,9 @@ private:
     std::size_t shape_count_ = 0;
     DBUFFER background_depth_, moving_depth_;
     Mesh fixed_, moving_;
-    std::vector<PixelRect> restore_;  // display pixels to bring back before the next frame
-    std::vector<PixelRect> touched_;
+    DirtyTiles display_dirty_;  // display pixels to bring back before the next frame
+    DirtyTiles depth_dirty_;    // moving depth to bring back (only quads write depth)
+    std::vector<PixelRect> touched_, depth_touched_;
     bool full_copies_ = false;
     bool fresh_ = true;  // the display has not been filled yet
 };

@@ -62,7 +62,8 @@ PixelRect logo_rect(const UBUFFER& logo, int w, int h, double fx, double fy) {
     if (x + lw >= w) x = w - lw + 1;
     if (y + lh >= h) y = h - lh + 1;
     // One pixel of slack on every side costs nothing and covers any rounding of the painter.
-    return {std::clamp(x - 1, 0, w), std::clamp(y - 1, 0, h), std::clamp(x + lw + 1, 0, w), std::clamp(y + lh + 1, 0, h)};
+    return {std::clamp(x - 1, 0, w), std::clamp(y - 1, 0, h), std::clamp(x + lw + 1, 0, w),
+            std::clamp(y + lh + 1, 0, h)};
 }
 
 }  // namespace
@@ -90,8 +91,8 @@ int DocumentAnimation::prepare(int width, int height, const char* alloc_message)
         Layer& layer = doc_.layers[i];
         layer.animation.reset();
         if (!layer.shown || !layer.has_shapes()) continue;
-        placements[i] = make_placements(host_, layer, doc_.palettes, doc_.segments, doc_.circles, width, height,
-                                        scale, random);
+        placements[i] = make_placements(host_, layer, doc_.palettes, doc_.segments, doc_.circles, width,
+                                        height, scale, random);
         if (host_.stopped()) return 1;
         if (placements[i].empty()) {
             host_.message("Please complete the transform first");

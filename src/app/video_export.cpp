@@ -8,6 +8,7 @@
 #include "video/encoder.h"
 #include "video/export_loop.h"
 #include "video/gif_writer.h"
+#include "video/pipelined_sink.h"
 
 namespace velq {
 
@@ -47,7 +48,9 @@ constexpr SocialVariant kVariants[] = {
 
 }  // namespace
 
-std::span<const SocialVariant> social_media_variants() { return kVariants; }
+std::span<const SocialVariant> social_media_variants() {
+    return kVariants;
+}
 
 int render_anim_video(Document& doc, Host& host, const std::string& file, int pw, int ph, FitMode fit) {
     const FrameLayout layout = frame_layout(pw, ph, doc.settings.video_width, doc.settings.video_height, fit);
@@ -59,7 +62,9 @@ int render_anim_video(Document& doc, Host& host, const std::string& file, int pw
     } else {
         sink = std::make_unique<Encoder>(host);
     }
-    const int r = write_animation(host, *sink, animation, file, layout, animation.duration());
+    // The next frame is drawn while the encoder works on this one.
+    PipelinedSink pipeline(*sink);
+    const int r = write_animation(host, pipeline, animation, file, layout, animation.duration());
     // The window keeps the last frame it was shown.
     doc.frame_buffer = std::move(animation.scene().display());
     return r;

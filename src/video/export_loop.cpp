@@ -4,11 +4,11 @@
 #include <chrono>
 #include <cstdio>
 #include <cstring>
-
-#include <opencv2/core.hpp>
-#include <opencv2/imgproc.hpp>
+#include <memory>
+#include <new>
 
 #include "host/progress.h"
+#include "video/frame_scaler.h"
 
 namespace velq {
 
@@ -19,23 +19,18 @@ void LogoBounce::advance() {
     if (b <= 0 || b >= 1) step_b = -step_b;
 }
 
-bool place_frame(const UBUFFER& picture, const FrameLayout& l, UBUFFER& frame) {
+bool place_frame(const UBUFFER& picture, const FrameLayout& l, std::unique_ptr<FrameScaler>& scaler,
+                 UBUFFER& frame) {
     // The scaled picture, clipped to the frame (it always fits when the layout came from
     // frame_layout; the clip keeps a hand-made layout from writing outside).
     const int sw = std::min(l.sw, frame.width() - l.x0), sh = std::min(l.sh, frame.height() - l.y0);
     if (sw <= 0 || sh <= 0 || l.x0 < 0 || l.y0 < 0 || !picture) return true;
-    std::uint8_t* origin = frame.data() + (std::size_t(l.y0) * frame.width() + l.x0) * 4;
-    const std::size_t stride = std::size_t(frame.width()) * 4;
-    if (sw == picture.width() && sh == picture.height()) {
-        for (int y = 0; y < sh; ++y) std::memcpy(origin + y * stride, picture.row(y), std::size_t(sw) * 4);
-        return true;
-    }
     try {
-        const cv::Mat src(picture.height(), picture.width(), CV_8UC4,
-                          const_cast<std::uint8_t*>(picture.data()));
-        cv::Mat dst(sh, sw, CV_8UC4, origin, stride);
-        cv::resize(src, dst, dst.size(), 0, 0, cv::INTER_AREA);
-    } catch (const std::exception&) {
+        if (!scaler || !scaler->fits(picture.width(), picture.height(), sw, sh))
+            scaler = std::make_unique<FrameScaler>(picture.width(), picture.height(), sw, sh);
+        std::uint8_t* origin = frame.data() + (std::size_t(l.y0) * frame.width() + l.x0) * 4;
+        scaler->scale(picture, origin, std::size_t(frame.width()) * 4);
+    } catch (const std::bad_alloc&) {
         return false;
     }
     return true;
@@ -47,6 +42,7 @@ int write_animation(Host& host, VideoSink& sink, FrameSource& source, const std:
     if (sink.init_video(file, layout.ow, layout.oh) != 0) return -1;
 
     // A sink that wants to see the animation first (a GIF's palette) gets frames spread over it.
+    std::unique_ptr<FrameScaler> scaler;
     if (const int k = sink.samples_wanted(); k > 0) {
         LogoBounce logo;
         int frame_index = 0;
@@ -55,7 +51,7 @@ int write_animation(Host& host, VideoSink& sink, FrameSource& source, const std:
             for (const int n = int(t * 30); frame_index < n; ++frame_index) logo.advance();
             const UBUFFER* picture = source.frame(t, logo.a, logo.b);
             if (!picture) break;
-            if (!place_frame(*picture, layout, sink.source())) {
+            if (!place_frame(*picture, layout, scaler, sink.source())) {
                 host.message("Failed to allocate final_buf in render_anim_video");
                 sink.abandon();
                 return -1;
@@ -79,7 +75,7 @@ int write_animation(Host& host, VideoSink& sink, FrameSource& source, const std:
             return -1;
         }
         logo.advance();
-        if (!place_frame(*picture, layout, sink.source())) {
+        if (!place_frame(*picture, layout, scaler, sink.source())) {
             host.message("Failed to allocate final_buf in render_anim_video");
             sink.abandon();
             return -1;

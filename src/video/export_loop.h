@@ -3,11 +3,13 @@
 // sink, with the bouncing logo, the titles and the progress of the export.
 #pragma once
 
+#include <memory>
 #include <string>
 
 #include "host/host.h"
 #include "image/buffer.h"
 #include "video/frame_layout.h"
+#include "video/frame_scaler.h"
 #include "video/video_sink.h"
 
 namespace velq {
@@ -36,8 +38,10 @@ struct LogoBounce {
 int write_animation(Host& host, VideoSink& sink, FrameSource& source, const std::string& file,
                     const FrameLayout& layout, double duration);
 
-// Scales a picture into the sink's frame at the layout's offset: area averaging, or row copies when
-// the sizes match. False when the scaling could not get its memory.
-bool place_frame(const UBUFFER& picture, const FrameLayout& layout, UBUFFER& frame);
+// Scales a picture into the sink's frame at the layout's offset (area averaging when it shrinks,
+// row copies when the sizes match), making `scaler` for the sizes when it has none for them. False
+// when the scaling could not get its memory.
+bool place_frame(const UBUFFER& picture, const FrameLayout& layout, std::unique_ptr<FrameScaler>& scaler,
+                 UBUFFER& frame);
 
 }  // namespace velq

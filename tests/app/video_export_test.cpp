@@ -72,8 +72,10 @@ TEST(FrameRender, AFrameAtTheEndEqualsTheStillRender) {
     ASSERT_EQ(render_frame_at(a.doc, a.host, 160, 120, 1.0), 0);
     EXPECT_FALSE(same_bytes(a.doc.frame_buffer, a.doc.render_buffer));
     const auto titles = a.host.titles();
-    EXPECT_NE(std::find(titles.begin(), titles.end(), "Velquinograph (Rendering fixed mesh...)"), titles.end());
-    EXPECT_NE(std::find(titles.begin(), titles.end(), "Velquinograph (Rendering moving mesh...)"), titles.end());
+    EXPECT_NE(std::find(titles.begin(), titles.end(), "Velquinograph (Rendering fixed mesh...)"),
+              titles.end());
+    EXPECT_NE(std::find(titles.begin(), titles.end(), "Velquinograph (Rendering moving mesh...)"),
+              titles.end());
     EXPECT_EQ(titles.back(), "Velquinograph");
 }
 
@@ -92,7 +94,8 @@ TEST(FrameRender, TimestampsOutsideTheAnimationAreRefused) {
     a.host.clear();
     EXPECT_EQ(render_frame_at(a.doc, a.host, 160, 120, 0.0), 0);
     EXPECT_EQ(render_frame_at(a.doc, a.host, 160, 120, 0.01), -1);
-    EXPECT_EQ(a.host.messages(), std::vector<std::string>{"Invalid timestamp (must be between 0.0 and 0.000000"});
+    EXPECT_EQ(a.host.messages(),
+              std::vector<std::string>{"Invalid timestamp (must be between 0.0 and 0.000000"});
 }
 
 // Before any other layer starts, the frame is the background with the first layer at rest: the

@@ -4,9 +4,9 @@
 
 #include <gtest/gtest.h>
 
-#include "support/video_read_back.h"
 #include "support/pictures.h"
 #include "support/recording_host.h"
+#include "support/video_read_back.h"
 #include "video/encoder.h"
 
 namespace velq {

@@ -1,0 +1,103 @@
+#include <cstring>
+#include <string>
+#include <vector>
+
+#include <gtest/gtest.h>
+
+#include "support/pictures.h"
+#include "support/recording_host.h"
+#include "support/video_read_back.h"
+#include "video/encoder.h"
+#include "video/pipelined_sink.h"
+
+namespace velq {
+namespace {
+
+// Records what it is given, refuses frames from `cap` on and fails at `fail`.
+class Recorder : public VideoSink {
+public:
+    int init_video(const std::string&, int w, int h) override { return source_.allocate(w, h, 4) ? 0 : -1; }
+    UBUFFER& source() override { return source_; }
+    int write_video_frame(double& t) override {
+        if (int(seen.size()) == fail) return -1;
+        if (int(seen.size()) >= cap) return 1;
+        seen.push_back(source_.at(0, 0));
+        t = double(seen.size()) / 30;
+        return 0;
+    }
+    int finish() override { return finished = 1, 0; }
+    void abandon() override { abandoned = true; }
+    std::vector<int> seen;
+    int cap = 1000, fail = -1, finished = 0;
+    bool abandoned = false;
+
+private:
+    UBUFFER source_;
+};
+
+TEST(PipelinedSink, HandsOverEveryFrameInOrderAndPassesRefusalsOn) {
+    struct Case {
+        int cap, fail;
+        std::vector<int> results;  // what the pipeline answers for frames 0..5
+        int finish;
+    } cases[] = {
+        {1000, -1, {0, 0, 0, 0, 0, 0}, 0},
+        {3, -1, {0, 0, 0, 0, 1, 1}, 0},  // the refusal of frame 3 shows at frame 4
+        {1000, 2, {0, 0, 0, -1, -1, -1}, -1},
+    };
+    for (const Case& c : cases) {
+        Recorder inner;
+        inner.cap = c.cap;
+        inner.fail = c.fail;
+        PipelinedSink pipe(inner);
+        ASSERT_EQ(pipe.init_video("", 4, 4), 0);
+        std::vector<int> results;
+        for (int n = 0; n < 6; ++n) {
+            pipe.source().at(0, 0) = std::uint8_t(10 + n);
+            double t = -1;
+            results.push_back(pipe.write_video_frame(t));
+            if (results.back() == 0) {
+                EXPECT_EQ(t, double(n + 1) / 30);
+            }
+        }
+        EXPECT_EQ(results, c.results) << c.cap << " " << c.fail;
+        EXPECT_EQ(pipe.finish(), c.finish);
+        const std::vector<int> expected = [&] {
+            std::vector<int> e;
+            for (int n = 0; n < 6 && n < c.cap && n != c.fail && !(c.fail >= 0 && n > c.fail); ++n)
+                e.push_back(10 + n);
+            return e;
+        }();
+        EXPECT_EQ(inner.seen, expected);
+        EXPECT_EQ(inner.abandoned, c.fail >= 0);
+    }
+}
+
+// A real encoder behind the pipeline writes the same video as without it.
+TEST(PipelinedSink, WritesTheSameVideoAsTheEncoderAlone) {
+    const std::string dir = test::temp_dir("pipeline");
+    std::vector<std::vector<UBUFFER>> decoded;
+    for (bool pipelined : {false, true}) {
+        test::RecordingHost host;
+        Encoder enc(host);
+        PipelinedSink pipe(enc);
+        VideoSink& sink = pipelined ? static_cast<VideoSink&>(pipe) : enc;
+        const std::string file = dir + (pipelined ? "/p.avi" : "/d.avi");
+        ASSERT_EQ(sink.init_video(file, 32, 16), 0);
+        for (int n = 0; n < 12; ++n) {
+            const UBUFFER pic = test::noise_picture(32, 16, std::uint32_t(n));
+            std::memcpy(sink.source().data(), pic.data(), pic.size());
+            double t;
+            ASSERT_EQ(sink.write_video_frame(t), 0);
+        }
+        ASSERT_EQ(sink.finish(), 0);
+        decoded.push_back(test::read_back(file, nullptr, true).frames);
+    }
+    ASSERT_EQ(decoded[0].size(), 12u);
+    ASSERT_EQ(decoded[1].size(), 12u);
+    for (int n = 0; n < 12; ++n)
+        EXPECT_EQ(std::memcmp(decoded[0][n].data(), decoded[1][n].data(), decoded[0][n].size()), 0) << n;
+}
+
+}  // namespace
+}  // namespace velq
