@@ -89,9 +89,9 @@ struct Demo {
         doc.seeds.fix(5);
         doc.settings.video_width = 1920;
         doc.settings.video_height = 1080;
-        AnimationSettings& a = doc.layers[1].anim;
-        a.duration = 2.0;
-        a.motion_time = motion_time;
+        // The layer's own animation settings (Basic, Random, 5 s, 1 s a shape), but for the settled
+        // case, where shapes do not move.
+        doc.layers[1].anim.motion_time = motion_time;
         doc.layers[1].palette = 0;
         ok = true;
     }

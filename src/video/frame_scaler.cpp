@@ -4,6 +4,11 @@
 #include <cmath>
 #include <cstring>
 
+#if defined(__SSE2__)
+#include <emmintrin.h>
+#define VELQ_SCALER_SSE2 1
+#endif
+
 #include "host/parallel.h"
 
 namespace velq {
@@ -37,16 +42,6 @@ FrameScaler::Axis FrameScaler::axis(int src, int dst) {
             if (k + 1 < src) a.taps.push_back(float(f));
         }
         a.first.push_back(int(a.taps.size()));
-        // Fixed point: rounded, with the rounding error given to the heaviest tap.
-        const int f0 = a.first[a.first.size() - 2], f1 = a.first.back();
-        int sum = 0, heaviest = f0;
-        for (int t = f0; t < f1; ++t) {
-            const int q = int(std::lround(a.taps[t] * (1 << kBits)));
-            a.fixed.push_back(std::uint32_t(q));
-            sum += q;
-            if (a.taps[t] > a.taps[heaviest]) heaviest = t;
-        }
-        a.fixed[heaviest] = std::uint32_t(int(a.fixed[heaviest]) + (1 << kBits) - sum);
     }
     return a;
 }
@@ -59,6 +54,60 @@ FrameScaler::FrameScaler(int src_w, int src_h, int dst_w, int dst_h)
       x_(axis(src_w, dst_w)),
       y_(axis(src_h, dst_h)) {}
 
+namespace {
+
+// Output rows [y0, y1): source rows weighed into a line of floats, then each output pixel's four
+// channels weighed together from the line and rounded back to bytes. Built for AVX2 as well, picked
+// at load time where the processor has it.
+#if VELQ_SCALER_SSE2
+__attribute__((target_clones("avx2", "default")))
+#endif
+void scale_rows(
+    const std::uint8_t* src, std::size_t src_stride, int src_w, const FrameScaler::Axis& xa,
+    const FrameScaler::Axis& ya, int dst_w, std::uint8_t* dst, std::size_t dst_stride, int y0, int y1) {
+    std::vector<float> line(std::size_t(src_w) * 4);
+    const std::size_t n = line.size();
+    float* l = line.data();
+    for (int y = y0; y < y1; ++y) {
+        {
+            const int t0 = ya.first[y];
+            const float w = ya.taps[t0];
+            const std::uint8_t* s = src + std::size_t(ya.start[y]) * src_stride;
+            for (std::size_t i = 0; i < n; ++i) l[i] = w * float(s[i]);
+        }
+        for (int t = ya.first[y] + 1; t < ya.first[y + 1]; ++t) {
+            const float w = ya.taps[t];
+            const std::uint8_t* s = src + std::size_t(ya.start[y] + (t - ya.first[y])) * src_stride;
+            for (std::size_t i = 0; i < n; ++i) l[i] += w * float(s[i]);
+        }
+        std::uint8_t* out = dst + std::size_t(y) * dst_stride;
+#if VELQ_SCALER_SSE2
+        const __m128 half = _mm_set1_ps(0.5f), top = _mm_set1_ps(255.0f), zero = _mm_setzero_ps();
+        for (int x = 0; x < dst_w; ++x) {
+            __m128 acc = half;
+            const float* p = l + std::size_t(xa.start[x]) * 4;
+            for (int t = xa.first[x]; t < xa.first[x + 1]; ++t, p += 4)
+                acc = _mm_add_ps(acc, _mm_mul_ps(_mm_set1_ps(xa.taps[t]), _mm_loadu_ps(p)));
+            acc = _mm_min_ps(_mm_max_ps(acc, zero), top);
+            const __m128i i32 = _mm_cvttps_epi32(acc);
+            const __m128i i16 = _mm_packs_epi32(i32, i32);
+            const int bytes = _mm_cvtsi128_si32(_mm_packus_epi16(i16, i16));
+            std::memcpy(out + x * 4, &bytes, 4);
+        }
+#else
+        for (int x = 0; x < dst_w; ++x) {
+            float acc[4] = {0.5f, 0.5f, 0.5f, 0.5f};
+            const float* p = l + std::size_t(xa.start[x]) * 4;
+            for (int t = xa.first[x]; t < xa.first[x + 1]; ++t, p += 4)
+                for (int c = 0; c < 4; ++c) acc[c] += xa.taps[t] * p[c];
+            for (int c = 0; c < 4; ++c) out[x * 4 + c] = std::uint8_t(std::clamp(acc[c], 0.0f, 255.0f));
+        }
+#endif
+    }
+}
+
+}  // namespace
+
 void FrameScaler::scale(const UBUFFER& src, std::uint8_t* dst, std::size_t dst_stride) const {
     if (!src || src.width() != src_w_ || src.height() != src_h_ || src.channels() != 4 || dst_w_ <= 0 ||
         dst_h_ <= 0)
@@ -68,42 +117,10 @@ void FrameScaler::scale(const UBUFFER& src, std::uint8_t* dst, std::size_t dst_s
             std::memcpy(dst + y * dst_stride, src.row(y), std::size_t(dst_w_) * 4);
         return;
     }
-    // Two fixed-point passes: rows into a line of 2^11-scaled sums, then columns into 2^22-scaled
-    // sums (at most 2^22 * 255, inside 32 bits), rounded back to bytes.
     parallel_rows(
         0, dst_h_,
         [&](int y0, int y1) {
-            std::vector<std::uint32_t> line(std::size_t(src_w_) * 4);
-            const std::size_t n = line.size();
-            for (int y = y0; y < y1; ++y) {
-                std::uint32_t* l = line.data();
-                {
-                    const int t0 = y_.first[y];
-                    const std::uint32_t w = y_.fixed[t0];
-                    const std::uint8_t* s = src.row(y_.start[y]);
-                    for (std::size_t i = 0; i < n; ++i) l[i] = w * s[i];
-                }
-                for (int t = y_.first[y] + 1; t < y_.first[y + 1]; ++t) {
-                    const std::uint32_t w = y_.fixed[t];
-                    const std::uint8_t* s = src.row(y_.start[y] + (t - y_.first[y]));
-                    for (std::size_t i = 0; i < n; ++i) l[i] += w * s[i];
-                }
-                std::uint8_t* out = dst + std::size_t(y) * dst_stride;
-                for (int x = 0; x < dst_w_; ++x) {
-                    std::uint32_t acc[4] = {1u << (2 * kBits - 1), 1u << (2 * kBits - 1),
-                                            1u << (2 * kBits - 1), 1u << (2 * kBits - 1)};
-                    const std::uint32_t* p = l + std::size_t(x_.start[x]) * 4;
-                    for (int t = x_.first[x]; t < x_.first[x + 1]; ++t, p += 4) {
-                        const std::uint32_t w = x_.fixed[t];
-                        acc[0] += w * p[0];
-                        acc[1] += w * p[1];
-                        acc[2] += w * p[2];
-                        acc[3] += w * p[3];
-                    }
-                    for (int c = 0; c < 4; ++c)
-                        out[x * 4 + c] = std::uint8_t(std::min<std::uint32_t>(acc[c] >> (2 * kBits), 255));
-                }
-            }
+            scale_rows(src.data(), src.row_samples(), src_w_, x_, y_, dst_w_, dst, dst_stride, y0, y1);
         },
         32);
 }

@@ -24,12 +24,9 @@ public:
     void scale(const UBUFFER& src, std::uint8_t* dst, std::size_t dst_stride) const;
 
     // One axis: for output i, taps[first[i] .. first[i + 1]) weigh source samples from start[i] on.
-    // The fixed-point weights (11 bits) of each output add up to exactly 2048.
-    static constexpr int kBits = 11;
     struct Axis {
         std::vector<int> start, first;
         std::vector<float> taps;
-        std::vector<std::uint32_t> fixed;
     };
     static Axis axis(int src, int dst);
 
