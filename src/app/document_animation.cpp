@@ -27,10 +27,8 @@ public:
     }
 
     int paint_all(std::span<const Circle> placements, UBUFFER& buffer) override {
-        if (placements.size() < 64) return ShapePainter::paint_all(placements, buffer);
-        std::vector<Placement> list(placements.size());
-        for (std::size_t i = 0; i < placements.size(); ++i) static_cast<Circle&>(list[i]) = placements[i];
-        return paint_placements(host_, list, buffer, g_, false, nullptr) ? 0 : 1;
+        if (placements.size() < 16) return ShapePainter::paint_all(placements, buffer);
+        return paint_circles(host_, placements, buffer, g_) ? 0 : 1;
     }
 
     std::shared_ptr<const UBUFFER> stencil(const SHAPE& shape, int side) override {
