@@ -8,6 +8,7 @@
 #include <QFileInfo>
 #include <QImage>
 #include <QLineEdit>
+#include <QListWidget>
 #include <QMimeData>
 #include <QUrl>
 
@@ -119,6 +120,7 @@ private slots:
         QCOMPARE(f.presenter->messages, QStringList{QStringLiteral("Please render the shape first!")});
         QVERIFY(f.presenter->file_types.isEmpty());
 
+        f.doc().layers[3].set_size(77);
         f.doc().render_buffer = velq::test::noise_picture(30, 15, 4);
         f.doc().rendered = true;
         f.doc().rendered_settings = f.doc().settings;
@@ -135,6 +137,18 @@ private slots:
         QCOMPARE(QImage(saved).size(), QSize(30, 15));
         velq::test::RecordingHost host;
         QVERIFY(detect_metadata(host, saved.toStdString()));
+
+        // Load layers takes the saved layers back; a plain picture has none.
+        WindowFixture g;
+        g.presenter->open_names = {write_png(dir, "plain.png", 8, 8), saved};
+        g.window->trigger(cmd::kLoadLayers);
+        QTRY_VERIFY(!g.window->busy());
+        QCOMPARE(g.presenter->messages, QStringList{QStringLiteral("No metadata found!")});
+        g.window->trigger(cmd::kLoadLayers);
+        QTRY_VERIFY(!g.window->busy());
+        QCOMPARE(g.doc().layers[3].size, 77);
+        QCOMPARE(g.window->control<QListWidget>(ctl::kLayerList)->item(3)->text(),
+                 QStringLiteral("Ly3 - Shown T(255)-S(77)-B(100)"));
     }
 
     void clipboardCarriesTheSettingsBlock() {
