@@ -4,6 +4,7 @@
 #include <QComboBox>
 #include <QDialog>
 #include <QDir>
+#include <QFileInfo>
 #include <QLineEdit>
 #include <QListWidget>
 #include <QPushButton>
@@ -67,6 +68,18 @@ private slots:
         QTest::keyClick(&w, Qt::Key_S, Qt::ControlModifier);
         QTRY_VERIFY(!w.busy());
         QVERIFY(QFile::exists(QDir(dir).filePath("art.png")));
+
+        // The smallest video size, as an MPEG-4 file named without its extension.
+        f.presenter->save_names = {QDir(dir).filePath("clip")};
+        f.presenter->save_type = 0;
+        f.presenter->file_types.clear();
+        w.trigger(cmd::kVideo640);
+        QCOMPARE(f.presenter->file_types.front(), QStringLiteral("MPEG-4 Part 14 (.mp4)"));
+        QCOMPARE(f.presenter->file_types.size(), 8);
+        QTRY_VERIFY_WITH_TIMEOUT(!w.busy(), 120000);
+        QVERIFY2(f.presenter->messages.isEmpty(), qPrintable(f.presenter->messages.join('|')));
+        QVERIFY(QFileInfo(QDir(dir).filePath("clip.mp4")).size() > 1000);
+        QCOMPARE(f.doc().settings.video_width, 640);
     }
 
     // With VELQ_GUI_SHOTS set to a folder, a picture of the window after a render is left there.
