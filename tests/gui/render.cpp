@@ -80,6 +80,19 @@ private slots:
         QVERIFY2(f.presenter->messages.isEmpty(), qPrintable(f.presenter->messages.join('|')));
         QVERIFY(QFileInfo(QDir(dir).filePath("clip.mp4")).size() > 1000);
         QCOMPARE(f.doc().settings.video_width, 640);
+
+        // Render frame: a timestamp inside the animation shows that frame, one past its end says so.
+        f.presenter->numbers = {1.0, 500.0};
+        w.trigger(cmd::kRenderFrame);
+        QTRY_VERIFY_WITH_TIMEOUT(!w.busy(), 60000);
+        QCOMPARE(f.presenter->number_labels.front(), QStringLiteral("Timestamp"));
+        QVERIFY(f.doc().frame_buffer);
+        QCOMPARE(w.picture_view().picture().width(), f.doc().frame_buffer.width());
+        w.trigger(cmd::kRenderFrame);
+        QTRY_VERIFY_WITH_TIMEOUT(!w.busy(), 60000);
+        QCOMPARE(f.presenter->messages.size(), 1);
+        QVERIFY(f.presenter->messages.front().startsWith(
+            QStringLiteral("Invalid timestamp (must be between 0.0 and ")));
     }
 
     // With VELQ_GUI_SHOTS set to a folder, a picture of the window after a render is left there.

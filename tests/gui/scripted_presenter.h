@@ -56,19 +56,36 @@ public:
         fonts.pop_front();
         return f;
     }
+    std::optional<double> ask_number(QWidget*, const QString& label, double, double, double) override {
+        number_labels << label;
+        if (numbers.empty()) return std::nullopt;
+        const double v = numbers.front();
+        numbers.pop_front();
+        return v;
+    }
+    std::optional<QSize> ask_size(QWidget*, const QSize& size) override {
+        size_initials << size;
+        if (sizes.empty()) return std::nullopt;
+        const QSize v = sizes.front();
+        sizes.pop_front();
+        return v;
+    }
     int exec(QDialog& dialog) override {
         dialogs << dialog.windowTitle();
         if (on_dialog) return on_dialog(dialog);
         return QDialog::Rejected;
     }
 
-    QStringList messages, questions, file_types, dialogs, font_initials, folders;
+    QStringList messages, questions, file_types, dialogs, font_initials, folders, number_labels;
+    QList<QSize> size_initials;
     QList<QColor> colour_initials;
     std::deque<bool> answers;
     std::deque<QString> open_names, save_names;
     std::deque<QStringList> open_lists;
     std::deque<QColor> colours;
     std::deque<QString> fonts;
+    std::deque<double> numbers;
+    std::deque<QSize> sizes;
     int save_type = -1;
     std::function<int(QDialog&)> on_dialog;
 
