@@ -4,6 +4,7 @@
 #include <QComboBox>
 #include <QLineEdit>
 #include <QListWidget>
+#include <QPainter>
 #include <QPushButton>
 
 #include "window_fixture.h"
@@ -163,6 +164,34 @@ private slots:
         w.control<QListWidget>(ctl::kLayerList)->setCurrentRow(6);
         w.trigger(cmd::kSetAnimation);
         QCOMPARE(f.presenter->dialogs.size(), 1);
+    }
+
+    void shapesAreLoadedFromFilesIntoTheSelectedLayer() {
+        WindowFixture f;
+        MainWindow& w = *f.window;
+        QImage star(1024, 1024, QImage::Format_ARGB32);
+        star.fill(Qt::transparent);
+        QPainter p(&star);
+        p.setBrush(QColor(200, 200, 200));
+        p.setPen(Qt::NoPen);
+        p.drawRect(300, 300, 424, 424);
+        p.end();
+        const QString path = QString::fromStdString(velq::test::temp_dir("gui_shapes")) + "/square.png";
+        QVERIFY(star.save(path));
+
+        w.control<QListWidget>(ctl::kLayerList)->setCurrentRow(0);  // Files is offered from start-up on
+        w.trigger(cmd::kLoadShapesFiles);
+        QCOMPARE(f.presenter->messages, QStringList{QStringLiteral("Please select layer!")});
+
+        QVERIFY(f.load_picture(velq::test::noise_picture(30, 20, 3)));
+        w.control<QListWidget>(ctl::kLayerList)->setCurrentRow(3);
+        f.presenter->open_lists = {{path}};
+        w.trigger(cmd::kLoadShapesFiles);
+        QTRY_VERIFY(!w.busy());
+        QCOMPARE(f.presenter->messages.size(), 1);
+        QCOMPARE(int(f.doc().layers[3].shapes.size()), 1);
+        QCOMPARE(f.doc().layers[3].shapes.front()->name, path.toStdString());
+        QVERIFY(f.presenter->file_types.front().startsWith(QStringLiteral("All Graphics Types|*.bmp;")));
     }
 
     void shapeDetailStepsThroughTheShapes() {
