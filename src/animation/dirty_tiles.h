@@ -1,4 +1,4 @@
-// Which parts of a picture a frame changed, kept as 16 x 16 tiles: marking a rectangle costs its tile
+// Which parts of a picture a frame changed, kept as 8 x 8 tiles: marking a rectangle costs its tile
 // count however many rectangles overlap, and the marked parts are visited as runs of whole tiles along
 // each tile row, so bringing them back copies every changed pixel once.
 #pragma once
@@ -13,7 +13,7 @@ namespace velq {
 
 class DirtyTiles {
 public:
-    static constexpr int kTile = 16;
+    static constexpr int kTile = 8;
 
     void reset(int width, int height) {
         width_ = width;

@@ -1,5 +1,6 @@
 #include "animation/scene.h"
 
+#include <algorithm>
 #include <cstring>
 
 namespace velq {
@@ -88,23 +89,31 @@ bool AnimationScene::draw_moving() {
     if (host_.stopped()) return false;
     if (full_copies_ || fresh_) {
         copy_to(host_, background_, display_);
-        copy_to(host_, background_depth_, moving_depth_);
+        depth_stale_ = true;
         fresh_ = false;
     } else {
         display_dirty_.for_each_run([&](const PixelRect& r) {
             const std::size_t n = std::size_t(r.x1 - r.x0) * 4;
             for (int y = r.y0; y < r.y1; ++y)
-                std::memcpy(display_.row(y) + std::size_t(r.x0) * 4,
-                            background_.row(y) + std::size_t(r.x0) * 4, n);
+                std::memcpy(display_.row(y) + std::size_t(r.x0) * 4, background_.row(y) + std::size_t(r.x0) * 4, n);
         });
-        depth_dirty_.for_each_run([&](const PixelRect& r) {
-            const std::size_t n = std::size_t(r.x1 - r.x0) * sizeof(double);
-            for (int y = r.y0; y < r.y1; ++y)
-                std::memcpy(moving_depth_.row(y) + r.x0, background_depth_.row(y) + r.x0, n);
-        });
+        if (!depth_stale_) {
+            depth_dirty_.for_each_run([&](const PixelRect& r) {
+                const std::size_t n = std::size_t(r.x1 - r.x0) * sizeof(double);
+                for (int y = r.y0; y < r.y1; ++y)
+                    std::memcpy(moving_depth_.row(y) + r.x0, background_depth_.row(y) + r.x0, n);
+            });
+        }
     }
     display_dirty_.clear();
     depth_dirty_.clear();
+    // The moving depth is brought up to date only when a quad is about to use it: shapes that lie
+    // flat on the picture never read or write depth.
+    const auto& prims = moving_.primitives();
+    if (depth_stale_ && std::any_of(prims.begin(), prims.end(), [](const Primitive& p) { return !p.flat(); })) {
+        copy_to(host_, background_depth_, moving_depth_);
+        depth_stale_ = false;
+    }
     moving_.transform(camera_);
     rasterise(moving_, camera_, painter_, display_, moving_depth_, &touched_, &depth_touched_);
     mark(touched_, display_dirty_);

@@ -69,7 +69,8 @@ private:
     DirtyTiles depth_dirty_;    // moving depth to bring back (only quads write depth)
     std::vector<PixelRect> touched_, depth_touched_;
     bool full_copies_ = false;
-    bool fresh_ = true;  // the display has not been filled yet
+    bool fresh_ = true;
+    bool depth_stale_ = true;  // the moving depth has not been copied since the display was filled  // the display has not been filled yet
 };
 
 }  // namespace velq
