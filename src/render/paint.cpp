@@ -125,59 +125,93 @@ VELQ_AVX2 __m256i channel_avx2(__m256i px, __m256i s, __m256i y, __m256d ylo, __
 
 // One channel in single precision: y and d are exact in floats, and the quotient's three roundings
 // stay below 1.9e-4 while |y d / D| <= 1022 (|G| <= 512), inside the 2^-11 margin kept from whole
-// numbers. `near` gains the lanes too close to a whole number to decide.
-template <int Ch>
-VELQ_AVX2 __m256i estimate_channel_avx2(__m256i px, __m256i s, __m256 yf, int ci, int g255, __m256& near) {
+// numbers. `near` gains the lanes too close to a whole number to decide. With Resolve, near lanes
+// whose formula steps are all exact (their value is that whole number) are rounded to it, and only
+// the others go into `near`.
+template <int Ch, bool Resolve>
+VELQ_AVX2 __m256i estimate_channel_avx2(__m256i px, __m256i s, __m256 yf, __m256i y_safe, __m256i y_exact,
+                                        int ci, int g255, __m256& near) {
     const __m256i ff = _mm256_set1_epi32(0xFF);
     const __m256i o = _mm256_and_si256(_mm256_srli_epi32(px, 8 * Ch), ff);
-    const __m256i d = _mm256_sub_epi32(
-        _mm256_add_epi32(_mm256_mullo_epi32(s, _mm256_set1_epi32(ci)), _mm256_set1_epi32(g255)),
-        _mm256_sub_epi32(_mm256_slli_epi32(o, 8), o));
+    const __m256i sc = _mm256_mullo_epi32(s, _mm256_set1_epi32(ci));
+    const __m256i d = _mm256_sub_epi32(_mm256_add_epi32(sc, _mm256_set1_epi32(g255)),
+                                       _mm256_sub_epi32(_mm256_slli_epi32(o, 8), o));
     const __m256 e =
         _mm256_mul_ps(_mm256_mul_ps(yf, _mm256_cvtepi32_ps(d)), _mm256_set1_ps(float(1.0 / double(kD))));
-    const __m256 q = _mm256_floor_ps(e);
+    __m256 q = _mm256_floor_ps(e);
     const __m256 f = _mm256_sub_ps(e, q);
     const __m256 margin = _mm256_set1_ps(1.0f / 2048);
-    near = _mm256_or_ps(near, _mm256_or_ps(_mm256_cmp_ps(f, margin, _CMP_LT_OQ),
-                                           _mm256_cmp_ps(f, _mm256_set1_ps(1.0f - 1.0f / 2048), _CMP_GT_OQ)));
+    const __m256 close = _mm256_or_ps(_mm256_cmp_ps(f, margin, _CMP_LT_OQ),
+                                      _mm256_cmp_ps(f, _mm256_set1_ps(1.0f - 1.0f / 2048), _CMP_GT_OQ));
+    if constexpr (Resolve) {
+        const __m256 safe =
+            _mm256_castsi256_ps(_mm256_or_si256(y_safe, _mm256_and_si256(y_exact, multiple_of_255(sc))));
+        q = _mm256_blendv_ps(q, _mm256_round_ps(e, _MM_FROUND_TO_NEAREST_INT | _MM_FROUND_NO_EXC),
+                             _mm256_and_ps(close, safe));
+        near = _mm256_or_ps(near, _mm256_andnot_ps(safe, close));
+    } else {
+        near = _mm256_or_ps(near, close);
+    }
     __m256i r = _mm256_add_epi32(o, _mm256_cvttps_epi32(q));
     r = _mm256_min_epi32(_mm256_max_epi32(r, _mm256_setzero_si256()), ff);
     return _mm256_slli_epi32(r, 8 * Ch);
 }
 
+template <bool Resolve>
+VELQ_AVX2 __m256 estimate_pass_avx2(__m256i px, __m256i s, __m256i y, const ExactTint& et, __m256i& out) {
+    const __m256 yf = _mm256_cvtepi32_ps(y);
+    __m256i y_safe = _mm256_setzero_si256(), y_exact = y_safe;
+    if constexpr (Resolve) {
+        y_safe = _mm256_cmpeq_epi32(y, y_safe);
+        y_exact = multiple_of_255(y);
+    }
+    __m256 near = _mm256_setzero_ps();
+    out = _mm256_set1_epi32(int(0xFF000000u));
+    out = _mm256_or_si256(
+        out, estimate_channel_avx2<0, Resolve>(px, s, yf, y_safe, y_exact, et.ci[0], et.g255, near));
+    out = _mm256_or_si256(
+        out, estimate_channel_avx2<1, Resolve>(px, s, yf, y_safe, y_exact, et.ci[1], et.g255, near));
+    out = _mm256_or_si256(
+        out, estimate_channel_avx2<2, Resolve>(px, s, yf, y_safe, y_exact, et.ci[2], et.g255, near));
+    return near;
+}
+
 // All three channels in single precision; false when some painted lane could not be decided.
 VELQ_AVX2 bool estimate_block_avx2(__m256i px, __m256i s, __m256i y, __m256i nz, const ExactTint& et,
                                    __m256i& out) {
-    const __m256 yf = _mm256_cvtepi32_ps(y);
-    __m256 near = _mm256_setzero_ps();
-    out = _mm256_or_si256(out, estimate_channel_avx2<0>(px, s, yf, et.ci[0], et.g255, near));
-    out = _mm256_or_si256(out, estimate_channel_avx2<1>(px, s, yf, et.ci[1], et.g255, near));
-    out = _mm256_or_si256(out, estimate_channel_avx2<2>(px, s, yf, et.ci[2], et.g255, near));
-    return _mm256_testz_si256(_mm256_castps_si256(near), nz);
+    if (_mm256_testz_si256(_mm256_castps_si256(estimate_pass_avx2<false>(px, s, y, et, out)), nz))
+        return true;
+    return _mm256_testz_si256(_mm256_castps_si256(estimate_pass_avx2<true>(px, s, y, et, out)), nz);
 }
 
 // Eight pixels, of which the first `count` are painted (loaded and stored under a lane mask when
 // fewer than eight). y d is exact in doubles; the one rounding of its product with 1 / D is far inside
 // the 1 / D that parts a non-tie from a whole number, so floor and tie are both exact.
 template <bool Partial>
-VELQ_AVX2 void blend_block_avx2(const std::uint8_t* sm, std::uint8_t* dst, const ExactTint& et,
-                                int count = 8) {
+VELQ_AVX2 void blend_block_avx2(const std::uint8_t* sm, std::uint8_t* dst, const ExactTint& et, int count = 8,
+                                bool sm_wide = true, bool px_wide = true) {
     const __m256i zero = _mm256_setzero_si256();
     __m256i wi, lanes_in = _mm256_set1_epi32(-1);
     if constexpr (Partial) {
-        alignas(16) std::uint16_t w[8] = {};
-        for (int l = 0; l < count; ++l) w[l] = std::uint16_t(sm[2 * l] | sm[2 * l + 1] << 8);
-        wi = _mm256_cvtepu16_epi32(_mm_load_si128(reinterpret_cast<const __m128i*>(w)));
+        // Past the run the stencil may be read (its planes go on), the picture only inside the tile.
         lanes_in = _mm256_cmpgt_epi32(_mm256_set1_epi32(count), _mm256_setr_epi32(0, 1, 2, 3, 4, 5, 6, 7));
+        if (sm_wide) {
+            wi = _mm256_cvtepu16_epi32(_mm_loadu_si128(reinterpret_cast<const __m128i*>(sm)));
+        } else {
+            alignas(16) std::uint16_t w[8] = {};
+            for (int l = 0; l < count; ++l) w[l] = std::uint16_t(sm[2 * l] | sm[2 * l + 1] << 8);
+            wi = _mm256_cvtepu16_epi32(_mm_load_si128(reinterpret_cast<const __m128i*>(w)));
+        }
     } else {
         wi = _mm256_cvtepu16_epi32(_mm_loadu_si128(reinterpret_cast<const __m128i*>(sm)));
     }
     const __m256i s = _mm256_and_si256(wi, _mm256_set1_epi32(0xFF)), m = _mm256_srli_epi32(wi, 8);
-    const __m256i nz = _mm256_cmpgt_epi32(m, zero);
+    const __m256i nz = _mm256_and_si256(_mm256_cmpgt_epi32(m, zero), lanes_in);
     if (_mm256_testz_si256(nz, nz)) return;
     auto* at = reinterpret_cast<int*>(dst);
-    const __m256i px = Partial ? _mm256_maskload_epi32(at, lanes_in)
-                               : _mm256_loadu_si256(reinterpret_cast<const __m256i*>(dst));
+    const bool masked = Partial && !px_wide;
+    const __m256i px = masked ? _mm256_maskload_epi32(at, lanes_in)
+                              : _mm256_loadu_si256(reinterpret_cast<const __m256i*>(dst));
     const __m256i y = _mm256_mullo_epi32(m, _mm256_set1_epi32(et.t));
     __m256i bad = zero;
     __m256i out = _mm256_set1_epi32(int(0xFF000000u));
@@ -193,7 +227,7 @@ VELQ_AVX2 void blend_block_avx2(const std::uint8_t* sm, std::uint8_t* dst, const
         out = _mm256_or_si256(out, channel_avx2<2>(px, s, y, ylo, yhi, y_exact, et.ci[2], et.g255, bad));
     }
     out = _mm256_blendv_epi8(px, out, nz);
-    if constexpr (Partial) {
+    if (masked) {
         _mm256_maskstore_epi32(at, lanes_in, out);
     } else {
         _mm256_storeu_si256(reinterpret_cast<__m256i*>(dst), out);
@@ -212,16 +246,17 @@ VELQ_AVX2 void blend_block_avx2(const std::uint8_t* sm, std::uint8_t* dst, const
 }
 
 // The stencil rows of one placement whose columns land side by side: stencil column i goes to
-// column col0 + i, for i in [i_lo, i_hi).
+// column col0 + i, for i in [i_lo, i_hi). Pixels from column `limit` on belong to other tiles.
 struct RegularRows {
     const Stencil* stencil;
     double top;
-    int col0, i_lo, i_hi;
+    int col0, i_lo, i_hi, limit;
 };
 
 __attribute__((target("avx2"))) void paint_exact_avx2(const RegularRows& r, UBUFFER& buffer, int row0,
                                                       int row1, const ExactTint& et) {
     const Stencil& st = *r.stencil;
+    const std::uint8_t* planes_end = st.planes.data() + st.planes.size();
     for (int j = 0; j < st.side; ++j) {
         const int y = saturate(r.top + j);
         if (y < row0) continue;
@@ -232,7 +267,10 @@ __attribute__((target("avx2"))) void paint_exact_avx2(const RegularRows& r, UBUF
         std::uint8_t* dst = buffer.row(y) + 4 * std::size_t(r.col0 + b);
         const int n = e - b, full = n & ~7;
         for (int i = 0; i < full; i += 8) blend_block_avx2<false>(sm + 2 * i, dst + 4 * i, et);
-        if (full < n) blend_block_avx2<true>(sm + 2 * full, dst + 4 * full, et, n - full);
+        if (full == n) continue;
+        const bool sm_wide = sm + 2 * full + 16 <= planes_end;
+        const bool px_wide = r.col0 + b + full + 8 <= r.limit;
+        blend_block_avx2<true>(sm + 2 * full, dst + 4 * full, et, n - full, sm_wide, px_wide);
     }
 }
 
@@ -350,8 +388,8 @@ void Painter::paint_area(const PaintJob& job, UBUFFER& buffer, int row0, int row
         et.t = job.transparency;
 #if defined(__x86_64__)
         if (regular && have_avx2()) {
-            paint_exact_avx2(RegularRows{&st, job.top, cols[i_lo] - i_lo, i_lo, i_hi}, buffer, row0, row1,
-                             et);
+            paint_exact_avx2(RegularRows{&st, job.top, cols[i_lo] - i_lo, i_lo, i_hi, col1}, buffer, row0,
+                             row1, et);
             return;
         }
 #endif
