@@ -453,7 +453,7 @@ bool paint_jobs(Host& host, const Painter& painter, std::span<const PaintJob> jo
                 const std::function<void(std::int64_t, std::int64_t)>& progress, int threads) {
     // Tiles small enough that a tile's pixels and its pages stay close to the processor while the
     // jobs that reach it are painted.
-    constexpr int kTileW = 256, kTileH = 128;
+    constexpr int kTileW = 256, kTileH = 64;
     const int w = buffer.width(), h = buffer.height();
     if (w < 1 || h < 1) return !host.stopped();
     const int tx = (w + kTileW - 1) / kTileW, ty = (h + kTileH - 1) / kTileH;
