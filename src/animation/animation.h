@@ -47,12 +47,11 @@ public:
 
     // Prepares the kind's own state for the frame size. The base does nothing.
     virtual void pre_operation(Host& host, const AnimationContext& ctx) {}
-    // Appends the shapes in motion at t, and the finished ones that may not go into the background
-    // yet, drawn at rest; with `finished` also the settled ones. The base appends nothing.
+    // Appends the shapes in motion at t; with `finished` also the settled ones, at rest. The base
+    // appends nothing.
     virtual void moving_mesh(const Camera& camera, double t, bool finished, Mesh& out) const {}
-    // Appends the finished shapes that may now be painted into the persistent background (every
-    // shape painted before them in the still render that shares a pixel with them is there), and
-    // marks them settled, here and on the board. The base appends nothing.
+    // Appends the shapes whose motion has ended by t and that are not settled yet, at rest, and marks
+    // them settled, here and on the board. The base appends nothing.
     virtual void fixed_mesh(const Camera& camera, double t, SettleBoard& board, Mesh& out) {}
     // Every shape back to unsettled, for another pass over the same animation. The base has none.
     virtual void rewind() {}

@@ -57,7 +57,7 @@ void MotionAnimation::fixed_mesh(const Camera&, double t, SettleBoard& board, Me
     for (std::size_t i = first_unsettled_; i < items.size(); ++i) {
         AnimationItem& it = items[i];
         if (it.start > t) break;
-        if (it.settled || t < it.end || !board.ready(it.order)) continue;
+        if (it.settled || t < it.end) continue;
         out.add(rest(it));
         it.settled = true;
         board.settle(it.order);

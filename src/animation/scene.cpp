@@ -35,14 +35,14 @@ void AnimationScene::build_board() {
             c.radius = it.p;
             placements[it.order] = c;
         }
-    waits_ = find_waits(placements, painter_, camera_.width(), camera_.height());
-    shape_count_ = placements.size();
-    board_.reset(shape_count_, waits_);
+    std::vector<Footprint> prints = find_footprints(placements, painter_, camera_.width(), camera_.height());
+    const std::vector<Overlap> overlaps = find_overlaps(prints, camera_.width(), camera_.height());
+    board_.reset(std::move(placements), std::move(prints), overlaps);
 }
 
 bool AnimationScene::rewind() {
     for (ANIMATION* a : animations_) a->rewind();
-    board_.reset(shape_count_, waits_);
+    board_.rewind();
     if (!copy_to(host_, base_, background_)) return false;
     background_depth_.fill(kFarDepth);
     display_dirty_.clear();
@@ -59,15 +59,9 @@ void AnimationScene::mark(std::vector<PixelRect>& rects, DirtyTiles& tiles) {
 bool AnimationScene::gather(double t) {
     fixed_.clear();
     moving_.clear();
-    // Settling can free shapes of earlier layers' lists only in later passes, so go round until a
-    // pass settles nothing.
-    for (;;) {
-        const std::size_t before = fixed_.size();
-        for (ANIMATION* a : animations_) {
-            if (host_.stopped()) return false;
-            a->fixed_mesh(camera_, t, board_, fixed_);
-        }
-        if (fixed_.size() == before) break;
+    for (ANIMATION* a : animations_) {
+        if (host_.stopped()) return false;
+        a->fixed_mesh(camera_, t, board_, fixed_);
     }
     for (ANIMATION* a : animations_) {
         if (host_.stopped()) return false;
@@ -80,6 +74,9 @@ bool AnimationScene::draw_fixed() {
     if (host_.stopped()) return false;
     fixed_.transform(camera_);
     rasterise(fixed_, camera_, painter_, background_, background_depth_, &touched_, &depth_touched_);
+    // Pixels the frame's shapes share with shapes painted after them in the still render lie inside
+    // the rectangles just marked.
+    board_.repair(base_, background_, painter_);
     mark(touched_, display_dirty_);
     mark(depth_touched_, depth_dirty_);
     return true;
@@ -95,7 +92,8 @@ bool AnimationScene::draw_moving() {
         display_dirty_.for_each_run([&](const PixelRect& r) {
             const std::size_t n = std::size_t(r.x1 - r.x0) * 4;
             for (int y = r.y0; y < r.y1; ++y)
-                std::memcpy(display_.row(y) + std::size_t(r.x0) * 4, background_.row(y) + std::size_t(r.x0) * 4, n);
+                std::memcpy(display_.row(y) + std::size_t(r.x0) * 4,
+                            background_.row(y) + std::size_t(r.x0) * 4, n);
         });
         if (!depth_stale_) {
             depth_dirty_.for_each_run([&](const PixelRect& r) {
@@ -110,7 +108,8 @@ bool AnimationScene::draw_moving() {
     // The moving depth is brought up to date only when a quad is about to use it: shapes that lie
     // flat on the picture never read or write depth.
     const auto& prims = moving_.primitives();
-    if (depth_stale_ && std::any_of(prims.begin(), prims.end(), [](const Primitive& p) { return !p.flat(); })) {
+    if (depth_stale_ &&
+        std::any_of(prims.begin(), prims.end(), [](const Primitive& p) { return !p.flat(); })) {
         copy_to(host_, background_depth_, moving_depth_);
         depth_stale_ = false;
     }

@@ -61,8 +61,6 @@ private:
     std::vector<ANIMATION*> animations_;
     SettleBoard board_;
     UBUFFER base_, background_, display_;
-    std::vector<Wait> waits_;
-    std::size_t shape_count_ = 0;
     DBUFFER background_depth_, moving_depth_;
     Mesh fixed_, moving_;
     DirtyTiles display_dirty_;  // display pixels to bring back before the next frame
@@ -70,7 +68,8 @@ private:
     std::vector<PixelRect> touched_, depth_touched_;
     bool full_copies_ = false;
     bool fresh_ = true;
-    bool depth_stale_ = true;  // the moving depth has not been copied since the display was filled  // the display has not been filled yet
+    bool depth_stale_ = true;  // the moving depth has not been copied since the display was filled  // the
+                               // display has not been filled yet
 };
 
 }  // namespace velq

@@ -1,49 +1,17 @@
 #include "animation/settle_board.h"
 
 #include <algorithm>
+#include <cmath>
 
-#include "animation/rasteriser.h"
 #include "render/shape.h"
 
 namespace velq {
 
-void SettleBoard::reset(std::size_t count, std::span<const Wait> waits) {
-    pending_.assign(count, 0);
-    offsets_.assign(count + 1, 0);
-    for (const Wait& w : waits) {
-        ++offsets_[w.first + 1];
-        ++pending_[w.second];
-    }
-    for (std::size_t i = 0; i < count; ++i) offsets_[i + 1] += offsets_[i];
-    held_.assign(waits.size(), 0);
-    std::vector<std::uint32_t> fill(offsets_.begin(), offsets_.end() - 1);
-    for (const Wait& w : waits) held_[fill[w.first]++] = w.second;
-}
-
-void SettleBoard::settle(std::uint32_t order) {
-    if (order >= pending_.size()) return;
-    for (std::uint32_t later : held_by(order))
-        if (pending_[later] > 0) --pending_[later];
-}
-
-std::span<const std::uint32_t> SettleBoard::held_by(std::uint32_t order) const {
-    if (order + 1 >= offsets_.size()) return {};
-    return std::span<const std::uint32_t>(held_).subspan(offsets_[order],
-                                                         offsets_[order + 1] - offsets_[order]);
-}
-
 namespace {
 
-// The pixels one placement changes, as a bit per pixel of its clipped square.
-struct Footprint {
-    PixelRect rect;
-    std::vector<std::uint64_t> bits;
-    bool test(int x, int y) const {
-        const std::size_t i =
-            std::size_t(y - rect.y0) * std::size_t(rect.x1 - rect.x0) + std::size_t(x - rect.x0);
-        return (bits[i >> 6] >> (i & 63)) & 1u;
-    }
-};
+int side_of(const Circle& c) {
+    return int(2 * c.radius + 0.5);
+}
 
 Footprint footprint(const Circle& c, ShapePainter& painter, int width, int height) {
     Footprint f;
@@ -53,12 +21,12 @@ Footprint footprint(const Circle& c, ShapePainter& painter, int width, int heigh
         return f;
     }
     const double r = c.radius;
-    const int d = int(2 * r + 0.5);
+    const int d = side_of(c);
     const auto st = painter.stencil(*c.shape, d);
     const int fw = f.rect.x1 - f.rect.x0, fh = f.rect.y1 - f.rect.y0;
     f.bits.assign((std::size_t(fw) * fh + 63) / 64, 0);
     if (!st) {
-        // Without the stencil the whole square counts: waiting too long is safe, too little is not.
+        // Without the stencil the whole square counts: repainting too much is safe, too little is not.
         for (std::size_t i = 0; i < std::size_t(fw) * fh; ++i) f.bits[i >> 6] |= std::uint64_t(1) << (i & 63);
         return f;
     }
@@ -88,15 +56,18 @@ bool share_pixel(const Footprint& a, const Footprint& b) {
 
 }  // namespace
 
-std::vector<Wait> find_waits(std::span<const Circle> placements, ShapePainter& painter, int width,
-                             int height) {
-    std::vector<Wait> waits;
-    const std::size_t n = placements.size();
-    if (n == 0 || width <= 0 || height <= 0) return waits;
+std::vector<Footprint> find_footprints(std::span<const Circle> placements, ShapePainter& painter, int width,
+                                       int height) {
     std::vector<Footprint> prints;
-    prints.reserve(n);
+    prints.reserve(placements.size());
     for (const Circle& c : placements) prints.push_back(footprint(c, painter, width, height));
+    return prints;
+}
 
+std::vector<Overlap> find_overlaps(std::span<const Footprint> prints, int width, int height) {
+    std::vector<Overlap> overlaps;
+    const std::size_t n = prints.size();
+    if (n == 0 || width <= 0 || height <= 0) return overlaps;
     // A grid of 64-pixel cells listing the shapes whose square meets each cell, in order.
     constexpr int kCell = 64;
     const int gw = (width + kCell - 1) / kCell, gh = (height + kCell - 1) / kCell;
@@ -117,12 +88,120 @@ std::vector<Wait> find_waits(std::span<const Circle> placements, ShapePainter& p
                     if (e.rect.x1 <= f.rect.x0 || f.rect.x1 <= e.rect.x0 || e.rect.y1 <= f.rect.y0 ||
                         f.rect.y1 <= e.rect.y0)
                         continue;
-                    if (share_pixel(e, f)) waits.emplace_back(earlier, later);
+                    if (share_pixel(e, f)) overlaps.emplace_back(earlier, later);
                 }
                 cell.push_back(later);
             }
     }
-    return waits;
+    return overlaps;
+}
+
+void SettleBoard::reset(std::vector<Circle> shapes, std::vector<Footprint> prints,
+                        std::span<const Overlap> overlaps) {
+    shapes_ = std::move(shapes);
+    prints_ = std::move(prints);
+    const std::size_t n = shapes_.size();
+    offsets_.assign(n + 1, 0);
+    for (const Overlap& o : overlaps) {
+        ++offsets_[o.first + 1];
+        ++offsets_[o.second + 1];
+    }
+    for (std::size_t i = 0; i < n; ++i) offsets_[i + 1] += offsets_[i];
+    neighbours_.assign(overlaps.size() * 2, 0);
+    std::vector<std::uint32_t> fill(offsets_.begin(), offsets_.end() - 1);
+    for (const Overlap& o : overlaps) {
+        neighbours_[fill[o.first]++] = o.second;
+        neighbours_[fill[o.second]++] = o.first;
+    }
+    for (std::size_t i = 0; i < n; ++i) std::sort(&neighbours_[offsets_[i]], &neighbours_[offsets_[i + 1]]);
+    rewind();
+}
+
+void SettleBoard::rewind() {
+    frame_of_.assign(shapes_.size(), -1);
+    now_.clear();
+    frame_ = 0;
+}
+
+void SettleBoard::settle(std::uint32_t order) {
+    if (order >= frame_of_.size() || frame_of_[order] >= 0) return;
+    frame_of_[order] = frame_;
+    now_.push_back(order);
+}
+
+// Paints one pixel of a settled shape as the renderer paints the whole shape: every texel that falls
+// on the pixel (two at the picture's left or top edge), rows first, with the renderer's blend.
+void SettleBoard::paint_pixel(std::uint32_t shape, int x, int y, ShapePainter& painter,
+                              std::uint8_t* px) const {
+    const Circle& c = shapes_[shape];
+    const int d = side_of(c);
+    const auto st = painter.stencil(*c.shape, d);
+    if (!st) return;
+    const double left = c.x - c.radius, top = c.y - c.radius, k = c.brightness / 100.0;
+    const double tint[3] = {c.paint.c2, c.paint.c1, c.paint.c0};
+    const int g = painter.global_brightness();
+    const int j0 = std::max(0, int(std::floor(y - top)) - 1),
+              j1 = std::min(d - 1, int(std::ceil(y - top)) + 1);
+    const int i0 = std::max(0, int(std::floor(x - left)) - 1),
+              i1 = std::min(d - 1, int(std::ceil(x - left)) + 1);
+    for (int j = j0; j <= j1; ++j) {
+        if (int(top + j) != y) continue;
+        for (int i = i0; i <= i1; ++i) {
+            if (int(left + i) != x) continue;
+            const int m = st->at(i, j, 1);
+            if (m == 0) continue;
+            const int s = st->at(i, j, 0);
+            for (int ch = 0; ch < 3; ++ch)
+                px[ch] = std::uint8_t(blend_value(s, m, px[ch], tint[ch], g, c.transparency, k));
+            px[3] = 255;
+        }
+    }
+}
+
+std::size_t SettleBoard::repair(const UBUFFER& base, UBUFFER& background, ShapePainter& painter) {
+    std::size_t repaired = 0;
+    std::sort(now_.begin(), now_.end());
+    std::vector<std::pair<int, int>> pixels;  // (y, x) to paint again, each with the shape that found it
+    std::vector<std::uint32_t> finder;
+    for (std::uint32_t s : now_) {
+        for (std::uint32_t i = offsets_[s]; i < offsets_[s + 1]; ++i) {
+            const std::uint32_t t = neighbours_[i];
+            if (t < s || frame_of_[t] < 0 || frame_of_[t] >= frame_) continue;
+            const Footprint &a = prints_[s], &b = prints_[t];
+            const int x0 = std::max(a.rect.x0, b.rect.x0), x1 = std::min(a.rect.x1, b.rect.x1);
+            const int y0 = std::max(a.rect.y0, b.rect.y0), y1 = std::min(a.rect.y1, b.rect.y1);
+            for (int y = y0; y < y1; ++y)
+                for (int x = x0; x < x1; ++x)
+                    if (a.test(x, y) && b.test(x, y)) {
+                        pixels.emplace_back(y, x);
+                        finder.push_back(s);
+                    }
+        }
+    }
+    // Each pixel once: every shape on it shares it with the shape that found it, so that shape's
+    // neighbours (and itself) are all the candidates.
+    std::vector<std::size_t> idx(pixels.size());
+    for (std::size_t i = 0; i < idx.size(); ++i) idx[i] = i;
+    std::sort(idx.begin(), idx.end(), [&](std::size_t a, std::size_t b) { return pixels[a] < pixels[b]; });
+    std::vector<std::uint32_t> on_pixel;
+    for (std::size_t k = 0; k < idx.size(); ++k) {
+        if (k > 0 && pixels[idx[k]] == pixels[idx[k - 1]]) continue;
+        const auto [y, x] = pixels[idx[k]];
+        const std::uint32_t s = finder[idx[k]];
+        on_pixel.clear();
+        on_pixel.push_back(s);
+        for (std::uint32_t i = offsets_[s]; i < offsets_[s + 1]; ++i) on_pixel.push_back(neighbours_[i]);
+        std::sort(on_pixel.begin(), on_pixel.end());
+        std::uint8_t px[4];
+        std::copy_n(&base.at(x, y), 4, px);
+        for (std::uint32_t u : on_pixel)
+            if (frame_of_[u] >= 0 && prints_[u].test(x, y)) paint_pixel(u, x, y, painter, px);
+        std::copy_n(px, 4, &background.at(x, y));
+        ++repaired;
+    }
+    now_.clear();
+    ++frame_;
+    return repaired;
 }
 
 }  // namespace velq

@@ -1,7 +1,9 @@
-// The settle board: which finished shapes may be painted into the persistent background. A shape
-// waits for every shape that the still render paints before it and that shares a pixel with it,
-// so each pixel of the background receives its shapes in the still render's order and a frame at
-// the end equals the still render, whatever the scan orders and timings of the layers.
+// The settle board: a finished shape is painted into the persistent background in the frame it
+// comes to rest, and the frame's shapes in the still render's order. Where a shape shares pixels
+// with shapes that the still render paints after it but that came to rest in an earlier frame, those
+// pixels are painted again from the base picture with every settled shape on them, in the still
+// render's order. So every pixel of the background always holds its settled shapes in that order,
+// and a frame at the end equals the still render whatever the scan orders and timings.
 #pragma once
 
 #include <cstdint>
@@ -9,34 +11,58 @@
 #include <utility>
 #include <vector>
 
+#include "animation/rasteriser.h"
 #include "animation/shape_painter.h"
+#include "image/buffer.h"
 #include "transform/circle.h"
 
 namespace velq {
 
-using Wait = std::pair<std::uint32_t, std::uint32_t>;  // (earlier, later): later waits for earlier
+// The pixels that painting one placement at rest changes (its stencil's non-zero opacity), a bit per
+// pixel of its clipped square.
+struct Footprint {
+    PixelRect rect;
+    std::vector<std::uint64_t> bits;
+    bool test(int x, int y) const {
+        if (x < rect.x0 || y < rect.y0 || x >= rect.x1 || y >= rect.y1) return false;
+        const std::size_t i =
+            std::size_t(y - rect.y0) * std::size_t(rect.x1 - rect.x0) + std::size_t(x - rect.x0);
+        return (bits[i >> 6] >> (i & 63)) & 1u;
+    }
+};
+
+using Overlap = std::pair<std::uint32_t, std::uint32_t>;  // (earlier, later) share a pixel
+
+std::vector<Footprint> find_footprints(std::span<const Circle> placements, ShapePainter& painter, int width,
+                                       int height);
+// Every pair of footprints (given in still render order) that share a pixel.
+std::vector<Overlap> find_overlaps(std::span<const Footprint> prints, int width, int height);
 
 class SettleBoard {
 public:
-    // `count` shapes numbered by their still render order; each pair makes its later shape wait.
-    void reset(std::size_t count, std::span<const Wait> waits);
-    bool ready(std::uint32_t order) const { return order >= pending_.size() || pending_[order] == 0; }
-    // Shape `order` is in the background now: the shapes waiting for it need one fewer.
+    // The shapes at rest in still render order (index = order), their footprints and overlaps.
+    void reset(std::vector<Circle> shapes, std::vector<Footprint> prints, std::span<const Overlap> overlaps);
+    // Nobody settled.
+    void rewind();
+    // Shape `order` comes to rest in the current frame.
     void settle(std::uint32_t order);
+    bool settled(std::uint32_t order) const { return order < frame_of_.size() && frame_of_[order] >= 0; }
+    // After the current frame's settled shapes were painted into `background` (over `base`): paints
+    // again the pixels where they meet shapes that the still render paints after them and that came to
+    // rest in an earlier frame. Then the next frame begins. Returns the number of pixels painted again.
+    std::size_t repair(const UBUFFER& base, UBUFFER& background, ShapePainter& painter);
 
-    std::size_t waits() const { return held_.size(); }
-    // The shapes that wait for `order`.
-    std::span<const std::uint32_t> held_by(std::uint32_t order) const;
+    std::size_t overlaps() const { return neighbours_.size() / 2; }
 
 private:
-    std::vector<std::uint32_t> pending_;  // per shape: earlier shapes not settled yet
-    std::vector<std::uint32_t> offsets_;  // per shape: where its waiting shapes start in held_
-    std::vector<std::uint32_t> held_;
-};
+    void paint_pixel(std::uint32_t shape, int x, int y, ShapePainter& painter, std::uint8_t* px) const;
 
-// The waits between placements given in still render order (index = order): a pair for every two
-// whose painting at rest changes a common pixel (non-zero stencil opacity) of a width x height frame.
-std::vector<Wait> find_waits(std::span<const Circle> placements, ShapePainter& painter, int width,
-                             int height);
+    std::vector<Circle> shapes_;
+    std::vector<Footprint> prints_;
+    std::vector<std::uint32_t> offsets_, neighbours_;  // both directions, each list in order
+    std::vector<int> frame_of_;                        // frame a shape came to rest in; -1 not yet
+    std::vector<std::uint32_t> now_;                   // shapes come to rest in the current frame
+    int frame_ = 0;
+};
 
 }  // namespace velq

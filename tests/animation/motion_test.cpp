@@ -83,7 +83,7 @@ TEST(Motion, BasicGrowsFromFourTimesItsSizeAndMovesOnlyBeforeItsEnd) {
     }
     // Settling: from t = e on the fixed mesh takes it once, and the moving mesh no longer has it.
     SettleBoard board;
-    board.reset(1, {});
+    board.reset(std::vector<Circle>(1), std::vector<Footprint>(1), {});
     Mesh fixed;
     a->fixed_mesh(Camera(200, 100), 1.99, board, fixed);
     EXPECT_TRUE(fixed.empty());

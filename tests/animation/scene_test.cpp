@@ -105,7 +105,7 @@ TEST(Scene, FrameAtTheEndEqualsTheStillRenderWhateverTheTimings) {
     w.add(5, w.grid(7, 3), timing(0.0, 0.5, 0.4, 3));  // Firefly, Circular in, early
     w.add(2, w.grid(4, 1), timing(0.3, 2.5, 1.0, 4));  // Sparkle, Left to right
     auto scene = w.scene();
-    EXPECT_GT(scene->board().waits(), 0u);
+    EXPECT_GT(scene->board().overlaps(), 0u);
     const double d = w.duration();
     for (double t = 0; d >= t; t += 1.0 / 30) ASSERT_TRUE(scene->render(t));
     ASSERT_TRUE(scene->render(d));
@@ -122,24 +122,56 @@ TEST(Scene, FrameAtTheEndEqualsTheStillRenderWhateverTheTimings) {
     EXPECT_TRUE(same_bytes(single->display(), once.still()));
 }
 
-// A finished shape whose earlier neighbour is still moving is drawn at rest with the moving shapes,
-// and goes into the background in the same frame as that neighbour.
-TEST(Scene, AFinishedShapeWaitsForTheShapesPaintedBeforeIt) {
+// A shape that comes to rest before one that the still render paints under it goes into the
+// background at once; when the other one comes to rest, the pixels they share are painted again in
+// the still render's order.
+TEST(Scene, ShapesSettleAtOnceAndSharedPixelsKeepThePaintingOrder) {
     World w;
     std::vector<Circle> one = w.grid(8, 0);
     one.resize(1);
-    w.add(0, one, timing(0.0, 0.0, 2.0, 0));  // first in painting order, at rest at 2.0
-    w.add(0, one, timing(0.0, 0.0, 0.5, 0));  // same circle, on top, at rest at 0.5
+    std::vector<Circle> other = one;
+    other[0].paint = {250, 30, 90, 255, 0, true};
+    w.add(0, one, timing(0.0, 0.0, 2.0, 0));    // first in painting order, at rest at 2.0
+    w.add(0, other, timing(0.0, 0.0, 0.5, 0));  // same circle in another colour, on top, at rest at 0.5
     auto scene = w.scene();
-    ASSERT_EQ(scene->board().waits(), 1u);
-    ASSERT_TRUE(scene->render(1.0));
-    EXPECT_EQ(scene->fixed_count(), 0u);
-    EXPECT_EQ(scene->moving_count(), 2u);  // the first still moving, the second waiting at rest
-    EXPECT_FALSE(w.layers[1]->items[0].settled);
-    ASSERT_TRUE(scene->render(2.0));
-    EXPECT_EQ(scene->fixed_count(), 2u);
+    ASSERT_EQ(scene->board().overlaps(), 1u);
+    ASSERT_TRUE(scene->render(0.5));
+    EXPECT_EQ(scene->fixed_count(), 1u);
     EXPECT_TRUE(w.layers[1]->items[0].settled);
+    UBUFFER second_only = w.base();
+    w.painter.paint(w.placements[1][0], second_only);
+    EXPECT_TRUE(same_bytes(scene->background(), second_only));
+    ASSERT_TRUE(scene->render(1.0));
+    EXPECT_EQ(scene->moving_count(), 1u);  // only the first, still moving
+    ASSERT_TRUE(scene->render(2.0));
+    EXPECT_EQ(scene->fixed_count(), 1u);
     EXPECT_TRUE(same_bytes(scene->display(), w.still()));
+}
+
+// At every frame the background is the base with every settled shape painted in the still render's
+// order, whatever order they came to rest in.
+TEST(Scene, TheBackgroundAlwaysHoldsTheSettledShapesInPaintingOrder) {
+    World w;
+    w.add(0, w.grid(7, 0), timing(1.0, 2.0, 0.7, 1));
+    w.add(1, w.grid(7, 3), timing(0.0, 0.5, 0.4, 3));
+    w.add(0, w.grid(4, 1), timing(0.3, 2.5, 1.0, 6));
+    auto scene = w.scene();
+    for (int n = 0; n <= 30 * 4; n += 7) {
+        ASSERT_TRUE(scene->render(n / 30.0));
+        UBUFFER expected = w.base();
+        for (std::size_t l = 0; l < w.layers.size(); ++l) {
+            std::vector<bool> settled(w.placements[l].size(), false);
+            const std::uint32_t first = w.layers[l]->items.empty() ? 0 : [&] {
+                std::uint32_t m = UINT32_MAX;
+                for (const auto& it : w.layers[l]->items) m = std::min(m, it.order);
+                return m;
+            }();
+            for (const auto& it : w.layers[l]->items) settled[it.order - first] = it.settled;
+            for (std::size_t i = 0; i < settled.size(); ++i)
+                if (settled[i]) w.painter.paint(w.placements[l][i], expected);
+        }
+        ASSERT_TRUE(same_bytes(scene->background(), expected)) << "frame " << n;
+    }
 }
 
 // Restoring only what changed gives the same frames as copying the whole background each time.
