@@ -367,15 +367,26 @@ void Painter::paint_area(const PaintJob& job, UBUFFER& buffer, int row0, int row
     col1 = std::min(col1, buffer.width());
     if (row0 >= row1 || col0 >= col1 || buffer.channels() != 4) return;
 
-    // Target columns trunc(left + i); they never decrease with i.
+    // Target columns trunc(left + i); they never decrease with i. With left = m + f, 0 <= m < 2^20 and
+    // f below 1 - 2^-20, left + i rounds within [m + i, m + i + 1), so column i is m + i; otherwise
+    // (left negative, huge, or a hair below a whole number) every column is computed as written.
     thread_local std::vector<int> cols;
     cols.resize(d);
-    for (int i = 0; i < d; ++i) cols[i] = saturate(job.left + i);
-    const int i_lo = int(std::lower_bound(cols.begin(), cols.end(), col0) - cols.begin());
-    const int i_hi = int(std::lower_bound(cols.begin(), cols.end(), col1) - cols.begin());
-    if (i_lo >= i_hi) return;
+    int i_lo = 0, i_hi = 0;
     bool regular = true;
-    for (int i = i_lo + 1; i < i_hi && regular; ++i) regular = cols[i] == cols[i - 1] + 1;
+    const double left_floor = std::floor(job.left);
+    if (job.left >= 0 && job.left + d < double(1 << 20) && job.left - left_floor < 1.0 - 1.0 / (1 << 20)) {
+        const int m = int(left_floor);
+        i_lo = std::clamp(col0 - m, 0, d);
+        i_hi = std::clamp(col1 - m, 0, d);
+        if (i_lo < i_hi) cols[i_lo] = m + i_lo;
+    } else {
+        for (int i = 0; i < d; ++i) cols[i] = saturate(job.left + i);
+        i_lo = int(std::lower_bound(cols.begin(), cols.end(), col0) - cols.begin());
+        i_hi = int(std::lower_bound(cols.begin(), cols.end(), col1) - cols.begin());
+        for (int i = i_lo + 1; i < i_hi && regular; ++i) regular = cols[i] == cols[i - 1] + 1;
+    }
+    if (i_lo >= i_hi) return;
 
     ExactTint et{};
     if (job.exact) {
@@ -394,6 +405,8 @@ void Painter::paint_area(const PaintJob& job, UBUFFER& buffer, int row0, int row
         }
 #endif
     }
+    if (regular)
+        for (int i = i_lo + 1; i < i_hi; ++i) cols[i] = cols[i_lo] + (i - i_lo);
     const double* tone_t = job.tone;
     const double* tone_u = job.tone ? job.tone + 256 : nullptr;
 

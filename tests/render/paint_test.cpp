@@ -223,6 +223,17 @@ TEST(FillShape, FirstColumnIsBlendedTwiceWhenTheShapeStartsInsideIt) {
     test::reference_fill_shape(host, p, ref, 0);
     EXPECT_EQ(std::memcmp(buf.data(), ref.data(), buf.size()), 0);
     EXPECT_GT(buf.at(0, 10, 0), buf.at(1, 10, 0));
+
+    // Left edges a hair below a whole number, where left + i may round up to the next column.
+    for (const double left : {std::nextafter(3.0, 0.0), std::nextafter(7.0, 0.0), 5.0, 2.5}) {
+        p.radius = 9.3;
+        p.x = left + p.radius;
+        p.y = std::nextafter(12.0, 0.0);
+        UBUFFER a = test::noise_picture(30, 30, 3), b = a.clone();
+        fill_shape(host, p, a, 0);
+        test::reference_fill_shape(host, p, b, 0);
+        EXPECT_EQ(std::memcmp(a.data(), b.data(), a.size()), 0) << left;
+    }
 }
 
 TEST(PaintPlacements, TilesAndThreadsKeepEveryPixelsOrder) {
