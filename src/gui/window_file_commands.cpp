@@ -54,7 +54,7 @@ void MainWindow::open_path(const QString& path) {
     start_job([this, p] { open_picture(doc_, host_, p); },
               [this] {
                   if (!doc_.picture_loaded || !doc_.source) return;
-                  set_field_text(ctl::kMin, QString::fromStdString(format_double(0.0005)));
+                  set_field_text(ctl::kMin, QString::fromStdString(format_double(doc_.settings.min_size)));
                   reset_view();
               });
 }
