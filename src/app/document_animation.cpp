@@ -27,7 +27,7 @@ public:
     }
 
     int paint_all(std::span<const Circle> placements, UBUFFER& buffer) override {
-        if (placements.size() < 64) return ShapePainter::paint_all(placements, buffer);
+        if (placements.size() < 512) return ShapePainter::paint_all(placements, buffer);
         return paint_circles(host_, placements, buffer, g_) ? 0 : 1;
     }
 
