@@ -1,0 +1,147 @@
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <cmath>
+#include <cstdlib>
+#include <vector>
+
+#include "generated.h"
+#include "ring_scan.h"
+#include "support/pictures.h"
+#include "support/recording_host.h"
+#include "transform/brush_size.h"
+
+namespace velq {
+namespace {
+
+using test::ring_scan;
+
+::testing::AssertionResult same_map(const IBUFFER& a, const IBUFFER& b) {
+    if (!a || !b || !a.same_shape(b)) return ::testing::AssertionFailure() << "shapes differ";
+    for (int y = 0; y < a.height(); ++y)
+        for (int x = 0; x < a.width(); ++x)
+            if (a.at(x, y) != b.at(x, y))
+                return ::testing::AssertionFailure()
+                       << "at (" << x << ", " << y << "): " << a.at(x, y) << " instead of " << b.at(x, y);
+    return ::testing::AssertionSuccess();
+}
+
+TEST(BrushSize, EqualsTheRingScanOnGeneratedPictures) {
+    struct Case {
+        int w, h;
+        double thr;
+        int maxpx, minpx;
+    };
+    const Case cases[] = {
+        {40, 30, 20, 12, 0},   {40, 30, 20, 12, 1},  {33, 47, 0, 20, 0},   {33, 47, 255, 9, 2},
+        {50, 50, 30, 30, 3},   {21, 64, 12.5, 8, 1}, {64, 21, 20, 64, 0},  {17, 17, 20, 5, 4},
+        {31, 29, 20, 40, 7},   {12, 40, 60, 3, 1},   {40, 12, 20, 2, 1},   {25, 25, 20, 1, 0},
+        {25, 25, 20, 0, 0},    {25, 25, 20, -3, -2}, {30, 30, -1, 10, 0},  {1, 1, 20, 10, 0},
+        {1, 40, 20, 10, 0},    {40, 2, 20, 10, 0},   {3, 3, 20, 10, 0},    {45, 38, 20, 25, -4},
+    };
+    test::RecordingHost host;
+    for (const Case& c : cases) {
+        for (test::PictureKind kind : test::kAllKinds) {
+            for (std::uint32_t seed : {1u, 7u}) {
+                const UBUFFER pic = test::generated_picture(kind, c.w, c.h, seed);
+                const IBUFFER fast = get_brush_size(host, pic, c.thr, c.maxpx, c.minpx);
+                EXPECT_TRUE(same_map(fast, ring_scan(pic, c.thr, c.maxpx, c.minpx)))
+                    << test::kind_name(kind) << " seed " << seed << " " << c.w << "x" << c.h << " thr " << c.thr
+                    << " maxpx " << c.maxpx << " minpx " << c.minpx;
+            }
+        }
+    }
+}
+
+TEST(BrushSize, BandBordersChangeNothing) {
+    // Bands of 16 rows (the smallest), so rings cross many band borders and threads share the work.
+    test::RecordingHost host;
+    for (test::PictureKind kind : {test::PictureKind::Photo, test::PictureKind::Blocks, test::PictureKind::Flat}) {
+        const UBUFFER pic = test::generated_picture(kind, 90, 140, 11);
+        for (int minpx : {0, 2}) {
+            const IBUFFER banded = detail::get_brush_size(host, pic, 24, 21, minpx, 1);
+            EXPECT_TRUE(same_map(banded, ring_scan(pic, 24, 21, minpx))) << test::kind_name(kind) << " " << minpx;
+        }
+    }
+}
+
+TEST(BrushSize, InnerSquareFailuresAreIgnored) {
+    // Dots right next to every pixel but nothing further out: with minpx 1 or 2 the rings never see
+    // them, with minpx 0 the first ring stops at once.
+    const UBUFFER pic = test::make_picture(60, 50, [](int x, int y) {
+        return (x % 2 == 0 && y % 2 == 0) ? 0xFF102030u : 0xFF808080u;
+    });
+    test::RecordingHost host;
+    for (int minpx : {0, 1, 2, 3})
+        EXPECT_TRUE(same_map(get_brush_size(host, pic, 20, 30, minpx), ring_scan(pic, 20, 30, minpx)))
+            << "minpx " << minpx;
+    const UBUFFER sparse = test::make_picture(70, 70, [](int x, int y) {
+        return (x % 9 == 4 && y % 7 == 3) ? 0xFFFF0000u : 0xFF0000FFu;
+    });
+    for (int minpx : {1, 2, 4, 6})
+        EXPECT_TRUE(same_map(get_brush_size(host, sparse, 10, 34, minpx), ring_scan(sparse, 10, 34, minpx)))
+            << "sparse minpx " << minpx;
+}
+
+TEST(BrushSize, FlatColourReachesTheBorderCappedBelowMaxpx) {
+    struct Case {
+        int maxpx, minpx;
+    };
+    const UBUFFER pic = test::flat_picture(30, 20, 0xFF336699u);
+    test::RecordingHost host;
+    for (const Case c : {Case{50, 0}, Case{6, 0}, Case{6, 2}, Case{3, 2}, Case{2, 0}, Case{50, 12}}) {
+        const IBUFFER map = get_brush_size(host, pic, 0, c.maxpx, c.minpx);
+        const int s0 = std::max(c.minpx, 1);
+        for (int y = 0; y < 20; ++y) {
+            for (int x = 0; x < 30; ++x) {
+                const int border = std::min({x, y, 29 - x, 19 - y});
+                const int reach = std::min(border, c.maxpx - 1);
+                const int want = reach > c.minpx ? reach : s0;
+                ASSERT_EQ(int(map.at(x, y)), want) << x << "," << y << " maxpx " << c.maxpx << " minpx " << c.minpx;
+            }
+        }
+    }
+}
+
+TEST(BrushSize, ThresholdEqualityPasses) {
+    // Centre 100, neighbours 100 + d in one channel: sizes differ exactly at d = thr.
+    struct Case {
+        int d;
+        double thr;
+        unsigned want;
+    };
+    test::RecordingHost host;
+    for (const Case c : {Case{20, 20, 4}, Case{21, 20, 1}, Case{-20, 20, 4}, Case{0, 0, 4}, Case{1, 0, 1},
+                         Case{5, 4.5, 1}, Case{4, 4.5, 4}}) {
+        const UBUFFER pic = test::make_picture(9, 9, [&](int x, int y) {
+            const int v = (x == 4 && y == 4) ? 100 : 100 + c.d;
+            return 0xFF000000u | std::uint32_t(v) << 8;
+        });
+        EXPECT_EQ(get_brush_size(host, pic, c.thr, 10, 0).at(4, 4), c.want) << c.d << " thr " << c.thr;
+    }
+}
+
+TEST(BrushSize, ReportsItsStageAndStops) {
+    const UBUFFER pic = test::generated_picture(test::PictureKind::Photo, 80, 60, 3);
+    test::RecordingHost host;
+    const IBUFFER map = get_brush_size(host, pic, 20, 10, 0);
+    ASSERT_TRUE(map);
+    const auto titles = host.titles();
+    ASSERT_EQ(titles.size(), 2u);
+    EXPECT_EQ(titles[0], "Velquinograph (Getting brush size...)");
+    EXPECT_EQ(titles[1], "Velquinograph");
+    const auto percents = host.percents();
+    ASSERT_FALSE(percents.empty());
+    EXPECT_EQ(percents.front(), 0);
+    EXPECT_EQ(percents.back(), 0);
+    EXPECT_TRUE(std::is_sorted(percents.begin(), percents.end() - 1));
+
+    test::RecordingHost stopped;
+    stopped.stop = true;
+    const IBUFFER partial = get_brush_size(stopped, pic, 20, 10, 0);
+    ASSERT_TRUE(partial);
+    EXPECT_EQ(*std::max_element(partial.data(), partial.data() + partial.size()), 0u);
+}
+
+}  // namespace
+}  // namespace velq
