@@ -1,0 +1,63 @@
+// A uniform grid of cells over the packing area, each holding (id, stamp) entries: the packer's index
+// of outline edges and of the areas that cached corner results depend on. Entries are deleted
+// lazily: an entry counts only while its stamp matches the owner's current stamp.
+#pragma once
+
+#include <algorithm>
+#include <cmath>
+#include <cstdint>
+#include <vector>
+
+#include "transform/pack_geometry.h"
+
+namespace velq::pack {
+
+struct GridEntry {
+    int id;
+    std::uint32_t stamp;
+    float x0, y0, x1, y1;  // the entry's box, rounded outwards
+
+    static GridEntry make(int id, std::uint32_t stamp, const Box& b) {
+        return {id, stamp, std::nextafter(float(b.x0), -HUGE_VALF), std::nextafter(float(b.y0), -HUGE_VALF),
+                std::nextafter(float(b.x1), HUGE_VALF), std::nextafter(float(b.y1), HUGE_VALF)};
+    }
+    bool meets(const Box& b) const { return x0 <= b.x1 && b.x0 <= x1 && y0 <= b.y1 && b.y0 <= y1; }
+};
+
+class CellGrid {
+public:
+    void init(const Box& extent, double cell) {
+        cell_ = cell;
+        x0_ = extent.x0;
+        y0_ = extent.y0;
+        nx_ = std::max(1, int(std::ceil((extent.x1 - extent.x0) / cell)) + 1);
+        ny_ = std::max(1, int(std::ceil((extent.y1 - extent.y0) / cell)) + 1);
+        cells_.assign(std::size_t(nx_) * std::size_t(ny_), {});
+    }
+
+    double cell_size() const { return cell_; }
+
+    // Calls fn(cell) for every cell that the box overlaps (boxes beyond the grid use its border cells).
+    template <class Fn>
+    void for_cells(const Box& b, Fn&& fn) {
+        const int i0 = cx(b.x0), i1 = cx(b.x1), j0 = cy(b.y0), j1 = cy(b.y1);
+        for (int j = j0; j <= j1; ++j)
+            for (int i = i0; i <= i1; ++i) fn(cells_[std::size_t(j) * std::size_t(nx_) + std::size_t(i)]);
+    }
+
+    void insert(const Box& b, int id, std::uint32_t stamp) {
+        const GridEntry e = GridEntry::make(id, stamp, b);
+        for_cells(b, [&](std::vector<GridEntry>& c) { c.push_back(e); });
+    }
+
+private:
+    // Clamped in doubles first, so that far or infinite coordinates land on the border cells.
+    int cx(double x) const { return int(std::clamp(std::floor((x - x0_) / cell_), 0.0, double(nx_ - 1))); }
+    int cy(double y) const { return int(std::clamp(std::floor((y - y0_) / cell_), 0.0, double(ny_ - 1))); }
+
+    double cell_ = 1, x0_ = 0, y0_ = 0;
+    int nx_ = 1, ny_ = 1;
+    std::vector<std::vector<GridEntry>> cells_;
+};
+
+}  // namespace velq::pack

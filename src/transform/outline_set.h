@@ -1,0 +1,169 @@
+// The remaining region of a running packing: rings of points in one pool (outer rings and holes),
+// grouped into pieces that are packed one after another, with an edge grid for local queries and
+// order labels that give every corner its place in outline order. `cut` takes an accepted circle out
+// of the current piece by splicing a polygon around it into the rings it touches, so its cost
+// depends on the neighbourhood of the circle, not on the size of the outline.
+#pragma once
+
+#include <cstdint>
+#include <deque>
+#include <vector>
+
+#include "transform/cell_grid.h"
+#include "transform/order_list.h"
+#include "transform/pack_geometry.h"
+#include "transform/packer.h"
+
+namespace velq::pack {
+
+struct Vertex {
+    Vec2 p;
+    int next = -1, prev = -1;  // neighbours on the ring
+    int ring = -1;
+    int line = -1;               // supporting line of the edge to `next` (kept when the edge is shortened)
+    std::uint32_t stamp = 0;     // changes whenever the edge to `next` changes or the point goes
+    bool alive = false;
+};
+
+// A line through `origin` along `direction`; shortened edges keep the line of the edge they came from,
+// so that what a corner computes against the unchanged part of an edge does not change.
+struct Line {
+    Vec2 origin, direction;
+    Vec2 normal;        // unit normal
+    double offset = 0;  // normal . origin
+    bool valid = false; // false for a line of two equal points
+};
+
+struct Ring {
+    int piece = -1;
+    int head = -1;        // the point with the lowest order label
+    bool hole = false;    // negative orientation: a hole of its piece
+    bool alive = false;
+    int slot = -1;        // place in its piece's list of rings
+};
+
+struct Piece {
+    std::vector<int> rings;  // the outer ring first, then the holes in no particular order
+    bool alive = false;
+};
+
+// What a cut changed, for the packer's caches.
+struct CutReport {
+    bool done = false;          // false: the splice was inconsistent; nothing changed
+    Box changed;                // corners that looked into this box may have another result now
+    std::vector<int> touched;   // new points and old points whose neighbours changed
+    std::vector<int> removed;   // points that went (their numbers may come back as new points)
+    // Points that now belong to another piece than before (with that piece).
+    std::vector<std::pair<int, int>> moved;
+};
+
+class OutlineSet {
+public:
+    // Normalises the region (points within kSamePoint merged, rings of fewer than 3 points dropped,
+    // outer ring positive, holes negative) and indexes it with cells of `cell` pixels.
+    OutlineSet(const PackRegion& region, double cell);
+
+    const Vertex& vertex(int v) const { return vertices_[std::size_t(v)]; }
+    const Line& line(int v) const { return lines_[std::size_t(vertices_[std::size_t(v)].line)]; }
+    const Ring& ring(int r) const { return rings_[std::size_t(r)]; }
+    const Piece& piece(int p) const { return pieces_[std::size_t(p)]; }
+    int piece_of(int v) const { return rings_[std::size_t(vertices_[std::size_t(v)].ring)].piece; }
+    std::uint64_t label(int v) const { return order_.label(v); }
+    int vertex_count() const { return int(vertices_.size()); }
+    const Box& extent() const { return extent_; }
+
+    // The piece being packed (-1 when all are done), and moving on to the next one.
+    int current_piece() const { return queue_.empty() ? -1 : queue_.front(); }
+    void finish_current();
+
+    // The points of a piece in outline order (order labels), for plain scans.
+    std::vector<int> corners_in_order(int piece) const;
+
+    // Calls fn(v) once for every live edge v -> next(v) whose box meets `b`; edges already passed to
+    // fn under the same `mark` are skipped. `seen` is scratch space (one slot per point).
+    template <class Fn>
+    void edges_near(const Box& b, std::vector<std::uint32_t>& seen, std::uint32_t mark, Fn&& fn);
+    // Calls fn(v) for every live edge.
+    template <class Fn>
+    void all_edges(Fn&& fn) const {
+        for (int v = 0; v < int(vertices_.size()); ++v)
+            if (vertices_[std::size_t(v)].alive) fn(v);
+    }
+
+    // Takes the circle (centre, radius) out of piece `piece`: a polygon around the disc, grown by the
+    // simplification tolerance so that no later simplification can reach back into the disc, is
+    // spliced into the rings; the new spans are cleaned (points within kSamePoint merged, then
+    // simplified with kSimplify); split-off parts become new pieces (the part holding the lowest
+    // surviving original point stays current, the others are queued in outline order). `anchor`
+    // places a hole that the circle leaves in the order. Retries with a turned polygon when the
+    // splice is inconsistent; `stats` counts what happened.
+    CutReport cut(int piece, Vec2 centre, double radius, int anchor, PackStats& stats);
+
+    // Order labels that changed since the last call (for containers keyed by them).
+    std::vector<int> take_relabelled();
+
+private:
+    struct Crossing;
+    struct Span;
+    struct Cycle;
+
+    int new_vertex(Vec2 p, int ring, int line);
+    int new_line(Vec2 a, Vec2 b);
+    void free_vertex(int v);
+    void index_edge(int v);
+    bool try_cut(int piece, Vec2 centre, double radius, int anchor, int attempt, PackStats& stats,
+                 CutReport& report);
+    void splice(int piece, std::vector<Crossing>& cr, const std::vector<Vec2>& q, int n,
+                const std::vector<int>& doomed, const std::vector<int>& swallowed, int cycles, PackStats& stats,
+                CutReport& report);
+    void clean_span(std::vector<int>& span, CutReport& report);
+    bool chord_is_clear(int a, int b, const std::vector<int>& span, std::size_t i, std::size_t j,
+                        const std::vector<int>& gone);
+    double signed_area(int start) const;
+    void attach_ring(int r);  // into its piece's list (the outer ring at the front)
+    void detach_ring(int r);
+    // Corners of the regular n-gon on the unit circle, the first at angle `phase`.
+    const std::vector<Vec2>& unit_polygon(int n, double phase);
+    bool point_in_ring(Vec2 p, int start) const;
+
+    std::vector<Vertex> vertices_;
+    std::vector<Line> lines_;
+    std::vector<Ring> rings_;
+    std::vector<Piece> pieces_;
+    std::vector<int> free_;
+    std::deque<int> queue_;
+    OrderList order_;
+    CellGrid edges_;
+    Box extent_;
+    std::vector<std::uint32_t> seen_;   // scratch for edge queries inside cut
+    std::uint32_t mark_ = 0;
+    std::vector<std::uint32_t> scratch_mark_;  // per point: part of the current cut
+    std::uint32_t cut_mark_ = 0;
+    std::vector<int> removed_;  // points freed during the running cut
+    std::vector<std::vector<Vec2>> unit_;  // unit_polygon(n, 0) by n
+    std::vector<Vec2> turned_;
+};
+
+template <class Fn>
+void OutlineSet::edges_near(const Box& b, std::vector<std::uint32_t>& seen, std::uint32_t mark, Fn&& fn) {
+    if (seen.size() < vertices_.size()) seen.resize(vertices_.size() + vertices_.size() / 2 + 16, 0);
+    edges_.for_cells(b, [&](std::vector<GridEntry>& cell) {
+        std::size_t keep = 0;
+        for (std::size_t i = 0; i < cell.size(); ++i) {
+            const GridEntry e = cell[i];
+            if (!e.meets(b)) {
+                cell[keep++] = e;
+                continue;
+            }
+            const Vertex& v = vertices_[std::size_t(e.id)];
+            if (!v.alive || v.stamp != e.stamp) continue;  // stale: dropped from the cell
+            cell[keep++] = e;
+            if (seen[std::size_t(e.id)] == mark) continue;
+            seen[std::size_t(e.id)] = mark;
+            fn(e.id);
+        }
+        cell.resize(keep);
+    });
+}
+
+}  // namespace velq::pack

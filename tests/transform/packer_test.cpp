@@ -1,0 +1,248 @@
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <string>
+#include <vector>
+
+#include "generated.h"
+#include "image/resample.h"
+#include "reference_packer.h"
+#include "support/recording_host.h"
+#include "transform/brush_size.h"
+#include "transform/packer.h"
+
+namespace velq {
+namespace {
+
+PackRegion frame(double w, double h) {
+    PackRegion r;
+    r.outer = {{0, 0}, {w, 0}, {w, h}, {0, h}};
+    return r;
+}
+
+// A picture packed the way the Normal transform does it: the brush-size map is made at the size of
+// the picture before its enlargement by `factor`, the circles at the working size.
+struct Packing {
+    UBUFFER working;
+    IBUFFER map;
+    PackRegion region;
+    PackOptions options;
+};
+
+Packing normal_setup(test::PictureKind kind, int w, int h, std::uint32_t seed, int factor = 3, int gap = 1) {
+    Packing s;
+    s.working = test::generated_picture(kind, w, h, seed);
+    QuietHost host;
+    UBUFFER small;
+    small.allocate((w - 1) / factor + 1, (h - 1) / factor + 1, 4);
+    get_resized(host, s.working, small);
+    const int l = std::max(small.width(), small.height());
+    s.map = get_brush_size(host, small, 20, int(l * 0.05 + 0.5), int(l * 0.0005 + 0.5));
+    s.region = frame(w, h);
+    s.options.min_radius = std::max(1.1, w * 0.0005);
+    s.options.max_radius = w * 0.05;
+    s.options.gap = gap;
+    s.options.brush_map = &s.map;
+    s.options.picture_width = w;
+    s.options.picture_height = h;
+    return s;
+}
+
+::testing::AssertionResult valid_packing(const std::vector<Circle>& circles, const PackOptions& o, double w,
+                                         double h) {
+    const double shrink = o.gap * 0.5;
+    for (std::size_t i = 0; i < circles.size(); ++i) {
+        const Circle& c = circles[i];
+        if (c.radius < o.min_radius - shrink - 1e-9 || c.radius > o.max_radius - shrink + 1e-9)
+            return ::testing::AssertionFailure() << "circle " << i << " radius " << c.radius;
+        if (c.x - c.radius < -1e-9 || c.y - c.radius < -1e-9 || c.x + c.radius > w + 1e-9 || c.y + c.radius > h + 1e-9)
+            return ::testing::AssertionFailure() << "circle " << i << " leaves the picture";
+        for (std::size_t j = 0; j < i; ++j) {
+            const Circle& d = circles[j];
+            const double apart = std::hypot(c.x - d.x, c.y - d.y) - (c.radius + d.radius + o.gap);
+            if (apart < -1e-9)
+                return ::testing::AssertionFailure() << "circles " << j << " and " << i << " overlap by " << -apart;
+        }
+    }
+    return ::testing::AssertionSuccess();
+}
+
+::testing::AssertionResult same_circles(const std::vector<Circle>& a, const std::vector<Circle>& b) {
+    if (a.size() != b.size()) return ::testing::AssertionFailure() << a.size() << " circles against " << b.size();
+    for (std::size_t i = 0; i < a.size(); ++i)
+        if (a[i].x != b[i].x || a[i].y != b[i].y || a[i].radius != b[i].radius)
+            return ::testing::AssertionFailure() << "circle " << i << " differs: (" << a[i].x << ", " << a[i].y << ", "
+                                                 << a[i].radius << ") against (" << b[i].x << ", " << b[i].y << ", "
+                                                 << b[i].radius << ")";
+    return ::testing::AssertionSuccess();
+}
+
+TEST(Packer, PackingsOfGeneratedPicturesAreValidAndRepeatable) {
+    QuietHost host;
+    for (test::PictureKind kind : test::kAllKinds) {
+        for (std::uint32_t seed : {1u, 2u, 3u}) {
+            for (int gap : {0, 1, 3}) {
+                const int w = 90 + int(seed) * 7, h = 70 - int(seed) * 5;
+                Packing s = normal_setup(kind, w, h, seed, 3, gap);
+                const std::vector<Circle> circles = pack_circles(s.region, s.options, host);
+                const std::string what = test::kind_name(kind) + " seed " + std::to_string(seed) + " gap " +
+                                         std::to_string(gap);
+                EXPECT_FALSE(circles.empty()) << what;
+                EXPECT_TRUE(valid_packing(circles, s.options, w, h)) << what;
+                EXPECT_TRUE(same_circles(circles, pack_circles(s.region, s.options, host))) << what;
+            }
+        }
+    }
+}
+
+TEST(Packer, EqualsThePlainSearchCircleForCircle) {
+    QuietHost host;
+    for (test::PictureKind kind : test::kAllKinds) {
+        for (std::uint32_t seed : {4u, 5u}) {
+            Packing s = normal_setup(kind, 48 + int(seed), 36, seed);
+            EXPECT_TRUE(same_circles(pack_circles(s.region, s.options, host), test::reference_pack(s.region, s.options)))
+                << test::kind_name(kind) << " seed " << seed;
+        }
+    }
+    // Without a map every candidate takes the largest radius the outline allows.
+    for (double rmax : {3.0, 6.5}) {
+        PackOptions o;
+        o.min_radius = 1.1;
+        o.max_radius = rmax;
+        o.gap = 1;
+        const PackRegion r = frame(41, 29);
+        EXPECT_TRUE(same_circles(pack_circles(r, o, host), test::reference_pack(r, o))) << "no map, rmax " << rmax;
+    }
+}
+
+PackRegion region_with_holes() {
+    PackRegion r;
+    r.outer = {{0, 0}, {60, 2}, {64, 40}, {30, 50}, {2, 38}};
+    r.holes.push_back({{15, 15}, {25, 15}, {25, 25}, {15, 25}});           // square, either orientation
+    r.holes.push_back({{40, 30}, {45, 20}, {50, 30}});                     // triangle
+    r.holes.push_back({{30, 8}, {34, 8}, {34, 9}, {30, 9}});               // thin sliver near the edge
+    return r;
+}
+
+bool inside_polygon(const PackRing& ring, double x, double y) {
+    bool in = false;
+    for (std::size_t i = 0, j = ring.size() - 1; i < ring.size(); j = i++) {
+        const PackPoint a = ring[i], b = ring[j];
+        if ((a.y > y) != (b.y > y) && x < a.x + (y - a.y) * (b.x - a.x) / (b.y - a.y)) in = !in;
+    }
+    return in;
+}
+
+double distance_to_ring(const PackRing& ring, double x, double y) {
+    double best = 1e300;
+    for (std::size_t i = 0, j = ring.size() - 1; i < ring.size(); j = i++) {
+        const double ax = ring[j].x, ay = ring[j].y, bx = ring[i].x, by = ring[i].y;
+        const double dx = bx - ax, dy = by - ay, len2 = dx * dx + dy * dy;
+        double t = len2 > 0 ? ((x - ax) * dx + (y - ay) * dy) / len2 : 0;
+        t = std::clamp(t, 0.0, 1.0);
+        best = std::min(best, std::hypot(x - ax - t * dx, y - ay - t * dy));
+    }
+    return best;
+}
+
+TEST(Packer, RegionsWithHolesArePackedAroundTheHoles) {
+    QuietHost host;
+    const PackRegion r = region_with_holes();
+    for (double rmax : {2.5, 5.0, 9.0}) {
+        PackOptions o;
+        o.min_radius = 0.8;
+        o.max_radius = rmax;
+        o.gap = 0.5;
+        const std::vector<Circle> circles = pack_circles(r, o, host);
+        ASSERT_GT(circles.size(), 10u) << rmax;
+        EXPECT_TRUE(valid_packing(circles, o, 1e9, 1e9)) << rmax;
+        for (const Circle& c : circles) {
+            ASSERT_TRUE(inside_polygon(r.outer, c.x, c.y));
+            ASSERT_GE(distance_to_ring(r.outer, c.x, c.y), c.radius - 1e-9);
+            for (const PackRing& hole : r.holes) {
+                ASSERT_FALSE(inside_polygon(hole, c.x, c.y)) << c.x << "," << c.y;
+                ASSERT_GE(distance_to_ring(hole, c.x, c.y), c.radius - 1e-9) << c.x << "," << c.y;
+            }
+        }
+        EXPECT_TRUE(same_circles(circles, test::reference_pack(r, o))) << rmax;
+    }
+}
+
+TEST(Packer, GapShrinksAcceptedCirclesAndRefusesSmallOnes) {
+    // A square of side 10 without a map: the first corner's candidate is the largest radius.
+    struct Case {
+        double rmax, gap;
+        std::size_t at_least;
+        double first;  // stored radius of the first circle; 0: no circle at all
+    };
+    const Case cases[] = {
+        {2.0, 0.0, 1, 2.0}, {2.0, 1.0, 1, 1.5}, {0.5, 1.0, 0, 0.0}, {0.5, 0.98, 1, 0.01}, {0.5, 0.0, 1, 0.5},
+    };
+    QuietHost host;
+    for (const Case& c : cases) {
+        PackOptions o;
+        o.min_radius = 0.1;
+        o.max_radius = c.rmax;
+        o.gap = c.gap;
+        const std::vector<Circle> circles = pack_circles(frame(10, 10), o, host);
+        ASSERT_GE(circles.size(), c.at_least) << c.rmax << " " << c.gap;
+        if (c.first == 0) {
+            EXPECT_TRUE(circles.empty());
+            continue;
+        }
+        EXPECT_NEAR(circles[0].radius, c.first, 1e-12) << c.rmax << " " << c.gap;
+        EXPECT_NEAR(circles[0].x, c.rmax, 1e-9);  // in the first corner, touching both edges
+        EXPECT_NEAR(circles[0].y, c.rmax, 1e-9);
+    }
+}
+
+TEST(Packer, NothingToPackGivesNoCircles) {
+    QuietHost host;
+    PackOptions o;
+    o.min_radius = 1;
+    o.max_radius = 5;
+    PackRegion degenerate;
+    degenerate.outer = {{0, 0}, {10, 0}, {20, 0}};
+    EXPECT_TRUE(pack_circles(degenerate, o, host).empty());
+    EXPECT_TRUE(pack_circles(PackRegion{}, o, host).empty());
+    o.max_radius = 0;
+    EXPECT_TRUE(pack_circles(frame(20, 20), o, host).empty());
+    o.max_radius = 5;
+    o.min_radius = 30;  // nothing this big fits
+    EXPECT_TRUE(pack_circles(frame(20, 20), o, host).empty());
+}
+
+// Stops the packing once it has been told about `after` circles.
+class StoppingHost : public test::RecordingHost {
+public:
+    explicit StoppingHost(std::size_t after) : after_(after) {}
+    void circles_added(std::span<const LiveCircle> batch) override {
+        test::RecordingHost::circles_added(batch);
+        seen_ += batch.size();
+        if (seen_ >= after_) stop = true;
+    }
+
+private:
+    std::size_t after_, seen_ = 0;
+};
+
+TEST(Packer, ReportsCirclesLiveAndStopsKeepingThem) {
+    Packing s = normal_setup(test::PictureKind::Photo, 120, 90, 9);
+    s.options.live_interval_seconds = 0;
+    test::RecordingHost all;
+    const std::vector<Circle> full = pack_circles(s.region, s.options, all);
+    EXPECT_EQ(all.live_circles(), full.size());
+
+    StoppingHost stopping(25);
+    const std::vector<Circle> part = pack_circles(s.region, s.options, stopping);
+    ASSERT_EQ(part.size(), 25u);
+    EXPECT_EQ(stopping.live_circles(), 25u);
+    for (std::size_t i = 0; i < part.size(); ++i) EXPECT_EQ(part[i].x, full[i].x);
+
+    test::RecordingHost stopped;
+    stopped.stop = true;
+    EXPECT_TRUE(pack_circles(s.region, s.options, stopped).empty());
+}
+
+}  // namespace
+}  // namespace velq

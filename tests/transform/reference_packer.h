@@ -1,0 +1,54 @@
+// The packer written the plain way: after every circle, every corner of the current piece is
+// examined again in outline order against every edge, and the first candidate wins. It shares the
+// outline and its cut with the fast packer, so the two must give the same circles one for one.
+#pragma once
+
+#include <vector>
+
+#include "transform/corner.h"
+#include "transform/outline_set.h"
+#include "transform/packer.h"
+
+namespace velq::test {
+
+inline std::vector<Circle> reference_pack(const PackRegion& region, const PackOptions& o,
+                                          PackStats* stats_out = nullptr) {
+    PackStats stats;
+    pack::CornerRules rules;
+    rules.min_radius = o.min_radius;
+    rules.max_radius = o.max_radius;
+    rules.gap = o.gap;
+    if (o.brush_map && *o.brush_map && o.picture_width > 0 && o.picture_height > 0) {
+        rules.map = o.brush_map;
+        rules.map_sx = double(o.brush_map->width()) / double(o.picture_width);
+        rules.map_sy = double(o.brush_map->height()) / double(o.picture_height);
+    }
+    std::vector<Circle> out;
+    if (!(rules.max_radius > 0)) return out;
+    pack::OutlineSet set(region, 10.0);
+    pack::CornerEvaluator eval(set, rules);
+    for (int p = set.current_piece(); p >= 0; p = set.current_piece()) {
+        bool found = false;
+        if (set.piece(p).alive) {
+            for (int v : set.corners_in_order(p)) {
+                ++stats.corner_evaluations;
+                const pack::Candidate c = eval.evaluate(v, pack::EdgeSearch::All);
+                if (!c.ok) continue;
+                if (!set.cut(p, c.centre, c.radius, v, stats).done) continue;
+                set.take_relabelled();
+                Circle circle;
+                circle.x = c.centre.x;
+                circle.y = c.centre.y;
+                circle.radius = c.radius - rules.gap * 0.5;
+                out.push_back(circle);
+                found = true;
+                break;
+            }
+        }
+        if (!found) set.finish_current();
+    }
+    if (stats_out) *stats_out = stats;
+    return out;
+}
+
+}  // namespace velq::test
