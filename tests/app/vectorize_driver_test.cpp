@@ -1,0 +1,64 @@
+#include <gtest/gtest.h>
+
+#include "app/vectorize_driver.h"
+#include "support/pictures.h"
+#include "support/recording_host.h"
+
+namespace velq {
+namespace {
+
+UBUFFER blocks() {
+    return test::make_picture(48, 40, [](int x, int y) -> std::uint32_t {
+        if (x >= 10 && x < 20 && y >= 12 && y < 22) return 0xFF2040C0u;
+        if (x >= 6 && x < 30 && y >= 6 && y < 34) return 0xFFC04020u;
+        if (x >= 34) return 0xFF30A030u;
+        return 0xFFF0F0F0u;
+    });
+}
+
+TEST(VectorizeDriver, FillsPiecesSegmentsLabelMapAndCountsEveryCircle) {
+    struct Case {
+        bool filtered;  // the picture sits in the filtered buffer, or only in the working one
+    } cases[] = {{true}, {false}};
+    for (const Case& c : cases) {
+        test::RecordingHost host;
+        Document doc(host);
+        doc.working = blocks();
+        if (c.filtered) {
+            doc.filtered = blocks();
+            doc.working = test::flat_picture(48, 40, 0xFF000000u);  // must not be read
+        }
+        doc.settings.interpolation = 1;
+        doc.settings.max_size = 0.1;
+        doc.settings.min_size = 0.02;
+        const std::size_t count = do_vectorize(doc, host);
+        ASSERT_GE(doc.segments.size(), 3u);
+        EXPECT_FALSE(doc.pieces.empty());
+        ASSERT_TRUE(doc.label_map);
+        EXPECT_EQ(doc.label_map.width(), 48);
+        std::size_t sum = 0;
+        for (const Segment& s : doc.segments) sum += s.circles.size();
+        EXPECT_GT(count, 0u);
+        EXPECT_EQ(count, sum);
+        // The pixel in the blue blob names the blue Segment.
+        const std::uint32_t label = doc.label_map.at(15, 16);
+        ASSERT_GE(label, 1u);
+        ASSERT_LE(label, doc.segments.size());
+        // Its 10 x 10 pixels plus the 21 red ones its right and bottom line runs over.
+        EXPECT_DOUBLE_EQ(doc.segments[label - 1].colour.c2, (100 * 0xC0 + 21 * 0x20) / 121.0);
+        EXPECT_DOUBLE_EQ(doc.segments[label - 1].colour.c0, (100 * 0x20 + 21 * 0xC0) / 121.0);
+        EXPECT_TRUE(host.messages().empty());
+        // The source of the transform is untouched: it worked on a copy.
+        EXPECT_EQ((c.filtered ? doc.filtered : doc.working).at(0, 0, 0), 0xF0);
+    }
+}
+
+TEST(VectorizeDriver, NothingToTransformGivesNoCircles) {
+    test::RecordingHost host;
+    Document doc(host);
+    EXPECT_EQ(do_vectorize(doc, host), 0u);
+    EXPECT_TRUE(doc.segments.empty());
+}
+
+}  // namespace
+}  // namespace velq

@@ -1,0 +1,124 @@
+#include <gtest/gtest.h>
+
+#include <cmath>
+
+#include "segments/vectorize.h"
+#include "support/pictures.h"
+#include "support/recording_host.h"
+#include "transform/segment_fill.h"
+
+namespace velq {
+namespace {
+
+using Ring = std::vector<BoundaryPoint>;
+
+bool inside(const Ring& ring, double x, double y) {
+    bool in = false;
+    for (std::size_t i = 0, j = ring.size() - 1; i < ring.size(); j = i++) {
+        const BoundaryPoint &a = ring[i], &b = ring[j];
+        if ((a.y > y) != (b.y > y) && x < (b.x - a.x) * (y - a.y) / (b.y - a.y) + a.x) in = !in;
+    }
+    return in;
+}
+
+double distance_to_ring(const Ring& ring, double x, double y) {
+    double best = 1e300;
+    for (std::size_t i = 0, j = ring.size() - 1; i < ring.size(); j = i++) {
+        const double vx = ring[i].x - ring[j].x, vy = ring[i].y - ring[j].y;
+        const double len2 = vx * vx + vy * vy;
+        double t = len2 > 0 ? ((x - ring[j].x) * vx + (y - ring[j].y) * vy) / len2 : 0;
+        t = std::fmax(0, std::fmin(1, t));
+        best = std::fmin(best, std::hypot(ring[j].x + t * vx - x, ring[j].y + t * vy - y));
+    }
+    return best;
+}
+
+// A red square holding a green blob and a blue one touching the red's edge, on white; and a band of
+// yellow reaching the picture's right edge, so some regions close along the frame.
+UBUFFER scene() {
+    return test::make_picture(60, 48, [](int x, int y) -> std::uint32_t {
+        if (x >= 48 && y >= 10 && y < 30) return 0xFFFFFF00u;
+        if (x >= 16 && x < 24 && y >= 16 && y < 24) return 0xFF00FF00u;
+        if (x >= 8 && x < 14 && y >= 30 && y < 40) return 0xFF0000FFu;
+        if (x >= 8 && x < 40 && y >= 8 && y < 40) return 0xFFFF0000u;
+        return 0xFFFFFFFFu;
+    });
+}
+
+struct Packed {
+    std::vector<BoundaryPiece> pieces;
+    std::vector<Segment> segments;
+    IBUFFER map;
+    std::size_t count = 0;
+};
+
+Packed pack(test::RecordingHost& host, double min_size = 0.01, double max_size = 0.08, int gap = 1) {
+    Packed p;
+    UBUFFER pic = scene();
+    EXPECT_TRUE(vectorize(pic, 1, 20, host, {p.pieces, p.segments, p.map}));
+    p.count = fill_circle_algo2(p.segments, {min_size, max_size, gap}, 60, 48, host);
+    return p;
+}
+
+TEST(SegmentFill, EveryCircleLiesInsideItsSegmentAndOutsideItsChildren) {
+    test::RecordingHost host;
+    Packed p = pack(host);
+    ASSERT_GE(p.segments.size(), 3u);
+    std::size_t total = 0, with_children = 0;
+    for (const Segment& s : p.segments) {
+        total += s.circles.size();
+        with_children += s.children.empty() ? 0 : s.circles.size();
+        for (const Circle& c : s.circles) {
+            const double x = c.x * 60, y = c.y * 48;  // centres are stored as fractions
+            ASSERT_TRUE(inside(s.loop.points, x, y)) << x << "," << y;
+            EXPECT_GE(distance_to_ring(s.loop.points, x, y), c.radius - 1e-6);
+            for (const BoundaryPiece& child : s.children) {
+                EXPECT_FALSE(inside(child.points, x, y)) << x << "," << y;
+                EXPECT_GE(distance_to_ring(child.points, x, y), c.radius - 1e-6);
+            }
+            EXPECT_EQ(c.own, s.colour);  // a circle paints its Segment's colour
+            EXPECT_GE(c.radius + 0.5, 60 * 0.01 - 1e-9);
+            EXPECT_LE(c.radius + 0.5, 60 * 0.08 + 1e-9);
+        }
+    }
+    EXPECT_EQ(p.count, total);
+    EXPECT_GT(with_children, 0u);
+    EXPECT_TRUE(host.messages().empty());
+    bool titled = false;
+    for (const std::string& t : host.titles()) titled |= t == "Velquinograph (Transforming...)";
+    EXPECT_TRUE(titled);
+}
+
+TEST(SegmentFill, RadiusBoundsThatLeaveNoRoomAreRefused) {
+    struct Case {
+        double min, max;
+        bool refused;
+    } cases[] = {{0.01, 0.01, true},
+                 {0.02, 0.01, true},
+                 {0.0, 0.018, true} /* 1.1 / 60 >= 0.018 */,
+                 {0.0, 0.05, false}};
+    for (const Case& c : cases) {
+        test::RecordingHost host;
+        Packed p = pack(host, c.min, c.max);
+        EXPECT_EQ(host.said("Invalid MAX, MIN value in fill_circle_algo2()"), c.refused)
+            << c.min << " " << c.max;
+        EXPECT_EQ(p.count == 0, c.refused);
+    }
+}
+
+TEST(SegmentFill, DisabledSegmentsAreNotPackedAndStopKeepsFractions) {
+    test::RecordingHost host;
+    Packed p = pack(host);
+    ASSERT_FALSE(p.segments.empty());
+    p.segments[0].enabled = false;
+    const std::size_t count = fill_circle_algo2(p.segments, {0.01, 0.08, 1}, 60, 48, host);
+    EXPECT_TRUE(p.segments[0].circles.empty());
+    EXPECT_LT(count, p.count);
+    host.stop = true;
+    fill_circle_algo2(p.segments, {0.01, 0.08, 1}, 60, 48, host);
+    for (const Segment& s : p.segments)
+        for (const Circle& c : s.circles) EXPECT_LE(c.x, 1.0);
+}
+
+}  // namespace
+}  // namespace velq
