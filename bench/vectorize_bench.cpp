@@ -8,6 +8,7 @@
 
 #include "image/buffer.h"
 #include "segments/vectorize.h"
+#include "transform/segment_fill.h"
 
 namespace {
 
@@ -75,6 +76,30 @@ void BM_Vectorize(benchmark::State& state) {
     state.counters["us_per_kpx"] = benchmark::Counter(
         double(w) * h / 1000.0, benchmark::Counter::kIsIterationInvariantRate | benchmark::Counter::kInvert);
 }
+// The whole transform: the pipeline, then every Segment packed with the default Min, Max and GAP.
+void BM_VectorizeAndPack(benchmark::State& state) {
+    const int w = int(state.range(0)), h = int(state.range(1));
+    const UBUFFER original = photo_like(w, h);
+    QuietHost host;
+    std::size_t circles = 0;
+    for (auto _ : state) {
+        UBUFFER pic = original.clone();
+        std::vector<BoundaryPiece> pieces;
+        std::vector<Segment> segments;
+        IBUFFER map;
+        vectorize(pic, 5, 20, host, {pieces, segments, map});
+        circles = fill_circle_algo2(segments, SegmentFillParams{}, w, h, host);
+    }
+    state.counters["circles"] = double(circles);
+    state.counters["us_per_kpx"] = benchmark::Counter(
+        double(w) * h / 1000.0, benchmark::Counter::kIsIterationInvariantRate | benchmark::Counter::kInvert);
+}
+BENCHMARK(BM_VectorizeAndPack)
+    ->Args({1100, 850})
+    ->Args({2200, 1700})
+    ->Unit(benchmark::kMillisecond)
+    ->Iterations(1);
+
 BENCHMARK(BM_Vectorize)->Args({1100, 850})->Args({2200, 1700})->Unit(benchmark::kMillisecond)->Iterations(1);
 
 }  // namespace
