@@ -8,5 +8,7 @@ namespace velq::cli {
 
 void add_filter_command(CLI::App& app, int& exit_code);
 void add_info_command(CLI::App& app, int& exit_code);
+void add_circles_command(CLI::App& app, int& exit_code);
+void add_render_command(CLI::App& app, int& exit_code);
 
 }  // namespace velq::cli

@@ -13,6 +13,8 @@ int main(int argc, char** argv) {
     int exit_code = 0;
     velq::cli::add_filter_command(app, exit_code);
     velq::cli::add_info_command(app, exit_code);
+    velq::cli::add_circles_command(app, exit_code);
+    velq::cli::add_render_command(app, exit_code);
     try {
         app.parse(argc, argv);
     } catch (const CLI::CallForHelp& e) {

@@ -1,0 +1,137 @@
+#include "app/transform_driver.h"
+
+#include <algorithm>
+#include <cmath>
+#include <cstdio>
+
+#include "app/vectorize_driver.h"
+#include "host/progress.h"
+#include "image/resample.h"
+#include "transform/brush_size.h"
+#include "transform/packer.h"
+
+namespace velq {
+
+namespace {
+
+// The picture the brush-size map reads: the filtered picture brought to the filter buffer's size, so
+// that the map's scale matches the sizes it is asked for and a colour filter shapes the circles.
+UBUFFER brush_source(Document& doc, Host& host) {
+    const UBUFFER& small = doc.filter_buffer;
+    if (!small || !doc.filtered) return {};
+    if (small.width() == doc.filtered.width() && small.height() == doc.filtered.height()) return doc.filtered.clone();
+    UBUFFER out;
+    if (!out.allocate(small.width(), small.height(), 4)) return {};
+    if (get_resized(host, doc.filtered, out) != 0) return {};
+    return out;
+}
+
+// A closed outline of the circle for the "Edges and Circles" view.
+BoundaryPiece circle_outline(double x, double y, double r) {
+    BoundaryPiece piece;
+    piece.closed = true;
+    const int n = std::clamp(int(std::ceil(r * 1.5)), 8, 96);
+    piece.points.reserve(n);
+    for (int i = 0; i < n; ++i) {
+        const double a = 2 * 3.141592653589793 * i / n;
+        piece.points.push_back({x + r * std::cos(a), y + r * std::sin(a)});
+    }
+    return piece;
+}
+
+}  // namespace
+
+std::size_t fill_circle_algo1(Document& doc, Host& host) {
+    const UBUFFER& picture = doc.filtered;
+    const int w = picture.width(), h = picture.height();
+    const double min_rel = std::max(1.1 / w, doc.settings.min_size);
+    if (min_rel >= doc.settings.max_size) {
+        host.message("Invalid MAX, MIN value in fill_circle_algo1()");
+        return 0;
+    }
+    // The region is the picture frame, starting top-left.
+    BoundaryPiece frame;
+    frame.closed = true;
+    frame.points = {{0, 0}, {double(w), 0}, {double(w), double(h)}, {0, double(h)}};
+    doc.pieces.assign(1, frame);
+
+    PackRegion region;
+    for (const BoundaryPoint& p : frame.points) region.outer.push_back({p.x, p.y});
+    PackOptions options;
+    options.min_radius = w * min_rel;
+    options.max_radius = w * doc.settings.max_size;
+    options.gap = doc.settings.gap;
+    options.brush_map = doc.bs_buffer ? &doc.bs_buffer : nullptr;
+    options.picture_width = w;
+    options.picture_height = h;
+    {
+        Progress progress(host, "Transforming");
+        doc.circles = pack_circles(region, options, host);
+    }
+
+    // Every accepted circle gets its colour and its fractional centre, even after a Stop; only the
+    // outlines for the view obey Stop.
+    for (Circle& c : doc.circles) {
+        if (!host.stopped()) doc.pieces.push_back(circle_outline(c.x, c.y, c.radius));
+        const int px = std::clamp(int(c.x), 0, w - 1), py = std::clamp(int(c.y), 0, h - 1);
+        c.own.c0 = picture.at(px, py, 2);
+        c.own.c1 = picture.at(px, py, 1);
+        c.own.c2 = picture.at(px, py, 0);
+        c.own.c3 = picture.at(px, py, 3);
+        c.x /= w;
+        c.y /= h;
+    }
+    return doc.circles.size();
+}
+
+int do_transform(Document& doc, Host& host, TransformMode mode, bool show_count) {
+    if (doc.motion_pack_loaded) return 0;
+    if (!doc.filtered) {
+        host.message("Please open a picture first");
+        return -1;
+    }
+    doc.selected_outline = -1;
+    doc.hovered_outline = -1;
+    doc.segments.clear();
+    doc.pieces.clear();
+    doc.circles.clear();
+    doc.toggles.final_result = false;
+    doc.toggles.filtered = true;
+    doc.toggles.edges = true;
+    doc.rendered = false;
+    doc.transformed = false;
+    doc.settings.transform_mode = int(mode);
+    host.refresh(Refresh::View);
+
+    std::size_t count = 0;
+    switch (mode) {
+        case TransformMode::Normal: {
+            const double larger = std::max(doc.filter_buffer.width(), doc.filter_buffer.height());
+            const int maxpx = int(larger * doc.settings.max_size + 0.5);
+            const int minpx = int(larger * doc.settings.min_size + 0.5);
+            doc.bs_buffer.reset();
+            const UBUFFER source = brush_source(doc, host);
+            if (source) doc.bs_buffer = get_brush_size(host, source, doc.settings.threshold, maxpx, minpx);
+            if (!doc.bs_buffer) {
+                host.message("Failed to allocate bs_buffer in do_filter()");
+                return -1;
+            }
+            count = fill_circle_algo1(doc, host);
+            break;
+        }
+        case TransformMode::Vectorize: count = do_vectorize(doc, host); break;
+        case TransformMode::Alphabet:
+            host.message("The Alphabet transform is not available yet");
+            return -1;
+    }
+    doc.transformed = true;
+    host.refresh(Refresh::Outlines);
+    if (show_count) {
+        char text[64];
+        std::snprintf(text, sizeof text, "The number of circles is %zu", count);
+        host.message(text);
+    }
+    return 0;
+}
+
+}  // namespace velq

@@ -1,0 +1,21 @@
+// The Transform command: Normal packs the picture with circles grown against the brush-size map,
+// Vectorize divides it into Segments and packs each one. Runs on the worker.
+#pragma once
+
+#include <cstddef>
+
+#include "app/document.h"
+
+namespace velq {
+
+enum class TransformMode { Normal = 0, Vectorize = 1, Alphabet = 2 };
+
+// Returns 0, or -1 after the system's message. A Stop keeps the circles made so far.
+int do_transform(Document& doc, Host& host, TransformMode mode, bool show_count);
+
+// The Normal transform's packing over the Document's filtered picture and brush-size map: the circles
+// become the Document's free circle list, with their own colours and centres as fractions, and their
+// outlines join the boundary pieces. Returns the number of circles.
+std::size_t fill_circle_algo1(Document& doc, Host& host);
+
+}  // namespace velq
