@@ -59,4 +59,24 @@ int apply_block_layers(Document& doc, Host& host, const SettingsBlock& block);
 // none). Returns 0, or -1 after the message.
 int load_layers(Document& doc, Host& host, const std::string& path);
 
+// The window's Open: a file that carries a valid block is offered for reuse ("Meta data detect. Use
+// it?"); Yes reopens the result (read_metadata), No or no block opens it as a picture (open_picture).
+int open_or_reuse(Document& doc, Host& host, const std::string& path);
+
+// Open with Yes: the stored settings into the fields, the stored source picture read, the layers
+// applied, then the stored filter, transform and render, at the stored output size and DPI. Returns 0,
+// or -1 after the message ("Failed to read meta data" when the block cannot be read).
+int read_metadata(Document& doc, Host& host, const std::string& path);
+
+// The first half of reopening: the stored settings and source picture, then the layers; nothing is
+// filtered. The tool uses it to let its options override the block before running. Returns 0, or -1
+// after the message (with the picture read when only a shape file failed).
+int reopen_from_block(Document& doc, Host& host, const SettingsBlock& block);
+
+// Paste metadata (the bytes that Copy put on the clipboard): the stored settings into the fields, the
+// layers replaced, then the stored filter and transform over the current picture. Messages: "Invalid
+// metadata in paste_metadata()", "Found a meta data of the previous version in paste_metadata()".
+// Returns 0, or -1 after the message.
+int paste_metadata(Document& doc, Host& host, std::span<const std::uint8_t> bytes);
+
 }  // namespace velq

@@ -1,0 +1,90 @@
+#include "app/filter_driver.h"
+#include "app/metadata.h"
+#include "app/open_picture.h"
+#include "app/render_op.h"
+#include "app/transform_driver.h"
+#include "image/file_types.h"
+
+namespace velq {
+
+namespace {
+
+// The filter and the transform of the stored kind and mode, as Paste runs them (no count message).
+int run_stored_filter_and_transform(Document& doc, Host& host, const SettingsRecord& r) {
+    if (do_filter(doc, host, FilterKind(r.filter_kind), doc.settings.memory_limit) != 0) return -1;
+    if (host.stopped()) return -1;
+    if (do_transform(doc, host, TransformMode(r.transform_mode), false) != 0 || !doc.transformed) return -1;
+    return 0;
+}
+
+}  // namespace
+
+int reopen_from_block(Document& doc, Host& host, const SettingsBlock& block) {
+    const SettingsRecord& r = block.settings;
+    if (!block_fits_document(doc, block)) {
+        host.message("Invalid metadata found!");
+        return -1;
+    }
+    apply_block_settings(doc, r);
+    doc.reset();
+    init_operation(doc);
+    if (r.motion_pack) {
+        // Motion packs cannot be loaded yet, so a result made from one cannot be reopened.
+        host.message("Failed to load motion pack- " + r.source_path);
+        doc.reset();
+        return -1;
+    }
+    if (read_image(doc, host, r.source_path) != 0) {
+        host.message("Failed to read image- " + r.source_path);
+        doc.reset();
+        return -1;
+    }
+    host.refresh(Refresh::View);
+    return apply_block_layers(doc, host, block) == 0 ? 0 : -1;
+}
+
+int read_metadata(Document& doc, Host& host, const std::string& path) {
+    SettingsBlock block;
+    if (!read_metadata_block(host, path, block)) {
+        host.message("Failed to read meta data");
+        return -1;
+    }
+    // A layer whose shape file is gone was reported; the result is remade with what could be read.
+    if (reopen_from_block(doc, host, block) != 0 && !doc.source) return -1;
+    if (run_stored_filter_and_transform(doc, host, block.settings) != 0) return -1;
+    restore_output_size(doc, block.settings);
+    int width = 0, height = 0;
+    render_size(doc, width, height);
+    return generate_shaped_image(doc, host, width, height) == 0 && doc.rendered ? 0 : -1;
+}
+
+int open_or_reuse(Document& doc, Host& host, const std::string& path) {
+    if (file_exists(path) && detect_metadata(host, path) && host.ask("Meta data detect. Use it?"))
+        return read_metadata(doc, host, path);
+    return open_picture(doc, host, path);
+}
+
+int paste_metadata(Document& doc, Host& host, std::span<const std::uint8_t> bytes) {
+    SettingsBlock block;
+    switch (decode_block_body(bytes, block)) {
+        case BlockStatus::Ok: break;
+        case BlockStatus::OtherVersion:
+            host.message("Found a meta data of the previous version in paste_metadata()");
+            return -1;
+        case BlockStatus::None:
+        case BlockStatus::Invalid: host.message("Invalid metadata in paste_metadata()"); return -1;
+    }
+    if (!block_fits_document(doc, block)) {
+        host.message("Invalid metadata in paste_metadata()");
+        return -1;
+    }
+    apply_block_settings(doc, block.settings);
+    apply_block_layers(doc, host, block);
+    // Without a picture the settings wait for the next one.
+    if (!doc.source) return 0;
+    const int result = run_stored_filter_and_transform(doc, host, block.settings);
+    host.refresh(Refresh::View);
+    return result;
+}
+
+}  // namespace velq

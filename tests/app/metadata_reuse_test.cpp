@@ -1,0 +1,175 @@
+#include <gtest/gtest.h>
+
+#include <filesystem>
+
+#include "app/filter_driver.h"
+#include "app/metadata.h"
+#include "app/open_picture.h"
+#include "app/render_op.h"
+#include "app/save_result.h"
+#include "app/transform_driver.h"
+#include "image/picture_writer.h"
+#include "support/pictures.h"
+#include "support/recording_host.h"
+
+namespace velq {
+namespace {
+
+namespace fs = std::filesystem;
+
+// Four flat quarters with a soft diagonal: enough regions for circles of several sizes.
+UBUFFER source_picture() {
+    return test::make_picture(48, 36, [](int x, int y) -> std::uint32_t {
+        const std::uint32_t quarter[4] = {0xFFD04020u, 0xFF30A050u, 0xFF2040C0u, 0xFFE0E0E0u};
+        return quarter[(x >= 24) + 2 * (y >= 18)] + std::uint32_t((x + y) / 12);
+    });
+}
+
+// A Document that opened the source and ran filter, transform and render with settings away from the
+// defaults and no random colour option, so that the render can be remade exactly.
+struct Made {
+    test::RecordingHost host;
+    Document doc{host};
+    std::string dir, source;
+
+    explicit Made(const std::string& name, int transform_mode = 0) : dir(test::temp_dir(name)) {
+        source = dir + "/source.png";
+        EXPECT_EQ(write_picture(source, source_picture(), 200), PictureError::None);
+        EXPECT_EQ(open_picture(doc, host, source), 0);
+        Settings& s = doc.settings;
+        s.interpolation = 2;
+        s.blur = 0;
+        s.threshold = 15;
+        s.max_size = 0.05;
+        s.min_size = 0.0125;
+        s.gap = 0;
+        s.filter_kind = int(FilterKind::InverseContrast);
+        doc.layers[1].palette = 7;
+        doc.layers[1].set_size(80);
+        doc.layers[1].invert = true;
+        doc.layers[0].set_brightness(60);
+        EXPECT_EQ(do_filter(doc, host, FilterKind(s.filter_kind), s.memory_limit), 0);
+        EXPECT_EQ(do_transform(doc, host, TransformMode(transform_mode), false), 0);
+    }
+    ~Made() { fs::remove_all(dir); }
+
+    void render() {
+        int w = 0, h = 0;
+        render_size(doc, w, h);
+        ASSERT_EQ(generate_shaped_image(doc, host, w, h), 0);
+        ASSERT_TRUE(doc.rendered) << (host.messages().empty() ? std::string("no message") : host.messages().back()) << " circles " << doc.circles.size();
+    }
+};
+
+bool same_pixels(const UBUFFER& a, const UBUFFER& b) {
+    return a.same_shape(b) && std::equal(a.data(), a.data() + a.size(), b.data());
+}
+
+TEST(MetadataReuse, ReopeningASavedResultRendersTheSamePicture) {
+    for (const bool larger : {false, true}) {
+        SCOPED_TRACE(larger ? "output twice the working size" : "working size");
+        Made m("metadata_reopen");
+        if (larger) {
+            m.doc.settings.out_width = 2 * m.doc.working.width();
+            m.doc.settings.out_height = 2 * m.doc.working.height();
+        }
+        m.render();
+        const std::string saved = m.dir + "/result.png";
+        ASSERT_EQ(save_result(m.doc, m.host, saved, 3), 0);
+
+        test::RecordingHost host;
+        host.answers = {true};
+        Document again(host);
+        ASSERT_EQ(open_or_reuse(again, host, saved), 0) << (host.messages().empty() ? "" : host.messages()[0]);
+        EXPECT_EQ(host.questions(), std::vector<std::string>{"Meta data detect. Use it?"});
+        EXPECT_EQ(again.path, fs::absolute(m.source).lexically_normal().string());
+        EXPECT_TRUE(again.rendered);
+        EXPECT_TRUE(same_pixels(again.render_buffer, m.doc.render_buffer));
+        EXPECT_EQ(again.settings.dpi, 200);
+        EXPECT_EQ(again.settings.out_width, m.doc.rendered_settings.out_width);
+        EXPECT_EQ(again.settings.filter_kind, int(FilterKind::InverseContrast));
+        EXPECT_EQ(again.circles.size(), m.doc.circles.size());
+        EXPECT_TRUE(host.messages().empty());
+
+        // No opens the result as a plain picture.
+        host.answers = {false};
+        Document plain(host);
+        ASSERT_EQ(open_or_reuse(plain, host, saved), 0);
+        EXPECT_FALSE(plain.rendered);
+        EXPECT_EQ(plain.path, saved);
+        EXPECT_EQ(plain.source.width(), m.doc.render_buffer.width());
+    }
+}
+
+TEST(MetadataReuse, PasteAppliesTheCopiedSettingsAndTransformsAgain) {
+    Made m("metadata_paste", 1);
+    const std::vector<std::uint8_t> bytes = copy_metadata(m.doc, m.host);
+    ASSERT_FALSE(bytes.empty());
+
+    test::RecordingHost host;
+    Document doc(host);
+    ASSERT_EQ(open_picture(doc, host, m.source), 0);
+    ASSERT_EQ(paste_metadata(doc, host, bytes), 0);
+    EXPECT_TRUE(host.messages().empty());
+    EXPECT_EQ(doc.settings.interpolation, 2);
+    EXPECT_EQ(doc.settings.threshold, 15);
+    EXPECT_EQ(doc.settings.max_size, 0.05);
+    EXPECT_EQ(doc.settings.transform_mode, 1);
+    EXPECT_EQ(doc.layers[1].palette, 7);
+    EXPECT_TRUE(doc.layers[1].invert);
+    EXPECT_TRUE(doc.transformed);
+    EXPECT_TRUE(same_pixels(doc.filtered, m.doc.filtered));
+    ASSERT_EQ(doc.segments.size(), m.doc.segments.size());
+    EXPECT_FALSE(doc.rendered);
+
+    // Before any picture the settings wait for the next one.
+    Document empty(host);
+    ASSERT_EQ(paste_metadata(empty, host, bytes), 0);
+    EXPECT_EQ(empty.settings.threshold, 15);
+    EXPECT_FALSE(empty.transformed);
+}
+
+TEST(MetadataReuse, RefusalsSayWhy) {
+    Made m("metadata_reuse_refusals");
+    m.render();
+    std::vector<std::uint8_t> good = copy_metadata(m.doc, m.host);
+    std::vector<std::uint8_t> old = good, broken = good;
+    old[4112] = 3;
+    broken.pop_back();
+    const struct {
+        const char* what;
+        std::vector<std::uint8_t> bytes;
+        std::string message;
+    } pastes[] = {
+        {"empty clipboard", {}, "Invalid metadata in paste_metadata()"},
+        {"cut short", broken, "Invalid metadata in paste_metadata()"},
+        {"old version", old, "Found a meta data of the previous version in paste_metadata()"},
+    };
+    for (const auto& c : pastes) {
+        test::RecordingHost host;
+        Document doc(host);
+        doc.settings.threshold = 77;
+        EXPECT_EQ(paste_metadata(doc, host, c.bytes), -1) << c.what;
+        EXPECT_EQ(host.messages(), std::vector<std::string>{c.message}) << c.what;
+        EXPECT_EQ(doc.settings.threshold, 77) << c.what;
+    }
+
+    // A result whose source picture has gone.
+    const std::string saved = m.dir + "/result.png";
+    ASSERT_EQ(save_result(m.doc, m.host, saved, 3), 0);
+    fs::remove(m.source);
+    test::RecordingHost host;
+    Document doc(host);
+    EXPECT_EQ(read_metadata(doc, host, saved), -1);
+    const std::string abs = fs::absolute(m.source).lexically_normal().string();
+    EXPECT_EQ(host.messages(), (std::vector<std::string>{"Invalid filename in read_image - (" + abs + ")",
+                                                         "Failed to read image- " + abs}));
+    EXPECT_FALSE(doc.source);
+    host.clear();
+    EXPECT_EQ(read_metadata(doc, host, m.dir + "/none.png"), -1);
+    EXPECT_EQ(host.messages(), (std::vector<std::string>{"Failed to open file - " + m.dir + "/none.png",
+                                                         "Failed to read meta data"}));
+}
+
+}  // namespace
+}  // namespace velq
