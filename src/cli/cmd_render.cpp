@@ -4,6 +4,7 @@
 #include <memory>
 
 #include "app/logo_choice.h"
+#include "app/metadata.h"
 #include "app/render_op.h"
 #include "app/save_result.h"
 #include "cli/cli_host.h"
@@ -50,10 +51,11 @@ void add_render_command(CLI::App& app, int& exit_code) {
         OutputOptions output_options;
         std::vector<std::string> shapes;
         LogoOptions logo;
+        std::optional<std::string> settings;
     };
     auto args = std::make_shared<Args>();
     CLI::App* cmd = app.add_subcommand("render", "turn a picture into shape art (.png .jpg .jpeg .bmp)");
-    cmd->add_option("INPUT", args->input, "picture to open")->required();
+    cmd->add_option("INPUT", args->input, "picture to open (with --settings: the result's own source when left out)");
     cmd->add_option("-o,--output", args->output, "result to write; its settings block is appended")->required();
     add_picture_options(*cmd, args->picture);
     add_transform_options(*cmd, args->transform);
@@ -63,17 +65,32 @@ void add_render_command(CLI::App& app, int& exit_code) {
     cmd->add_option("--logo-font", args->logo.font, "the text logo's font face (default \"Courier New\")");
     cmd->add_option("--logo-image", args->logo.image, "a picture stamped in the top right corner");
     cmd->add_option("--logo-transparency", args->logo.transparency, "the logo's transparency, 0..255");
+    cmd->add_option("--settings", args->settings,
+                    "start from the settings and layers of a saved result; options given here override them");
     cmd->callback([args, &exit_code] {
+        usage_check(args->input.empty() && !args->settings ? "INPUT is required (or --settings RESULT)" : "");
         const std::string ext = file_extension(args->output);
         usage_check(ext == "png" || ext == "jpg" || ext == "bmp" ? "" : "the output must end in .png, .jpg, .jpeg or .bmp");
         usage_check(args->logo.text && args->logo.image ? "give --logo-text or --logo-image, not both" : "");
         CliHost host(args->picture.quiet);
         Document doc(host);
+        SettingsBlock block;
+        if (args->settings) {
+            // The block first, then the options on the line over it.
+            exit_code = read_result_settings(host, *args->settings, block);
+            if (exit_code == 0) exit_code = open_with_settings(doc, host, args->input, block);
+            if (exit_code != 0) return;
+        }
         usage_check(apply_picture_options(args->picture, doc));
         usage_check(apply_transform_options(args->transform, doc));
         const auto shapes = shapes_by_layer(args->shapes, int(doc.layers.size()));
-        exit_code = open_and_transform(doc, host, args->input, args->transform.min_size);
+        if (args->settings)
+            exit_code = filter_and_transform(doc, host);
+        else
+            exit_code = open_and_transform(doc, host, args->input, args->transform.min_size);
         if (exit_code != 0) return;
+        // A reopened result keeps its size and resolution unless the line says otherwise.
+        if (args->settings && args->input.empty()) restore_output_size(doc, block.settings);
         usage_check(apply_output_options(args->output_options, doc, host));
         for (const auto& [index, paths] : shapes) {
             if (load_shapes(host, doc.layers[index], paths) != 0) {

@@ -3,8 +3,10 @@
 #include <CLI/CLI.hpp>
 
 #include "app/filter_driver.h"
+#include "app/metadata.h"
 #include "app/open_picture.h"
 #include "app/transform_driver.h"
+#include "cli/cli_host.h"
 #include "image/picture_writer.h"
 
 namespace velq::cli {
@@ -16,11 +18,35 @@ int open_and_filter(Document& doc, Host& host, const std::string& input) {
 }
 
 int open_and_transform(Document& doc, Host& host, const std::string& input, std::optional<double> min_size) {
-    const int mode = doc.settings.transform_mode;
-    if (open_and_filter(doc, host, input) != 0) return 1;
+    if (open_picture(doc, host, input) != 0) return 1;
+    // Open writes Min again, so a Min given on the line goes back in after it.
     if (min_size) doc.settings.min_size = *min_size;
+    return filter_and_transform(doc, host);
+}
+
+int filter_and_transform(Document& doc, Host& host) {
+    const int mode = doc.settings.transform_mode;
+    if (do_filter(doc, host, FilterKind(doc.settings.filter_kind), doc.settings.memory_limit) != 0) return 1;
     if (do_transform(doc, host, TransformMode(mode), false) != 0) return 1;
     return 0;
+}
+
+int read_result_settings(CliHost& host, const std::string& result, SettingsBlock& block) {
+    if (read_metadata_block(host, result, block)) return 0;
+    // A broken or old block has said so already.
+    if (!host.said_something()) host.message("No metadata found!");
+    return 1;
+}
+
+int open_with_settings(Document& doc, Host& host, const std::string& input, const SettingsBlock& block) {
+    if (input.empty()) return reopen_from_block(doc, host, block) == 0 ? 0 : 1;
+    if (!block_fits_document(doc, block)) {
+        host.message("Invalid metadata found!");
+        return 1;
+    }
+    if (open_picture(doc, host, input) != 0) return 1;
+    apply_block_settings(doc, block.settings);
+    return apply_block_layers(doc, host, block) == 0 ? 0 : 1;
 }
 
 int write_result(Host& host, const UBUFFER& picture, const std::string& output, int dpi) {

@@ -6,7 +6,9 @@
 #include <string>
 
 #include "app/document.h"
+#include "cli/cli_host.h"
 #include "image/buffer.h"
+#include "image/settings_block.h"
 
 namespace velq::cli {
 
@@ -16,6 +18,18 @@ int open_and_filter(Document& doc, Host& host, const std::string& input);
 // Opens and filters `input`, then runs the transform of the Document's settings (no count message).
 // Open resets Min, so a Min given on the line is applied again after it.
 int open_and_transform(Document& doc, Host& host, const std::string& input, std::optional<double> min_size);
+
+// Filters and transforms the picture already open, with the Document's settings (no count message).
+int filter_and_transform(Document& doc, Host& host);
+
+// --settings RESULT: the block at the end of RESULT ("No metadata found!" when it has none, the
+// reader's own message when it is broken or old).
+int read_result_settings(CliHost& host, const std::string& result, SettingsBlock& block);
+
+// Opens what --settings asks for: with no input the source picture the block names, with the block's
+// output size and DPI to come back after the filter (as Open with Yes does); with an input that
+// picture, the block applied to it as Paste does. The settings and layers are the block's either way.
+int open_with_settings(Document& doc, Host& host, const std::string& input, const SettingsBlock& block);
 
 // Writes a picture with its resolution, through a temporary file renamed into place.
 int write_result(Host& host, const UBUFFER& picture, const std::string& output, int dpi);
