@@ -2,9 +2,17 @@
 
 #include <algorithm>
 #include <cctype>
+#include <cstdio>
+#include <filesystem>
+#include <fstream>
 #include <memory>
+#include <system_error>
+#include <vector>
 
 #include "app/document_animation.h"
+#include "app/metadata.h"
+#include "app/render_op.h"
+#include "image/picture_header.h"
 #include "video/encoder.h"
 #include "video/export_loop.h"
 #include "video/gif_writer.h"
@@ -68,6 +76,43 @@ int render_anim_video(Document& doc, Host& host, const std::string& file, int pw
     // The window keeps the last frame it was shown.
     doc.frame_buffer = std::move(animation.scene().display());
     return r;
+}
+
+int generate_sm_video(Document& doc, Host& host, std::span<const std::string> sources, FitMode fit) {
+    namespace fs = std::filesystem;
+    if (sources.empty()) return 0;
+    const fs::path folder = fs::path(sources[0]).parent_path() / "SocialMedia";
+    std::error_code ec;
+    fs::create_directories(folder, ec);
+    if (ec && !fs::is_directory(folder)) {
+        host.message("Failed to create a folder in generate_sm_video()");
+        return -1;
+    }
+    int written = 0, readable = 0;
+    for (const std::string& source : sources) {
+        if (host.stopped()) break;
+        if (!readable_picture(source)) continue;
+        ++readable;
+        if (!detect_metadata(host, source)) {
+            char text[4200];
+            std::snprintf(text, sizeof text, "Unable to find a metadata in %s", source.c_str());
+            host.message(text);
+            continue;
+        }
+        doc.settings.min_size = 0.0005;
+        if (read_metadata(doc, host, source) != 0) continue;
+        int pw = 0, ph = 0;
+        render_size(doc, pw, ph);
+        const std::string stem = fs::path(source).stem().string();
+        for (const SocialVariant& v : kVariants) {
+            if (host.stopped()) break;
+            doc.settings.video_width = v.width;
+            doc.settings.video_height = v.height;
+            if (render_anim_video(doc, host, (folder / (stem + v.suffix)).string(), pw, ph, fit) == 0) ++written;
+        }
+    }
+    if (readable == 0) host.message("Failed to read source");
+    return written;
 }
 
 }  // namespace velq

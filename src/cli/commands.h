@@ -2,7 +2,12 @@
 // leaving its exit code (0 success, 1 failed operation) in `exit_code`.
 #pragma once
 
+#include <optional>
+#include <string>
+
 #include <CLI/CLI.hpp>
+
+#include "video/frame_layout.h"
 
 namespace velq::cli {
 
@@ -10,5 +15,11 @@ void add_filter_command(CLI::App& app, int& exit_code);
 void add_info_command(CLI::App& app, int& exit_code);
 void add_circles_command(CLI::App& app, int& exit_code);
 void add_render_command(CLI::App& app, int& exit_code);
+void add_video_command(CLI::App& app, int& exit_code);
+void add_frame_command(CLI::App& app, int& exit_code);
+void add_social_command(CLI::App& app, int& exit_code);
+
+// The fit mode of a --fit name (none, fit, stretch).
+std::optional<FitMode> fit_mode_from_name(const std::string& name);
 
 }  // namespace velq::cli

@@ -15,6 +15,9 @@ int main(int argc, char** argv) {
     velq::cli::add_info_command(app, exit_code);
     velq::cli::add_circles_command(app, exit_code);
     velq::cli::add_render_command(app, exit_code);
+    velq::cli::add_video_command(app, exit_code);
+    velq::cli::add_frame_command(app, exit_code);
+    velq::cli::add_social_command(app, exit_code);
     try {
         app.parse(argc, argv);
     } catch (const CLI::CallForHelp& e) {
