@@ -31,8 +31,9 @@ void add_frame_command(CLI::App& app, int& exit_code) {
         Document doc(host);
         usage_check(apply_picture_options(args->picture, doc));
         usage_check(apply_transform_options(args->transform, doc));
-        exit_code = open_filter_transform(doc, host, args->input, args->out);
+        exit_code = open_and_transform(doc, host, args->input, args->transform.min_size);
         if (exit_code != 0) return;
+        usage_check(apply_output_options(args->out, doc, host));
         int w = 0, h = 0;
         render_size(doc, w, h);
         if (render_frame_at(doc, host, w, h, args->time) != 0) {

@@ -59,8 +59,9 @@ void add_video_command(CLI::App& app, int& exit_code) {
         Document doc(host);
         usage_check(apply_picture_options(args->picture, doc));
         usage_check(apply_transform_options(args->transform, doc));
-        exit_code = open_filter_transform(doc, host, args->input, args->out);
+        exit_code = open_and_transform(doc, host, args->input, args->transform.min_size);
         if (exit_code != 0) return;
+        usage_check(apply_output_options(args->out, doc, host));
         doc.settings.video_width = vw;
         doc.settings.video_height = vh;
         int pw = 0, ph = 0;
