@@ -10,8 +10,11 @@
 #include <vector>
 
 #include "app/document_animation.h"
+#include "app/filter_driver.h"
 #include "app/metadata.h"
+#include "app/open_picture.h"
 #include "app/render_op.h"
+#include "app/transform_driver.h"
 #include "image/picture_header.h"
 #include "video/encoder.h"
 #include "video/export_loop.h"
@@ -54,6 +57,41 @@ constexpr SocialVariant kVariants[] = {
     {640, 360, "_telegram.mp4"},
 };
 
+// A file whose first bytes announce a picture of some size.
+bool readable_picture(const std::string& path) {
+    std::ifstream in(path, std::ios::binary);
+    if (!in) return false;
+    std::vector<std::uint8_t> head(1 << 16);
+    in.read(reinterpret_cast<char*>(head.data()), std::streamsize(head.size()));
+    head.resize(std::size_t(in.gcount()));
+    return read_picture_header(head).sized();
+}
+
+// The result a saved picture records, made again as Open with Yes makes it: the block's settings
+// and layers, the source picture it names, its filter and transform, the output size, the render.
+int remake_from_block(Document& doc, Host& host, const SettingsBlock& block) {
+    const SettingsRecord& r = block.settings;
+    if (!block_fits_document(doc, block)) {
+        host.message("Invalid metadata found!");
+        return -1;
+    }
+    apply_block_settings(doc, r);
+    doc.reset();
+    init_operation(doc);
+    if (read_image(doc, host, r.source_path) != 0) {
+        host.message("Failed to read image- " + r.source_path);
+        return -1;
+    }
+    if (apply_block_layers(doc, host, block) != 0 && !doc.source) return -1;
+    if (do_filter(doc, host, FilterKind(r.filter_kind), doc.settings.memory_limit) != 0 || host.stopped())
+        return -1;
+    if (do_transform(doc, host, TransformMode(r.transform_mode), false) != 0 || !doc.transformed) return -1;
+    restore_output_size(doc, r);
+    int w = 0, h = 0;
+    render_size(doc, w, h);
+    return generate_shaped_image(doc, host, w, h) == 0 && doc.rendered ? 0 : -1;
+}
+
 }  // namespace
 
 std::span<const SocialVariant> social_media_variants() {
@@ -93,14 +131,15 @@ int generate_sm_video(Document& doc, Host& host, std::span<const std::string> so
         if (host.stopped()) break;
         if (!readable_picture(source)) continue;
         ++readable;
-        if (!detect_metadata(host, source)) {
+        SettingsBlock block;
+        if (!read_metadata_block(host, source, block)) {
             char text[4200];
             std::snprintf(text, sizeof text, "Unable to find a metadata in %s", source.c_str());
             host.message(text);
             continue;
         }
         doc.settings.min_size = 0.0005;
-        if (read_metadata(doc, host, source) != 0) continue;
+        if (remake_from_block(doc, host, block) != 0) continue;
         int pw = 0, ph = 0;
         render_size(doc, pw, ph);
         const std::string stem = fs::path(source).stem().string();
@@ -108,7 +147,8 @@ int generate_sm_video(Document& doc, Host& host, std::span<const std::string> so
             if (host.stopped()) break;
             doc.settings.video_width = v.width;
             doc.settings.video_height = v.height;
-            if (render_anim_video(doc, host, (folder / (stem + v.suffix)).string(), pw, ph, fit) == 0) ++written;
+            if (render_anim_video(doc, host, (folder / (stem + v.suffix)).string(), pw, ph, fit) == 0)
+                ++written;
         }
     }
     if (readable == 0) host.message("Failed to read source");

@@ -23,7 +23,8 @@ void add_social_command(CLI::App& app, int& exit_code) {
     cmd->add_flag("--quiet", args->quiet, "no progress line");
     cmd->callback([args, &exit_code] {
         const auto fit = fit_mode_from_name(args->fit);
-        usage_check(fit && *fit != FitMode::None ? "" : "--fit needs fit or stretch, not '" + args->fit + "'");
+        usage_check(fit && *fit != FitMode::None ? ""
+                                                 : "--fit needs fit or stretch, not '" + args->fit + "'");
         CliHost host(args->quiet);
         Document doc(host);
         const int written = generate_sm_video(doc, host, args->inputs, *fit);

@@ -1,3 +1,4 @@
+#include <cstdio>
 #include <filesystem>
 #include <string>
 #include <vector>
@@ -24,9 +25,12 @@ std::string small_picture(const std::string& dir) {
 
 // Every shape of both layers starts at once and moves half a second: the animation lasts 0.5 s, 16
 // frames, whatever the number of circles.
-const std::vector<std::string> kHalfSecond = {"--layer", "0:duration=0,move=0.5", "--layer",
-                                              "1:motion=wave,scan=left-to-right,start=0,duration=0,move=0.5",
-                                              "--int", "2", "--seed", "4", "--quiet"};
+const std::vector<std::string> kHalfSecond = {
+    "--layer", "0:duration=0,move=0.5",
+    "--layer", "1:motion=wave,scan=left-to-right,start=0,duration=0,move=0.5",
+    "--int",   "2",
+    "--seed",  "4",
+    "--quiet"};
 
 TEST(VideoCli, WritesTheAnimationAsAVideoOrAGif) {
     const std::string dir = test::temp_dir("cli-video");
@@ -78,6 +82,64 @@ TEST(VideoCli, FrameAtATimeAndRefusals) {
     };
     for (const Bad& b : bad) EXPECT_EQ(test::run_cli(b.args).exit_code, 2) << b.args.back();
     EXPECT_FALSE(std::filesystem::exists(dir + "/x.mp4"));
+}
+
+// A saved result whose animation lasts 0 s gives one frame per video: the whole set stays quick.
+TEST(VideoCli, SocialWritesEveryVariantOfASavedResult) {
+    const std::string dir = test::temp_dir("cli-social");
+    const std::string in = small_picture(dir);
+    const std::string result = dir + "/art.png";
+    test::CliResult r = test::run_cli({"render", in, "-o", result, "--int", "2", "--quiet", "--layer",
+                                       "0:duration=0,move=0", "--layer", "1:duration=0,move=0"});
+    ASSERT_EQ(r.exit_code, 0) << r.err;
+    r = test::run_cli({"social", result, in, "--quiet"});
+    ASSERT_EQ(r.exit_code, 0) << r.err;
+    // The plain picture carries no settings: said, and skipped.
+    EXPECT_NE(r.err.find("Unable to find a metadata in " + in), std::string::npos) << r.err;
+    const struct {
+        const char* suffix;
+        int w, h;
+    } variants[] = {{"_youtube.3gpp", 1920, 1080},
+                    {"_youtube.webm", 1920, 1080},
+                    {"_youtube.mp4", 1920, 1080},
+                    {"_youtube.mov", 1920, 1080},
+                    {"_youtube.avi", 1920, 1080},
+                    {"_youtube.mpeg", 1920, 1080},
+                    {"_youtube.wmv", 1920, 1080},
+                    {"_youtube.flv", 1920, 1080},
+                    {"_facebook_instagram_twitter_square.mp4", 1080, 1080},
+                    {"_facebook_instagram_twitter_square.mov", 1080, 1080},
+                    {"_facebook_portrait.mp4", 720, 900},
+                    {"_facebook_portrait.mov", 720, 900},
+                    {"_facebook_twitter_portrait.mp4", 720, 1280},
+                    {"_facebook_twitter_portrait.mov", 720, 1280},
+                    {"_facebook_twitter_landscape.mp4", 1280, 720},
+                    {"_facebook_twitter_landscape.mov", 1280, 720},
+                    {"_tiktok_instagram_wechat_portrait.mp4", 1080, 1920},
+                    {"_tiktok_instagram_portrait.mov", 1080, 1920},
+                    {"_instagram_feed.mp4", 1080, 1350},
+                    {"_instagram_feed.mov", 1080, 1350},
+                    {"_telegram.mp4", 640, 360}};
+    std::size_t files = 0;
+    for (const auto& e : std::filesystem::directory_iterator(dir + "/SocialMedia"))
+        files += e.is_regular_file();
+    EXPECT_EQ(files, std::size(variants));
+    for (const auto& v : variants) {
+        const test::ReadBack back = test::read_back(dir + "/SocialMedia/art" + v.suffix);
+        EXPECT_EQ(back.pts.size(), 1u) << v.suffix;
+        EXPECT_EQ(back.width, v.w) << v.suffix;
+        EXPECT_EQ(back.height, v.h) << v.suffix;
+    }
+    // Again into the same folder, which is reused without a word; a source that is no picture is
+    // skipped, and with nothing readable the run says so.
+    const std::string text = dir + "/notes.png";
+    std::FILE* f = std::fopen(text.c_str(), "w");
+    std::fputs("not a picture", f);
+    std::fclose(f);
+    r = test::run_cli({"social", text, "--quiet", "--fit", "stretch"});
+    EXPECT_EQ(r.exit_code, 1);
+    EXPECT_EQ(r.err.find("Failed to create"), std::string::npos) << r.err;
+    EXPECT_NE(r.err.find("Failed to read source"), std::string::npos) << r.err;
 }
 
 }  // namespace
