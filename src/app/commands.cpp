@@ -21,7 +21,6 @@ constexpr std::string_view kNoBatch = "Not available yet: batch runs are not des
 constexpr std::string_view kNoSpike = "Not available yet: spike drawing is not designed";
 constexpr std::string_view kNoSocial = "Not available yet: the social-media set is being built";
 constexpr std::string_view kNoTestVideo = "Not available yet: the test video is being built";
-constexpr std::string_view kNoMetadata = "Not available yet: settings blocks are being built";
 constexpr std::string_view kNoPipeline = "Not available yet: this operation is being built";
 
 constexpr std::string_view kFile = "File";
@@ -60,7 +59,7 @@ constexpr std::array kCommands = {
     Command{cmd::kCycling,         "Cycling",                kFile,      ResultFirst, Picture,     false, Plain,     "",             kNoBatch},
     Command{cmd::kExit,            "Exit",                   kFile,      None,        Always,      false, Plain,     "Ctrl+Q",       {}},
     Command{cmd::kCopyMetadata,    "Copy metadata",          kEdit,      None,        Picture,     false, Plain,     "Ctrl+Shift+C", {}},
-    Command{cmd::kPasteMetadata,   "Paste metadata",         kEdit,      None,        Picture,     false, Plain,     "Ctrl+Shift+V", kNoMetadata},
+    Command{cmd::kPasteMetadata,   "Paste metadata",         kEdit,      None,        Picture,     false, Plain,     "Ctrl+Shift+V", {}},
     Command{cmd::kClearClipboard,  "Clear clipboard",        kEdit,      None,        Picture,     false, Plain,     "",             {}},
     Command{cmd::kResetView,       "Reset view",             kView,      None,        Always,      true,  Plain,     "Ctrl+0",       {}},
     Command{cmd::kViewOriginal,    "Original image",         kView,      None,        Always,      true,  Toggle,    "",             {}},
@@ -76,8 +75,8 @@ constexpr std::array kCommands = {
     Command{cmd::kFilterPrism,     "Prism",                  kFilter,    None,        Picture,     false, Filter,    "",             kNoRefraction},
     Command{cmd::kFilterBrokenGlass, "Broken glass",         kFilter,    None,        Picture,     false, Filter,    "",             kNoRefraction},
     Command{cmd::kFilterKMean,     "K-mean",                 kFilter,    None,        Picture,     false, Filter,    "",             {}},
-    Command{cmd::kTransformNormal, "Normal",                 kTransform, None,        Picture,     false, Transform, "",             kNoPipeline},
-    Command{cmd::kTransformVectorize, "Vectorize",           kTransform, None,        Picture,     false, Transform, "",             kNoPipeline},
+    Command{cmd::kTransformNormal, "Normal",                 kTransform, None,        Picture,     false, Transform, "",             {}},
+    Command{cmd::kTransformVectorize, "Vectorize",           kTransform, None,        Picture,     false, Transform, "",             {}},
     Command{cmd::kTransformAlphabet, "Alphabet",             kTransform, None,        Picture,     false, Transform, "",             kNoAlphabet},
     Command{cmd::kRender,          "Render",                 kTransform, None,        Transformed, false, Plain,     "F5",           {}},
     Command{cmd::kRenderFrame,     "Render frame",           kTransform, Result,      Picture,     false, Plain,     "",             {}},

@@ -149,6 +149,8 @@ private:
     void cmd_show_shapes();
     void cmd_filter(int kind);
     void cmd_open();
+    void cmd_transform(int mode);
+    void cmd_paste_metadata();
     void cmd_save();
     void cmd_copy_metadata();
     void cmd_segments_enabled(bool enabled);

@@ -53,6 +53,9 @@ void MainWindow::register_handlers() {
     on(cmd::kSegmentsEnableAll, [this] { cmd_all_segments_enabled(true); });
     on(cmd::kChangeColor, [this] { cmd_change_color(); });
     on(cmd::kAllEnclosed, [this] { cmd_all_enclosed(); });
+    on(cmd::kTransformNormal, [this] { cmd_transform(0); });
+    on(cmd::kTransformVectorize, [this] { cmd_transform(1); });
+    on(cmd::kPasteMetadata, [this] { cmd_paste_metadata(); });
     on(cmd::kRender, [this] { cmd_render(); });
     on(cmd::kRenderFrame, [this] { cmd_render_frame(); });
     static constexpr std::array<std::array<int, 3>, 6> kSizes = {{{cmd::kVideo640, 640, 480},

@@ -12,6 +12,7 @@
 #include "app/open_picture.h"
 #include "app/save_result.h"
 #include "app/segment_commands.h"
+#include "app/transform_driver.h"
 #include "app/units.h"
 #include "gui/main_window.h"
 #include "gui/picture_view.h"
@@ -51,12 +52,25 @@ void MainWindow::open_path(const QString& path) {
     view_->state().dragging = false;
     doc_.hovered_outline = -1;
     const std::string p = local_path(path);
-    start_job([this, p] { open_picture(doc_, host_, p); },
+    start_job([this, p] { open_or_reuse(doc_, host_, p); },
               [this] {
                   if (!doc_.picture_loaded || !doc_.source) return;
                   set_field_text(ctl::kMin, QString::fromStdString(format_double(doc_.settings.min_size)));
                   reset_view();
               });
+}
+
+void MainWindow::cmd_transform(int mode) {
+    start_job([this, mode] { do_transform(doc_, host_, TransformMode(mode), true); },
+              [this] { reset_view(); });
+}
+
+void MainWindow::cmd_paste_metadata() {
+    const QMimeData* data = QApplication::clipboard()->mimeData();
+    const QByteArray bytes = data ? data->data(QString::fromLatin1(kSettingsMime)) : QByteArray();
+    std::vector<std::uint8_t> copy(bytes.begin(), bytes.end());
+    start_job([this, copy = std::move(copy)] { paste_metadata(doc_, host_, copy); },
+              [this] { reset_view(); });
 }
 
 void MainWindow::cmd_save() {

@@ -1,0 +1,129 @@
+// A whole session driven through the window's commands: open a picture, filter, transform (with the
+// live circles), choose layers and a logo, render, save, and reopen the result with its settings;
+// and Stop in the middle of a transform.
+#include <QAction>
+#include <QComboBox>
+#include <QDir>
+#include <QImage>
+#include <QLineEdit>
+#include <QListWidget>
+#include <QPainter>
+#include <QProgressBar>
+
+#include "app/metadata.h"
+#include "gui/picture_view.h"
+#include "support/recording_host.h"
+#include "window_fixture.h"
+
+using namespace velq;
+using namespace velq::gui;
+using namespace velq::gui::test;
+
+namespace {
+
+// A small scene: sky, ground and a sun, so segments and circle sizes vary.
+QString write_scene(const QString& folder, const QString& name, int w, int h) {
+    QImage img(w, h, QImage::Format_RGB32);
+    QPainter p(&img);
+    p.fillRect(0, 0, w, h / 2, QColor(70, 110, 200));
+    p.fillRect(0, h / 2, w, h - h / 2, QColor(40, 140, 50));
+    p.setBrush(QColor(250, 210, 60));
+    p.setPen(Qt::NoPen);
+    p.drawEllipse(QPoint(w * 2 / 3, h / 4), w / 8, w / 8);
+    p.end();
+    const QString path = QDir(folder).filePath(name);
+    img.save(path);
+    return path;
+}
+
+bool said_count(const QStringList& messages) {
+    for (const QString& m : messages)
+        if (m.startsWith(QStringLiteral("The number of circles is ")) && m.mid(25).toInt() > 0) return true;
+    return false;
+}
+
+}  // namespace
+
+class FullRun : public QObject {
+    Q_OBJECT
+private slots:
+    void openFilterTransformRenderSaveAndReopen() {
+        WindowFixture f;
+        MainWindow& w = *f.window;
+        const QString dir = QString::fromStdString(velq::test::temp_dir("gui_full_run"));
+        f.presenter->open_names = {write_scene(dir, "scene.png", 64, 48)};
+        w.trigger(cmd::kOpen);
+        QTRY_VERIFY(!w.busy());
+        QVERIFY(f.doc().source);
+
+        w.trigger(cmd::kFilterHalfShuffle);
+        QTRY_VERIFY(!w.busy());
+        w.trigger(cmd::kTransformNormal);
+        QTRY_VERIFY_WITH_TIMEOUT(!w.busy(), 60000);
+        QVERIFY2(said_count(f.presenter->messages), qPrintable(f.presenter->messages.join('|')));
+        QVERIFY(f.doc().transformed);
+        QVERIFY(w.action(cmd::kTransformNormal)->isChecked());
+        QVERIFY(w.action(cmd::kRender)->isEnabled());
+        QVERIFY(!w.picture_view().overlay().circles.isEmpty());
+
+        // Layer 2 gets the disc, a palette and a smaller size; a text logo goes on top.
+        w.control<QListWidget>(ctl::kLayerList)->setCurrentRow(2);
+        w.trigger(cmd::kSetAsDefault);
+        w.control<QComboBox>(ctl::kPalette)->setCurrentIndex(7);
+        w.control<QLineEdit>(ctl::kSize)->setText(QStringLiteral("60"));
+        f.doc().layers[2].set_size(60);
+        f.presenter->on_dialog = [](QDialog& d) {
+            d.accept();
+            return d.result();
+        };
+        w.trigger(cmd::kLoadLogo);
+        QVERIFY(f.doc().logo);
+
+        f.presenter->messages.clear();
+        w.trigger(cmd::kRender);
+        QTRY_VERIFY_WITH_TIMEOUT(!w.busy(), 60000);
+        QVERIFY2(f.presenter->messages.isEmpty(), qPrintable(f.presenter->messages.join('|')));
+        QVERIFY(f.doc().rendered);
+
+        const QString saved = QDir(dir).filePath("art.png");
+        f.presenter->save_names = {saved};
+        w.trigger(cmd::kSave);
+        QTRY_VERIFY(!w.busy());
+        velq::test::RecordingHost probe;
+        QVERIFY(detect_metadata(probe, saved.toStdString()));
+
+        // A new window reopens the result with its settings when asked.
+        WindowFixture g;
+        g.presenter->answers = {true};
+        g.presenter->open_names = {saved};
+        g.window->trigger(cmd::kOpen);
+        QTRY_VERIFY_WITH_TIMEOUT(!g.window->busy(), 60000);
+        QCOMPARE(g.presenter->questions, QStringList{QStringLiteral("Meta data detect. Use it?")});
+        QVERIFY(g.doc().rendered);
+        QCOMPARE(g.doc().layers[2].palette, 7);
+        QCOMPARE(g.doc().layers[2].size, 60);
+        QCOMPARE(g.doc().settings.filter_kind, 1);
+        QCOMPARE(g.doc().render_buffer.width(), f.doc().render_buffer.width());
+    }
+
+    void stopDuringATransformKeepsTheCirclesSoFar() {
+        WindowFixture f;
+        MainWindow& w = *f.window;
+        QVERIFY(f.load_picture(velq::test::noise_picture(400, 300, 21)));
+        w.trigger(cmd::kTransformNormal);
+        QTRY_VERIFY_WITH_TIMEOUT(!w.picture_view().overlay().circles.isEmpty() || !w.busy(), 60000);
+        QVERIFY2(w.busy(), "the transform ended before it could be stopped");
+        QTest::keyClick(&w, Qt::Key_Escape);
+        QTRY_VERIFY_WITH_TIMEOUT(!w.busy(), 20000);
+        QVERIFY(!f.doc().circles.empty());
+        QCOMPARE(w.windowTitle(), QStringLiteral("Velquinograph"));
+        QCOMPARE(w.control<QProgressBar>(ctl::kProgress)->value(), 0);
+        QVERIFY(w.action(cmd::kFilterNormal)->isEnabled());
+        w.trigger(cmd::kFilterNormal);
+        QTRY_VERIFY_WITH_TIMEOUT(!w.busy(), 60000);
+        QVERIFY(!f.doc().transformed);
+    }
+};
+
+QTEST_MAIN(FullRun)
+#include "full_run.moc"
