@@ -19,7 +19,6 @@ constexpr std::string_view kNoPassage = "Not available yet: passages are not des
 constexpr std::string_view kNoPsd = "Not available yet: PSD export is not designed";
 constexpr std::string_view kNoBatch = "Not available yet: batch runs are not designed";
 constexpr std::string_view kNoSpike = "Not available yet: spike drawing is not designed";
-constexpr std::string_view kNoSocial = "Not available yet: the social-media set is being built";
 constexpr std::string_view kNoTestVideo = "Not available yet: the test video is being built";
 constexpr std::string_view kNoPipeline = "Not available yet: this operation is being built";
 
@@ -52,8 +51,8 @@ constexpr std::array kCommands = {
     Command{cmd::kVideo2560,       "2560 x 1440",            kVideo,     Result,      Picture,     false, Plain,     "",             {}},
     Command{cmd::kVideo3840,       "3840 x 2160",            kVideo,     Result,      Picture,     false, Plain,     "",             {}},
     Command{cmd::kCustomize,       "Customize",              kVideo,     Result,      Picture,     false, Plain,     "",             {}},
-    Command{cmd::kSocialFit,       "Fit",                    kSocial,    None,        Picture,     false, Plain,     "",             kNoSocial},
-    Command{cmd::kSocialStretch,   "Stretch",                kSocial,    None,        Picture,     false, Plain,     "",             kNoSocial},
+    Command{cmd::kSocialFit,       "Fit",                    kSocial,    None,        Picture,     false, Plain,     "",             {}},
+    Command{cmd::kSocialStretch,   "Stretch",                kSocial,    None,        Picture,     false, Plain,     "",             {}},
     Command{cmd::kExportGif,       "Export to a GIFs",       kFile,      Result,      Picture,     false, Plain,     "",             {}},
     Command{cmd::kFramePsd,        "Export frame to PSD",    kFile,      Result,      Picture,     false, Plain,     "",             kNoPsd},
     Command{cmd::kCycling,         "Cycling",                kFile,      ResultFirst, Picture,     false, Plain,     "",             kNoBatch},

@@ -162,6 +162,7 @@ private:
     void cmd_video(int width, int height);
     void cmd_customize();
     void cmd_export_gif();
+    void cmd_social(int fit);
     void cmd_load_logo();
     void cmd_load_shapes();
     void cmd_set_animation();

@@ -67,6 +67,8 @@ void MainWindow::register_handlers() {
     for (const auto& size : kSizes) on(size[0], [this, w = size[1], h = size[2]] { cmd_video(w, h); });
     on(cmd::kCustomize, [this] { cmd_customize(); });
     on(cmd::kExportGif, [this] { cmd_export_gif(); });
+    on(cmd::kSocialFit, [this] { cmd_social(1); });
+    on(cmd::kSocialStretch, [this] { cmd_social(2); });
     on(cmd::kLoadLogo, [this] { cmd_load_logo(); });
     on(cmd::kLoadShapesFiles, [this] { cmd_load_shapes(); });
     on(cmd::kSetAnimation, [this] { cmd_set_animation(); });

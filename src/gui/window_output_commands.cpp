@@ -94,6 +94,16 @@ void MainWindow::cmd_export_gif() {
     export_video_to(640, 480, true);
 }
 
+void MainWindow::cmd_social(int fit) {
+    const QStringList names = presenter_->open_files(this, single_entry(kOpenPictureTypes), last_folder());
+    if (names.isEmpty()) return;
+    remember_folder(names.front());
+    std::vector<std::string> sources;
+    for (const QString& n : names) sources.push_back(local_path(n));
+    start_job(
+        [this, sources = std::move(sources), fit] { generate_sm_video(doc_, host_, sources, FitMode(fit)); });
+}
+
 void MainWindow::cmd_load_logo() {
     LogoDialog dialog(
         *presenter_,
