@@ -120,7 +120,7 @@ Candidate CornerEvaluator::evaluate(int v, EdgeSearch search) {
                 break;
             }
             // The cone in growing pieces: short first, since most walks end early.
-            const double a = covered, bnd = covered + std::clamp(covered, 2.0, chunk_);
+            const double a = covered, bnd = covered == 0 ? 1.0 : covered + std::clamp(covered, 1.0, chunk_);
             const Box window = Box::of(k.c + a * k.dir, k.c + bnd * k.dir).grown(bnd * k.s + kSlack);
             set_.edges_near(window, seen_, cone_mark, consider);
             covered = bnd;

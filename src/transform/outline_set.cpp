@@ -100,6 +100,7 @@ int OutlineSet::new_vertex(Vec2 p, int ring, int line) {
     Vertex& x = vertices_[std::size_t(v)];
     x.p = p;
     x.ring = ring;
+    if (ring >= 0) ++rings_[std::size_t(ring)].size;
     x.line = line;
     x.next = x.prev = -1;
     x.alive = true;
@@ -123,6 +124,7 @@ void OutlineSet::free_vertex(int v) {
     Vertex& x = vertices_[std::size_t(v)];
     x.alive = false;
     ++x.stamp;
+    --rings_[std::size_t(x.ring)].size;
     order_.erase(v);
     free_.push_back(v);
     removed_.push_back(v);
@@ -590,8 +592,8 @@ void OutlineSet::splice(int piece, std::vector<Crossing>& cr, const std::vector<
         std::uint64_t low = ~std::uint64_t(0);
         std::vector<int> exits;         // its arcs, by the exit that starts each
         bool merged = false;            // arcs from more than one ring
-        bool has_outer = false;
-        int base_exit = -1;             // the arc holding `start`
+        int base_exit = -1;             // the arc from the largest ring: it keeps its labels
+        int base_low = -1;              // that arc's lowest point: the ring's first point after the cut
     };
     std::vector<CycleInfo> cyc(static_cast<std::size_t>(cycles));
     for (std::size_t i = 0; i < cr.size(); ++i) {
@@ -605,12 +607,18 @@ void OutlineSet::splice(int piece, std::vector<Crossing>& cr, const std::vector<
         if (order_.label(low) < c.low) {
             c.low = order_.label(low);
             c.start = low;
+        }
+        const int base_ring = c.base_exit < 0 ? -1 : cr[std::size_t(c.base_exit)].ring;
+        if (c.base_exit < 0 || (x.ring != base_ring && rings_[std::size_t(x.ring)].size > rings_[std::size_t(base_ring)].size) ||
+            (x.ring == base_ring && order_.label(low) < order_.label(c.base_low))) {
             c.base_exit = int(i);
+            c.base_low = low;
         }
         if (!c.exits.empty() && cr[std::size_t(c.exits.front())].ring != x.ring) c.merged = true;
-        c.has_outer = c.has_outer || x.ring == outer;
         c.exits.push_back(int(i));
     }
+    for (CycleInfo& c : cyc)
+        if (!c.merged) c.base_low = c.start;
 
     // Walk the cycles side by side: all of them for holes, all but the largest otherwise.
     std::vector<Walk> walks(static_cast<std::size_t>(cycles));
@@ -687,7 +695,7 @@ void OutlineSet::splice(int piece, std::vector<Crossing>& cr, const std::vector<
         for (int v : w.pts) free_vertex(v);
     };
     auto set_ring = [&](const std::vector<int>& list, int rid) {
-        for (int v : list) vertices_[std::size_t(v)].ring = rid;
+        for (int v : list) move_to_ring(v, rid);
     };
     auto new_ring = [&](int pid, bool hole, int head) {
         const int rid = int(rings_.size());
@@ -707,7 +715,7 @@ void OutlineSet::splice(int piece, std::vector<Crossing>& cr, const std::vector<
         r.alive = true;
         r.hole = hole;
         r.piece = piece;
-        r.head = cyc[std::size_t(c)].start;
+        r.head = cyc[std::size_t(c)].base_low;
         attach_ring(rid);
         if (w.done) {
             set_ring(w.pts, rid);
@@ -719,7 +727,7 @@ void OutlineSet::splice(int piece, std::vector<Crossing>& cr, const std::vector<
             set_ring(spans[std::size_t(f)], rid);
             if (x.ring == rid) continue;
             for (int v = x.end;; v = vertices_[std::size_t(v)].next) {
-                vertices_[std::size_t(v)].ring = rid;
+                move_to_ring(v, rid);
                 if (v == cr[std::size_t(f)].edge) break;
             }
         }
@@ -740,7 +748,7 @@ void OutlineSet::splice(int piece, std::vector<Crossing>& cr, const std::vector<
                 continue;
             }
             const int pid = new_piece();
-            const int rid = new_ring(pid, false, cyc[std::size_t(c)].start);
+            const int rid = new_ring(pid, false, cyc[std::size_t(c)].base_low);
             set_ring(w.pts, rid);
             for (int v : w.pts) report.moved.push_back({v, pid});
             queued.push_back({cyc[std::size_t(c)].low, pid});
@@ -782,11 +790,11 @@ void OutlineSet::splice(int piece, std::vector<Crossing>& cr, const std::vector<
             for (std::size_t k = 0; k < w.pts.size(); ++k)
                 area += cross(vertices_[std::size_t(w.pts[k])].p, vertices_[std::size_t(w.pts[(k + 1) % w.pts.size()])].p);
             if (area < 0) {
-                set_ring(w.pts, new_ring(piece, true, cyc[std::size_t(c)].start));
+                set_ring(w.pts, new_ring(piece, true, cyc[std::size_t(c)].base_low));
                 continue;
             }
             const int pid = new_piece();
-            const int rid = new_ring(pid, false, cyc[std::size_t(c)].start);
+            const int rid = new_ring(pid, false, cyc[std::size_t(c)].base_low);
             set_ring(w.pts, rid);
             for (int v : w.pts) report.moved.push_back({v, pid});
             queued.push_back({cyc[std::size_t(c)].low, pid});
@@ -826,6 +834,14 @@ void OutlineSet::splice(int piece, std::vector<Crossing>& cr, const std::vector<
         for (const auto& item : queued) queue_.push_back(item.second);
     }
     if (cycles > 2) ++stats.slow_topology;
+}
+
+void OutlineSet::move_to_ring(int v, int r) {
+    Vertex& x = vertices_[std::size_t(v)];
+    if (x.ring == r) return;
+    --rings_[std::size_t(x.ring)].size;
+    ++rings_[std::size_t(r)].size;
+    x.ring = r;
 }
 
 void OutlineSet::attach_ring(int r) {

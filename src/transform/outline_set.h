@@ -40,6 +40,7 @@ struct Ring {
     bool hole = false;    // negative orientation: a hole of its piece
     bool alive = false;
     int slot = -1;        // place in its piece's list of rings
+    int size = 0;         // points
 };
 
 struct Piece {
@@ -121,6 +122,7 @@ private:
                         const std::vector<int>& gone);
     double signed_area(int start) const;
     void attach_ring(int r);  // into its piece's list (the outer ring at the front)
+    void move_to_ring(int v, int r);
     void detach_ring(int r);
     // Corners of the regular n-gon on the unit circle, the first at angle `phase`.
     const std::vector<Vec2>& unit_polygon(int n, double phase);

@@ -35,7 +35,7 @@ using Entry = std::tuple<std::uint64_t, int, std::uint32_t>;
 using DirtyHeap = std::priority_queue<Entry, std::vector<Entry>, std::greater<Entry>>;
 
 // Edges are indexed in cells of this size (pixels), about the size of a typical small circle.
-double cell_size(double max_radius) { return std::clamp(max_radius, 8.0, 24.0); }
+double cell_size(double max_radius) { return std::clamp(max_radius, 4.0, 8.0); }
 
 class LiveFeed {
 public:
