@@ -71,6 +71,7 @@ public:
     int piece_of(int v) const { return rings_[std::size_t(vertices_[std::size_t(v)].ring)].piece; }
     std::uint64_t label(int v) const { return order_.label(v); }
     int vertex_count() const { return int(vertices_.size()); }
+    int piece_count() const { return int(pieces_.size()); }
     const Box& extent() const { return extent_; }
 
     // The piece being packed (-1 when all are done), and moving on to the next one.
