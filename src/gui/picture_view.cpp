@@ -83,7 +83,7 @@ void PictureView::paintEvent(QPaintEvent*) {
         p.setPen(outline_pen);
         p.drawPolygon(overlay_.outlines[i]);
     }
-    p.setPen(QPen(QColor(255, 220, 0), 0));
+    p.setPen(QPen(QColor(255, 220, 0, 140), 0));  // see-through, so dense packings still show the picture
     for (const LiveCircle& c : overlay_.circles) p.drawEllipse(QPointF(c.x, c.y), c.r, c.r);
     auto mark = [&](int i, QColor colour) {
         if (i < 0 || i >= overlay_.outlines.size()) return;
