@@ -2,6 +2,8 @@
 
 #include <algorithm>
 #include <cmath>
+#include <memory>
+#include <unordered_map>
 
 #include "render/shape.h"
 
@@ -131,15 +133,13 @@ void SettleBoard::settle(std::uint32_t order) {
 
 // Paints one pixel of a settled shape as the renderer paints the whole shape: every texel that falls
 // on the pixel (two at the picture's left or top edge), rows first, with the renderer's blend.
-void SettleBoard::paint_pixel(std::uint32_t shape, int x, int y, ShapePainter& painter,
+void SettleBoard::paint_pixel(std::uint32_t shape, const UBUFFER& stencil, int x, int y, int g,
                               std::uint8_t* px) const {
     const Circle& c = shapes_[shape];
     const int d = side_of(c);
-    const auto st = painter.stencil(*c.shape, d);
-    if (!st) return;
+    const UBUFFER* st = &stencil;
     const double left = c.x - c.radius, top = c.y - c.radius, k = c.brightness / 100.0;
     const double tint[3] = {c.paint.c2, c.paint.c1, c.paint.c0};
-    const int g = painter.global_brightness();
     const int j0 = std::max(0, int(std::floor(y - top)) - 1),
               j1 = std::min(d - 1, int(std::ceil(y - top)) + 1);
     const int i0 = std::max(0, int(std::floor(x - left)) - 1),
@@ -184,6 +184,14 @@ std::size_t SettleBoard::repair(const UBUFFER& base, UBUFFER& background, ShapeP
     for (std::size_t i = 0; i < idx.size(); ++i) idx[i] = i;
     std::sort(idx.begin(), idx.end(), [&](std::size_t a, std::size_t b) { return pixels[a] < pixels[b]; });
     std::vector<std::uint32_t> on_pixel;
+    // Stencils looked up once per shape for the whole repair.
+    std::unordered_map<std::uint32_t, std::shared_ptr<const UBUFFER>> stencils;
+    auto stencil_of = [&](std::uint32_t u) -> const UBUFFER* {
+        auto [it, fresh] = stencils.try_emplace(u);
+        if (fresh && shapes_[u].shape) it->second = painter.stencil(*shapes_[u].shape, side_of(shapes_[u]));
+        return it->second.get();
+    };
+    const int g = painter.global_brightness();
     for (std::size_t k = 0; k < idx.size(); ++k) {
         if (k > 0 && pixels[idx[k]] == pixels[idx[k - 1]]) continue;
         const auto [y, x] = pixels[idx[k]];
@@ -195,7 +203,8 @@ std::size_t SettleBoard::repair(const UBUFFER& base, UBUFFER& background, ShapeP
         std::uint8_t px[4];
         std::copy_n(&base.at(x, y), 4, px);
         for (std::uint32_t u : on_pixel)
-            if (frame_of_[u] >= 0 && prints_[u].test(x, y)) paint_pixel(u, x, y, painter, px);
+            if (frame_of_[u] >= 0 && prints_[u].test(x, y))
+                if (const UBUFFER* st = stencil_of(u)) paint_pixel(u, *st, x, y, g, px);
         std::copy_n(px, 4, &background.at(x, y));
         ++repaired;
     }

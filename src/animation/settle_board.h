@@ -55,7 +55,8 @@ public:
     std::size_t overlaps() const { return neighbours_.size() / 2; }
 
 private:
-    void paint_pixel(std::uint32_t shape, int x, int y, ShapePainter& painter, std::uint8_t* px) const;
+    void paint_pixel(std::uint32_t shape, const UBUFFER& stencil, int x, int y, int global_brightness,
+                     std::uint8_t* px) const;
 
     std::vector<Circle> shapes_;
     std::vector<Footprint> prints_;
