@@ -147,23 +147,6 @@ std::vector<int> OutlineSet::corners_in_order(int piece) const {
     return out;
 }
 
-const std::vector<Vec2>& OutlineSet::unit_polygon(int n, double phase) {
-    auto fill = [&](std::vector<Vec2>& out) {
-        out.resize(std::size_t(n));
-        for (int j = 0; j < n; ++j) {
-            const double a = phase + 2 * kPiExact * j / n;
-            out[std::size_t(j)] = {std::cos(a), std::sin(a)};
-        }
-    };
-    if (phase != 0) {
-        fill(turned_);
-        return turned_;
-    }
-    if (unit_.size() <= std::size_t(n)) unit_.resize(std::size_t(n) + 1);
-    if (unit_[std::size_t(n)].empty()) fill(unit_[std::size_t(n)]);
-    return unit_[std::size_t(n)];
-}
-
 std::vector<int> OutlineSet::take_relabelled() {
     std::vector<int> out;
     out.swap(order_.relabelled());
@@ -181,6 +164,37 @@ double OutlineSet::signed_area(int start) const {
     return a * 0.5;
 }
 
+bool OutlineSet::inside_ring_near(Vec2 p, int ring, const Box& box) {
+    // Crossings of a ray from p to the nearest side of the ring's box, counted over the ring's own
+    // edges found through the grid, so that the cost follows the ray rather than the ring.
+    const double left = p.x - box.x0, right = box.x1 - p.x, up = p.y - box.y0, down = box.y1 - p.y;
+    const double shortest = std::min({left, right, up, down});
+    const bool horizontal = shortest == left || shortest == right;
+    const double sign = (shortest == right || shortest == down) ? 1.0 : -1.0;
+    Box ray = Box::around(p, 0);
+    if (horizontal) {
+        ray.add(Vec2{sign > 0 ? box.x1 + 1 : box.x0 - 1, p.y});
+    } else {
+        ray.add(Vec2{p.x, sign > 0 ? box.y1 + 1 : box.y0 - 1});
+    }
+    bool in = false;
+    ++mark_;
+    edges_near(ray, seen_, mark_, [&](int e) {
+        if (vertices_[std::size_t(e)].ring != ring) return;
+        Vec2 a = vertices_[std::size_t(e)].p, b = vertices_[std::size_t(vertices_[std::size_t(e)].next)].p;
+        Vec2 q = p;
+        if (!horizontal) {  // the same test with x and y exchanged
+            std::swap(a.x, a.y);
+            std::swap(b.x, b.y);
+            std::swap(q.x, q.y);
+        }
+        if ((a.y > q.y) == (b.y > q.y)) return;
+        const double x = a.x + (q.y - a.y) * (b.x - a.x) / (b.y - a.y);
+        if (sign > 0 ? x > q.x : x < q.x) in = !in;
+    });
+    return in;
+}
+
 bool OutlineSet::point_in_ring(Vec2 p, int start) const {
     bool in = false;
     int v = start;
@@ -196,6 +210,34 @@ bool OutlineSet::point_in_ring(Vec2 p, int start) const {
 
 // ---------------------------------------------------------------------------------------------
 // Cutting
+
+std::vector<Vec2> cut_polygon(Vec2 centre, double radius, int attempt) {
+    const double rc = radius + kSimplify + 1e-4 * (1 + attempt);
+    const int n = std::max(8, int(std::ceil(kPiExact / std::acos(1.0 - kSimplify / rc))));
+    const double rv = rc / std::cos(kPiExact / n);
+    // The corners of the unit n-gon are kept per n (turned ones are made each time).
+    thread_local std::vector<std::vector<Vec2>> units;
+    std::vector<Vec2> turned;
+    const std::vector<Vec2>* unit = nullptr;
+    auto fill = [&](std::vector<Vec2>& out, double phase) {
+        out.resize(std::size_t(n));
+        for (int j = 0; j < n; ++j) {
+            const double a = phase + 2 * kPiExact * j / n;
+            out[std::size_t(j)] = {std::cos(a), std::sin(a)};
+        }
+    };
+    if (attempt == 0) {
+        if (units.size() <= std::size_t(n)) units.resize(std::size_t(n) + 1);
+        if (units[std::size_t(n)].empty()) fill(units[std::size_t(n)], 0.0);
+        unit = &units[std::size_t(n)];
+    } else {
+        fill(turned, attempt * 0.37 * 2 * kPiExact / n);
+        unit = &turned;
+    }
+    std::vector<Vec2> q(static_cast<std::size_t>(n));
+    for (int j = 0; j < n; ++j) q[std::size_t(j)] = centre + rv * (*unit)[std::size_t(j)];
+    return q;
+}
 
 CutReport OutlineSet::cut(int piece, Vec2 centre, double radius, int anchor, PackStats& stats) {
     CutReport report;
@@ -298,20 +340,17 @@ namespace velq::pack {
 
 bool OutlineSet::try_cut(int piece, Vec2 centre, double radius, int anchor, int attempt, PackStats& stats,
                          CutReport& report) {
-    // 1. The polygon: circumscribed about the disc grown by the simplification tolerance, fine
-    //    enough to stay within that tolerance of its circle, turned a little on each retry.
-    const double rc = radius + kSimplify + 1e-4 * (1 + attempt);
-    const int n = std::max(8, int(std::ceil(kPiExact / std::acos(1.0 - kSimplify / rc))));
-    const double phase = attempt * 0.37 * 2 * kPiExact / n;
-    const double rv = rc / std::cos(kPiExact / n);
-    std::vector<Vec2> q(static_cast<std::size_t>(n) + 1), e(static_cast<std::size_t>(n));
-    const std::vector<Vec2>& unit = unit_polygon(n, phase);
-    for (int j = 0; j < n; ++j) q[std::size_t(j)] = centre + rv * unit[std::size_t(j)];
-    q[std::size_t(n)] = q[0];
+    // 1. The polygon and its sides.
+    std::vector<Vec2> q = cut_polygon(centre, radius, attempt);
+    const int n = int(q.size());
+    q.push_back(q[0]);
+    std::vector<Vec2> e(static_cast<std::size_t>(n));
     Box pbox;
+    double rv = 0;  // no point of the polygon is further from the centre
     for (int j = 0; j < n; ++j) {
         e[std::size_t(j)] = q[std::size_t(j) + 1] - q[std::size_t(j)];
         pbox.add(q[std::size_t(j)]);
+        rv = std::max(rv, dist(q[std::size_t(j)], centre));
     }
     pbox = pbox.grown(1e-7);
 
@@ -803,14 +842,25 @@ void OutlineSet::splice(int piece, std::vector<Crossing>& cr, const std::vector<
     }
 
     // Holes that no cut reached stay with the piece that now surrounds them: an island, when one
-    // encloses them.
-    if (!islands.empty() && pc.alive) {
-        std::vector<int> holes(pc.rings.begin() + 1, pc.rings.end());
-        for (int h : holes) {
-            const Vec2 p = vertices_[std::size_t(rings_[std::size_t(h)].head)].p;
-            for (const auto& [c, pid] : islands) {
-                const Walk& w = walks[std::size_t(c)];
-                if (!w.done || !w.box.contains(Box::around(p, 0)) || !point_in_ring(p, w.start)) continue;
+    // encloses them. Only holes with an edge inside an island's box can be inside it.
+    if (!islands.empty() && pc.alive && pc.rings.size() > 1) {
+        for (const auto& [c, pid] : islands) {
+            const Walk& w = walks[std::size_t(c)];
+            if (!w.done) continue;
+            std::vector<int> near;
+            ++mark_;
+            edges_near(w.box, seen_, mark_, [&](int e) {
+                const int r = vertices_[std::size_t(e)].ring;
+                const Ring& ring = rings_[std::size_t(r)];
+                if (ring.alive && ring.hole && ring.piece == piece &&
+                    std::find(near.begin(), near.end(), r) == near.end())
+                    near.push_back(r);
+            });
+            std::sort(near.begin(), near.end());
+            for (int h : near) {
+                const Vec2 p = vertices_[std::size_t(rings_[std::size_t(h)].head)].p;
+                if (!w.box.contains(Box::around(p, 0)) || !inside_ring_near(p, vertices_[std::size_t(w.start)].ring, w.box))
+                    continue;
                 ++stats.slow_topology;
                 detach_ring(h);
                 rings_[std::size_t(h)].piece = pid;
@@ -820,7 +870,6 @@ void OutlineSet::splice(int piece, std::vector<Crossing>& cr, const std::vector<
                     report.moved.push_back({v, pid});
                     v = vertices_[std::size_t(v)].next;
                 } while (v != rings_[std::size_t(h)].head);
-                break;
             }
         }
     }

@@ -58,6 +58,11 @@ struct CutReport {
     std::vector<std::pair<int, int>> moved;
 };
 
+// The polygon a cut takes out: circumscribed about the disc of `radius` grown by the simplification
+// tolerance (so that no later simplification can reach back into the disc), turned a little on each
+// retry (`attempt`). Positive orientation, no repeated first point.
+std::vector<Vec2> cut_polygon(Vec2 centre, double radius, int attempt);
+
 class OutlineSet {
 public:
     // Normalises the region (points within kSamePoint merged, rings of fewer than 3 points dropped,
@@ -125,9 +130,9 @@ private:
     void attach_ring(int r);  // into its piece's list (the outer ring at the front)
     void move_to_ring(int v, int r);
     void detach_ring(int r);
-    // Corners of the regular n-gon on the unit circle, the first at angle `phase`.
-    const std::vector<Vec2>& unit_polygon(int n, double phase);
     bool point_in_ring(Vec2 p, int start) const;
+    // The same for ring `ring` inside `box`, through the grid.
+    bool inside_ring_near(Vec2 p, int ring, const Box& box);
 
     std::vector<Vertex> vertices_;
     std::vector<Line> lines_;
@@ -143,8 +148,6 @@ private:
     std::vector<std::uint32_t> scratch_mark_;  // per point: part of the current cut
     std::uint32_t cut_mark_ = 0;
     std::vector<int> removed_;  // points freed during the running cut
-    std::vector<std::vector<Vec2>> unit_;  // unit_polygon(n, 0) by n
-    std::vector<Vec2> turned_;
 };
 
 template <class Fn>

@@ -59,16 +59,15 @@ BMulti to_boost(const pack::OutlineSet& set) {
     return m;
 }
 
-// The polygon a cut takes out (its first attempt): circumscribed about the disc grown by the
-// simplification tolerance.
-BPolygon cut_polygon(pack::Vec2 c, double radius, double& perimeter) {
-    const double pi = 3.14159265358979323846;
-    const double rc = radius + pack::kSimplify + 1e-4;
-    const int n = std::max(8, int(std::ceil(pi / std::acos(1.0 - pack::kSimplify / rc))));
-    const double rv = rc / std::cos(pi / n);
+// The polygon a cut takes out (its first attempt), and its perimeter.
+BPolygon boost_cut(const pack::Candidate& c, double& perimeter) {
+    const std::vector<pack::Vec2> q = pack::cut_polygon(c.centre, c.radius, 0);
     BPolygon p;
-    for (int j = 0; j <= n; ++j) bg::append(p.outer(), BPoint(c.x + rv * std::cos(2 * pi * (j % n) / n), c.y + rv * std::sin(2 * pi * (j % n) / n)));
-    perimeter = 2 * n * rv * std::sin(pi / n);
+    perimeter = 0;
+    for (std::size_t j = 0; j <= q.size(); ++j) {
+        bg::append(p.outer(), BPoint(q[j % q.size()].x, q[j % q.size()].y));
+        if (j > 0) perimeter += pack::dist(q[j - 1], q[j % q.size()]);
+    }
     return p;
 }
 
@@ -90,7 +89,7 @@ void check_cuts(const PackRegion& region, const pack::CornerRules& rules, int ma
                 ASSERT_EQ(stats.retried_cuts, 0u) << what;
                 set.take_relabelled();
                 double perimeter = 0;
-                const BPolygon hole = cut_polygon(c.centre, c.radius, perimeter);
+                const BPolygon hole = boost_cut(c, perimeter);
                 spans += perimeter;
                 BMulti next;
                 bg::difference(expected, hole, next);
