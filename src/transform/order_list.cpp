@@ -129,8 +129,8 @@ void OrderList::relabel_around(int id) {
             last = q;
             ++count;
         }
-        // A window of 2^i labels may hold (2 / 1.5)^i nodes: sparse windows stay sparse after
-        // spreading, so relabels stay rare (amortised O(log n) per insertion).
+        // A window of 2^i labels may hold (2 / 1.2)^i nodes: windows stay small, and spreading
+        // leaves them sparse, so relabels stay cheap (amortised O(log n) per insertion).
         const double room = std::pow(2.0 / 1.5, i);
         if (double(count + 1) > room && i < kBits) continue;
         const std::uint64_t step = size / (count + 1);

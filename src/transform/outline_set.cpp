@@ -330,6 +330,7 @@ void OutlineSet::clean_span(std::vector<int>& span, CutReport& report) {
         ++u.stamp;
         index_edge(kept[k]);
         report.changed.add(Box::of(u.p, vertices_[std::size_t(kept[k + 1])].p));
+        report.extra.push_back(Box::of(u.p, vertices_[std::size_t(kept[k + 1])].p));
     }
     span = kept;
 }
@@ -448,6 +449,9 @@ bool OutlineSet::try_cut(int piece, Vec2 centre, double radius, int anchor, int 
     const int outer = pieces_[std::size_t(piece)].rings.front();
 
     report.changed = pbox;
+    report.centre = centre;
+    report.reach = rv + 1e-6;
+    report.extra.clear();
     if (cr.empty()) {
         // 4. Nothing crossed: the circle either swallows the whole piece or leaves a hole in it.
         for (int r : swallowed) {
@@ -847,15 +851,23 @@ void OutlineSet::splice(int piece, std::vector<Crossing>& cr, const std::vector<
         for (const auto& [c, pid] : islands) {
             const Walk& w = walks[std::size_t(c)];
             if (!w.done) continue;
+            // Whichever is less work: the piece's holes, or the edges inside the island's box.
             std::vector<int> near;
-            ++mark_;
-            edges_near(w.box, seen_, mark_, [&](int e) {
-                const int r = vertices_[std::size_t(e)].ring;
-                const Ring& ring = rings_[std::size_t(r)];
-                if (ring.alive && ring.hole && ring.piece == piece &&
-                    std::find(near.begin(), near.end(), r) == near.end())
-                    near.push_back(r);
-            });
+            const double cells = (w.box.x1 - w.box.x0) * (w.box.y1 - w.box.y0) / (edges_.cell_size() * edges_.cell_size());
+            if (double(pc.rings.size()) < cells) {
+                for (std::size_t k = 1; k < pc.rings.size(); ++k)
+                    if (w.box.contains(Box::around(vertices_[std::size_t(rings_[std::size_t(pc.rings[k])].head)].p, 0)))
+                        near.push_back(pc.rings[k]);
+            } else {
+                ++mark_;
+                edges_near(w.box, seen_, mark_, [&](int e) {
+                    const int r = vertices_[std::size_t(e)].ring;
+                    const Ring& ring = rings_[std::size_t(r)];
+                    if (ring.alive && ring.hole && ring.piece == piece &&
+                        std::find(near.begin(), near.end(), r) == near.end())
+                        near.push_back(r);
+                });
+            }
             std::sort(near.begin(), near.end());
             for (int h : near) {
                 const Vec2 p = vertices_[std::size_t(rings_[std::size_t(h)].head)].p;

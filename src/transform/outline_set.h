@@ -51,7 +51,10 @@ struct Piece {
 // What a cut changed, for the packer's caches.
 struct CutReport {
     bool done = false;          // false: the splice was inconsistent; nothing changed
-    Box changed;                // corners that looked into this box may have another result now
+    Box changed;                // corners that looked into this box may have another result now:
+    Vec2 centre;                // those that looked into the disc around the cut polygon
+    double reach = 0;
+    std::vector<Box> extra;     // or into the box of a new shortcut edge
     std::vector<int> touched;   // new points and old points whose neighbours changed
     std::vector<int> removed;   // points that went (their numbers may come back as new points)
     // Points that now belong to another piece than before (with that piece).

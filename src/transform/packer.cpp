@@ -62,6 +62,16 @@ private:
     std::vector<LiveCircle> batch_;
 };
 
+// Whether a cut can have changed what a corner remembered in entry `e` depended on.
+bool affects(const CutReport& r, const GridEntry& e) {
+    const double dx = std::max({0.0, double(e.x0) - r.centre.x, r.centre.x - double(e.x1)});
+    const double dy = std::max({0.0, double(e.y0) - r.centre.y, r.centre.y - double(e.y1)});
+    if (dx * dx + dy * dy <= r.reach * r.reach) return true;
+    for (const Box& b : r.extra)
+        if (e.meets(b)) return true;
+    return false;
+}
+
 class FastPacker {
 public:
     FastPacker(OutlineSet& set, const CornerRules& rules, PackStats& stats)
@@ -174,7 +184,7 @@ private:
             for (const GridEntry e : cell) {
                 if (!set_.vertex(e.id).alive || reach_stamp_[std::size_t(e.id)] != e.stamp || dirty_[std::size_t(e.id)])
                     continue;  // stale
-                if (e.meets(report.changed)) {
+                if (affects(report, e)) {
                     mark_dirty(e.id);
                     continue;
                 }
