@@ -74,7 +74,9 @@ std::string make_settings_block(const Document& doc, bool rendered, SettingsBloc
     return {};
 }
 
-double restored_size_fraction(float stored) { return parse_double(format_double(double(stored))); }
+double restored_size_fraction(float stored) {
+    return parse_double(format_double(double(stored)));
+}
 
 bool read_metadata_block(Host& host, const std::string& path, SettingsBlock& block) {
     const BlockFileRead read = read_settings_block(path, block);
@@ -83,9 +85,13 @@ bool read_metadata_block(Host& host, const std::string& path, SettingsBlock& blo
         return false;
     }
     switch (read.status) {
-        case BlockStatus::Ok: return true;
-        case BlockStatus::None: return false;
-        case BlockStatus::Invalid: host.message("Invalid metadata found!"); return false;
+        case BlockStatus::Ok:
+            return true;
+        case BlockStatus::None:
+            return false;
+        case BlockStatus::Invalid:
+            host.message("Invalid metadata found!");
+            return false;
         case BlockStatus::OtherVersion:
             host.message("Found a meta data of the previous version. (" + path + ")");
             return false;
@@ -110,9 +116,13 @@ int write_metadata(const Document& doc, Host& host, const std::string& path) {
     // A file that never opens is given up silently (the picture stays without its block); a write that
     // fails half way is worth telling.
     switch (append_settings_block(host, path, bytes)) {
-        case AppendResult::Written: return 0;
-        case AppendResult::NotOpened: return -1;
-        case AppendResult::WriteFailed: host.message("Failed to write meta data - " + path); return -1;
+        case AppendResult::Written:
+            return 0;
+        case AppendResult::NotOpened:
+            return -1;
+        case AppendResult::WriteFailed:
+            host.message("Failed to write meta data - " + path);
+            return -1;
     }
     return -1;
 }

@@ -67,12 +67,15 @@ int open_or_reuse(Document& doc, Host& host, const std::string& path) {
 int paste_metadata(Document& doc, Host& host, std::span<const std::uint8_t> bytes) {
     SettingsBlock block;
     switch (decode_block_body(bytes, block)) {
-        case BlockStatus::Ok: break;
+        case BlockStatus::Ok:
+            break;
         case BlockStatus::OtherVersion:
             host.message("Found a meta data of the previous version in paste_metadata()");
             return -1;
         case BlockStatus::None:
-        case BlockStatus::Invalid: host.message("Invalid metadata in paste_metadata()"); return -1;
+        case BlockStatus::Invalid:
+            host.message("Invalid metadata in paste_metadata()");
+            return -1;
     }
     if (!block_fits_document(doc, block)) {
         host.message("Invalid metadata in paste_metadata()");

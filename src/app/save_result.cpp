@@ -32,7 +32,8 @@ int save_result(const Document& doc, Host& host, const std::string& name, int en
 
     host.status(1, "Writing to...");
     std::vector<std::uint8_t> picture;
-    PictureError e = encode_picture(picture_type_of(path), doc.render_buffer, doc.rendered_settings.dpi, picture);
+    PictureError e =
+        encode_picture(picture_type_of(path), doc.render_buffer, doc.rendered_settings.dpi, picture);
     if (e == PictureError::None) {
         const bool ok = replace_file_with(path, [&](std::FILE* f) {
             return std::fwrite(picture.data(), 1, picture.size(), f) == picture.size() &&

@@ -51,8 +51,8 @@ void print_text(const std::string& file, const SettingsBlock& block) {
     std::printf("Settings of %s\n", file.c_str());
     std::printf("  source       %s%s\n", s.source_path.c_str(), s.motion_pack ? " (motion pack)" : "");
     std::printf("  version      %d\n", s.version);
-    std::printf("  INT %d  BLU %d  THR %d  GAP %d  DIL %d  K-Mn %d\n", s.interpolation, s.blur, s.threshold, s.gap,
-                s.dilation, s.k_mean);
+    std::printf("  INT %d  BLU %d  THR %d  GAP %d  DIL %d  K-Mn %d\n", s.interpolation, s.blur, s.threshold,
+                s.gap, s.dilation, s.k_mean);
     std::printf("  Max %f  Min %f\n", restored_size_fraction(s.max_size), restored_size_fraction(s.min_size));
     std::printf("  output       %d x %d pixels, %d dpi\n", s.out_width, s.out_height, s.dpi);
     std::printf("  filter       %s\n", std::string(filter_menu_text(FilterKind(s.filter_kind))).c_str());
@@ -62,9 +62,9 @@ void print_text(const std::string& file, const SettingsBlock& block) {
     for (std::size_t i = 0; i < block.layers.size(); ++i) {
         const LayerEntry& e = block.layers[i];
         const LayerRecord& r = e.record;
-        std::printf("  Ly%d - %s T(%d)-S(%d)-B(%d)  palette %s  options %s\n", int(i), r.shown ? "Shown" : "Hidden",
-                    r.transparency, r.size, r.brightness, palette_name(palettes, r.palette).c_str(),
-                    options_text(r).c_str());
+        std::printf("  Ly%d - %s T(%d)-S(%d)-B(%d)  palette %s  options %s\n", int(i),
+                    r.shown ? "Shown" : "Hidden", r.transparency, r.size, r.brightness,
+                    palette_name(palettes, r.palette).c_str(), options_text(r).c_str());
         std::printf("      shapes: %s\n", shapes_text(e).c_str());
         if (!e.passage.empty()) std::printf("      passage: %zu UTF-16 units\n", e.passage.size());
     }

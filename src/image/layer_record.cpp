@@ -15,7 +15,9 @@ namespace {
 // number takes the next free slot; blocks written before it then read it as zero.
 enum Slot { kDuration, kMotion, kScan, kCount, kMotionTime, kTimestamp };
 
-std::size_t slot_at(int slot) { return o::anim_numbers + std::size_t(slot) * 8; }
+std::size_t slot_at(int slot) {
+    return o::anim_numbers + std::size_t(slot) * 8;
+}
 
 bool int_slot(double v, std::int32_t& out) {
     if (!(v >= -2147483648.0 && v <= 2147483647.0) || v != std::trunc(v)) return false;
@@ -104,9 +106,9 @@ bool decode_layer_record(std::span<const std::uint8_t, kLayerRecordSize> in, Lay
     if (!get_text(in, o::font_face, o::font_face_size, r.font.face)) return false;
 
     if (!flag(in[o::first_shape_only], r.first_shape_only) || !flag(in[o::random], r.random) ||
-        !flag(in[o::shuffle], r.shuffle) || !flag(in[o::invert], r.invert) || !flag(in[o::convert], r.convert) ||
-        !flag(in[o::shown], r.shown) || !flag(in[o::case_folding], r.case_folding) ||
-        !flag(in[o::has_shapes], r.has_shapes))
+        !flag(in[o::shuffle], r.shuffle) || !flag(in[o::invert], r.invert) ||
+        !flag(in[o::convert], r.convert) || !flag(in[o::shown], r.shown) ||
+        !flag(in[o::case_folding], r.case_folding) || !flag(in[o::has_shapes], r.has_shapes))
         return false;
     rec = std::move(r);
     return true;

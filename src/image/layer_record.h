@@ -28,7 +28,7 @@ inline constexpr std::size_t first_shape_only = 4352, random = 4353, shuffle = 4
 
 // The passage font as the record keeps it.
 struct FontRecord {
-    std::string face = "Courier New";   // UTF-8
+    std::string face = "Courier New";  // UTF-8
     std::int32_t height = 0;
     std::int32_t weight = 0;
     bool italic = false;
@@ -46,14 +46,14 @@ struct LayerRecord {
     std::int32_t passage_cursor = 0;
     AnimationSettings anim;
     FontRecord font;
-    bool first_shape_only = false;   // the layer paints the built-in disc
+    bool first_shape_only = false;  // the layer paints the built-in disc
     bool random = false;
     bool shuffle = false;
     bool invert = false;
     bool convert = false;
     bool shown = true;
     bool case_folding = false;
-    bool has_shapes = false;         // the layer holds at least one shape
+    bool has_shapes = false;  // the layer holds at least one shape
 
     // Shapes that are neither the default disc nor passage characters came from files, and their
     // paths follow the record in the block.

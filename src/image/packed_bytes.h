@@ -14,12 +14,16 @@ namespace velq {
 
 // --- Fixed records: fields at known offsets inside a buffer the caller sized. ---
 
-inline void put_u8(std::span<std::uint8_t> b, std::size_t at, std::uint8_t v) { b[at] = v; }
+inline void put_u8(std::span<std::uint8_t> b, std::size_t at, std::uint8_t v) {
+    b[at] = v;
+}
 
 inline void put_u32(std::span<std::uint8_t> b, std::size_t at, std::uint32_t v) {
     for (int i = 0; i < 4; ++i) b[at + i] = std::uint8_t(v >> (8 * i));
 }
-inline void put_i32(std::span<std::uint8_t> b, std::size_t at, std::int32_t v) { put_u32(b, at, std::uint32_t(v)); }
+inline void put_i32(std::span<std::uint8_t> b, std::size_t at, std::int32_t v) {
+    put_u32(b, at, std::uint32_t(v));
+}
 
 inline void put_u64(std::span<std::uint8_t> b, std::size_t at, std::uint64_t v) {
     for (int i = 0; i < 8; ++i) b[at + i] = std::uint8_t(v >> (8 * i));
@@ -41,7 +45,9 @@ inline std::uint32_t get_u32(std::span<const std::uint8_t> b, std::size_t at) {
     for (int i = 0; i < 4; ++i) v |= std::uint32_t(b[at + i]) << (8 * i);
     return v;
 }
-inline std::int32_t get_i32(std::span<const std::uint8_t> b, std::size_t at) { return std::int32_t(get_u32(b, at)); }
+inline std::int32_t get_i32(std::span<const std::uint8_t> b, std::size_t at) {
+    return std::int32_t(get_u32(b, at));
+}
 
 inline std::uint64_t get_u64(std::span<const std::uint8_t> b, std::size_t at) {
     std::uint64_t v = 0;

@@ -12,8 +12,8 @@ namespace {
 std::string append_entry(const LayerEntry& entry, std::vector<std::uint8_t>& out) {
     const std::size_t at = out.size();
     out.resize(at + kLayerRecordSize);
-    auto problem = encode_layer_record(entry.record, std::span<std::uint8_t, kLayerRecordSize>(out.data() + at,
-                                                                                               kLayerRecordSize));
+    auto problem = encode_layer_record(
+        entry.record, std::span<std::uint8_t, kLayerRecordSize>(out.data() + at, kLayerRecordSize));
     if (!problem.empty()) return problem;
 
     const std::uint64_t n = entry.passage.size();
@@ -72,8 +72,8 @@ std::string encode_block_body(const SettingsBlock& block, std::vector<std::uint8
     if (block.layers.size() != std::size_t(kBlockLayerCount))
         return "The settings block needs " + std::to_string(kBlockLayerCount) + " layers";
     out.resize(kSettingsRecordSize);
-    auto problem =
-        encode_settings_record(block.settings, std::span<std::uint8_t, kSettingsRecordSize>(out.data(), out.size()));
+    auto problem = encode_settings_record(
+        block.settings, std::span<std::uint8_t, kSettingsRecordSize>(out.data(), out.size()));
     for (std::size_t i = 0; problem.empty() && i < block.layers.size(); ++i)
         problem = append_entry(block.layers[i], out);
     if (problem.empty() && out.size() > std::numeric_limits<std::uint32_t>::max())
@@ -97,12 +97,16 @@ BlockStatus decode_block_body(std::span<const std::uint8_t> body, SettingsBlock&
     if (!has_signature(body)) return BlockStatus::None;
     if (body.size() < kSettingsRecordSize) return BlockStatus::Invalid;
     SettingsBlock b;
-    switch (decode_settings_record(std::span<const std::uint8_t, kSettingsRecordSize>(body.data(), kSettingsRecordSize),
-                                   b.settings)) {
-        case RecordStatus::Ok: break;
-        case RecordStatus::NoSignature: return BlockStatus::None;
-        case RecordStatus::OtherVersion: return BlockStatus::OtherVersion;
-        case RecordStatus::Invalid: return BlockStatus::Invalid;
+    switch (decode_settings_record(
+        std::span<const std::uint8_t, kSettingsRecordSize>(body.data(), kSettingsRecordSize), b.settings)) {
+        case RecordStatus::Ok:
+            break;
+        case RecordStatus::NoSignature:
+            return BlockStatus::None;
+        case RecordStatus::OtherVersion:
+            return BlockStatus::OtherVersion;
+        case RecordStatus::Invalid:
+            return BlockStatus::Invalid;
     }
     ByteCursor cur(body.subspan(kSettingsRecordSize));
     b.layers.resize(kBlockLayerCount);

@@ -30,7 +30,7 @@ struct LayerEntry {
 
 struct SettingsBlock {
     SettingsRecord settings;
-    std::vector<LayerEntry> layers;   // kBlockLayerCount of them, layer 0 first
+    std::vector<LayerEntry> layers;  // kBlockLayerCount of them, layer 0 first
 
     bool operator==(const SettingsBlock&) const = default;
 };
@@ -52,7 +52,7 @@ enum class BlockStatus {
 BlockStatus decode_block_body(std::span<const std::uint8_t> body, SettingsBlock& block);
 
 struct BlockPlace {
-    BlockStatus status = BlockStatus::None;   // Ok: the body lies at [start, start + length)
+    BlockStatus status = BlockStatus::None;  // Ok: the body lies at [start, start + length)
     std::uint64_t start = 0;
     std::uint64_t length = 0;
 };

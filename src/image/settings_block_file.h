@@ -12,8 +12,8 @@
 namespace velq {
 
 struct BlockFileRead {
-    bool opened = false;                      // false: the file could not be opened or read
-    BlockStatus status = BlockStatus::None;   // meaningful when opened
+    bool opened = false;                     // false: the file could not be opened or read
+    BlockStatus status = BlockStatus::None;  // meaningful when opened
 };
 
 // `block` is filled only when the result is opened with status Ok.

@@ -11,12 +11,14 @@ namespace o = settings_offset;
 
 std::string stored_path_problem(std::string_view path) {
     if (fits_text_field(path, kPathFieldSize)) return {};
-    if (path.find('\0') != std::string_view::npos) return "A path with a zero byte cannot be stored with the settings";
+    if (path.find('\0') != std::string_view::npos)
+        return "A path with a zero byte cannot be stored with the settings";
     return "The path is too long to be stored with the settings (" + std::to_string(path.size()) +
            " bytes, at most " + std::to_string(kPathFieldSize - 1) + "): " + std::string(path);
 }
 
-std::string encode_settings_record(const SettingsRecord& rec, std::span<std::uint8_t, kSettingsRecordSize> out) {
+std::string encode_settings_record(const SettingsRecord& rec,
+                                   std::span<std::uint8_t, kSettingsRecordSize> out) {
     if (auto problem = stored_path_problem(rec.source_path); !problem.empty()) return problem;
     std::memset(out.data(), 0, out.size());
     std::memcpy(out.data() + o::signature, kSignature.data(), kSignatureSize);
@@ -42,17 +44,23 @@ std::string encode_settings_record(const SettingsRecord& rec, std::span<std::uin
 }
 
 bool has_signature(std::span<const std::uint8_t> bytes) {
-    return bytes.size() >= kSignatureSize && std::memcmp(bytes.data(), kSignature.data(), kSignatureSize) == 0;
+    return bytes.size() >= kSignatureSize &&
+           std::memcmp(bytes.data(), kSignature.data(), kSignatureSize) == 0;
 }
 
 namespace {
 
-bool in_range(std::int32_t v, std::int32_t lo, std::int32_t hi) { return v >= lo && v <= hi; }
-bool size_fraction(float v) { return std::isfinite(v) && v >= 0.0f; }
+bool in_range(std::int32_t v, std::int32_t lo, std::int32_t hi) {
+    return v >= lo && v <= hi;
+}
+bool size_fraction(float v) {
+    return std::isfinite(v) && v >= 0.0f;
+}
 
 }  // namespace
 
-RecordStatus decode_settings_record(std::span<const std::uint8_t, kSettingsRecordSize> in, SettingsRecord& rec) {
+RecordStatus decode_settings_record(std::span<const std::uint8_t, kSettingsRecordSize> in,
+                                    SettingsRecord& rec) {
     if (!has_signature(in)) return RecordStatus::NoSignature;
     SettingsRecord r;
     r.version = get_i32(in, o::version);
@@ -79,9 +87,9 @@ RecordStatus decode_settings_record(std::span<const std::uint8_t, kSettingsRecor
     // steering later stages into huge allocations or out-of-range tables.
     const bool ok = in_range(r.interpolation, 1, 50) && in_range(r.blur, 0, 10) && r.threshold >= 0 &&
                     in_range(r.out_width, 0, kMaxOutputSide) && in_range(r.out_height, 0, kMaxOutputSide) &&
-                    r.dpi >= 0 && r.dilation >= 0 && r.gap >= 0 && r.k_mean >= 0 && in_range(r.filter_kind, 0, 8) &&
-                    in_range(r.transform_mode, 0, 2) && size_fraction(r.max_size) && size_fraction(r.min_size) &&
-                    pack <= 1;
+                    r.dpi >= 0 && r.dilation >= 0 && r.gap >= 0 && r.k_mean >= 0 &&
+                    in_range(r.filter_kind, 0, 8) && in_range(r.transform_mode, 0, 2) &&
+                    size_fraction(r.max_size) && size_fraction(r.min_size) && pack <= 1;
     if (!ok) return RecordStatus::Invalid;
     for (auto c : r.cycling)
         if (c > 1) return RecordStatus::Invalid;

@@ -26,19 +26,19 @@ inline constexpr std::int32_t kMaxOutputSide = 65535;
 // Offsets of the record's fields.
 namespace settings_offset {
 inline constexpr std::size_t signature = 0, path = 14, version = 4112, interpolation = 4116, blur = 4120,
-                             threshold = 4124, out_width = 4128, out_height = 4132, dpi = 4136, dilation = 4140,
-                             gap = 4144, k_mean = 4148, filter_kind = 4152, transform_mode = 4156,
-                             max_size = 4164, min_size = 4168, flag_byte = 4172, cycling = 4173,
-                             motion_pack = 4194, reserved = 4195;
+                             threshold = 4124, out_width = 4128, out_height = 4132, dpi = 4136,
+                             dilation = 4140, gap = 4144, k_mean = 4148, filter_kind = 4152,
+                             transform_mode = 4156, max_size = 4164, min_size = 4168, flag_byte = 4172,
+                             cycling = 4173, motion_pack = 4194, reserved = 4195;
 }
 
 struct SettingsRecord {
-    std::string source_path;   // UTF-8; the source picture, or the motion pack when one is loaded
+    std::string source_path;  // UTF-8; the source picture, or the motion pack when one is loaded
     std::int32_t version = kMetadataVersion;
-    std::int32_t interpolation = 5;   // INT
-    std::int32_t blur = 1;            // BLU
-    std::int32_t threshold = 20;      // THR
-    std::int32_t out_width = 0;       // output size in pixels
+    std::int32_t interpolation = 5;  // INT
+    std::int32_t blur = 1;           // BLU
+    std::int32_t threshold = 20;     // THR
+    std::int32_t out_width = 0;      // output size in pixels
     std::int32_t out_height = 0;
     std::int32_t dpi = 96;
     std::int32_t dilation = 0;        // DIL
@@ -60,7 +60,8 @@ struct SettingsRecord {
 std::string stored_path_problem(std::string_view path);
 
 // Lays the record out in `out`. Returns "" or the message saying why it cannot be stored.
-std::string encode_settings_record(const SettingsRecord& rec, std::span<std::uint8_t, kSettingsRecordSize> out);
+std::string encode_settings_record(const SettingsRecord& rec,
+                                   std::span<std::uint8_t, kSettingsRecordSize> out);
 
 enum class RecordStatus {
     Ok,
@@ -72,6 +73,7 @@ enum class RecordStatus {
 // True when the first 14 bytes are the signature.
 bool has_signature(std::span<const std::uint8_t> bytes);
 // Reads a record; `rec` is filled only when the result is Ok.
-RecordStatus decode_settings_record(std::span<const std::uint8_t, kSettingsRecordSize> in, SettingsRecord& rec);
+RecordStatus decode_settings_record(std::span<const std::uint8_t, kSettingsRecordSize> in,
+                                    SettingsRecord& rec);
 
 }  // namespace velq

@@ -185,14 +185,20 @@ TEST(MetadataApply, LoadLayersRefusesWhatItCannotUse) {
     const std::string missing = dir + "/gone.png";
     const Case cases[] = {
         {"no block", nullptr, {"No metadata found!"}, -1, false},
-        {"palette the Document lacks", [](Document& d) { d.layers[4].palette = int(d.palettes.size()); },
-         {"Invalid metadata found!"}, -1, false},
+        {"palette the Document lacks",
+         [](Document& d) { d.layers[4].palette = int(d.palettes.size()); },
+         {"Invalid metadata found!"},
+         -1,
+         false},
         {"shape file gone",
          [&](Document& d) {
-             ASSERT_EQ(load_shapes(host, d.layers[3], std::vector<std::string>{shape_file(dir, "gone.png", 9)}), 0);
+             ASSERT_EQ(
+                 load_shapes(host, d.layers[3], std::vector<std::string>{shape_file(dir, "gone.png", 9)}), 0);
              fs::remove(missing);
          },
-         {"Failed to read_shape", "Failed to read shape in " + missing}, -1, true},
+         {"Failed to read_shape", "Failed to read shape in " + missing},
+         -1,
+         true},
     };
     for (const auto& c : cases) {
         std::string path = plain;

@@ -57,7 +57,9 @@ struct Made {
         int w = 0, h = 0;
         render_size(doc, w, h);
         ASSERT_EQ(generate_shaped_image(doc, host, w, h), 0);
-        ASSERT_TRUE(doc.rendered) << (host.messages().empty() ? std::string("no message") : host.messages().back()) << " circles " << doc.circles.size();
+        ASSERT_TRUE(doc.rendered) << (host.messages().empty() ? std::string("no message")
+                                                              : host.messages().back())
+                                  << " circles " << doc.circles.size();
     }
 };
 
@@ -80,7 +82,8 @@ TEST(MetadataReuse, ReopeningASavedResultRendersTheSamePicture) {
         test::RecordingHost host;
         host.answers = {true};
         Document again(host);
-        ASSERT_EQ(open_or_reuse(again, host, saved), 0) << (host.messages().empty() ? "" : host.messages()[0]);
+        ASSERT_EQ(open_or_reuse(again, host, saved), 0)
+            << (host.messages().empty() ? "" : host.messages()[0]);
         EXPECT_EQ(host.questions(), std::vector<std::string>{"Meta data detect. Use it?"});
         EXPECT_EQ(again.path, fs::absolute(m.source).lexically_normal().string());
         EXPECT_TRUE(again.rendered);

@@ -56,11 +56,8 @@ TEST(SaveResult, WritesThePictureWithItsResolutionAndOneBlockEachTime) {
         bool exact;  // lossless format: the pixels come back as rendered
     };
     const Case cases[] = {
-        {"a.png", 2, "a.png", true},
-        {"b", 3, "b.png", true},
-        {"c", 4, "c.bmp", true},
-        {"d.JPEG", 3, "d.JPEG", false},
-        {"e.tif", 2, "e.tif.jpg", false},
+        {"a.png", 2, "a.png", true},    {"b", 3, "b.png", true},          {"c", 4, "c.bmp", true},
+        {"d.JPEG", 3, "d.JPEG", false}, {"e.tif", 2, "e.tif.jpg", false},
     };
     for (const auto& c : cases) {
         Rendered r;
@@ -68,7 +65,8 @@ TEST(SaveResult, WritesThePictureWithItsResolutionAndOneBlockEachTime) {
         ASSERT_EQ(make_settings_block(r.doc, true, want), "");
         const std::string target = dir + "/" + c.written;
         for (int round = 0; round < 2; ++round) {  // saving twice into the same name
-            ASSERT_EQ(save_result(r.doc, r.host, dir + "/" + c.name, c.entry), 0) << c.name << r.host.messages()[0];
+            ASSERT_EQ(save_result(r.doc, r.host, dir + "/" + c.name, c.entry), 0)
+                << c.name << r.host.messages()[0];
             const Bytes file = slurp(target);
             EXPECT_EQ(signatures_in(file), 2) << c.name << ": one record and one trailer";
             SettingsBlock back;

@@ -20,7 +20,8 @@ struct ToolRun {
 
 // Runs the tool; stderr is folded into the captured text when `with_stderr`.
 ToolRun run_tool(const std::string& args, bool with_stderr = false) {
-    const std::string cmd = std::string(VELQ_CLI_PATH) + " " + args + (with_stderr ? " 2>&1" : " 2>/dev/null");
+    const std::string cmd =
+        std::string(VELQ_CLI_PATH) + " " + args + (with_stderr ? " 2>&1" : " 2>/dev/null");
     ToolRun r;
     FILE* p = popen(cmd.c_str(), "r");
     if (!p) return r;
@@ -33,7 +34,8 @@ ToolRun run_tool(const std::string& args, bool with_stderr = false) {
 }
 
 void write_bytes(const std::string& path, const std::vector<std::uint8_t>& b) {
-    std::ofstream(path, std::ios::binary).write(reinterpret_cast<const char*>(b.data()), std::streamsize(b.size()));
+    std::ofstream(path, std::ios::binary)
+        .write(reinterpret_cast<const char*>(b.data()), std::streamsize(b.size()));
 }
 
 TEST(CliInfo, PrintsTheBlockAsJsonAndAsText) {
@@ -53,7 +55,7 @@ TEST(CliInfo, PrintsTheBlockAsJsonAndAsText) {
     const struct {
         const char* key;
         int want;
-    } ints[] = {{"int", 7}, {"blu", 3}, {"thr", 33}, {"width", 1234}, {"height", 987},  {"dpi", 300},
+    } ints[] = {{"int", 7}, {"blu", 3}, {"thr", 33}, {"width", 1234}, {"height", 987}, {"dpi", 300},
                 {"dil", 2}, {"gap", 4}, {"k", 6},    {"filter", 8},   {"transform", 1}};
     for (auto c : ints) EXPECT_EQ(j[c.key], c.want) << c.key;
     EXPECT_EQ(j["max"].get<double>(), 0.03);

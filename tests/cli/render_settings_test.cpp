@@ -36,9 +36,9 @@ struct Files {
         };
         EXPECT_EQ(write_picture(source, picture(0xFFE04010u, 0xFF1030C0u), 150), PictureError::None);
         EXPECT_EQ(write_picture(other, picture(0xFF20C060u, 0xFFF0F0F0u), 72), PictureError::None);
-        const test::CliResult r =
-            test::run_cli({"render", source, "-o", first, "--quiet", "--int", "2", "--blu", "0", "--thr", "14",
-                           "--max", "0.05", "--min", "0.0125", "--width", "160", "--layer", "1:palette=7,size=70,invert"});
+        const test::CliResult r = test::run_cli(
+            {"render", source, "-o", first, "--quiet", "--int", "2", "--blu", "0", "--thr", "14", "--max",
+             "0.05", "--min", "0.0125", "--width", "160", "--layer", "1:palette=7,size=70,invert"});
         EXPECT_EQ(r.exit_code, 0) << r.err;
     }
     ~Files() { fs::remove_all(dir); }
@@ -65,11 +65,27 @@ TEST(RenderSettings, AnInputTakesTheSettingsAndTheLineOverridesThem) {
         int thr, width, dpi, palette;
         std::string source;
     } cases[] = {
-        {"the block over another picture", {"render", f.other, "--settings", f.first}, 14, 79, 72, 7, f.other},
-        {"options over the block", {"render", "--settings", f.first, "--thr", "30", "--layer", "1:palette=2"}, 30, 160,
-         150, 2, f.source},
-        {"size and resolution on the line", {"render", "--settings", f.first, "--width", "120", "--dpi", "300"}, 14,
-         120, 300, 7, f.source},
+        {"the block over another picture",
+         {"render", f.other, "--settings", f.first},
+         14,
+         79,
+         72,
+         7,
+         f.other},
+        {"options over the block",
+         {"render", "--settings", f.first, "--thr", "30", "--layer", "1:palette=2"},
+         30,
+         160,
+         150,
+         2,
+         f.source},
+        {"size and resolution on the line",
+         {"render", "--settings", f.first, "--width", "120", "--dpi", "300"},
+         14,
+         120,
+         300,
+         7,
+         f.source},
     };
     for (const auto& c : cases) {
         const std::string out = f.dir + "/out.png";
@@ -102,11 +118,15 @@ TEST(RenderSettings, RefusesWhatItCannotUse) {
         int code;
         std::string err;
     } cases[] = {
-        {"no block", {"render", "--settings", f.other, "-o", f.dir + "/x.png"}, 1,
+        {"no block",
+         {"render", "--settings", f.other, "-o", f.dir + "/x.png"},
+         1,
          "Velquinograph: No metadata found!\n"},
-        {"source gone", {"render", "--settings", moved, "-o", f.dir + "/x.png", "--quiet"}, 1,
-         "Velquinograph: Invalid filename in read_image - (" + abs + ")\nVelquinograph: Failed to read image- " + abs +
-             "\n"},
+        {"source gone",
+         {"render", "--settings", moved, "-o", f.dir + "/x.png", "--quiet"},
+         1,
+         "Velquinograph: Invalid filename in read_image - (" + abs +
+             ")\nVelquinograph: Failed to read image- " + abs + "\n"},
         {"neither input nor settings", {"render", "-o", f.dir + "/x.png"}, 2, ""},
     };
     for (const auto& c : cases) {

@@ -165,6 +165,35 @@ private slots:
         data = QApplication::clipboard()->mimeData();
         QVERIFY(!data || !data->hasFormat(QStringLiteral("application/x-velquinograph-settings")));
     }
+
+    void pasteAppliesTheCopiedSettingsToTheOpenPicture() {
+        WindowFixture from;
+        QVERIFY(from.load_picture(velq::test::noise_picture(24, 16, 3)));
+        from.window->control<QLineEdit>(ctl::kThr)->setText(QStringLiteral("33"));
+        from.window->control<QLineEdit>(ctl::kMax)->setText(QStringLiteral("0.05"));
+        from.doc().layers[2].set_size(140);
+        from.window->trigger(cmd::kFilterNormal);  // the fields go into the settings
+        QTRY_VERIFY(!from.window->busy());
+        from.window->trigger(cmd::kCopyMetadata);
+
+        WindowFixture to;
+        MainWindow& w = *to.window;
+        QVERIFY(to.load_picture(velq::test::noise_picture(24, 16, 3)));
+        QVERIFY(w.action(cmd::kPasteMetadata)->isEnabled());
+        w.trigger(cmd::kPasteMetadata);
+        QTRY_VERIFY(!w.busy());
+        QVERIFY2(to.presenter->messages.isEmpty(), qPrintable(to.presenter->messages.join('|')));
+        QCOMPARE(w.control<QLineEdit>(ctl::kThr)->text(), QStringLiteral("33"));
+        QCOMPARE(w.control<QLineEdit>(ctl::kMax)->text(), QStringLiteral("0.050000"));
+        QCOMPARE(to.doc().layers[2].size, 140);
+        QVERIFY(to.doc().transformed);
+        QVERIFY(w.action(cmd::kRender)->isEnabled());
+
+        QApplication::clipboard()->clear();
+        w.trigger(cmd::kPasteMetadata);
+        QTRY_VERIFY(!w.busy());
+        QCOMPARE(to.presenter->messages, QStringList{QStringLiteral("Invalid metadata in paste_metadata()")});
+    }
 };
 
 QTEST_MAIN(FileCommands)

@@ -13,7 +13,9 @@ namespace {
 
 using Record = std::array<std::uint8_t, kLayerRecordSize>;
 
-void put(Record& r, std::size_t at, const void* v, std::size_t n) { std::memcpy(r.data() + at, v, n); }
+void put(Record& r, std::size_t at, const void* v, std::size_t n) {
+    std::memcpy(r.data() + at, v, n);
+}
 
 LayerRecord odd_layer() {
     LayerRecord r;
@@ -52,8 +54,8 @@ TEST(LayerRecord, EveryFieldLandsOnItsOffsetAndEverythingElseIsZero) {
     // Expected bytes from the documented table; the host is little-endian, as the layout.
     static_assert(std::endian::native == std::endian::little);
     Record want{};
-    const std::int32_t ints[][2] = {{0, 1},      {4, 128}, {8, 300},    {12, 1000}, {16, 5},
-                                    {20, 3},     {24, 9},  {1568, -24}, {1572, 700}};
+    const std::int32_t ints[][2] = {{0, 1},  {4, 128}, {8, 300},    {12, 1000}, {16, 5},
+                                    {20, 3}, {24, 9},  {1568, -24}, {1572, 700}};
     for (auto [at, v] : ints) put(want, std::size_t(at), &v, 4);
     const double numbers[] = {7.5, 3, 6, 4, 2.25, 1.5};
     for (int s = 0; s < 6; ++s) put(want, 32 + 8 * s, &numbers[s], 8);
@@ -74,8 +76,8 @@ TEST(LayerRecord, FileShapeTestReadsTheThreeDescribedPlaces) {
         bool passage, disc, has_shapes, files;
     };
     const Case cases[] = {
-        {false, false, true, true},  {false, false, false, false}, {true, false, true, false},
-        {false, true, true, false},  {true, true, true, false},
+        {false, false, true, true}, {false, false, false, false}, {true, false, true, false},
+        {false, true, true, false}, {true, true, true, false},
     };
     for (const auto& c : cases) {
         LayerRecord rec;

@@ -60,7 +60,7 @@ TEST(SettingsBlock, EntryLayoutIsRecordCountPassageThenPaths) {
     const SettingsBlock block = test::sample_block();
     Bytes body;
     ASSERT_EQ(encode_block_body(block, body), "");
-    const std::size_t at = test::entry_offset(block, 2);   // two file shapes, passage "Layer passage"
+    const std::size_t at = test::entry_offset(block, 2);  // two file shapes, passage "Layer passage"
     const std::size_t n = block.layers[2].passage.size();
     std::uint64_t count = 0;
     std::memcpy(&count, body.data() + at + kLayerRecordSize, 8);
@@ -166,7 +166,8 @@ TEST(SettingsBlock, FileTailsAreSortedIntoNoneInvalidAndOtherVersion) {
              return b;
          },
          BlockStatus::OtherVersion},
-        {"block alone, no picture", [&] { return Bytes(good.begin() + body_at, good.end()); }, BlockStatus::Ok},
+        {"block alone, no picture", [&] { return Bytes(good.begin() + body_at, good.end()); },
+         BlockStatus::Ok},
     };
     for (const auto& c : cases) {
         const Bytes file = c.make();
@@ -207,16 +208,16 @@ TEST(SettingsBlock, LengthsAndCountsAreCheckedAgainstTheBytesThere) {
         {"N = 2^63", [&](Bytes& b) { set_u64(b, n2_at, std::uint64_t(1) << 63); }, BlockStatus::Invalid},
         {"N = 2^64 - 1", [&](Bytes& b) { set_u64(b, n2_at, ~std::uint64_t(0)); }, BlockStatus::Invalid},
         {"N one more than the bytes left",
-         [&](Bytes& b) { set_u64(b, n2_at, (b.size() - n2_at - 8) / 2 + 1); },
-         BlockStatus::Invalid},
+         [&](Bytes& b) { set_u64(b, n2_at, (b.size() - n2_at - 8) / 2 + 1); }, BlockStatus::Invalid},
         {"M negative", [&](Bytes& b) { set_u32(b, m2_at, 0xFFFFFFFFu); }, BlockStatus::Invalid},
         {"M past the bytes left", [&](Bytes& b) { set_u32(b, m2_at, 1000000); }, BlockStatus::Invalid},
         {"M one short", [&](Bytes& b) { set_u32(b, m2_at, 1); }, BlockStatus::Invalid},
-        {"path without its zero",
-         [&](Bytes& b) { std::memset(b.data() + m2_at + 4 + 4096, 'a', 4096); },
+        {"path without its zero", [&](Bytes& b) { std::memset(b.data() + m2_at + 4 + 4096, 'a', 4096); },
          BlockStatus::Invalid},
         {"passage layer claiming files",
-         [&](Bytes& b) { std::memset(b.data() + e3, 0, 4); },  // its paths would start inside the passage count
+         [&](Bytes& b) {
+             std::memset(b.data() + e3, 0, 4);
+         },  // its paths would start inside the passage count
          BlockStatus::Invalid},
         {"layer field out of range", [&](Bytes& b) { set_u32(b, e3 + 4, 999); }, BlockStatus::Invalid},
         {"settings field out of range", [&](Bytes& b) { set_u32(b, 4152, 42); }, BlockStatus::Invalid},
@@ -241,7 +242,8 @@ TEST(SettingsBlock, EncodingRefusesWhatCannotBeStored) {
     const Case cases[] = {
         {"eight layers", [](SettingsBlock& b) { b.layers.pop_back(); }, "9 layers"},
         {"long source path", [](SettingsBlock& b) { b.settings.source_path.assign(4096, 's'); }, "too long"},
-        {"long shape path", [](SettingsBlock& b) { b.layers[2].shape_paths[1].assign(5000, 's'); }, "too long"},
+        {"long shape path", [](SettingsBlock& b) { b.layers[2].shape_paths[1].assign(5000, 's'); },
+         "too long"},
         {"long face", [](SettingsBlock& b) { b.layers[8].record.font.face.assign(300, 'f'); }, "font name"},
     };
     for (const auto& c : cases) {

@@ -13,7 +13,9 @@ namespace {
 using Bytes = std::vector<std::uint8_t>;
 using Record = std::array<std::uint8_t, kSettingsRecordSize>;
 
-Bytes le32(std::uint32_t v) { return {std::uint8_t(v), std::uint8_t(v >> 8), std::uint8_t(v >> 16), std::uint8_t(v >> 24)}; }
+Bytes le32(std::uint32_t v) {
+    return {std::uint8_t(v), std::uint8_t(v >> 8), std::uint8_t(v >> 16), std::uint8_t(v >> 24)};
+}
 
 TEST(SettingsRecord, EveryFieldLandsOnItsOffsetAndEverythingElseIsZero) {
     const SettingsRecord rec = test::sample_block().settings;
@@ -104,7 +106,8 @@ TEST(SettingsRecord, DecodingSortsRecordsByWhatIsWrong) {
         {"signature zero", [](Record& r) { r[13] = '!'; }, RecordStatus::NoSignature},
         {"version 3", [&](Record& r) { i32(r, 4112, 3); }, RecordStatus::OtherVersion},
         {"version 5", [&](Record& r) { i32(r, 4112, 5); }, RecordStatus::OtherVersion},
-        {"unterminated path", [](Record& r) { std::memset(r.data() + 14, 'x', 4096); }, RecordStatus::Invalid},
+        {"unterminated path", [](Record& r) { std::memset(r.data() + 14, 'x', 4096); },
+         RecordStatus::Invalid},
         {"INT 0", [&](Record& r) { i32(r, 4116, 0); }, RecordStatus::Invalid},
         {"INT 51", [&](Record& r) { i32(r, 4116, 51); }, RecordStatus::Invalid},
         {"BLU 11", [&](Record& r) { i32(r, 4120, 11); }, RecordStatus::Invalid},
