@@ -115,7 +115,8 @@ void SettleBoard::reset(std::vector<Circle> shapes, std::vector<Footprint> print
         neighbours_[fill[o.first]++] = o.second;
         neighbours_[fill[o.second]++] = o.first;
     }
-    for (std::size_t i = 0; i < n; ++i) std::sort(&neighbours_[offsets_[i]], &neighbours_[offsets_[i + 1]]);
+    for (std::size_t i = 0; i < n; ++i)
+        std::sort(neighbours_.begin() + offsets_[i], neighbours_.begin() + offsets_[i + 1]);
     rewind();
 }
 
