@@ -68,6 +68,10 @@ int open_or_reuse(Document& doc, Host& host, const std::string& path);
 // or -1 after the message ("Failed to read meta data" when the block cannot be read).
 int read_metadata(Document& doc, Host& host, const std::string& path);
 
+// The whole of reopening from a block already read: reopen_from_block, then the stored filter,
+// transform and render at the stored output size. Returns 0, or -1 after the message.
+int remake_from_block(Document& doc, Host& host, const SettingsBlock& block);
+
 // The first half of reopening: the stored settings and source picture, then the layers; nothing is
 // filtered. The tool uses it to let its options override the block before running. Returns 0, or -1
 // after the message (with the picture read when only a shape file failed).

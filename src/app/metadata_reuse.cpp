@@ -43,12 +43,7 @@ int reopen_from_block(Document& doc, Host& host, const SettingsBlock& block) {
     return apply_block_layers(doc, host, block) == 0 ? 0 : -1;
 }
 
-int read_metadata(Document& doc, Host& host, const std::string& path) {
-    SettingsBlock block;
-    if (!read_metadata_block(host, path, block)) {
-        host.message("Failed to read meta data");
-        return -1;
-    }
+int remake_from_block(Document& doc, Host& host, const SettingsBlock& block) {
     // A layer whose shape file is gone was reported; the result is remade with what could be read.
     if (reopen_from_block(doc, host, block) != 0 && !doc.source) return -1;
     if (run_stored_filter_and_transform(doc, host, block.settings) != 0) return -1;
@@ -56,6 +51,15 @@ int read_metadata(Document& doc, Host& host, const std::string& path) {
     int width = 0, height = 0;
     render_size(doc, width, height);
     return generate_shaped_image(doc, host, width, height) == 0 && doc.rendered ? 0 : -1;
+}
+
+int read_metadata(Document& doc, Host& host, const std::string& path) {
+    SettingsBlock block;
+    if (!read_metadata_block(host, path, block)) {
+        host.message("Failed to read meta data");
+        return -1;
+    }
+    return remake_from_block(doc, host, block);
 }
 
 int open_or_reuse(Document& doc, Host& host, const std::string& path) {

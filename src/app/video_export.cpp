@@ -10,11 +10,8 @@
 #include <vector>
 
 #include "app/document_animation.h"
-#include "app/filter_driver.h"
 #include "app/metadata.h"
-#include "app/open_picture.h"
 #include "app/render_op.h"
-#include "app/transform_driver.h"
 #include "image/picture_header.h"
 #include "video/encoder.h"
 #include "video/export_loop.h"
@@ -65,31 +62,6 @@ bool readable_picture(const std::string& path) {
     in.read(reinterpret_cast<char*>(head.data()), std::streamsize(head.size()));
     head.resize(std::size_t(in.gcount()));
     return read_picture_header(head).sized();
-}
-
-// The result a saved picture records, made again as Open with Yes makes it: the block's settings
-// and layers, the source picture it names, its filter and transform, the output size, the render.
-int remake_from_block(Document& doc, Host& host, const SettingsBlock& block) {
-    const SettingsRecord& r = block.settings;
-    if (!block_fits_document(doc, block)) {
-        host.message("Invalid metadata found!");
-        return -1;
-    }
-    apply_block_settings(doc, r);
-    doc.reset();
-    init_operation(doc);
-    if (read_image(doc, host, r.source_path) != 0) {
-        host.message("Failed to read image- " + r.source_path);
-        return -1;
-    }
-    if (apply_block_layers(doc, host, block) != 0 && !doc.source) return -1;
-    if (do_filter(doc, host, FilterKind(r.filter_kind), doc.settings.memory_limit) != 0 || host.stopped())
-        return -1;
-    if (do_transform(doc, host, TransformMode(r.transform_mode), false) != 0 || !doc.transformed) return -1;
-    restore_output_size(doc, r);
-    int w = 0, h = 0;
-    render_size(doc, w, h);
-    return generate_shaped_image(doc, host, w, h) == 0 && doc.rendered ? 0 : -1;
 }
 
 }  // namespace

@@ -27,16 +27,13 @@
 #include "app/view.h"
 #include "gui/image_adapter.h"
 #include "gui/picture_view.h"
+#include "gui/qt_text.h"
 #include "gui/sleep_inhibitor.h"
 #include "render/palette.h"
 
 namespace velq::gui {
 
 namespace {
-
-QString q(std::string_view s) {
-    return QString::fromUtf8(s.data(), qsizetype(s.size()));
-}
 
 // Commands after which the menu draws a separator line.
 bool separator_before(int id) {

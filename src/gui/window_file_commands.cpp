@@ -16,27 +16,10 @@
 #include "app/units.h"
 #include "gui/main_window.h"
 #include "gui/picture_view.h"
+#include "gui/qt_text.h"
 #include "image/file_types.h"
 
 namespace velq::gui {
-
-namespace {
-
-QString q(std::string_view s) {
-    return QString::fromUtf8(s.data(), qsizetype(s.size()));
-}
-
-// A single-entry type list ("All Graphics Types|*.bmp;...") shown as one entry named by its whole text.
-FileType single_entry(std::string_view list) {
-    const auto bar = list.find('|');
-    return {q(list), bar == std::string_view::npos ? QStringLiteral("*") : q(list.substr(bar + 1))};
-}
-
-std::string local_path(const QString& path) {
-    return QFile::encodeName(path).toStdString();
-}
-
-}  // namespace
 
 static const char* const kSettingsMime = "application/x-velquinograph-settings";
 

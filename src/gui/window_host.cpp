@@ -5,14 +5,9 @@
 #include <QImage>
 
 #include "gui/image_adapter.h"
+#include "gui/qt_text.h"
 
 namespace velq::gui {
-
-namespace {
-QString q(std::string_view s) {
-    return QString::fromUtf8(s.data(), qsizetype(s.size()));
-}
-}  // namespace
 
 WindowHost::WindowHost(QObject* parent) : QObject(parent), gui_thread_(std::this_thread::get_id()) {}
 

@@ -13,28 +13,12 @@
 #include "gui/logo_dialog.h"
 #include "gui/main_window.h"
 #include "gui/picture_view.h"
+#include "gui/qt_text.h"
 #include "image/file_types.h"
 #include "render/layer.h"
 #include "render/logo.h"
 
 namespace velq::gui {
-
-namespace {
-
-QString q(std::string_view s) {
-    return QString::fromUtf8(s.data(), qsizetype(s.size()));
-}
-
-FileType single_entry(std::string_view list) {
-    const auto bar = list.find('|');
-    return {q(list), bar == std::string_view::npos ? QStringLiteral("*") : q(list.substr(bar + 1))};
-}
-
-std::string local_path(const QString& path) {
-    return QFile::encodeName(path).toStdString();
-}
-
-}  // namespace
 
 void MainWindow::cmd_render() {
     int width = 0, height = 0;

@@ -72,4 +72,10 @@ private:
 // FFmpeg's text for an error code, at most 64 characters as the diagnostics print it.
 std::string av_error_text(int code);
 
+// Sends a frame (nullptr drains) to the encoder and writes every packet it gives back to the
+// stream, with the time stamps moved to the stream's time base. 0 when the encoder wants more, 1
+// when it is drained, -1 after a diagnostic on stderr.
+int send_and_write(AVCodecContext* enc, AVPacket* pkt, AVFormatContext* fmt, AVStream* stream,
+                   AVFrame* frame);
+
 }  // namespace velq

@@ -41,6 +41,31 @@ std::string av_error_text(int code) {
     return text;
 }
 
+int send_and_write(AVCodecContext* enc, AVPacket* pkt, AVFormatContext* fmt, AVStream* stream,
+                   AVFrame* frame) {
+    int r = avcodec_send_frame(enc, frame);
+    if (r < 0) {
+        std::fprintf(stderr, "Could not send frame: %s\n", av_error_text(r).c_str());
+        return -1;
+    }
+    for (;;) {
+        r = avcodec_receive_packet(enc, pkt);
+        if (r == AVERROR(EAGAIN)) return 0;
+        if (r == AVERROR_EOF) return 1;
+        if (r < 0) {
+            std::fprintf(stderr, "Error encoding a frame: %s\n", av_error_text(r).c_str());
+            return -1;
+        }
+        av_packet_rescale_ts(pkt, enc->time_base, stream->time_base);
+        pkt->stream_index = stream->index;
+        r = av_interleaved_write_frame(fmt, pkt);
+        if (r < 0) {
+            std::fprintf(stderr, "Error while writing output packet: %s\n", av_error_text(r).c_str());
+            return -1;
+        }
+    }
+}
+
 bool wants_alpha(const std::string& file) {
     return extension_of(file) == "webm";
 }
@@ -291,28 +316,7 @@ int Encoder::write_video_frame(double& time_out) {
 }
 
 int Encoder::encode_and_write(AVFrame* frame) {
-    if (!enc_) return -1;
-    int r = avcodec_send_frame(enc_.get(), frame);
-    if (r < 0) {
-        std::fprintf(stderr, "Could not send frame: %s\n", av_error_text(r).c_str());
-        return -1;
-    }
-    for (;;) {
-        r = avcodec_receive_packet(enc_.get(), pkt_.get());
-        if (r == AVERROR(EAGAIN)) return 0;
-        if (r == AVERROR_EOF) return 1;
-        if (r < 0) {
-            std::fprintf(stderr, "Error encoding a frame: %s\n", av_error_text(r).c_str());
-            return -1;
-        }
-        av_packet_rescale_ts(pkt_.get(), enc_->time_base, stream_->time_base);
-        pkt_->stream_index = stream_->index;
-        r = av_interleaved_write_frame(fmt_.get(), pkt_.get());
-        if (r < 0) {
-            std::fprintf(stderr, "Error while writing output packet: %s\n", av_error_text(r).c_str());
-            return -1;
-        }
-    }
+    return send_and_write(enc_.get(), pkt_.get(), fmt_.get(), stream_, frame);
 }
 
 void Encoder::close_video_stream() {

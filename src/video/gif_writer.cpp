@@ -197,26 +197,7 @@ bool GifWriter::start_mapping() {
 }
 
 int GifWriter::encode(AVFrame* frame) {
-    int r = avcodec_send_frame(enc_.get(), frame);
-    if (r < 0) {
-        std::fprintf(stderr, "Could not send frame: %s\n", av_error_text(r).c_str());
-        return -1;
-    }
-    for (;;) {
-        r = avcodec_receive_packet(enc_.get(), pkt_.get());
-        if (r == AVERROR(EAGAIN) || r == AVERROR_EOF) return 0;
-        if (r < 0) {
-            std::fprintf(stderr, "Error encoding a frame: %s\n", av_error_text(r).c_str());
-            return -1;
-        }
-        av_packet_rescale_ts(pkt_.get(), enc_->time_base, stream_->time_base);
-        pkt_->stream_index = stream_->index;
-        r = av_interleaved_write_frame(fmt_.get(), pkt_.get());
-        if (r < 0) {
-            std::fprintf(stderr, "Error while writing output packet: %s\n", av_error_text(r).c_str());
-            return -1;
-        }
-    }
+    return send_and_write(enc_.get(), pkt_.get(), fmt_.get(), stream_, frame) < 0 ? -1 : 0;
 }
 
 int GifWriter::write_video_frame(double& time_out) {
