@@ -24,6 +24,26 @@ struct GridEntry {
     bool meets(const Box& b) const { return x0 <= b.x1 && b.x0 <= x1 && y0 <= b.y1 && b.y0 <= y1; }
 };
 
+// A query box in floats, rounded inwards: a float compares with a double exactly as it compares with
+// the double rounded to a float towards it, so meets() answers as GridEntry::meets(Box) does, without
+// a conversion per entry.
+struct FloatQuery {
+    float x0, y0, x1, y1;
+
+    explicit FloatQuery(const Box& b) : x0(up(b.x0)), y0(up(b.y0)), x1(down(b.x1)), y1(down(b.y1)) {}
+    bool meets(const GridEntry& e) const { return e.x0 <= x1 && x0 <= e.x1 && e.y0 <= y1 && y0 <= e.y1; }
+
+private:
+    static float down(double d) {
+        const float f = float(d);
+        return double(f) > d ? std::nextafter(f, -HUGE_VALF) : f;
+    }
+    static float up(double d) {
+        const float f = float(d);
+        return double(f) < d ? std::nextafter(f, HUGE_VALF) : f;
+    }
+};
+
 class CellGrid {
 public:
     void init(const Box& extent, double cell) {

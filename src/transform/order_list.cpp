@@ -1,5 +1,6 @@
 #include "transform/order_list.h"
 
+#include <array>
 #include <cmath>
 
 namespace velq::pack {
@@ -108,31 +109,35 @@ void OrderList::erase(int id) {
 
 void OrderList::relabel_around(int id) {
     // Grow an aligned label window around the neighbours until it is sparse enough, then spread the
-    // nodes inside it evenly.
-    const int anchor = nodes_[std::size_t(id)].prev >= 0 ? nodes_[std::size_t(id)].prev : nodes_[std::size_t(id)].next;
+    // nodes inside it evenly. Each window holds the one before it, so the walks over the nodes whose
+    // labels fall into it go on from where the last window's ended.
+    // A window of 2^i labels may hold (2 / 1.5)^i nodes: windows stay small, and spreading leaves
+    // them sparse, so relabels stay cheap (amortised O(log n) per insertion).
+    static const auto room = [] {
+        std::array<double, kBits + 1> r{};
+        for (int i = 0; i <= kBits; ++i) r[std::size_t(i)] = std::pow(2.0 / 1.5, i);
+        return r;
+    }();
+    const int anchor =
+        nodes_[std::size_t(id)].prev >= 0 ? nodes_[std::size_t(id)].prev : nodes_[std::size_t(id)].next;
     const std::uint64_t at = anchor >= 0 ? nodes_[std::size_t(anchor)].label : 0;
+    int first = id, last = id;
+    std::uint64_t count = 1;
     for (int i = 1; i <= kBits; ++i) {
         const std::uint64_t size = std::uint64_t(1) << i;
         const std::uint64_t base = at & ~(size - 1);
-        // Walk left and right of `id` over nodes whose labels fall into the window.
-        int first = id, last = id;
-        std::uint64_t count = 1;
-        for (int p = nodes_[std::size_t(id)].prev; p >= 0 && nodes_[std::size_t(p)].label >= base &&
-                                                   nodes_[std::size_t(p)].label - base < size;
-             p = nodes_[std::size_t(p)].prev) {
+        auto inside = [&](int p) {
+            return nodes_[std::size_t(p)].label >= base && nodes_[std::size_t(p)].label - base < size;
+        };
+        for (int p = nodes_[std::size_t(first)].prev; p >= 0 && inside(p); p = nodes_[std::size_t(p)].prev) {
             first = p;
             ++count;
         }
-        for (int q = nodes_[std::size_t(id)].next; q >= 0 && nodes_[std::size_t(q)].label >= base &&
-                                                   nodes_[std::size_t(q)].label - base < size;
-             q = nodes_[std::size_t(q)].next) {
+        for (int q = nodes_[std::size_t(last)].next; q >= 0 && inside(q); q = nodes_[std::size_t(q)].next) {
             last = q;
             ++count;
         }
-        // A window of 2^i labels may hold (2 / 1.2)^i nodes: windows stay small, and spreading
-        // leaves them sparse, so relabels stay cheap (amortised O(log n) per insertion).
-        const double room = std::pow(2.0 / 1.5, i);
-        if (double(count + 1) > room && i < kBits) continue;
+        if (double(count + 1) > room[std::size_t(i)] && i < kBits) continue;
         const std::uint64_t step = size / (count + 1);
         if (step == 0) continue;
         std::uint64_t label = base + step;

@@ -73,14 +73,14 @@ OutlineSet::OutlineSet(const PackRegion& region, double cell) {
         const int first = int(vertices_.size());
         const int n = int(rings[r].size());
         for (int i = 0; i < n; ++i) {
-            const int v = new_vertex(rings[r][std::size_t(i)], rid, -1);
+            const int v = new_vertex(rings[r][std::size_t(i)], rid);
             order_.push_back(v);
         }
         for (int i = 0; i < n; ++i) {
             Vertex& v = vertices_[std::size_t(first + i)];
             v.next = first + (i + 1) % n;
             v.prev = first + (i + n - 1) % n;
-            v.line = new_line(v.p, rings[r][std::size_t((i + 1) % n)]);
+            set_line(first + i, v.p, rings[r][std::size_t((i + 1) % n)]);
         }
         for (int i = 0; i < n; ++i) index_edge(first + i);
         rings_[std::size_t(rid)].head = first;
@@ -88,7 +88,7 @@ OutlineSet::OutlineSet(const PackRegion& region, double cell) {
     queue_.push_back(0);
 }
 
-int OutlineSet::new_vertex(Vec2 p, int ring, int line) {
+int OutlineSet::new_vertex(Vec2 p, int ring) {
     int v;
     if (!free_.empty()) {
         v = free_.back();
@@ -96,28 +96,28 @@ int OutlineSet::new_vertex(Vec2 p, int ring, int line) {
     } else {
         v = int(vertices_.size());
         vertices_.emplace_back();
+        lines_.emplace_back();
     }
     Vertex& x = vertices_[std::size_t(v)];
     x.p = p;
     x.ring = ring;
     if (ring >= 0) ++rings_[std::size_t(ring)].size;
-    x.line = line;
     x.next = x.prev = -1;
     x.alive = true;
     ++x.stamp;
     return v;
 }
 
-int OutlineSet::new_line(Vec2 a, Vec2 b) {
-    Line l{a, b - a, {}, 0, false};
-    const double len = norm(l.direction);
+void OutlineSet::set_line(int v, Vec2 a, Vec2 b) {
+    Line l;
+    const Vec2 direction = b - a;
+    const double len = norm(direction);
     if (len > 0) {
-        l.normal = {-l.direction.y / len, l.direction.x / len};
+        l.normal = {-direction.y / len, direction.x / len};
         l.offset = dot(l.normal, a);
         l.valid = true;
     }
-    lines_.push_back(l);
-    return int(lines_.size()) - 1;
+    lines_[std::size_t(v)] = l;
 }
 
 void OutlineSet::free_vertex(int v) {
@@ -326,7 +326,7 @@ void OutlineSet::clean_span(std::vector<int>& span, CutReport& report) {
         if (u.next == kept[k + 1]) continue;
         u.next = kept[k + 1];
         vertices_[std::size_t(kept[k + 1])].prev = kept[k];
-        u.line = new_line(u.p, vertices_[std::size_t(kept[k + 1])].p);
+        set_line(kept[k], u.p, vertices_[std::size_t(kept[k + 1])].p);
         ++u.stamp;
         index_edge(kept[k]);
         report.changed.add(Box::of(u.p, vertices_[std::size_t(kept[k + 1])].p));
@@ -474,14 +474,14 @@ bool OutlineSet::try_cut(int piece, Vec2 centre, double radius, int anchor, int 
         rings_.push_back(Ring{piece, -1, true, true});
         attach_ring(rid);
         std::vector<int> hole;
-        for (int j = n - 1; j >= 0; --j) hole.push_back(new_vertex(q[std::size_t(j)], rid, -1));
+        for (int j = n - 1; j >= 0; --j) hole.push_back(new_vertex(q[std::size_t(j)], rid));
         order_.insert_range_after(vertices_[std::size_t(anchor)].alive ? anchor : rings_[std::size_t(outer)].head,
                                   hole);
         for (std::size_t k = 0; k < hole.size(); ++k) {
             Vertex& v = vertices_[std::size_t(hole[k])];
             v.next = hole[(k + 1) % hole.size()];
             v.prev = hole[(k + hole.size() - 1) % hole.size()];
-            v.line = new_line(v.p, vertices_[std::size_t(v.next)].p);
+            set_line(hole[k], v.p, vertices_[std::size_t(v.next)].p);
         }
         for (int v : hole) {
             index_edge(v);
@@ -594,7 +594,7 @@ void OutlineSet::splice(int piece, std::vector<Crossing>& cr, const std::vector<
         }
         at.push_back(x.p);
         std::vector<int> made;
-        for (const Vec2& p : at) made.push_back(new_vertex(p, f.ring, -1));
+        for (const Vec2& p : at) made.push_back(new_vertex(p, f.ring));
         order_.insert_range_after(f.edge, made);
         span.insert(span.end(), made.begin(), made.end());
         f.point = span[1];
@@ -605,14 +605,18 @@ void OutlineSet::splice(int piece, std::vector<Crossing>& cr, const std::vector<
     for (std::size_t i = 0; i < cr.size(); ++i) {
         if (!cr[i].entry) continue;
         const std::vector<int>& span = spans[i];
-        const int exit_line = vertices_[std::size_t(cr[std::size_t(cr[i].partner)].edge)].line;
+        const Line exit_line = lines_[std::size_t(cr[std::size_t(cr[i].partner)].edge)];
         for (std::size_t k = 0; k + 1 < span.size(); ++k) {
             vertices_[std::size_t(span[k])].next = span[k + 1];
             vertices_[std::size_t(span[k + 1])].prev = span[k];
         }
         for (std::size_t k = 1; k + 1 < span.size(); ++k) {
-            Vertex& v = vertices_[std::size_t(span[k])];
-            v.line = k + 2 == span.size() ? exit_line : new_line(v.p, vertices_[std::size_t(v.next)].p);
+            const Vertex& v = vertices_[std::size_t(span[k])];
+            if (k + 2 == span.size()) {
+                lines_[std::size_t(span[k])] = exit_line;
+            } else {
+                set_line(span[k], v.p, vertices_[std::size_t(v.next)].p);
+            }
         }
     }
     for (int v : doomed) free_vertex(v);

@@ -20,17 +20,15 @@ struct Vertex {
     Vec2 p;
     int next = -1, prev = -1;  // neighbours on the ring
     int ring = -1;
-    int line = -1;               // supporting line of the edge to `next` (kept when the edge is shortened)
     std::uint32_t stamp = 0;     // changes whenever the edge to `next` changes or the point goes
     bool alive = false;
 };
 
-// A line through `origin` along `direction`; shortened edges keep the line of the edge they came from,
-// so that what a corner computes against the unchanged part of an edge does not change.
+// The supporting line of an edge; shortened edges keep the line of the edge they came from, so that
+// what a corner computes against the unchanged part of an edge does not change.
 struct Line {
-    Vec2 origin, direction;
     Vec2 normal;        // unit normal
-    double offset = 0;  // normal . origin
+    double offset = 0;  // normal . a point of the line
     bool valid = false; // false for a line of two equal points
 };
 
@@ -73,7 +71,8 @@ public:
     OutlineSet(const PackRegion& region, double cell);
 
     const Vertex& vertex(int v) const { return vertices_[std::size_t(v)]; }
-    const Line& line(int v) const { return lines_[std::size_t(vertices_[std::size_t(v)].line)]; }
+    // The supporting line of the edge v -> next(v).
+    const Line& line(int v) const { return lines_[std::size_t(v)]; }
     const Ring& ring(int r) const { return rings_[std::size_t(r)]; }
     const Piece& piece(int p) const { return pieces_[std::size_t(p)]; }
     int piece_of(int v) const { return rings_[std::size_t(vertices_[std::size_t(v)].ring)].piece; }
@@ -117,8 +116,8 @@ private:
     struct Span;
     struct Cycle;
 
-    int new_vertex(Vec2 p, int ring, int line);
-    int new_line(Vec2 a, Vec2 b);
+    int new_vertex(Vec2 p, int ring);
+    void set_line(int v, Vec2 a, Vec2 b);
     void free_vertex(int v);
     void index_edge(int v);
     bool try_cut(int piece, Vec2 centre, double radius, int anchor, int attempt, PackStats& stats,
@@ -138,7 +137,7 @@ private:
     bool inside_ring_near(Vec2 p, int ring, const Box& box);
 
     std::vector<Vertex> vertices_;
-    std::vector<Line> lines_;
+    std::vector<Line> lines_;  // per point: the line of its edge (a copy when inherited)
     std::vector<Ring> rings_;
     std::vector<Piece> pieces_;
     std::vector<int> free_;
@@ -156,20 +155,23 @@ private:
 template <class Fn>
 void OutlineSet::edges_near(const Box& b, std::vector<std::uint32_t>& seen, std::uint32_t mark, Fn&& fn) {
     if (seen.size() < vertices_.size()) seen.resize(vertices_.size() + vertices_.size() / 2 + 16, 0);
+    const FloatQuery q(b);
     edges_.for_cells(b, [&](std::vector<GridEntry>& cell) {
+        GridEntry* const data = cell.data();
+        const std::size_t size = cell.size();
         std::size_t keep = 0;
-        for (std::size_t i = 0; i < cell.size(); ++i) {
-            const GridEntry e = cell[i];
-            if (!e.meets(b)) {
-                cell[keep++] = e;
-                continue;
+        for (std::size_t i = 0; i < size; ++i) {
+            const GridEntry& e = data[i];
+            if (q.meets(e)) {
+                const Vertex& v = vertices_[std::size_t(e.id)];
+                if (!v.alive || v.stamp != e.stamp) continue;  // stale: dropped from the cell
+                if (seen[std::size_t(e.id)] != mark) {
+                    seen[std::size_t(e.id)] = mark;
+                    fn(e.id);
+                }
             }
-            const Vertex& v = vertices_[std::size_t(e.id)];
-            if (!v.alive || v.stamp != e.stamp) continue;  // stale: dropped from the cell
-            cell[keep++] = e;
-            if (seen[std::size_t(e.id)] == mark) continue;
-            seen[std::size_t(e.id)] = mark;
-            fn(e.id);
+            if (keep != i) data[keep] = e;
+            ++keep;
         }
         cell.resize(keep);
     });

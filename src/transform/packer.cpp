@@ -10,7 +10,6 @@
 #include <algorithm>
 #include <chrono>
 #include <queue>
-#include <tuple>
 
 #include "transform/corner.h"
 #include "transform/outline_set.h"
@@ -30,9 +29,18 @@ using pack::OutlineSet;
 using pack::Vec2;
 
 // Corners waiting to be examined, per piece, lowest order label first. Entries go stale instead of
-// being removed: an entry counts while its version matches the corner's.
-using Entry = std::tuple<std::uint64_t, int, std::uint32_t>;
-using DirtyHeap = std::priority_queue<Entry, std::vector<Entry>, std::greater<Entry>>;
+// being removed: an entry counts while its version matches the corner's. Counting entries carry
+// their corner's current label, so no two of them share a label, and the order among entries of
+// equal label (stale ones) does not matter.
+struct Entry {
+    std::uint64_t label;
+    int v;
+    std::uint32_t version;
+};
+struct LaterLabel {
+    bool operator()(const Entry& a, const Entry& b) const { return a.label > b.label; }
+};
+using DirtyHeap = std::priority_queue<Entry, std::vector<Entry>, LaterLabel>;
 
 // Edges are indexed in cells of this size (pixels), about the size of a typical small circle.
 double cell_size(double max_radius) { return std::clamp(max_radius, 4.0, 8.0); }
@@ -145,6 +153,7 @@ private:
         DirtyHeap& h = heap(piece);
         while (!h.empty()) {
             const auto [label, v, version] = h.top();
+            (void)label;
             h.pop();
             if (set_.vertex(v).alive && dirty_[std::size_t(v)] && version_[std::size_t(v)] == version &&
                 set_.piece_of(v) == piece)
