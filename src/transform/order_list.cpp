@@ -2,6 +2,7 @@
 
 #include <array>
 #include <cmath>
+#include <span>
 
 namespace velq::pack {
 namespace {
@@ -59,13 +60,13 @@ void OrderList::insert_after(int after, int id) {
     }
 }
 
-void OrderList::insert_range_after(int after, const std::vector<int>& ids) {
-    if (ids.empty()) return;
+void OrderList::insert_range_after(int after, const int* ids, std::size_t count) {
+    if (count == 0) return;
     const int next = after < 0 ? head_ : nodes_[std::size_t(after)].next;
     const std::uint64_t lo = after < 0 ? 0 : nodes_[std::size_t(after)].label;
     const std::uint64_t hi = next < 0 ? kSpace : nodes_[std::size_t(next)].label;
     int prev = after;
-    for (int id : ids) {
+    for (const int id : std::span(ids, count)) {
         Node& n = node(id);
         n.prev = prev;
         n.label = lo;  // inside any window around `after`, for a relabel below
@@ -82,14 +83,14 @@ void OrderList::insert_range_after(int after, const std::vector<int>& ids) {
     } else {
         nodes_[std::size_t(next)].prev = prev;
     }
-    const std::uint64_t k = ids.size();
+    const std::uint64_t k = count;
     if (hi - lo > k) {
         const std::uint64_t step = (hi - lo) / (k + 1);
         std::uint64_t label = lo;
-        for (int id : ids) nodes_[std::size_t(id)].label = label += step;
+        for (const int id : std::span(ids, count)) nodes_[std::size_t(id)].label = label += step;
         return;
     }
-    relabel_around(ids.front());  // the window around `after` holds every new node (label lo)
+    relabel_around(ids[0]);  // the window around `after` holds every new node (label lo)
 }
 
 void OrderList::erase(int id) {

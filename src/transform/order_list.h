@@ -4,6 +4,7 @@
 // density thresholds: amortised O(log^2 n) relabels per insertion).
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
 #include <vector>
 
@@ -18,7 +19,10 @@ public:
     // Inserts `id` right after `after` (-1: at the front).
     void insert_after(int after, int id);
     // Inserts `ids`, in this order, right after `after`, spreading their labels over the gap.
-    void insert_range_after(int after, const std::vector<int>& ids);
+    void insert_range_after(int after, const std::vector<int>& ids) {
+        insert_range_after(after, ids.data(), ids.size());
+    }
+    void insert_range_after(int after, const int* ids, std::size_t count);
     void erase(int id);
 
     std::uint64_t label(int id) const { return nodes_[std::size_t(id)].label; }

@@ -576,7 +576,9 @@ void OutlineSet::splice(int piece, std::vector<Crossing>& cr, const std::vector<
     const bool outer_involved = std::any_of(cr.begin(), cr.end(), [&](const Crossing& c) { return c.ring == outer; });
 
     // a) A span for every entry: its crossing point, the polygon's corners met going backwards
-    //    along the polygon, the point of its exit. Order labels follow the start of the entry's edge.
+    //    along the polygon, the point of its exit. Order labels follow the start of the entry's edge;
+    //    they are given once the points inside the polygon have left the order, whose labels the
+    //    span then takes over.
     std::vector<std::vector<int>> spans(cr.size());
     for (std::size_t i = 0; i < cr.size(); ++i) {
         Crossing& f = cr[i];
@@ -595,7 +597,6 @@ void OutlineSet::splice(int piece, std::vector<Crossing>& cr, const std::vector<
         at.push_back(x.p);
         std::vector<int> made;
         for (const Vec2& p : at) made.push_back(new_vertex(p, f.ring));
-        order_.insert_range_after(f.edge, made);
         span.insert(span.end(), made.begin(), made.end());
         f.point = span[1];
         x.point = span.back();
@@ -620,6 +621,11 @@ void OutlineSet::splice(int piece, std::vector<Crossing>& cr, const std::vector<
         }
     }
     for (int v : doomed) free_vertex(v);
+    for (std::size_t i = 0; i < cr.size(); ++i) {
+        if (!cr[i].entry) continue;
+        const std::vector<int>& span = spans[i];
+        order_.insert_range_after(span.front(), span.data() + 1, span.size() - 2);
+    }
     for (std::size_t i = 0; i < cr.size(); ++i) {
         if (!cr[i].entry) continue;
         const std::vector<int>& span = spans[i];
