@@ -8,6 +8,10 @@
 #include <cstdint>
 #include <vector>
 
+#if defined(__SSE2__)
+#include <emmintrin.h>
+#endif
+
 #include "transform/pack_geometry.h"
 
 namespace velq::pack {
@@ -30,10 +34,27 @@ struct GridEntry {
 struct FloatQuery {
     float x0, y0, x1, y1;
 
-    explicit FloatQuery(const Box& b) : x0(up(b.x0)), y0(up(b.y0)), x1(down(b.x1)), y1(down(b.y1)) {}
-    bool meets(const GridEntry& e) const { return e.x0 <= x1 && x0 <= e.x1 && e.y0 <= y1 && y0 <= e.y1; }
+    explicit FloatQuery(const Box& b) : x0(up(b.x0)), y0(up(b.y0)), x1(down(b.x1)), y1(down(b.y1)) {
+#if defined(__SSE2__)
+        hi_ = _mm_setr_ps(x1, y1, HUGE_VALF, HUGE_VALF);
+        lo_ = _mm_setr_ps(-HUGE_VALF, -HUGE_VALF, x0, y0);
+#endif
+    }
+    // Without branches: most entries of a cell fail one test or another, unpredictably.
+    bool meets(const GridEntry& e) const {
+#if defined(__SSE2__)
+        // (x0, y0, x1, y1) of the entry: x0 <= q.x1, y0 <= q.y1, x1 >= q.x0, y1 >= q.y0.
+        const __m128 box = _mm_loadu_ps(&e.x0);
+        return _mm_movemask_ps(_mm_and_ps(_mm_cmple_ps(box, hi_), _mm_cmpge_ps(box, lo_))) == 0xF;
+#else
+        return bool(int(e.x0 <= x1) & int(x0 <= e.x1) & int(e.y0 <= y1) & int(y0 <= e.y1));
+#endif
+    }
 
 private:
+#if defined(__SSE2__)
+    __m128 hi_, lo_;
+#endif
     static float down(double d) {
         const float f = float(d);
         return double(f) > d ? std::nextafter(f, -HUGE_VALF) : f;
