@@ -86,6 +86,15 @@ public:
             for (int i = i0; i <= i1; ++i) fn(cells_[std::size_t(j) * std::size_t(nx_) + std::size_t(i)]);
     }
 
+    // The same, until fn(cell) returns true.
+    template <class Fn>
+    void for_cells_until(const Box& b, Fn&& fn) {
+        const int i0 = cx(b.x0), i1 = cx(b.x1), j0 = cy(b.y0), j1 = cy(b.y1);
+        for (int j = j0; j <= j1; ++j)
+            for (int i = i0; i <= i1; ++i)
+                if (fn(cells_[std::size_t(j) * std::size_t(nx_) + std::size_t(i)])) return;
+    }
+
     void insert(const Box& b, int id, std::uint32_t stamp) {
         const GridEntry e = GridEntry::make(id, stamp, b);
         for_cells(b, [&](std::vector<GridEntry>& c) { c.push_back(e); });

@@ -96,8 +96,11 @@ Candidate CornerEvaluator::evaluate(int v, EdgeSearch search) {
     // `covered`), which keeps the candidate inside the outline.
     const double edge_bound = std::min(l1, l2) / cosh;
     double contact_t = kInf, covered = 0;
+    // With a map the walk only asks whether a contact comes at or before its current step: once one
+    // does, the other edges cannot change the answer.
+    double enough = -kInf;
     auto consider = [&](int e) {
-        if (e == v || e == k.prev) return;
+        if (e == v || e == k.prev) return false;
         // The circle at walk t lies within t (1 + s) of the corner: an edge further away than that at
         // the best contact so far cannot come first.
         const Vertex& a = set_.vertex(e);
@@ -105,8 +108,9 @@ Candidate CornerEvaluator::evaluate(int v, EdgeSearch search) {
         const double dx = std::max({0.0, std::min(a.p.x, b.x) - k.c.x, k.c.x - std::max(a.p.x, b.x)});
         const double dy = std::max({0.0, std::min(a.p.y, b.y) - k.c.y, k.c.y - std::max(a.p.y, b.y)});
         const double reach = contact_t * (1.0 + k.s) * (1.0 + 1e-9);
-        if (dx * dx + dy * dy > reach * reach) return;
+        if (dx * dx + dy * dy > reach * reach) return false;
         contact_t = std::min(contact_t, contact(k, e));
+        return !(enough < contact_t);
     };
     if (search == EdgeSearch::All) {
         set_.all_edges(consider);
@@ -133,6 +137,7 @@ Candidate CornerEvaluator::evaluate(int v, EdgeSearch search) {
             const double t = 1.0 + 0.5 * double(step);
             t_stop = t;
             if (!(t < edge_bound) || t > diagonal_) break;
+            enough = t;
             cover_to(t);
             if (!(t < contact_t)) break;
             const double r = t * k.s;

@@ -7,6 +7,7 @@
 
 #include <cstdint>
 #include <deque>
+#include <type_traits>
 #include <vector>
 
 #include "transform/cell_grid.h"
@@ -89,7 +90,8 @@ public:
     std::vector<int> corners_in_order(int piece) const;
 
     // Calls fn(v) once for every live edge v -> next(v) whose box meets `b`; edges already passed to
-    // fn under the same `mark` are skipped. `seen` is scratch space (one slot per point).
+    // fn under the same `mark` are skipped. `seen` is scratch space (one slot per point). When fn
+    // returns a bool, true ends the search.
     template <class Fn>
     void edges_near(const Box& b, std::vector<std::uint32_t>& seen, std::uint32_t mark, Fn&& fn);
     // Calls fn(v) for every live edge.
@@ -156,24 +158,32 @@ template <class Fn>
 void OutlineSet::edges_near(const Box& b, std::vector<std::uint32_t>& seen, std::uint32_t mark, Fn&& fn) {
     if (seen.size() < vertices_.size()) seen.resize(vertices_.size() + vertices_.size() / 2 + 16, 0);
     const FloatQuery q(b);
-    edges_.for_cells(b, [&](std::vector<GridEntry>& cell) {
+    edges_.for_cells_until(b, [&](std::vector<GridEntry>& cell) {
         GridEntry* const data = cell.data();
         const std::size_t size = cell.size();
         std::size_t keep = 0;
-        for (std::size_t i = 0; i < size; ++i) {
+        bool stop = false;
+        std::size_t i = 0;
+        for (; i < size && !stop; ++i) {
             const GridEntry& e = data[i];
             if (q.meets(e)) {
                 const Vertex& v = vertices_[std::size_t(e.id)];
                 if (!v.alive || v.stamp != e.stamp) continue;  // stale: dropped from the cell
                 if (seen[std::size_t(e.id)] != mark) {
                     seen[std::size_t(e.id)] = mark;
-                    fn(e.id);
+                    if constexpr (std::is_same_v<std::invoke_result_t<Fn&, int>, bool>) {
+                        stop = fn(e.id);
+                    } else {
+                        fn(e.id);
+                    }
                 }
             }
             if (keep != i) data[keep] = e;
             ++keep;
         }
-        cell.resize(keep);
+        if (keep != i) std::copy(data + i, data + size, data + keep);
+        cell.resize(keep + (size - i));
+        return stop;
     });
 }
 
