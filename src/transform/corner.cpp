@@ -78,10 +78,16 @@ Candidate CornerEvaluator::evaluate(int v, EdgeSearch search) {
     u1 = (1.0 / l1) * u1;
     u2 = (1.0 / l2) * u2;
     // The inside angle in degrees, from the edge to the next point round to the edge to the previous.
-    double degrees = std::atan2(cross(u2, u1), dot(u1, u2)) * 180.0 / kPi;
-    if (degrees < 0) degrees += 360.0;
     // The bisector points into the region: along u1 + u2 at a convex corner, against it at a reflex one.
-    const bool reflex = !(degrees * 0.5 * kPi / 180.0 < kHalfPi);
+    // Away from a straight angle (dot > -1/2: the angle is within 120 degrees of 0 or 360) the side
+    // of the cross product decides, as the angle would; near it the angle is worked out.
+    const double sine = cross(u2, u1), cosine = dot(u1, u2);
+    bool reflex = sine < 0;
+    if (!(cosine > -0.5)) {
+        double degrees = std::atan2(sine, cosine) * 180.0 / kPi;
+        if (degrees < 0) degrees += 360.0;
+        reflex = !(degrees * 0.5 * kPi / 180.0 < kHalfPi);
+    }
     const Vec2 b = u1 + u2;
     const double lb = norm(b);
     if (!(lb > 0)) return out;
@@ -105,8 +111,8 @@ Candidate CornerEvaluator::evaluate(int v, EdgeSearch search) {
         // the best contact so far cannot come first.
         const Vertex& a = set_.vertex(e);
         const Vec2 b = set_.vertex(a.next).p;
-        const double dx = std::max({0.0, std::min(a.p.x, b.x) - k.c.x, k.c.x - std::max(a.p.x, b.x)});
-        const double dy = std::max({0.0, std::min(a.p.y, b.y) - k.c.y, k.c.y - std::max(a.p.y, b.y)});
+        const double dx = std::max(std::max(0.0, std::min(a.p.x, b.x) - k.c.x), k.c.x - std::max(a.p.x, b.x));
+        const double dy = std::max(std::max(0.0, std::min(a.p.y, b.y) - k.c.y), k.c.y - std::max(a.p.y, b.y));
         const double reach = contact_t * (1.0 + k.s) * (1.0 + 1e-9);
         if (dx * dx + dy * dy > reach * reach) return false;
         contact_t = std::min(contact_t, contact(k, e));
