@@ -9,6 +9,7 @@
 
 #include <algorithm>
 #include <chrono>
+#include <cstddef>
 
 #include "transform/corner.h"
 #include "transform/outline_set.h"
@@ -27,54 +28,94 @@ using pack::GridEntry;
 using pack::OutlineSet;
 using pack::Vec2;
 
-// Corners waiting to be examined, per piece, lowest order label first. Entries go stale instead of
-// being removed: an entry counts while its version matches the corner's. Counting entries carry
-// their corner's current label, so no two of them share a label, and the order among entries of
-// equal label (stale ones) does not matter.
-struct Entry {
-    std::uint64_t label;
-    int v;
-    std::uint32_t version;
-};
-// A 4-ary min-heap on the label: half as deep as a binary one, and the four children of a node share
-// a cache line, which matters for heaps of a few hundred thousand entries.
-class DirtyHeap {
+// Corners waiting to be examined: one 4-ary min-heap per piece on the corners' order labels, with
+// every corner's place recorded, so that a corner that goes, moves to another piece or gets another
+// label is taken out or moved at once instead of leaving a stale entry behind. A relabel keeps the
+// order of the corners, so re-keying one rarely moves it. Four children share a cache line.
+class DirtyHeaps {
 public:
-    bool empty() const { return a_.empty(); }
-    const Entry& top() const { return a_.front(); }
-    void push(const Entry& e) {
-        std::size_t i = a_.size();
-        a_.push_back(e);
+    void grow(std::size_t n) {
+        if (slot_.size() < n) {
+            slot_.resize(n, -1);
+            owner_.resize(n, -1);
+        }
+    }
+    bool holds(int v) const { return slot_[std::size_t(v)] >= 0; }
+    int owner(int v) const { return owner_[std::size_t(v)]; }
+
+    void insert(int piece, int v, std::uint64_t label) {
+        if (heaps_.size() <= std::size_t(piece)) heaps_.resize(std::size_t(piece) + 1);
+        std::vector<Entry>& h = heaps_[std::size_t(piece)];
+        owner_[std::size_t(v)] = piece;
+        h.push_back({label, v});
+        sift_up(h, h.size() - 1, {label, v});
+    }
+    void remove(int v) {
+        std::vector<Entry>& h = heaps_[std::size_t(owner_[std::size_t(v)])];
+        const std::size_t i = std::size_t(slot_[std::size_t(v)]);
+        slot_[std::size_t(v)] = -1;
+        const Entry last = h.back();
+        h.pop_back();
+        if (i == h.size()) return;
+        place(h, i, last);
+    }
+    void rekey(int v, std::uint64_t label) {
+        std::vector<Entry>& h = heaps_[std::size_t(owner_[std::size_t(v)])];
+        place(h, std::size_t(slot_[std::size_t(v)]), {label, v});
+    }
+    // Takes the corner with the lowest label out of the piece's heap (-1: none).
+    int pop(int piece) {
+        if (heaps_.size() <= std::size_t(piece) || heaps_[std::size_t(piece)].empty()) return -1;
+        const int v = heaps_[std::size_t(piece)].front().v;
+        remove(v);
+        return v;
+    }
+
+private:
+    struct Entry {
+        std::uint64_t label;
+        int v;
+    };
+    void put(std::vector<Entry>& h, std::size_t i, const Entry& e) {
+        h[i] = e;
+        slot_[std::size_t(e.v)] = std::ptrdiff_t(i);
+    }
+    // Puts e at place i, or above or below it where the order wants it.
+    void place(std::vector<Entry>& h, std::size_t i, const Entry& e) {
+        if (i > 0 && e.label < h[(i - 1) / 4].label) {
+            sift_up(h, i, e);
+        } else {
+            sift_down(h, i, e);
+        }
+    }
+    void sift_up(std::vector<Entry>& h, std::size_t i, const Entry& e) {
         while (i > 0) {
             const std::size_t parent = (i - 1) / 4;
-            if (!(e.label < a_[parent].label)) break;
-            a_[i] = a_[parent];
+            if (!(e.label < h[parent].label)) break;
+            put(h, i, h[parent]);
             i = parent;
         }
-        a_[i] = e;
+        put(h, i, e);
     }
-    void pop() {
-        const Entry e = a_.back();
-        a_.pop_back();
-        const std::size_t n = a_.size();
-        if (n == 0) return;
-        std::size_t i = 0;
+    void sift_down(std::vector<Entry>& h, std::size_t i, const Entry& e) {
+        const std::size_t n = h.size();
         for (;;) {
             const std::size_t first = 4 * i + 1;
             if (first >= n) break;
             std::size_t best = first;
             const std::size_t last = std::min(first + 4, n);
             for (std::size_t c = first + 1; c < last; ++c)
-                if (a_[c].label < a_[best].label) best = c;
-            if (!(a_[best].label < e.label)) break;
-            a_[i] = a_[best];
+                if (h[c].label < h[best].label) best = c;
+            if (!(h[best].label < e.label)) break;
+            put(h, i, h[best]);
             i = best;
         }
-        a_[i] = e;
+        put(h, i, e);
     }
 
-private:
-    std::vector<Entry> a_;
+    std::vector<std::vector<Entry>> heaps_;
+    std::vector<std::ptrdiff_t> slot_;  // per corner: its place in its heap, -1 when in none
+    std::vector<int> owner_;            // per corner: the piece whose heap holds it
 };
 
 // Edges are indexed in cells of this size (pixels), about the size of a typical small circle.
@@ -166,35 +207,32 @@ private:
         if (dirty_.size() < n) {
             const std::size_t m = n + n / 2 + 16;
             dirty_.resize(m, 0);
-            version_.resize(m, 0);
             reach_stamp_.resize(m, 0);
+            heaps_.grow(m);
         }
     }
-    DirtyHeap& heap(int piece) {
-        if (heaps_.size() <= std::size_t(piece)) heaps_.resize(std::size_t(piece) + 1);
-        return heaps_[std::size_t(piece)];
-    }
-    void push(int v) {
-        ++version_[std::size_t(v)];
-        heap(set_.piece_of(v)).push({set_.label(v), v, version_[std::size_t(v)]});
+    // A waiting corner goes to the heap of its piece, under its current label.
+    void requeue(int v) {
+        const int piece = set_.piece_of(v);
+        if (heaps_.holds(v) && heaps_.owner(v) == piece) {
+            heaps_.rekey(v, set_.label(v));
+            return;
+        }
+        if (heaps_.holds(v)) heaps_.remove(v);
+        heaps_.insert(piece, v, set_.label(v));
     }
     void mark_dirty(int v) {
         grow(std::size_t(v) + 1);
         if (!set_.vertex(v).alive || dirty_[std::size_t(v)]) return;
         dirty_[std::size_t(v)] = 1;
-        push(v);
+        heaps_.insert(set_.piece_of(v), v, set_.label(v));
     }
     int pop(int piece) {
-        DirtyHeap& h = heap(piece);
-        while (!h.empty()) {
-            const auto [label, v, version] = h.top();
-            (void)label;
-            h.pop();
-            if (set_.vertex(v).alive && dirty_[std::size_t(v)] && version_[std::size_t(v)] == version &&
-                set_.piece_of(v) == piece)
-                return v;
+        for (;;) {
+            const int v = heaps_.pop(piece);
+            // A corner whose piece changed unreported keeps waiting, in no heap.
+            if (v < 0 || set_.piece_of(v) == piece) return v;
         }
-        return -1;
     }
     // A failed corner waits in the cells its cone passes through.
     void remember(int v, const Candidate& c) {
@@ -212,14 +250,14 @@ private:
     void absorb(int corner, const CutReport& report) {
         grow(std::size_t(set_.vertex_count()) + 1);
         for (int v : report.removed) {  // forget what was known about them: the number may be reused
+            if (heaps_.holds(v)) heaps_.remove(v);
             dirty_[std::size_t(v)] = 0;
-            ++version_[std::size_t(v)];
             ++reach_stamp_[std::size_t(v)];
         }
         for (const auto& [v, piece] : report.moved)
-            if (set_.vertex(v).alive && dirty_[std::size_t(v)]) push(v);
+            if (set_.vertex(v).alive && dirty_[std::size_t(v)]) requeue(v);
         for (int v : set_.take_relabelled())
-            if (set_.vertex(v).alive && dirty_[std::size_t(v)]) push(v);
+            if (set_.vertex(v).alive && dirty_[std::size_t(v)]) requeue(v);
         mark_dirty(corner);
         for (int v : report.touched) mark_dirty(v);
         // Every corner waiting in a cell the cut touched is looked at again; its entries go with it.
@@ -243,9 +281,9 @@ private:
     CornerRules rules_;
     PackStats& stats_;
     CellGrid reach_;
-    std::vector<DirtyHeap> heaps_;
+    DirtyHeaps heaps_;
     std::vector<char> dirty_;
-    std::vector<std::uint32_t> version_, reach_stamp_;
+    std::vector<std::uint32_t> reach_stamp_;
 };
 
 }  // namespace
