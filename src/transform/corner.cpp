@@ -79,11 +79,12 @@ Candidate CornerEvaluator::evaluate(int v, EdgeSearch search) {
     u2 = (1.0 / l2) * u2;
     // The inside angle in degrees, from the edge to the next point round to the edge to the previous.
     // The bisector points into the region: along u1 + u2 at a convex corner, against it at a reflex one.
-    // Away from a straight angle (dot > -1/2: the angle is within 120 degrees of 0 or 360) the side
-    // of the cross product decides, as the angle would; near it the angle is worked out.
+    // The side of the cross product decides, as the angle would, unless the angle is within 1e-5 of a
+    // straight one, where pi taken as 3.141592 puts the turn a little off 180 degrees: there the angle
+    // is worked out.
     const double sine = cross(u2, u1), cosine = dot(u1, u2);
     bool reflex = sine < 0;
-    if (!(cosine > -0.5)) {
+    if (!(cosine > -0.5) && !(std::fabs(sine) > 1e-5)) {
         double degrees = std::atan2(sine, cosine) * 180.0 / kPi;
         if (degrees < 0) degrees += 360.0;
         reflex = !(degrees * 0.5 * kPi / 180.0 < kHalfPi);

@@ -212,6 +212,12 @@ bool OutlineSet::point_in_ring(Vec2 p, int start) const {
 // Cutting
 
 std::vector<Vec2> cut_polygon(Vec2 centre, double radius, int attempt) {
+    std::vector<Vec2> q;
+    cut_polygon(centre, radius, attempt, q);
+    return q;
+}
+
+void cut_polygon(Vec2 centre, double radius, int attempt, std::vector<Vec2>& q) {
     const double rc = radius + kSimplify + 1e-4 * (1 + attempt);
     const int n = std::max(8, int(std::ceil(kPiExact / std::acos(1.0 - kSimplify / rc))));
     const double rv = rc / std::cos(kPiExact / n);
@@ -234,9 +240,8 @@ std::vector<Vec2> cut_polygon(Vec2 centre, double radius, int attempt) {
         fill(turned, attempt * 0.37 * 2 * kPiExact / n);
         unit = &turned;
     }
-    std::vector<Vec2> q(static_cast<std::size_t>(n));
+    q.resize(std::size_t(n));
     for (int j = 0; j < n; ++j) q[std::size_t(j)] = centre + rv * (*unit)[std::size_t(j)];
-    return q;
 }
 
 CutReport OutlineSet::cut(int piece, Vec2 centre, double radius, int anchor, PackStats& stats) {
@@ -275,7 +280,10 @@ bool OutlineSet::chord_is_clear(int a, int b, const std::vector<int>& span, std:
 
 void OutlineSet::clean_span(std::vector<int>& span, CutReport& report) {
     // span: A, new points..., B' (A and B' are old points and stay).
-    std::vector<int> pts, gone;
+    std::vector<int>& pts = clean_pts_;
+    std::vector<int>& gone = clean_gone_;
+    pts.clear();
+    gone.clear();
     pts.push_back(span.front());
     for (std::size_t i = 1; i + 1 < span.size(); ++i) {
         if (dist(vertices_[std::size_t(pts.back())].p, vertices_[std::size_t(span[i])].p) >= kSamePoint) {
@@ -292,9 +300,11 @@ void OutlineSet::clean_span(std::vector<int>& span, CutReport& report) {
     pts.push_back(span.back());
 
     // Douglas-Peucker with the two old ends fixed; a shortcut is taken only when it crosses no edge.
-    std::vector<char> keep(pts.size(), 0);
+    std::vector<char>& keep = clean_keep_;
+    keep.assign(pts.size(), 0);
     keep.front() = keep.back() = 1;
-    std::vector<std::pair<std::size_t, std::size_t>> stack{{0, pts.size() - 1}};
+    std::vector<std::pair<std::size_t, std::size_t>>& stack = clean_stack_;
+    stack.assign(1, {0, pts.size() - 1});
     while (!stack.empty()) {
         const auto [i, j] = stack.back();
         stack.pop_back();
@@ -316,7 +326,8 @@ void OutlineSet::clean_span(std::vector<int>& span, CutReport& report) {
     }
 
     // Relink through the kept points; every removed point goes, every shortcut gets its own line.
-    std::vector<int> kept;
+    std::vector<int>& kept = clean_kept_;
+    kept.clear();
     for (std::size_t k = 0; k < pts.size(); ++k)
         if (keep[k]) kept.push_back(pts[k]);
     for (std::size_t k = 1; k + 1 < span.size(); ++k)
@@ -342,10 +353,12 @@ namespace velq::pack {
 bool OutlineSet::try_cut(int piece, Vec2 centre, double radius, int anchor, int attempt, PackStats& stats,
                          CutReport& report) {
     // 1. The polygon and its sides.
-    std::vector<Vec2> q = cut_polygon(centre, radius, attempt);
+    std::vector<Vec2>& q = cut_q_;
+    cut_polygon(centre, radius, attempt, q);
     const int n = int(q.size());
     q.push_back(q[0]);
-    std::vector<Vec2> e(static_cast<std::size_t>(n));
+    std::vector<Vec2>& e = cut_e_;
+    e.resize(std::size_t(n));
     Box pbox;
     double rv = 0;  // no point of the polygon is further from the centre
     for (int j = 0; j < n; ++j) {
@@ -356,7 +369,8 @@ bool OutlineSet::try_cut(int piece, Vec2 centre, double radius, int anchor, int 
     pbox = pbox.grown(1e-7);
 
     // 2. The edges of this piece near the polygon; points are inside when inside every side.
-    std::vector<int> cand;
+    std::vector<int>& cand = cut_cand_;
+    cand.clear();
     ++mark_;
     edges_near(pbox, seen_, mark_, [&](int v) {
         if (piece_of(v) != piece) return;
@@ -365,15 +379,18 @@ bool OutlineSet::try_cut(int piece, Vec2 centre, double radius, int anchor, int 
         cand.push_back(v);
     });
     std::sort(cand.begin(), cand.end());
-    std::vector<int> pts;  // endpoints, with their side values
+    std::vector<int>& pts = cut_pts_;  // endpoints, with their side values
+    pts.clear();
     for (int v : cand) {
         pts.push_back(v);
         pts.push_back(vertices_[std::size_t(v)].next);
     }
     std::sort(pts.begin(), pts.end());
     pts.erase(std::unique(pts.begin(), pts.end()), pts.end());
-    std::vector<double> side(pts.size() * std::size_t(n));
-    std::vector<char> inside(pts.size());
+    std::vector<double>& side = cut_side_;
+    side.resize(pts.size() * std::size_t(n));
+    std::vector<char>& inside = cut_inside_;
+    inside.resize(pts.size());
     for (std::size_t i = 0; i < pts.size(); ++i) {
         const Vec2 p = vertices_[std::size_t(pts[i])].p;
         bool in = true;
@@ -438,7 +455,8 @@ bool OutlineSet::try_cut(int piece, Vec2 centre, double radius, int anchor, int 
     }
 
     // Rings of this piece that lie wholly inside the polygon: inside points, no crossing.
-    std::vector<int> swallowed;
+    std::vector<int>& swallowed = cut_swallowed_;
+    swallowed.clear();
     for (std::size_t i = 0; i < pts.size(); ++i) {
         if (!inside[i]) continue;
         const int r = vertices_[std::size_t(pts[i])].ring;
@@ -493,7 +511,8 @@ bool OutlineSet::try_cut(int piece, Vec2 centre, double radius, int anchor, int 
     }
 
     // 5. Along each ring the crossings must alternate; each exit leads on to the next entry.
-    std::vector<int> by_ring(cr.size());
+    std::vector<int>& by_ring = cut_by_ring_;
+    by_ring.resize(cr.size());
     for (std::size_t i = 0; i < cr.size(); ++i) by_ring[i] = int(i);
     std::sort(by_ring.begin(), by_ring.end(), [&](int a, int b) {
         const Crossing &x = cr[std::size_t(a)], &y = cr[std::size_t(b)];
@@ -516,7 +535,8 @@ bool OutlineSet::try_cut(int piece, Vec2 centre, double radius, int anchor, int 
     }
     // 6. Along the polygon, against its own direction, every entry is followed by an exit: that
     //    exit ends the entry's span.
-    std::vector<int> by_phi(cr.size());
+    std::vector<int>& by_phi = cut_by_phi_;
+    by_phi.resize(cr.size());
     for (std::size_t i = 0; i < cr.size(); ++i) by_phi[i] = int(i);
     std::sort(by_phi.begin(), by_phi.end(), [&](int a, int b) {
         return cr[std::size_t(a)].phi < cr[std::size_t(b)].phi ||
@@ -545,7 +565,8 @@ bool OutlineSet::try_cut(int piece, Vec2 centre, double radius, int anchor, int 
     }
 
     // From here on the cut is consistent and is carried out.
-    std::vector<int> doomed;
+    std::vector<int>& doomed = cut_doomed_;
+    doomed.clear();
     for (std::size_t i = 0; i < pts.size(); ++i)
         if (inside[i]) doomed.push_back(pts[i]);
     splice(piece, cr, q, n, doomed, swallowed, cycles, stats, report);
@@ -579,14 +600,17 @@ void OutlineSet::splice(int piece, std::vector<Crossing>& cr, const std::vector<
     //    along the polygon, the point of its exit. Order labels follow the start of the entry's edge;
     //    they are given once the points inside the polygon have left the order, whose labels the
     //    span then takes over.
-    std::vector<std::vector<int>> spans(cr.size());
+    std::vector<std::vector<int>>& spans = cut_spans_;
+    if (spans.size() < cr.size()) spans.resize(cr.size());
+    for (std::size_t i = 0; i < cr.size(); ++i) spans[i].clear();
     for (std::size_t i = 0; i < cr.size(); ++i) {
         Crossing& f = cr[i];
         if (!f.entry) continue;
         Crossing& x = cr[std::size_t(f.partner)];
         std::vector<int>& span = spans[i];
         span.push_back(f.edge);
-        std::vector<Vec2> at{f.p};
+        std::vector<Vec2>& at = span_at_;
+        at.assign(1, f.p);
         const int top = int(std::floor(f.phi));
         if (x.phi < f.phi) {
             for (int j = top; j > x.phi; --j) at.push_back(q[std::size_t(j)]);
@@ -595,7 +619,8 @@ void OutlineSet::splice(int piece, std::vector<Crossing>& cr, const std::vector<
             for (int j = n - 1; j > x.phi; --j) at.push_back(q[std::size_t(j)]);
         }
         at.push_back(x.p);
-        std::vector<int> made;
+        std::vector<int>& made = span_made_;
+        made.clear();
         for (const Vec2& p : at) made.push_back(new_vertex(p, f.ring));
         span.insert(span.end(), made.begin(), made.end());
         f.point = span[1];

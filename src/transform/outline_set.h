@@ -8,6 +8,7 @@
 #include <cstdint>
 #include <deque>
 #include <type_traits>
+#include <utility>
 #include <vector>
 
 #include "transform/cell_grid.h"
@@ -64,6 +65,7 @@ struct CutReport {
 // tolerance (so that no later simplification can reach back into the disc), turned a little on each
 // retry (`attempt`). Positive orientation, no repeated first point.
 std::vector<Vec2> cut_polygon(Vec2 centre, double radius, int attempt);
+void cut_polygon(Vec2 centre, double radius, int attempt, std::vector<Vec2>& out);
 
 class OutlineSet {
 public:
@@ -152,6 +154,14 @@ private:
     std::vector<std::uint32_t> scratch_mark_;  // per point: part of the current cut
     std::uint32_t cut_mark_ = 0;
     std::vector<int> removed_;  // points freed during the running cut
+    // Scratch space of the running cut, kept from cut to cut.
+    std::vector<Vec2> cut_q_, cut_e_, span_at_;
+    std::vector<int> cut_cand_, cut_pts_, cut_by_ring_, cut_by_phi_, cut_doomed_, cut_swallowed_, span_made_;
+    std::vector<double> cut_side_;
+    std::vector<char> cut_inside_, clean_keep_;
+    std::vector<std::vector<int>> cut_spans_;
+    std::vector<int> clean_pts_, clean_gone_, clean_kept_;
+    std::vector<std::pair<std::size_t, std::size_t>> clean_stack_;
 };
 
 template <class Fn>
