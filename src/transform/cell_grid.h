@@ -4,8 +4,10 @@
 #pragma once
 
 #include <algorithm>
+#include <bit>
 #include <cmath>
 #include <cstdint>
+#include <limits>
 #include <vector>
 
 #if defined(__SSE2__)
@@ -16,14 +18,33 @@
 
 namespace velq::pack {
 
+// The float next to f towards -inf / +inf, as std::nextafter gives it, without a library call for
+// finite values.
+inline float float_below(float f) {
+    if (!(std::fabs(f) <= std::numeric_limits<float>::max())) return std::nextafter(f, -HUGE_VALF);
+    if (f == 0) return -std::numeric_limits<float>::denorm_min();
+    const std::uint32_t b = std::bit_cast<std::uint32_t>(f);
+    return std::bit_cast<float>(f > 0 ? b - 1 : b + 1);
+}
+inline float float_above(float f) {
+    if (!(std::fabs(f) <= std::numeric_limits<float>::max())) return std::nextafter(f, HUGE_VALF);
+    if (f == 0) return std::numeric_limits<float>::denorm_min();
+    const std::uint32_t b = std::bit_cast<std::uint32_t>(f);
+    return std::bit_cast<float>(f > 0 ? b + 1 : b - 1);
+}
+
 struct GridEntry {
     int id;
     std::uint32_t stamp;
     float x0, y0, x1, y1;  // the entry's box, rounded outwards
 
     static GridEntry make(int id, std::uint32_t stamp, const Box& b) {
-        return {id, stamp, std::nextafter(float(b.x0), -HUGE_VALF), std::nextafter(float(b.y0), -HUGE_VALF),
-                std::nextafter(float(b.x1), HUGE_VALF), std::nextafter(float(b.y1), HUGE_VALF)};
+        return {id,
+                stamp,
+                float_below(float(b.x0)),
+                float_below(float(b.y0)),
+                float_above(float(b.x1)),
+                float_above(float(b.y1))};
     }
     bool meets(const Box& b) const { return x0 <= b.x1 && b.x0 <= x1 && y0 <= b.y1 && b.y0 <= y1; }
 };
@@ -57,11 +78,11 @@ private:
 #endif
     static float down(double d) {
         const float f = float(d);
-        return double(f) > d ? std::nextafter(f, -HUGE_VALF) : f;
+        return double(f) > d ? float_below(f) : f;
     }
     static float up(double d) {
         const float f = float(d);
-        return double(f) < d ? std::nextafter(f, HUGE_VALF) : f;
+        return double(f) < d ? float_above(f) : f;
     }
 };
 

@@ -64,6 +64,17 @@ bool CornerEvaluator::map_stops(Vec2 p, double r) const {
     return r > double(m.at(int(mx), int(my))) / rules_.map_sx;
 }
 
+bool is_reflex(Vec2 u1, Vec2 u2) {
+    // The side of the cross product decides, as the angle would, unless the angle is within 1e-5 of a
+    // straight one, where pi taken as 3.141592 puts the turn a little off 180 degrees: there the angle
+    // is worked out.
+    const double sine = cross(u2, u1), cosine = dot(u1, u2);
+    if (cosine > -0.5 || std::fabs(sine) > 1e-5) return sine < 0;
+    double degrees = std::atan2(sine, cosine) * 180.0 / kPi;
+    if (degrees < 0) degrees += 360.0;
+    return !(degrees * 0.5 * kPi / 180.0 < kHalfPi);
+}
+
 Candidate CornerEvaluator::evaluate(int v, EdgeSearch search) {
     Candidate out;
     const Vertex& cv = set_.vertex(v);
@@ -77,18 +88,8 @@ Candidate CornerEvaluator::evaluate(int v, EdgeSearch search) {
     if (!(l1 > 0 && l2 > 0)) return out;
     u1 = (1.0 / l1) * u1;
     u2 = (1.0 / l2) * u2;
-    // The inside angle in degrees, from the edge to the next point round to the edge to the previous.
     // The bisector points into the region: along u1 + u2 at a convex corner, against it at a reflex one.
-    // The side of the cross product decides, as the angle would, unless the angle is within 1e-5 of a
-    // straight one, where pi taken as 3.141592 puts the turn a little off 180 degrees: there the angle
-    // is worked out.
-    const double sine = cross(u2, u1), cosine = dot(u1, u2);
-    bool reflex = sine < 0;
-    if (!(cosine > -0.5) && !(std::fabs(sine) > 1e-5)) {
-        double degrees = std::atan2(sine, cosine) * 180.0 / kPi;
-        if (degrees < 0) degrees += 360.0;
-        reflex = !(degrees * 0.5 * kPi / 180.0 < kHalfPi);
-    }
+    const bool reflex = is_reflex(u1, u2);
     const Vec2 b = u1 + u2;
     const double lb = norm(b);
     if (!(lb > 0)) return out;

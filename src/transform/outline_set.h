@@ -114,6 +114,8 @@ public:
 
     // Order labels that changed since the last call (for containers keyed by them).
     std::vector<int> take_relabelled();
+    // The same list in place, to be cleared by the caller once used.
+    std::vector<int>& relabelled() { return order_.relabelled(); }
 
 private:
     struct Crossing;

@@ -255,9 +255,11 @@ private:
             ++reach_stamp_[std::size_t(v)];
         }
         for (const auto& [v, piece] : report.moved)
-            if (set_.vertex(v).alive && dirty_[std::size_t(v)]) requeue(v);
-        for (int v : set_.take_relabelled())
-            if (set_.vertex(v).alive && dirty_[std::size_t(v)]) requeue(v);
+            if (dirty_[std::size_t(v)] && set_.vertex(v).alive) requeue(v);
+        std::vector<int>& relabelled = set_.relabelled();
+        for (int v : relabelled)
+            if (dirty_[std::size_t(v)] && set_.vertex(v).alive) requeue(v);
+        relabelled.clear();
         mark_dirty(corner);
         for (int v : report.touched) mark_dirty(v);
         // Every corner waiting in a cell the cut touched is looked at again; its entries go with it.
