@@ -124,7 +124,7 @@ Candidate CornerEvaluator::evaluate(int v, EdgeSearch search) {
         set_.all_edges(consider);
         covered = kInf;
     }
-    const std::uint32_t cone_mark = next_mark();  // each edge is looked at once per candidate
+    const std::uint32_t cone_mark = set_.new_mark();  // each edge is looked at once per candidate
     auto cover_to = [&](double t) {
         while (covered < t && contact_t > covered) {
             if (covered > diagonal_) {
@@ -134,7 +134,7 @@ Candidate CornerEvaluator::evaluate(int v, EdgeSearch search) {
             // The cone in growing pieces: short first, since most walks end early.
             const double a = covered, bnd = covered == 0 ? 1.0 : covered + std::clamp(covered, 1.0, chunk_);
             const Box window = Box::of(k.c + a * k.dir, k.c + bnd * k.dir).grown(bnd * k.s + kSlack);
-            set_.edges_near(window, seen_, cone_mark, consider);
+            set_.edges_near(window, cone_mark, consider);
             covered = bnd;
         }
     };
@@ -186,7 +186,7 @@ Candidate CornerEvaluator::evaluate(int v, EdgeSearch search) {
     if (search == EdgeSearch::All) {
         set_.all_edges(limit);
     } else {
-        set_.edges_near(around, seen_, next_mark(), limit);
+        set_.edges_near(around, set_.new_mark(), limit);
     }
     out.centre = centre;
     out.radius = radius;

@@ -52,7 +52,6 @@ public:
     static constexpr double kSlack = 1e-3;
 
 private:
-    std::uint32_t next_mark() { return ++mark_ == 0 ? ++mark_ : mark_; }
     struct Corner;
     double contact(const Corner& k, int e) const;
     bool map_stops(Vec2 p, double r) const;
@@ -61,8 +60,6 @@ private:
     CornerRules rules_;
     double diagonal_;   // no candidate reaches further than the outline's extent
     double chunk_;      // length of bisector searched at a time
-    std::vector<std::uint32_t> seen_;
-    std::uint32_t mark_ = 0;
 };
 
 }  // namespace velq::pack

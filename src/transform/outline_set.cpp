@@ -88,6 +88,14 @@ OutlineSet::OutlineSet(const PackRegion& region, double cell) {
     queue_.push_back(0);
 }
 
+std::uint32_t OutlineSet::new_mark() {
+    if (++mark_ == 0) {  // wrapped round: old marks could come back
+        for (Vertex& v : vertices_) v.mark = 0;
+        mark_ = 1;
+    }
+    return mark_;
+}
+
 int OutlineSet::new_vertex(Vec2 p, int ring) {
     int v;
     if (!free_.empty()) {
@@ -103,6 +111,7 @@ int OutlineSet::new_vertex(Vec2 p, int ring) {
     x.ring = ring;
     if (ring >= 0) ++rings_[std::size_t(ring)].size;
     x.next = x.prev = -1;
+    x.mark = 0;
     x.alive = true;
     ++x.stamp;
     return v;
@@ -178,8 +187,7 @@ bool OutlineSet::inside_ring_near(Vec2 p, int ring, const Box& box) {
         ray.add(Vec2{p.x, sign > 0 ? box.y1 + 1 : box.y0 - 1});
     }
     bool in = false;
-    ++mark_;
-    edges_near(ray, seen_, mark_, [&](int e) {
+    edges_near(ray, new_mark(), [&](int e) {
         if (vertices_[std::size_t(e)].ring != ring) return;
         Vec2 a = vertices_[std::size_t(e)].p, b = vertices_[std::size_t(vertices_[std::size_t(e)].next)].p;
         Vec2 q = p;
@@ -265,8 +273,7 @@ bool OutlineSet::chord_is_clear(int a, int b, const std::vector<int>& span, std:
     // The chord a-b replaces span[i..j]; it may touch the edges next to its ends, no other edge.
     const Vec2 pa = vertices_[std::size_t(a)].p, pb = vertices_[std::size_t(b)].p;
     bool clear = true;
-    ++mark_;
-    edges_near(Box::of(pa, pb), seen_, mark_, [&](int e) {
+    edges_near(Box::of(pa, pb), new_mark(), [&](int e) {
         if (!clear) return;
         for (std::size_t k = i; k < j; ++k)
             if (span[k] == e) return;
@@ -371,8 +378,7 @@ bool OutlineSet::try_cut(int piece, Vec2 centre, double radius, int anchor, int 
     // 2. The edges of this piece near the polygon; points are inside when inside every side.
     std::vector<int>& cand = cut_cand_;
     cand.clear();
-    ++mark_;
-    edges_near(pbox, seen_, mark_, [&](int v) {
+    edges_near(pbox, new_mark(), [&](int v) {
         if (piece_of(v) != piece) return;
         const Vertex& x = vertices_[std::size_t(v)];
         if (segment_distance(centre, x.p, vertices_[std::size_t(x.next)].p) >= rv) return;
@@ -894,8 +900,7 @@ void OutlineSet::splice(int piece, std::vector<Crossing>& cr, const std::vector<
                     if (w.box.contains(Box::around(vertices_[std::size_t(rings_[std::size_t(pc.rings[k])].head)].p, 0)))
                         near.push_back(pc.rings[k]);
             } else {
-                ++mark_;
-                edges_near(w.box, seen_, mark_, [&](int e) {
+                edges_near(w.box, new_mark(), [&](int e) {
                     const int r = vertices_[std::size_t(e)].ring;
                     const Ring& ring = rings_[std::size_t(r)];
                     if (ring.alive && ring.hole && ring.piece == piece &&

@@ -23,6 +23,7 @@ struct Vertex {
     int next = -1, prev = -1;  // neighbours on the ring
     int ring = -1;
     std::uint32_t stamp = 0;     // changes whenever the edge to `next` changes or the point goes
+    std::uint32_t mark = 0;      // the last edge query that passed this edge on (see edges_near)
     bool alive = false;
 };
 
@@ -92,10 +93,12 @@ public:
     std::vector<int> corners_in_order(int piece) const;
 
     // Calls fn(v) once for every live edge v -> next(v) whose box meets `b`; edges already passed to
-    // fn under the same `mark` are skipped. `seen` is scratch space (one slot per point). When fn
-    // returns a bool, true ends the search.
+    // fn under the same `mark` (from new_mark) are skipped. When fn returns a bool, true ends the
+    // search.
     template <class Fn>
-    void edges_near(const Box& b, std::vector<std::uint32_t>& seen, std::uint32_t mark, Fn&& fn);
+    void edges_near(const Box& b, std::uint32_t mark, Fn&& fn);
+    // A mark no edge carries yet: a search, or several that pass each edge on once between them.
+    std::uint32_t new_mark();
     // Calls fn(v) for every live edge.
     template <class Fn>
     void all_edges(Fn&& fn) const {
@@ -151,8 +154,7 @@ private:
     OrderList order_;
     CellGrid edges_;
     Box extent_;
-    std::vector<std::uint32_t> seen_;   // scratch for edge queries inside cut
-    std::uint32_t mark_ = 0;
+    std::uint32_t mark_ = 0;  // the last mark given out
     std::vector<std::uint32_t> scratch_mark_;  // per point: part of the current cut
     std::uint32_t cut_mark_ = 0;
     std::vector<int> removed_;  // points freed during the running cut
@@ -167,8 +169,7 @@ private:
 };
 
 template <class Fn>
-void OutlineSet::edges_near(const Box& b, std::vector<std::uint32_t>& seen, std::uint32_t mark, Fn&& fn) {
-    if (seen.size() < vertices_.size()) seen.resize(vertices_.size() + vertices_.size() / 2 + 16, 0);
+void OutlineSet::edges_near(const Box& b, std::uint32_t mark, Fn&& fn) {
     const FloatQuery q(b);
     edges_.for_cells_until(b, [&](std::vector<GridEntry>& cell) {
         GridEntry* const data = cell.data();
@@ -179,10 +180,10 @@ void OutlineSet::edges_near(const Box& b, std::vector<std::uint32_t>& seen, std:
         for (; i < size && !stop; ++i) {
             const GridEntry& e = data[i];
             if (q.meets(e)) {
-                const Vertex& v = vertices_[std::size_t(e.id)];
+                Vertex& v = vertices_[std::size_t(e.id)];
                 if (!v.alive || v.stamp != e.stamp) continue;  // stale: dropped from the cell
-                if (seen[std::size_t(e.id)] != mark) {
-                    seen[std::size_t(e.id)] = mark;
+                if (v.mark != mark) {
+                    v.mark = mark;
                     if constexpr (std::is_same_v<std::invoke_result_t<Fn&, int>, bool>) {
                         stop = fn(e.id);
                     } else {
