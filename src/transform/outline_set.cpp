@@ -753,7 +753,7 @@ void OutlineSet::splice(int piece, std::vector<Crossing>& cr, const std::vector<
             moved.push_back(v);
         }
         order_.insert_range_after(a, moved);
-        order_.relabelled().insert(order_.relabelled().end(), moved.begin(), moved.end());
+        report.reordered.insert(report.reordered.end(), moved.begin(), moved.end());
     }
 
     // Retire the rings that were cut or swallowed; the cycles replace them. The outer ring keeps

@@ -58,6 +58,7 @@ struct CutReport {
     std::vector<Box> extra;     // or into the box of a new shortcut edge
     std::vector<int> touched;   // new points and old points whose neighbours changed
     std::vector<int> removed;   // points that went (their numbers may come back as new points)
+    std::vector<int> reordered;  // points that took another place in the outline order
     // Points that now belong to another piece than before (with that piece).
     std::vector<std::pair<int, int>> moved;
 };
@@ -115,7 +116,8 @@ public:
     // splice is inconsistent; `stats` counts what happened.
     CutReport cut(int piece, Vec2 centre, double radius, int anchor, PackStats& stats);
 
-    // Order labels that changed since the last call (for containers keyed by them).
+    // Order labels that changed since the last call (for containers keyed by them), by relabels
+    // that keep the order; points that change places are reported by the cut (CutReport::reordered).
     std::vector<int> take_relabelled();
     // The same list in place, to be cleared by the caller once used.
     std::vector<int>& relabelled() { return order_.relabelled(); }

@@ -59,9 +59,10 @@ public:
         if (i == h.size()) return;
         place(h, i, last);
     }
-    void rekey(int v, std::uint64_t label) {
-        std::vector<Entry>& h = heaps_[std::size_t(owner_[std::size_t(v)])];
-        place(h, std::size_t(slot_[std::size_t(v)]), {label, v});
+    // Gives v another label in place. Only for relabels that keep the order of everything in the
+    // heap, which then stays in order as it is.
+    void relabel(int v, std::uint64_t label) {
+        heaps_[std::size_t(owner_[std::size_t(v)])][std::size_t(slot_[std::size_t(v)])].label = label;
     }
     // Takes the corner with the lowest label out of the piece's heap (-1: none).
     int pop(int piece) {
@@ -211,15 +212,25 @@ private:
             heaps_.grow(m);
         }
     }
-    // A waiting corner goes to the heap of its piece, under its current label.
-    void requeue(int v) {
-        const int piece = set_.piece_of(v);
-        if (heaps_.holds(v) && heaps_.owner(v) == piece) {
-            heaps_.rekey(v, set_.label(v));
-            return;
+    // A waiting corner that changed piece or place in the order leaves its heap while the heap's
+    // labels are still those it was ordered by (before relabel_waiting).
+    void take_out(int v) {
+        if (dirty_[std::size_t(v)] && heaps_.holds(v)) heaps_.remove(v);
+    }
+    // The same for a corner that was relabelled, unless it stays in its piece: then only its label
+    // changes, in place. Relabels keep the outline order, so the heaps stay in order.
+    void relabel_waiting(int v, bool apply) {
+        if (!dirty_[std::size_t(v)] || !heaps_.holds(v)) return;
+        if (heaps_.owner(v) != set_.piece_of(v)) {
+            heaps_.remove(v);
+        } else if (apply) {
+            heaps_.relabel(v, set_.label(v));
         }
-        if (heaps_.holds(v)) heaps_.remove(v);
-        heaps_.insert(piece, v, set_.label(v));
+    }
+    // A waiting corner in no heap goes to the heap of its piece, under its current label.
+    void put_back(int v) {
+        if (dirty_[std::size_t(v)] && !heaps_.holds(v) && set_.vertex(v).alive)
+            heaps_.insert(set_.piece_of(v), v, set_.label(v));
     }
     void mark_dirty(int v) {
         grow(std::size_t(v) + 1);
@@ -254,11 +265,16 @@ private:
             dirty_[std::size_t(v)] = 0;
             ++reach_stamp_[std::size_t(v)];
         }
-        for (const auto& [v, piece] : report.moved)
-            if (dirty_[std::size_t(v)] && set_.vertex(v).alive) requeue(v);
+        // Corners that changed piece or place leave their heaps first, while every label in them still
+        // orders them as they are; the others then take their new labels in place.
         std::vector<int>& relabelled = set_.relabelled();
-        for (int v : relabelled)
-            if (dirty_[std::size_t(v)] && set_.vertex(v).alive) requeue(v);
+        for (const auto& [v, piece] : report.moved) take_out(v);
+        for (int v : report.reordered) take_out(v);
+        for (int v : relabelled) relabel_waiting(v, false);
+        for (int v : relabelled) relabel_waiting(v, true);
+        for (const auto& [v, piece] : report.moved) put_back(v);
+        for (int v : report.reordered) put_back(v);
+        for (int v : relabelled) put_back(v);
         relabelled.clear();
         mark_dirty(corner);
         for (int v : report.touched) mark_dirty(v);
