@@ -217,15 +217,14 @@ private:
     void take_out(int v) {
         if (dirty_[std::size_t(v)] && heaps_.holds(v)) heaps_.remove(v);
     }
-    // The same for a corner that was relabelled, unless it stays in its piece: then only its label
-    // changes, in place. Relabels keep the outline order, so the heaps stay in order.
-    void relabel_waiting(int v, bool apply) {
-        if (!dirty_[std::size_t(v)] || !heaps_.holds(v)) return;
-        if (heaps_.owner(v) != set_.piece_of(v)) {
-            heaps_.remove(v);
-        } else if (apply) {
-            heaps_.relabel(v, set_.label(v));
-        }
+    // The same for a relabelled corner whose piece changed unreported.
+    void take_out_if_moved(int v) {
+        if (dirty_[std::size_t(v)] && heaps_.holds(v) && heaps_.owner(v) != set_.piece_of(v)) heaps_.remove(v);
+    }
+    // Once those are out, a relabelled corner takes its new label in place: relabels keep the outline
+    // order, so the heaps stay in order.
+    void relabel_waiting(int v) {
+        if (dirty_[std::size_t(v)] && heaps_.holds(v)) heaps_.relabel(v, set_.label(v));
     }
     // A waiting corner in no heap goes to the heap of its piece, under its current label.
     void put_back(int v) {
@@ -270,8 +269,8 @@ private:
         std::vector<int>& relabelled = set_.relabelled();
         for (const auto& [v, piece] : report.moved) take_out(v);
         for (int v : report.reordered) take_out(v);
-        for (int v : relabelled) relabel_waiting(v, false);
-        for (int v : relabelled) relabel_waiting(v, true);
+        for (int v : relabelled) take_out_if_moved(v);
+        for (int v : relabelled) relabel_waiting(v);
         for (const auto& [v, piece] : report.moved) put_back(v);
         for (int v : report.reordered) put_back(v);
         for (int v : relabelled) put_back(v);
