@@ -156,7 +156,7 @@ private:
     OrderList order_;
     CellGrid edges_;
     Box extent_;
-    std::uint32_t mark_ = 0;  // the last mark given out
+    std::uint32_t mark_ = 0;                   // the last mark given out
     std::vector<std::uint32_t> scratch_mark_;  // per point: part of the current cut
     std::uint32_t cut_mark_ = 0;
     std::vector<int> removed_;  // points freed during the running cut

@@ -219,7 +219,8 @@ private:
     }
     // The same for a relabelled corner whose piece changed unreported.
     void take_out_if_moved(int v) {
-        if (dirty_[std::size_t(v)] && heaps_.holds(v) && heaps_.owner(v) != set_.piece_of(v)) heaps_.remove(v);
+        if (dirty_[std::size_t(v)] && heaps_.holds(v) && heaps_.owner(v) != set_.piece_of(v))
+            heaps_.remove(v);
     }
     // Once those are out, a relabelled corner takes its new label in place: relabels keep the outline
     // order, so the heaps stay in order.
