@@ -47,11 +47,12 @@ std::string circles_svg(const Document& doc) {
         return svg.str();
     }
     svg << "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n"
-        << "<svg xmlns=\"http://www.w3.org/2000/svg\" width=\"" << w << "\" height=\"" << h << "\" viewBox=\"0 0 "
-        << w << ' ' << h << "\">\n<rect width=\"100%\" height=\"100%\" fill=\"black\"/>\n";
+        << "<svg xmlns=\"http://www.w3.org/2000/svg\" width=\"" << w << "\" height=\"" << h
+        << "\" viewBox=\"0 0 " << w << ' ' << h
+        << "\">\n<rect width=\"100%\" height=\"100%\" fill=\"black\"/>\n";
     for (const Circle& c : doc.circles) {
-        svg << "<circle cx=\"" << c.x * w << "\" cy=\"" << c.y * h << "\" r=\"" << c.radius << "\" fill=\"rgb("
-            << int(c.own.c0) << ',' << int(c.own.c1) << ',' << int(c.own.c2) << ")\"/>\n";
+        svg << "<circle cx=\"" << c.x * w << "\" cy=\"" << c.y * h << "\" r=\"" << c.radius
+            << "\" fill=\"rgb(" << int(c.own.c0) << ',' << int(c.own.c1) << ',' << int(c.own.c2) << ")\"/>\n";
     }
     svg << "</svg>\n";
     return svg.str();
@@ -76,12 +77,11 @@ void add_circles_command(CLI::App& app, int& exit_code) {
         usage_check(ext == "json" || ext == "svg" ? "" : "the output must end in .json or .svg");
         CliHost host(args->picture.quiet);
         Document doc(host);
-        usage_check(apply_picture_options(args->picture, doc));
-        usage_check(apply_transform_options(args->transform, doc));
-        exit_code = open_and_transform(doc, host, args->input, args->transform.min_size);
+        exit_code = open_and_transform(doc, host, args->input, args->picture, args->transform);
         if (exit_code != 0) return;
         const std::string text = ext == "json" ? circles_json(doc) : circles_svg(doc);
-        if (!replace_file(args->output, std::span(reinterpret_cast<const std::uint8_t*>(text.data()), text.size()))) {
+        if (!replace_file(args->output,
+                          std::span(reinterpret_cast<const std::uint8_t*>(text.data()), text.size()))) {
             host.message("Failed to write " + args->output);
             exit_code = 1;
         }

@@ -57,9 +57,7 @@ void add_video_command(CLI::App& app, int& exit_code) {
         usage_check(fit ? "" : "--fit needs none, fit or stretch, not '" + args->fit + "'");
         CliHost host(args->picture.quiet);
         Document doc(host);
-        usage_check(apply_picture_options(args->picture, doc));
-        usage_check(apply_transform_options(args->transform, doc));
-        exit_code = open_and_transform(doc, host, args->input, args->transform.min_size);
+        exit_code = open_and_transform(doc, host, args->input, args->picture, args->transform);
         if (exit_code != 0) return;
         usage_check(apply_output_options(args->out, doc, host));
         doc.settings.video_width = vw;

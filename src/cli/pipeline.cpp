@@ -24,6 +24,13 @@ int open_and_transform(Document& doc, Host& host, const std::string& input, std:
     return filter_and_transform(doc, host);
 }
 
+int open_and_transform(Document& doc, Host& host, const std::string& input, const PictureOptions& picture,
+                       const TransformOptions& transform) {
+    usage_check(apply_picture_options(picture, doc));
+    usage_check(apply_transform_options(transform, doc));
+    return open_and_transform(doc, host, input, transform.min_size);
+}
+
 int filter_and_transform(Document& doc, Host& host) {
     const int mode = doc.settings.transform_mode;
     if (do_filter(doc, host, FilterKind(doc.settings.filter_kind), doc.settings.memory_limit) != 0) return 1;

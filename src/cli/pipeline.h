@@ -7,6 +7,7 @@
 
 #include "app/document.h"
 #include "cli/cli_host.h"
+#include "cli/options.h"
 #include "image/buffer.h"
 #include "image/settings_block.h"
 
@@ -18,6 +19,11 @@ int open_and_filter(Document& doc, Host& host, const std::string& input);
 // Opens and filters `input`, then runs the transform of the Document's settings (no count message).
 // Open resets Min, so a Min given on the line is applied again after it.
 int open_and_transform(Document& doc, Host& host, const std::string& input, std::optional<double> min_size);
+
+// The line's picture and transform options applied to the Document (a usage error when one is
+// invalid), then `input` opened, filtered and transformed.
+int open_and_transform(Document& doc, Host& host, const std::string& input, const PictureOptions& picture,
+                       const TransformOptions& transform);
 
 // Filters and transforms the picture already open, with the Document's settings (no count message).
 int filter_and_transform(Document& doc, Host& host);
