@@ -29,11 +29,11 @@ double ring_area(const std::vector<Vec2>& r) {
 }  // namespace
 
 struct OutlineSet::Crossing {
-    int edge = -1;    // start point of the crossed edge
-    int end = -1;     // its end point before the cut
-    double t = 0;     // place along the edge
+    int edge = -1;  // start point of the crossed edge
+    int end = -1;   // its end point before the cut
+    double t = 0;   // place along the edge
     Vec2 p;
-    double phi = 0;   // place on the polygon: edge index + fraction
+    double phi = 0;  // place on the polygon: edge index + fraction
     bool entry = false;
     int ring = -1;
     int partner = -1;  // entry: the exit where its span ends
@@ -299,8 +299,8 @@ void OutlineSet::clean_span(std::vector<int>& span, CutReport& report) {
             gone.push_back(span[i]);
         }
     }
-    while (pts.size() > 1 && dist(vertices_[std::size_t(pts.back())].p, vertices_[std::size_t(span.back())].p) <
-                                 kSamePoint) {
+    while (pts.size() > 1 &&
+           dist(vertices_[std::size_t(pts.back())].p, vertices_[std::size_t(span.back())].p) < kSamePoint) {
         gone.push_back(pts.back());
         pts.pop_back();
     }
@@ -412,7 +412,8 @@ bool OutlineSet::try_cut(int piece, Vec2 centre, double radius, int anchor, int 
     // 3. Crossings, with their places along the polygon.
     std::vector<Crossing> cr;
     auto place = [&](Vec2 p, int j) {
-        const double u = dot(p - q[std::size_t(j)], e[std::size_t(j)]) / dot(e[std::size_t(j)], e[std::size_t(j)]);
+        const double u =
+            dot(p - q[std::size_t(j)], e[std::size_t(j)]) / dot(e[std::size_t(j)], e[std::size_t(j)]);
         return j + std::clamp(u, 0.0, 1.0);
     };
     for (int v : cand) {
@@ -424,7 +425,8 @@ bool OutlineSet::try_cut(int piece, Vec2 centre, double radius, int anchor, int 
         int je = -1, jx = -1;
         bool empty = false;
         for (int j = 0; j < n && !empty; ++j) {
-            const double d0 = side[sa * std::size_t(n) + std::size_t(j)], d1 = side[sb * std::size_t(n) + std::size_t(j)];
+            const double d0 = side[sa * std::size_t(n) + std::size_t(j)],
+                         d1 = side[sb * std::size_t(n) + std::size_t(j)];
             if (d0 <= 0 && d1 <= 0) {
                 empty = true;
             } else if (d0 <= 0 || d1 <= 0) {
@@ -499,8 +501,8 @@ bool OutlineSet::try_cut(int piece, Vec2 centre, double radius, int anchor, int 
         attach_ring(rid);
         std::vector<int> hole;
         for (int j = n - 1; j >= 0; --j) hole.push_back(new_vertex(q[std::size_t(j)], rid));
-        order_.insert_range_after(vertices_[std::size_t(anchor)].alive ? anchor : rings_[std::size_t(outer)].head,
-                                  hole);
+        order_.insert_range_after(
+            vertices_[std::size_t(anchor)].alive ? anchor : rings_[std::size_t(outer)].head, hole);
         for (std::size_t k = 0; k < hole.size(); ++k) {
             Vertex& v = vertices_[std::size_t(hole[k])];
             v.next = hole[(k + 1) % hole.size()];
@@ -529,7 +531,8 @@ bool OutlineSet::try_cut(int piece, Vec2 centre, double radius, int anchor, int 
     });
     for (std::size_t i = 0; i < by_ring.size();) {
         std::size_t j = i;
-        while (j < by_ring.size() && cr[std::size_t(by_ring[j])].ring == cr[std::size_t(by_ring[i])].ring) ++j;
+        while (j < by_ring.size() && cr[std::size_t(by_ring[j])].ring == cr[std::size_t(by_ring[i])].ring)
+            ++j;
         const std::size_t k = j - i;
         for (std::size_t m = 0; m < k; ++m) {
             Crossing& c = cr[std::size_t(by_ring[i + m])];
@@ -600,7 +603,8 @@ void OutlineSet::splice(int piece, std::vector<Crossing>& cr, const std::vector<
     pieces_.reserve(pieces_.size() + std::size_t(cycles) + 1);  // keeps `pc` valid while pieces are added
     Piece& pc = pieces_[std::size_t(piece)];
     const int outer = pc.rings.front();
-    const bool outer_involved = std::any_of(cr.begin(), cr.end(), [&](const Crossing& c) { return c.ring == outer; });
+    const bool outer_involved =
+        std::any_of(cr.begin(), cr.end(), [&](const Crossing& c) { return c.ring == outer; });
 
     // a) A span for every entry: its crossing point, the polygon's corners met going backwards
     //    along the polygon, the point of its exit. Order labels follow the start of the entry's edge;
@@ -672,12 +676,12 @@ void OutlineSet::splice(int piece, std::vector<Crossing>& cr, const std::vector<
 
     // d) The new rings. Each cycle starts at the lowest-labelled old point of its arcs.
     struct CycleInfo {
-        int start = -1;                 // its lowest old point
+        int start = -1;  // its lowest old point
         std::uint64_t low = ~std::uint64_t(0);
-        std::vector<int> exits;         // its arcs, by the exit that starts each
-        bool merged = false;            // arcs from more than one ring
-        int base_exit = -1;             // the arc from the largest ring: it keeps its labels
-        int base_low = -1;              // that arc's lowest point: the ring's first point after the cut
+        std::vector<int> exits;  // its arcs, by the exit that starts each
+        bool merged = false;     // arcs from more than one ring
+        int base_exit = -1;      // the arc from the largest ring: it keeps its labels
+        int base_low = -1;       // that arc's lowest point: the ring's first point after the cut
     };
     std::vector<CycleInfo> cyc(static_cast<std::size_t>(cycles));
     for (std::size_t i = 0; i < cr.size(); ++i) {
@@ -686,14 +690,16 @@ void OutlineSet::splice(int piece, std::vector<Crossing>& cr, const std::vector<
         CycleInfo& c = cyc[std::size_t(x.cycle)];
         const int a = cr[std::size_t(x.succ)].edge;  // last old point of the arc
         int low = x.end;
-        if (order_.label(x.end) > order_.label(a) && vertices_[std::size_t(rings_[std::size_t(x.ring)].head)].alive)
+        if (order_.label(x.end) > order_.label(a) &&
+            vertices_[std::size_t(rings_[std::size_t(x.ring)].head)].alive)
             low = rings_[std::size_t(x.ring)].head;  // the arc runs through its ring's first point
         if (order_.label(low) < c.low) {
             c.low = order_.label(low);
             c.start = low;
         }
         const int base_ring = c.base_exit < 0 ? -1 : cr[std::size_t(c.base_exit)].ring;
-        if (c.base_exit < 0 || (x.ring != base_ring && rings_[std::size_t(x.ring)].size > rings_[std::size_t(base_ring)].size) ||
+        if (c.base_exit < 0 ||
+            (x.ring != base_ring && rings_[std::size_t(x.ring)].size > rings_[std::size_t(base_ring)].size) ||
             (x.ring == base_ring && order_.label(low) < order_.label(c.base_low))) {
             c.base_exit = int(i);
             c.base_low = low;
@@ -706,7 +712,8 @@ void OutlineSet::splice(int piece, std::vector<Crossing>& cr, const std::vector<
 
     // Walk the cycles side by side: all of them for holes, all but the largest otherwise.
     std::vector<Walk> walks(static_cast<std::size_t>(cycles));
-    for (int c = 0; c < cycles; ++c) walks[std::size_t(c)].start = walks[std::size_t(c)].at = cyc[std::size_t(c)].start;
+    for (int c = 0; c < cycles; ++c)
+        walks[std::size_t(c)].start = walks[std::size_t(c)].at = cyc[std::size_t(c)].start;
     int open = cycles;
     // Holes alone need every cycle's orientation when there are several.
     const int stop_at = outer_involved || cycles == 1 ? 1 : 0;
@@ -760,7 +767,8 @@ void OutlineSet::splice(int piece, std::vector<Crossing>& cr, const std::vector<
     // the first place of its piece's list; holes come in any order.
     std::vector<int> old_rings;
     for (const Crossing& c : cr)
-        if (std::find(old_rings.begin(), old_rings.end(), c.ring) == old_rings.end()) old_rings.push_back(c.ring);
+        if (std::find(old_rings.begin(), old_rings.end(), c.ring) == old_rings.end())
+            old_rings.push_back(c.ring);
     for (int r : swallowed) old_rings.push_back(r);
     for (int r : old_rings) {
         rings_[std::size_t(r)].alive = false;
@@ -817,7 +825,17 @@ void OutlineSet::splice(int piece, std::vector<Crossing>& cr, const std::vector<
         }
     };
     std::vector<std::pair<std::uint64_t, int>> queued;  // (lowest label, piece) of new pieces
-    std::vector<std::pair<int, int>> islands;            // (cycle, piece) of cycles that became pieces
+    std::vector<std::pair<int, int>> islands;           // (cycle, piece) of cycles that became pieces
+
+    // A cycle that becomes a piece of its own, queued for packing.
+    auto make_island = [&](int c, const Walk& w) {
+        const int pid = new_piece();
+        const int rid = new_ring(pid, false, cyc[std::size_t(c)].base_low);
+        set_ring(w.pts, rid);
+        for (int v : w.pts) report.moved.push_back({v, pid});
+        queued.push_back({cyc[std::size_t(c)].low, pid});
+        islands.push_back({c, pid});
+    };
 
     if (outer_involved) {
         for (int c = 0; c < cycles; ++c) {
@@ -831,12 +849,7 @@ void OutlineSet::splice(int piece, std::vector<Crossing>& cr, const std::vector<
                 queued.push_back({cyc[std::size_t(c)].low, piece});
                 continue;
             }
-            const int pid = new_piece();
-            const int rid = new_ring(pid, false, cyc[std::size_t(c)].base_low);
-            set_ring(w.pts, rid);
-            for (int v : w.pts) report.moved.push_back({v, pid});
-            queued.push_back({cyc[std::size_t(c)].low, pid});
-            islands.push_back({c, pid});
+            make_island(c, w);
         }
         if (!rings_[std::size_t(outer)].alive) {
             // Every cycle was too small: the piece is used up, its holes with it.
@@ -872,17 +885,13 @@ void OutlineSet::splice(int piece, std::vector<Crossing>& cr, const std::vector<
             }
             double area = 0;
             for (std::size_t k = 0; k < w.pts.size(); ++k)
-                area += cross(vertices_[std::size_t(w.pts[k])].p, vertices_[std::size_t(w.pts[(k + 1) % w.pts.size()])].p);
+                area += cross(vertices_[std::size_t(w.pts[k])].p,
+                              vertices_[std::size_t(w.pts[(k + 1) % w.pts.size()])].p);
             if (area < 0) {
                 set_ring(w.pts, new_ring(piece, true, cyc[std::size_t(c)].base_low));
                 continue;
             }
-            const int pid = new_piece();
-            const int rid = new_ring(pid, false, cyc[std::size_t(c)].base_low);
-            set_ring(w.pts, rid);
-            for (int v : w.pts) report.moved.push_back({v, pid});
-            queued.push_back({cyc[std::size_t(c)].low, pid});
-            islands.push_back({c, pid});
+            make_island(c, w);
         }
     }
 
@@ -894,10 +903,12 @@ void OutlineSet::splice(int piece, std::vector<Crossing>& cr, const std::vector<
             if (!w.done) continue;
             // Whichever is less work: the piece's holes, or the edges inside the island's box.
             std::vector<int> near;
-            const double cells = (w.box.x1 - w.box.x0) * (w.box.y1 - w.box.y0) / (edges_.cell_size() * edges_.cell_size());
+            const double cells =
+                (w.box.x1 - w.box.x0) * (w.box.y1 - w.box.y0) / (edges_.cell_size() * edges_.cell_size());
             if (double(pc.rings.size()) < cells) {
                 for (std::size_t k = 1; k < pc.rings.size(); ++k)
-                    if (w.box.contains(Box::around(vertices_[std::size_t(rings_[std::size_t(pc.rings[k])].head)].p, 0)))
+                    if (w.box.contains(
+                            Box::around(vertices_[std::size_t(rings_[std::size_t(pc.rings[k])].head)].p, 0)))
                         near.push_back(pc.rings[k]);
             } else {
                 edges_near(w.box, new_mark(), [&](int e) {
@@ -911,7 +922,8 @@ void OutlineSet::splice(int piece, std::vector<Crossing>& cr, const std::vector<
             std::sort(near.begin(), near.end());
             for (int h : near) {
                 const Vec2 p = vertices_[std::size_t(rings_[std::size_t(h)].head)].p;
-                if (!w.box.contains(Box::around(p, 0)) || !inside_ring_near(p, vertices_[std::size_t(w.start)].ring, w.box))
+                if (!w.box.contains(Box::around(p, 0)) ||
+                    !inside_ring_near(p, vertices_[std::size_t(w.start)].ring, w.box))
                     continue;
                 ++stats.slow_topology;
                 detach_ring(h);
