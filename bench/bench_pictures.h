@@ -20,7 +20,8 @@ inline UBUFFER photo_like(int w, int h, std::uint32_t seed = 1) {
     };
     std::vector<Wave> waves[3];
     for (auto& ch : waves)
-        for (int i = 0; i < 4; ++i) ch.push_back({uni(0.5, 3.0) / w, uni(0.5, 3.0) / h, uni(0, 6.28), uni(15, 40)});
+        for (int i = 0; i < 4; ++i)
+            ch.push_back({uni(0.5, 3.0) / w, uni(0.5, 3.0) / h, uni(0, 6.28), uni(15, 40)});
     struct Object {
         double cx, cy, rx, ry, angle;
         double colour[3];
@@ -44,7 +45,8 @@ inline UBUFFER photo_like(int w, int h, std::uint32_t seed = 1) {
             double c[3];
             for (int k = 0; k < 3; ++k) {
                 c[k] = 110 + 30 * k;
-                for (const Wave& wv : waves[k]) c[k] += wv.amp * std::sin(6.283 * (wv.fx * x + wv.fy * y) + wv.phase);
+                for (const Wave& wv : waves[k])
+                    c[k] += wv.amp * std::sin(6.283 * (wv.fx * x + wv.fy * y) + wv.phase);
             }
             for (const Object& o : objects) {
                 const double dx = x - o.cx, dy = y - o.cy;
@@ -59,7 +61,8 @@ inline UBUFFER photo_like(int w, int h, std::uint32_t seed = 1) {
             }
             const double g = grain[std::size_t(y) * w + x] - 3;
             std::uint8_t* p = &pic.at(x, y, 0);
-            for (int k = 0; k < 3; ++k) p[k] = std::uint8_t(std::lround(std::fmin(255, std::fmax(0, c[k] + g))));
+            for (int k = 0; k < 3; ++k)
+                p[k] = std::uint8_t(std::lround(std::fmin(255, std::fmax(0, c[k] + g))));
             p[3] = 255;
         }
     }

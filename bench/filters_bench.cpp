@@ -7,8 +7,8 @@
 #include <benchmark/benchmark.h>
 
 #include <cstdint>
-#include <vector>
 #include <opencv2/imgproc.hpp>
+#include <vector>
 
 #include "filters/k_mean.h"
 #include "filters/local_contrast.h"

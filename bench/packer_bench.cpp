@@ -67,7 +67,8 @@ void BM_Pack(benchmark::State& state) {
         benchmark::DoNotOptimize(circles);
     }
     state.counters["circles"] = double(circles);
-    state.counters["circles_per_second"] = benchmark::Counter(double(circles), benchmark::Counter::kIsIterationInvariantRate);
+    state.counters["circles_per_second"] =
+        benchmark::Counter(double(circles), benchmark::Counter::kIsIterationInvariantRate);
     state.counters["evaluations"] = double(stats.corner_evaluations);
     state.counters["slow_topology"] = double(stats.slow_topology);
     state.counters["retried_cuts"] = double(stats.retried_cuts);
@@ -96,7 +97,8 @@ void BM_AgainstPlainSearch(benchmark::State& state) {
         const auto t2 = std::chrono::steady_clock::now();
         plain = std::chrono::duration<double>(t1 - t0).count();
         fast = std::chrono::duration<double>(t2 - t1).count() / reps;
-        same = a.size() == b.size() && std::equal(a.begin(), a.end(), b.begin(), [](const Circle& x, const Circle& y) {
+        same = a.size() == b.size() &&
+               std::equal(a.begin(), a.end(), b.begin(), [](const Circle& x, const Circle& y) {
                    return x.x == y.x && x.y == y.y && x.radius == y.radius;
                });
         state.counters["circles"] = double(a.size());
@@ -111,5 +113,9 @@ void BM_AgainstPlainSearch(benchmark::State& state) {
 }  // namespace
 
 BENCHMARK(BM_Pack)->Args({220, 170})->Args({440, 340})->Unit(benchmark::kMillisecond)->MinTime(3.0);
-BENCHMARK(BM_AgainstPlainSearch)->Args({40, 30})->Args({60, 45})->Unit(benchmark::kMillisecond)->Iterations(1);
+BENCHMARK(BM_AgainstPlainSearch)
+    ->Args({40, 30})
+    ->Args({60, 45})
+    ->Unit(benchmark::kMillisecond)
+    ->Iterations(1);
 BENCHMARK_MAIN();

@@ -146,7 +146,9 @@ bool busy_locked(int id) {
 
 }  // namespace
 
-std::span<const Command> command_table() { return kCommands; }
+std::span<const Command> command_table() {
+    return kCommands;
+}
 
 const Command* find_command(int id) {
     auto it = std::find_if(kCommands.begin(), kCommands.end(), [id](const Command& c) { return c.id == id; });
@@ -155,12 +157,17 @@ const Command* find_command(int id) {
 
 std::string_view need_message(Need need) {
     switch (need) {
-        case Need::Result: return "Please render the shape first!";
-        case Need::ResultFirst: return "Please render first";
-        case Need::Layer: return "Please select layer!";
-        case Need::LayerA: return "Please select a layer";
+        case Need::Result:
+            return "Please render the shape first!";
+        case Need::ResultFirst:
+            return "Please render first";
+        case Need::Layer:
+            return "Please select layer!";
+        case Need::LayerA:
+            return "Please select a layer";
         case Need::None:
-        case Need::ShapeLayer: break;
+        case Need::ShapeLayer:
+            break;
     }
     return {};
 }
@@ -170,7 +177,8 @@ bool command_enabled(const Command& c, const UiState& s) {
     if (s.busy) return c.while_busy;
     if (c.while_busy) return true;
     switch (c.gate) {
-        case Gate::Always: break;
+        case Gate::Always:
+            break;
         case Gate::Picture:
             if (!s.picture) return false;
             break;
@@ -180,18 +188,25 @@ bool command_enabled(const Command& c, const UiState& s) {
     }
     // The pairs whose greying follows the selection.
     switch (c.id) {
-        case cmd::kLayerDisable: return s.selected_layer >= 0 && s.layer_shown;
-        case cmd::kLayerEnable: return s.selected_layer >= 0 && !s.layer_shown;
-        case cmd::kChangePassage: return s.selected_layer >= 1 && s.layer_passage;
-        case cmd::kSegmentDisable: return s.segment_enabled == 1;
-        case cmd::kSegmentEnable: return s.segment_enabled == 0;
-        default: return true;
+        case cmd::kLayerDisable:
+            return s.selected_layer >= 0 && s.layer_shown;
+        case cmd::kLayerEnable:
+            return s.selected_layer >= 0 && !s.layer_shown;
+        case cmd::kChangePassage:
+            return s.selected_layer >= 1 && s.layer_passage;
+        case cmd::kSegmentDisable:
+            return s.segment_enabled == 1;
+        case cmd::kSegmentEnable:
+            return s.segment_enabled == 0;
+        default:
+            return true;
     }
 }
 
 std::optional<std::string_view> command_refusal(const Command& c, const UiState& s) {
     switch (c.need) {
-        case Need::None: return std::nullopt;
+        case Need::None:
+            return std::nullopt;
         case Need::Result:
         case Need::ResultFirst:
             if (s.rendered || s.motion_pack) return std::nullopt;
@@ -205,7 +220,9 @@ std::optional<std::string_view> command_refusal(const Command& c, const UiState&
     return std::nullopt;
 }
 
-std::span<const Control> control_table() { return kControls; }
+std::span<const Control> control_table() {
+    return kControls;
+}
 
 const Control* find_control(int id) {
     auto it = std::find_if(kControls.begin(), kControls.end(), [id](const Control& c) { return c.id == id; });

@@ -19,11 +19,11 @@ namespace velq {
 
 // Which pictures the view shows (the View menu's toggles).
 struct ViewToggles {
-    bool original = true;         // "Original image"
-    bool edges = true;            // "Edges and Circles"
-    bool filtered = true;         // "Filtered result"
-    bool final_result = true;     // "Final result"
-    bool all_enclosed = false;    // "All enclosed selection"
+    bool original = true;       // "Original image"
+    bool edges = true;          // "Edges and Circles"
+    bool filtered = true;       // "Filtered result"
+    bool final_result = true;   // "Final result"
+    bool all_enclosed = false;  // "All enclosed selection"
 };
 
 struct Document {
@@ -31,42 +31,42 @@ struct Document {
 
     Settings settings;
 
-    UBUFFER source;          // the picture as read, BGRA
-    UBUFFER filter_buffer;   // source shrunk so that its enlargement fits the memory limit
-    UBUFFER working;         // filter buffer enlarged by INT and blurred
-    UBUFFER filtered;        // result of the last filter; alpha says how strongly it covers the view
-    UBUFFER view;            // the composed view, working size
-    UBUFFER render_buffer;   // the rendered result
-    UBUFFER frame_buffer;    // the last animation frame shown (Render frame, video export)
-    IBUFFER label_map;       // segment number per working pixel, 1-based; 0 none
-    IBUFFER bs_buffer;       // brush-size map of the last Normal transform
+    UBUFFER source;         // the picture as read, BGRA
+    UBUFFER filter_buffer;  // source shrunk so that its enlargement fits the memory limit
+    UBUFFER working;        // filter buffer enlarged by INT and blurred
+    UBUFFER filtered;       // result of the last filter; alpha says how strongly it covers the view
+    UBUFFER view;           // the composed view, working size
+    UBUFFER render_buffer;  // the rendered result
+    UBUFFER frame_buffer;   // the last animation frame shown (Render frame, video export)
+    IBUFFER label_map;      // segment number per working pixel, 1-based; 0 none
+    IBUFFER bs_buffer;      // brush-size map of the last Normal transform
 
     std::vector<BoundaryPiece> pieces;  // boundary pieces: segment edges and circle outlines
     std::vector<Segment> segments;
-    std::vector<Circle> circles;        // free circles of the Normal transform
-    std::vector<Layer> layers;          // nine; 0 is the base layer
+    std::vector<Circle> circles;  // free circles of the Normal transform
+    std::vector<Layer> layers;    // nine; 0 is the base layer
     std::vector<Palette> palettes;
 
     int selected_layer = 1;
     int selected_palette = 0;
     int selected_segment = -1;
-    int selected_outline = -1;   // segment whose outline is picked; -1 none
+    int selected_outline = -1;  // segment whose outline is picked; -1 none
     int hovered_outline = -1;
 
-    std::uint32_t background = 0;   // packed colour, red in the low byte; black at start
-    UBUFFER logo;                   // BGRA; absent when no logo is chosen
+    std::uint32_t background = 0;  // packed colour, red in the low byte; black at start
+    UBUFFER logo;                  // BGRA; absent when no logo is chosen
     int logo_transparency = 255;
 
-    std::string path;               // current picture
+    std::string path;  // current picture
     ViewToggles toggles;
-    SeedSource seeds;               // "seed with the current time", or the run seed
+    SeedSource seeds;  // "seed with the current time", or the run seed
 
     // Result states.
     bool picture_loaded = false;
     bool transformed = false;
     bool rendered = false;
     bool motion_pack_loaded = false;
-    bool flag_byte = false;         // carried in the settings block
+    bool flag_byte = false;  // carried in the settings block
     // The 21 selections of the cycling dialogs (motions 0-4, scan orders 0-7, filters 1-8); all on at
     // start-up, carried in the settings block.
     std::array<bool, 21> cycling = [] {

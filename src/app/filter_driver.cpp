@@ -5,7 +5,8 @@ namespace velq {
 int build_working_pictures(const Document& doc, Host& host, std::int64_t memory_limit, RebuiltPictures& out) {
     const Settings& s = doc.settings;
     if (check_interpolation(host, s.interpolation, s.blur) != 0) return -1;
-    if (init_interpol_buffer(host, doc.source, s.interpolation, memory_limit, out.filter_buffer) != 0) return -1;
+    if (init_interpol_buffer(host, doc.source, s.interpolation, memory_limit, out.filter_buffer) != 0)
+        return -1;
     return init_filter_buffer(host, out.filter_buffer, s.interpolation, s.blur, out.pictures);
 }
 

@@ -19,7 +19,8 @@ namespace {
 UBUFFER brush_source(Document& doc, Host& host) {
     const UBUFFER& small = doc.filter_buffer;
     if (!small || !doc.filtered) return {};
-    if (small.width() == doc.filtered.width() && small.height() == doc.filtered.height()) return doc.filtered.clone();
+    if (small.width() == doc.filtered.width() && small.height() == doc.filtered.height())
+        return doc.filtered.clone();
     UBUFFER out;
     if (!out.allocate(small.width(), small.height(), 4)) return {};
     if (get_resized(host, doc.filtered, out) != 0) return {};
@@ -119,7 +120,9 @@ int do_transform(Document& doc, Host& host, TransformMode mode, bool show_count)
             count = fill_circle_algo1(doc, host);
             break;
         }
-        case TransformMode::Vectorize: count = do_vectorize(doc, host); break;
+        case TransformMode::Vectorize:
+            count = do_vectorize(doc, host);
+            break;
         case TransformMode::Alphabet:
             host.message("The Alphabet transform is not available yet");
             return -1;

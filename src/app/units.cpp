@@ -31,10 +31,14 @@ std::string c_format(const char* fmt, double v) {
 
 int to_pixels(double value, Unit unit, int dpi) {
     switch (unit) {
-        case Unit::Pixel: return saturate(value);
-        case Unit::Inch: return saturate(value * dpi);
-        case Unit::Cm: return saturate(value / 2.54 * dpi);
-        case Unit::Meter: return saturate(value / 0.0254 * dpi);
+        case Unit::Pixel:
+            return saturate(value);
+        case Unit::Inch:
+            return saturate(value * dpi);
+        case Unit::Cm:
+            return saturate(value / 2.54 * dpi);
+        case Unit::Meter:
+            return saturate(value / 0.0254 * dpi);
     }
     return 0;
 }
@@ -44,10 +48,14 @@ double from_pixels(int pixels, Unit unit, int dpi) {
     if (dpi == 0) return 0;
     const double inches = double(pixels) / dpi;
     switch (unit) {
-        case Unit::Inch: return inches;
-        case Unit::Cm: return inches * 2.54;
-        case Unit::Meter: return inches * 0.0254;
-        default: return pixels;
+        case Unit::Inch:
+            return inches;
+        case Unit::Cm:
+            return inches * 2.54;
+        case Unit::Meter:
+            return inches * 0.0254;
+        default:
+            return pixels;
     }
 }
 
@@ -56,8 +64,12 @@ std::string format_size(double value, Unit unit) {
     return format_fixed4(value);
 }
 
-std::string format_fixed4(double value) { return c_format("%0.4f", value); }
-std::string format_double(double value) { return c_format("%f", value); }
+std::string format_fixed4(double value) {
+    return c_format("%0.4f", value);
+}
+std::string format_double(double value) {
+    return c_format("%f", value);
+}
 
 int parse_int(const std::string& text) {
     std::istringstream in(text);

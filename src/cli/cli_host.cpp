@@ -8,7 +8,9 @@ namespace velq::cli {
 
 CliHost::CliHost(bool quiet) : quiet_(quiet), tty_(::isatty(STDERR_FILENO) == 1) {}
 
-CliHost::~CliHost() { clear_line(); }
+CliHost::~CliHost() {
+    clear_line();
+}
 
 void CliHost::title(std::string_view text) {
     if (text == kAppName) {
@@ -29,11 +31,14 @@ void CliHost::percent(int p) {
 void CliHost::message(std::string_view text) {
     said_ = true;
     clear_line();
-    std::fprintf(stderr, "%.*s: %.*s\n", int(kAppName.size()), kAppName.data(), int(text.size()), text.data());
+    std::fprintf(stderr, "%.*s: %.*s\n", int(kAppName.size()), kAppName.data(), int(text.size()),
+                 text.data());
     draw();
 }
 
-bool CliHost::ask(std::string_view question) { return false; }
+bool CliHost::ask(std::string_view question) {
+    return false;
+}
 
 void CliHost::draw() {
     if (quiet_ || !tty_ || stage_.empty()) return;

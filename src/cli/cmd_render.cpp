@@ -34,7 +34,8 @@ std::map<int, std::vector<std::string>> shapes_by_layer(const std::vector<std::s
             index = -1;
         }
         usage_check(index < 1 || index >= layers || eq + 1 >= v.size()
-                        ? "--shapes needs I=PATH with a layer from 1 to " + std::to_string(layers - 1) + ", not '" + v + "'"
+                        ? "--shapes needs I=PATH with a layer from 1 to " + std::to_string(layers - 1) +
+                              ", not '" + v + "'"
                         : "");
         out[index].push_back(v.substr(eq + 1));
     }
@@ -55,8 +56,10 @@ void add_render_command(CLI::App& app, int& exit_code) {
     };
     auto args = std::make_shared<Args>();
     CLI::App* cmd = app.add_subcommand("render", "turn a picture into shape art (.png .jpg .jpeg .bmp)");
-    cmd->add_option("INPUT", args->input, "picture to open (with --settings: the result's own source when left out)");
-    cmd->add_option("-o,--output", args->output, "result to write; its settings block is appended")->required();
+    cmd->add_option("INPUT", args->input,
+                    "picture to open (with --settings: the result's own source when left out)");
+    cmd->add_option("-o,--output", args->output, "result to write; its settings block is appended")
+        ->required();
     add_picture_options(*cmd, args->picture);
     add_transform_options(*cmd, args->transform);
     add_output_options(*cmd, args->output_options);
@@ -70,7 +73,9 @@ void add_render_command(CLI::App& app, int& exit_code) {
     cmd->callback([args, &exit_code] {
         usage_check(args->input.empty() && !args->settings ? "INPUT is required (or --settings RESULT)" : "");
         const std::string ext = file_extension(args->output);
-        usage_check(ext == "png" || ext == "jpg" || ext == "bmp" ? "" : "the output must end in .png, .jpg, .jpeg or .bmp");
+        usage_check(ext == "png" || ext == "jpg" || ext == "bmp"
+                        ? ""
+                        : "the output must end in .png, .jpg, .jpeg or .bmp");
         usage_check(args->logo.text && args->logo.image ? "give --logo-text or --logo-image, not both" : "");
         CliHost host(args->picture.quiet);
         Document doc(host);

@@ -36,7 +36,8 @@ std::string seconds(std::string_view key, std::string_view value, double& out) {
 }
 
 std::string number(std::string_view key, std::string_view value, int& out) {
-    if (!to_int(value, out)) return std::string(key) + " needs a whole number, not '" + std::string(value) + "'";
+    if (!to_int(value, out))
+        return std::string(key) + " needs a whole number, not '" + std::string(value) + "'";
     return {};
 }
 
@@ -49,7 +50,8 @@ const std::vector<Key>& keys() {
                  for (std::size_t i = 0; i < doc.palettes.size(); ++i)
                      if (doc.palettes[i].name == v) index = int(i);
              }
-             if (index < 0 || index >= int(doc.palettes.size())) return "unknown palette '" + std::string(v) + "'";
+             if (index < 0 || index >= int(doc.palettes.size()))
+                 return "unknown palette '" + std::string(v) + "'";
              l.palette = index;
              return {};
          }},
@@ -76,12 +78,36 @@ const std::vector<Key>& keys() {
              l.apply_tone();
              return {};
          }},
-        {"random", false, [](Layer& l, std::string_view, Document&, Host&) { l.random = true; return std::string(); }},
-        {"shuffle", false, [](Layer& l, std::string_view, Document&, Host&) { l.shuffle = true; return std::string(); }},
-        {"invert", false, [](Layer& l, std::string_view, Document&, Host&) { l.invert = true; return std::string(); }},
-        {"convert", false, [](Layer& l, std::string_view, Document&, Host&) { l.convert = true; return std::string(); }},
-        {"hidden", false, [](Layer& l, std::string_view, Document&, Host&) { l.shown = false; return std::string(); }},
-        {"shown", false, [](Layer& l, std::string_view, Document&, Host&) { l.shown = true; return std::string(); }},
+        {"random", false,
+         [](Layer& l, std::string_view, Document&, Host&) {
+             l.random = true;
+             return std::string();
+         }},
+        {"shuffle", false,
+         [](Layer& l, std::string_view, Document&, Host&) {
+             l.shuffle = true;
+             return std::string();
+         }},
+        {"invert", false,
+         [](Layer& l, std::string_view, Document&, Host&) {
+             l.invert = true;
+             return std::string();
+         }},
+        {"convert", false,
+         [](Layer& l, std::string_view, Document&, Host&) {
+             l.convert = true;
+             return std::string();
+         }},
+        {"hidden", false,
+         [](Layer& l, std::string_view, Document&, Host&) {
+             l.shown = false;
+             return std::string();
+         }},
+        {"shown", false,
+         [](Layer& l, std::string_view, Document&, Host&) {
+             l.shown = true;
+             return std::string();
+         }},
         // Animation: the motion kind and scan order by name or number, when the first shape starts,
         // the seconds over which the shapes start, how long each moves, and the amplitude n.
         {"motion", true,
@@ -101,11 +127,18 @@ const std::vector<Key>& keys() {
          },
          "NAME"},
         {"start", true,
-         [](Layer& l, std::string_view v, Document&, Host&) { return seconds("start", v, l.anim.timestamp); }, "S"},
+         [](Layer& l, std::string_view v, Document&, Host&) { return seconds("start", v, l.anim.timestamp); },
+         "S"},
         {"duration", true,
-         [](Layer& l, std::string_view v, Document&, Host&) { return seconds("duration", v, l.anim.duration); }, "S"},
+         [](Layer& l, std::string_view v, Document&, Host&) {
+             return seconds("duration", v, l.anim.duration);
+         },
+         "S"},
         {"move", true,
-         [](Layer& l, std::string_view v, Document&, Host&) { return seconds("move", v, l.anim.motion_time); }, "S"},
+         [](Layer& l, std::string_view v, Document&, Host&) {
+             return seconds("move", v, l.anim.motion_time);
+         },
+         "S"},
         {"amplitude", true,
          [](Layer& l, std::string_view v, Document&, Host&) -> std::string {
              int n = 0;
@@ -147,12 +180,14 @@ std::string apply_layer_option(const std::string& text, Document& doc, Host& hos
         rest = comma == std::string_view::npos ? std::string_view() : rest.substr(comma + 1);
         const auto eq = item.find('=');
         const std::string_view name = item.substr(0, eq);
-        const std::string_view value = eq == std::string_view::npos ? std::string_view() : item.substr(eq + 1);
+        const std::string_view value =
+            eq == std::string_view::npos ? std::string_view() : item.substr(eq + 1);
         const auto& table = keys();
         auto it = std::find_if(table.begin(), table.end(), [&](const Key& k) { return k.name == name; });
         if (it == table.end()) return "unknown layer option '" + std::string(name) + "'";
         if (it->takes_value == (eq == std::string_view::npos))
-            return it->takes_value ? std::string(name) + " needs a value" : std::string(name) + " takes no value";
+            return it->takes_value ? std::string(name) + " needs a value"
+                                   : std::string(name) + " takes no value";
         if (std::string e = it->apply(layer, value, doc, host); !e.empty()) return e;
     }
     return {};

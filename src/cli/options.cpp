@@ -14,8 +14,9 @@ void add_picture_options(CLI::App& cmd, PictureOptions& o) {
     cmd.add_option("--blu", o.blur, "BLU: blur radius (0..10, default 1)");
     cmd.add_option("--thr", o.threshold, "THR: colour threshold (default 20)");
     cmd.add_option("--memory", o.memory, "memory limit of the working picture: 15M, 30M, 45M or 60M");
-    cmd.add_option("--filter", o.filter,
-                   "colour filter: normal, half-shuffle, triple-shuffle, matrix, inverse-contrast, contrast-up, k-mean");
+    cmd.add_option(
+        "--filter", o.filter,
+        "colour filter: normal, half-shuffle, triple-shuffle, matrix, inverse-contrast, contrast-up, k-mean");
     cmd.add_option("--k", o.k_mean, "K-Mn: colours of the k-mean filter (2 and up, default 2)");
     cmd.add_option("--max", o.max_size, "Max: largest circle, fraction of the larger side (default 0.02)");
     cmd.add_option("--gap", o.gap, "GAP: pixels between circles (default 1)");

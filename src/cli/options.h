@@ -15,10 +15,10 @@ namespace velq::cli {
 
 struct PictureOptions {
     std::optional<int> interpolation, blur, threshold;
-    std::optional<std::string> memory;   // 15M 30M 45M 60M
-    std::optional<std::string> filter;   // normal, half-shuffle, ...
+    std::optional<std::string> memory;  // 15M 30M 45M 60M
+    std::optional<std::string> filter;  // normal, half-shuffle, ...
     std::optional<int> k_mean;
-    std::optional<double> max_size;      // Matrix bands read Max as well
+    std::optional<double> max_size;  // Matrix bands read Max as well
     std::optional<int> gap;
     std::optional<std::uint32_t> seed;
     bool quiet = false;
@@ -31,12 +31,12 @@ struct TransformOptions {
 };
 
 struct OutputOptions {
-    std::optional<std::string> unit;       // pixel inch cm meter
+    std::optional<std::string> unit;  // pixel inch cm meter
     std::optional<int> dpi;
-    std::optional<double> width, height;   // output size in the unit
-    std::optional<std::string> background; // RRGGBB
+    std::optional<double> width, height;    // output size in the unit
+    std::optional<std::string> background;  // RRGGBB
     std::optional<int> global_brightness;
-    std::vector<std::string> layers;       // I:opt[,opt...]
+    std::vector<std::string> layers;  // I:opt[,opt...]
 };
 
 // --int --blu --thr --memory --filter --k --max --gap --seed --quiet

@@ -40,6 +40,8 @@ void Progress::set(int p) {
     host_.percent(p);
 }
 
-void Progress::retitle(std::string_view full_title) { host_.title(full_title); }
+void Progress::retitle(std::string_view full_title) {
+    host_.title(full_title);
+}
 
 }  // namespace velq

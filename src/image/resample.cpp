@@ -136,7 +136,8 @@ void shrink_channel_from_table(const IBUFFER& table, int src_width, int src_heig
         for (int c = 0; c < dw; ++c) {
             const int area = (x1[c] - x0[c]) * bh;
             const std::uint32_t sum = area == 0 ? 0 : box_sum(table, x0[c], y0[r], x1[c], y1[r]);
-            d[std::size_t(c) * dch] = area == 0 ? 0 : std::uint8_t(clamp_byte(std::trunc(double(sum) / area + 0.5)));
+            d[std::size_t(c) * dch] =
+                area == 0 ? 0 : std::uint8_t(clamp_byte(std::trunc(double(sum) / area + 0.5)));
         }
     }
 }
@@ -211,9 +212,8 @@ void enlarge_bilinear(const UBUFFER& src, UBUFFER& dst, int factor, int channel)
     std::vector<double> fxs, fys;
     bilinear_axis(src.width(), dst.width(), factor, xs, fxs);
     bilinear_axis(src.height(), dst.height(), factor, ys, fys);
-    parallel_rows(0, dst.height(), [&](int r0, int r1) {
-        enlarge_rows<0>(src, dst, &channel, 1, xs, fxs, ys, fys, r0, r1);
-    });
+    parallel_rows(0, dst.height(),
+                  [&](int r0, int r1) { enlarge_rows<0>(src, dst, &channel, 1, xs, fxs, ys, fys, r0, r1); });
 }
 
 void enlarge_bilinear_rows(const UBUFFER& src, UBUFFER& dst, int factor, int row_begin, int row_end) {
@@ -226,7 +226,8 @@ void enlarge_bilinear_rows(const UBUFFER& src, UBUFFER& dst, int factor, int row
             enlarge_rows<4>(src, dst, nullptr, 4, xs, fxs, ys, fys, r0, r1);
         } else {
             const int list[4] = {0, 1, 2, 3};
-            enlarge_rows<0>(src, dst, list, std::min({4, src.channels(), dst.channels()}), xs, fxs, ys, fys, r0, r1);
+            enlarge_rows<0>(src, dst, list, std::min({4, src.channels(), dst.channels()}), xs, fxs, ys, fys,
+                            r0, r1);
         }
     });
 }

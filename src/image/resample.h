@@ -31,7 +31,9 @@ void shrink_channel_from_table(const IBUFFER& table, int src_width, int src_heig
                                int dst_channel);
 
 // Size of the bilinear enlargement by `factor`: (n - 1) * factor + 1.
-inline int enlarged_size(int n, int factor) { return n < 1 ? 0 : (n - 1) * factor + 1; }
+inline int enlarged_size(int n, int factor) {
+    return n < 1 ? 0 : (n - 1) * factor + 1;
+}
 
 // Bilinear enlargement of channel c of `src` by `factor` into channel c of `dst`, which must already
 // have the enlarged size and 4 channels.

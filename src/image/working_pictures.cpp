@@ -71,8 +71,8 @@ int init_filter_buffer(Host& host, const UBUFFER& filter_buffer, int interpolati
         if (check_interpolation(host, interpolation, blur_radius) != 0) return -1;
         Progress progress(host, "Interpolating");
         const int f = interpolation;
-        if (!made.working.allocate(enlarged_size(filter_buffer.width(), f), enlarged_size(filter_buffer.height(), f),
-                                   4, Init::Uninitialised)) {
+        if (!made.working.allocate(enlarged_size(filter_buffer.width(), f),
+                                   enlarged_size(filter_buffer.height(), f), 4, Init::Uninitialised)) {
             host.message("Failed to interpolate image init_interpol_buffer()");
             return -1;
         }
@@ -86,7 +86,8 @@ int init_filter_buffer(Host& host, const UBUFFER& filter_buffer, int interpolati
         if (blur(host, made.working, blur_radius * f) != 0) return -1;
     }
     const int w = made.working.width(), h = made.working.height();
-    if (!made.view.allocate(w, h, 4) || !made.filtered.allocate(w, h, 4, Init::Uninitialised) || !made.label_map.allocate(w, h, 1)) {
+    if (!made.view.allocate(w, h, 4) || !made.filtered.allocate(w, h, 4, Init::Uninitialised) ||
+        !made.label_map.allocate(w, h, 1)) {
         host.message("Failed to allocate filter_buffer in init_filter_buffer()");
         return -1;
     }

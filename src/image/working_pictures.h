@@ -24,10 +24,10 @@ int init_interpol_buffer(Host& host, const UBUFFER& source, int interpolation, s
                          UBUFFER& filter_buffer);
 
 struct WorkingPictures {
-    UBUFFER working;   // enlarged and blurred
-    UBUFFER filtered;  // a copy of the working picture for the filter to change
-    UBUFFER view;      // cleared, for the view composition
-    IBUFFER label_map; // cleared
+    UBUFFER working;    // enlarged and blurred
+    UBUFFER filtered;   // a copy of the working picture for the filter to change
+    UBUFFER view;       // cleared, for the view composition
+    IBUFFER label_map;  // cleared
 };
 
 // Builds the working pictures from the filter buffer: title "Velquinograph (Interpolating...)",

@@ -21,8 +21,14 @@ struct ColourRecord {
 inline std::uint32_t pack_colorref(int r, int g, int b) {
     return std::uint32_t(r & 255) | (std::uint32_t(g & 255) << 8) | (std::uint32_t(b & 255) << 16);
 }
-inline int colorref_red(std::uint32_t c) { return int(c & 255); }
-inline int colorref_green(std::uint32_t c) { return int((c >> 8) & 255); }
-inline int colorref_blue(std::uint32_t c) { return int((c >> 16) & 255); }
+inline int colorref_red(std::uint32_t c) {
+    return int(c & 255);
+}
+inline int colorref_green(std::uint32_t c) {
+    return int((c >> 8) & 255);
+}
+inline int colorref_blue(std::uint32_t c) {
+    return int((c >> 16) & 255);
+}
 
 }  // namespace velq

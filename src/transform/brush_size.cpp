@@ -129,10 +129,12 @@ public:
         const std::uint8_t* l = level(j) + std::size_t(x - k) * 8;
         const std::size_t dx = std::size_t(far) * 8;
 #if defined(__SSE2__)
-        const __m128i t0 = _mm_unpacklo_epi64(_mm_loadl_epi64(reinterpret_cast<const __m128i*>(l + row0)),
-                                              _mm_loadl_epi64(reinterpret_cast<const __m128i*>(l + row0 + dx)));
-        const __m128i t1 = _mm_unpacklo_epi64(_mm_loadl_epi64(reinterpret_cast<const __m128i*>(l + row1)),
-                                              _mm_loadl_epi64(reinterpret_cast<const __m128i*>(l + row1 + dx)));
+        const __m128i t0 =
+            _mm_unpacklo_epi64(_mm_loadl_epi64(reinterpret_cast<const __m128i*>(l + row0)),
+                               _mm_loadl_epi64(reinterpret_cast<const __m128i*>(l + row0 + dx)));
+        const __m128i t1 =
+            _mm_unpacklo_epi64(_mm_loadl_epi64(reinterpret_cast<const __m128i*>(l + row1)),
+                               _mm_loadl_epi64(reinterpret_cast<const __m128i*>(l + row1 + dx)));
         const __m128i m = _mm_min_epu8(t0, t1);
         const __m128i vl = _mm_set1_epi64x(static_cast<long long>(lim));
         return _mm_movemask_epi8(_mm_cmpeq_epi8(_mm_max_epu8(m, vl), m)) == 0xFFFF;
@@ -143,8 +145,12 @@ public:
     }
 
 private:
-    const std::uint8_t* level(int j) const { return base_ + level_bytes_ * std::size_t(j); }
-    std::uint8_t* level(int j) { return base_ + level_bytes_ * std::size_t(j); }
+    const std::uint8_t* level(int j) const {
+        return base_ + level_bytes_ * std::size_t(j);
+    }
+    std::uint8_t* level(int j) {
+        return base_ + level_bytes_ * std::size_t(j);
+    }
 
     std::uint8_t* base_ = nullptr;
     int width_ = 0, r0_ = 0, rows_ = 0;
@@ -152,8 +158,8 @@ private:
 };
 
 struct MapParams {
-    int minpx = 0;       // inner half-width the rings never look at (0 or more)
-    int kmax = 0;        // largest ring looked at: maxpx - 1
+    int minpx = 0;  // inner half-width the rings never look at (0 or more)
+    int kmax = 0;   // largest ring looked at: maxpx - 1
     std::uint32_t s0 = 1;
     // Per channel value v: the bounds of the colours that pass around a centre of value v.
     std::uint8_t lo[256], hi[256];
@@ -237,7 +243,8 @@ IBUFFER get_brush_size(Host& host, const UBUFFER& picture, double thr, int maxpx
 IBUFFER detail::get_brush_size(Host& host, const UBUFFER& picture, double thr, int maxpx, int minpx,
                                std::size_t band_budget) {
     IBUFFER out;
-    if (!picture || picture.channels() != 4 || !out.allocate(picture.width(), picture.height(), 1)) return out;
+    if (!picture || picture.channels() != 4 || !out.allocate(picture.width(), picture.height(), 1))
+        return out;
     Progress progress(host, "Getting brush size");
 
     MapParams p;

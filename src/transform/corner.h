@@ -23,14 +23,14 @@ bool is_reflex(Vec2 u1, Vec2 u2);
 
 struct CornerRules {
     double min_radius = 0, max_radius = 0, gap = 0;
-    const IBUFFER* map = nullptr;  // brush sizes; absent: candidates take the largest radius
-    double map_sx = 1, map_sy = 1; // map width / picture width, map height / picture height
+    const IBUFFER* map = nullptr;   // brush sizes; absent: candidates take the largest radius
+    double map_sx = 1, map_sy = 1;  // map width / picture width, map height / picture height
 };
 
 struct Candidate {
-    bool ok = false;     // accepted: radius >= smallest, > 0 and > GAP / 2
+    bool ok = false;  // accepted: radius >= smallest, > 0 and > GAP / 2
     Vec2 centre;
-    double radius = 0;   // the candidate's radius (the circle that is cut out)
+    double radius = 0;  // the candidate's radius (the circle that is cut out)
     // The result depends on the corner's own points, the map, and the edges that meet the cone swept
     // by the growing circle: centre apex + t dir, radius t spread, for t up to `length`.
     bool has_reach = false;
@@ -58,8 +58,8 @@ private:
 
     OutlineSet& set_;
     CornerRules rules_;
-    double diagonal_;   // no candidate reaches further than the outline's extent
-    double chunk_;      // length of bisector searched at a time
+    double diagonal_;  // no candidate reaches further than the outline's extent
+    double chunk_;     // length of bisector searched at a time
 };
 
 }  // namespace velq::pack

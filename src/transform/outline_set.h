@@ -22,26 +22,26 @@ struct Vertex {
     Vec2 p;
     int next = -1, prev = -1;  // neighbours on the ring
     int ring = -1;
-    std::uint32_t stamp = 0;     // changes whenever the edge to `next` changes or the point goes
-    std::uint32_t mark = 0;      // the last edge query that passed this edge on (see edges_near)
+    std::uint32_t stamp = 0;  // changes whenever the edge to `next` changes or the point goes
+    std::uint32_t mark = 0;   // the last edge query that passed this edge on (see edges_near)
     bool alive = false;
 };
 
 // The supporting line of an edge; shortened edges keep the line of the edge they came from, so that
 // what a corner computes against the unchanged part of an edge does not change.
 struct Line {
-    Vec2 normal;        // unit normal
-    double offset = 0;  // normal . a point of the line
-    bool valid = false; // false for a line of two equal points
+    Vec2 normal;         // unit normal
+    double offset = 0;   // normal . a point of the line
+    bool valid = false;  // false for a line of two equal points
 };
 
 struct Ring {
     int piece = -1;
-    int head = -1;        // the point with the lowest order label
-    bool hole = false;    // negative orientation: a hole of its piece
+    int head = -1;      // the point with the lowest order label
+    bool hole = false;  // negative orientation: a hole of its piece
     bool alive = false;
-    int slot = -1;        // place in its piece's list of rings
-    int size = 0;         // points
+    int slot = -1;  // place in its piece's list of rings
+    int size = 0;   // points
 };
 
 struct Piece {
@@ -51,13 +51,13 @@ struct Piece {
 
 // What a cut changed, for the packer's caches.
 struct CutReport {
-    bool done = false;          // false: the splice was inconsistent; nothing changed
-    Box changed;                // corners that looked into this box may have another result now:
-    Vec2 centre;                // those that looked into the disc around the cut polygon
+    bool done = false;  // false: the splice was inconsistent; nothing changed
+    Box changed;        // corners that looked into this box may have another result now:
+    Vec2 centre;        // those that looked into the disc around the cut polygon
     double reach = 0;
-    std::vector<Box> extra;     // or into the box of a new shortcut edge
-    std::vector<int> touched;   // new points and old points whose neighbours changed
-    std::vector<int> removed;   // points that went (their numbers may come back as new points)
+    std::vector<Box> extra;      // or into the box of a new shortcut edge
+    std::vector<int> touched;    // new points and old points whose neighbours changed
+    std::vector<int> removed;    // points that went (their numbers may come back as new points)
     std::vector<int> reordered;  // points that took another place in the outline order
     // Points that now belong to another piece than before (with that piece).
     std::vector<std::pair<int, int>> moved;
@@ -134,8 +134,8 @@ private:
     bool try_cut(int piece, Vec2 centre, double radius, int anchor, int attempt, PackStats& stats,
                  CutReport& report);
     void splice(int piece, std::vector<Crossing>& cr, const std::vector<Vec2>& q, int n,
-                const std::vector<int>& doomed, const std::vector<int>& swallowed, int cycles, PackStats& stats,
-                CutReport& report);
+                const std::vector<int>& doomed, const std::vector<int>& swallowed, int cycles,
+                PackStats& stats, CutReport& report);
     void clean_span(std::vector<int>& span, CutReport& report);
     bool chord_is_clear(int a, int b, const std::vector<int>& span, std::size_t i, std::size_t j,
                         const std::vector<int>& gone);

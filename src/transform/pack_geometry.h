@@ -17,13 +17,27 @@ struct Vec2 {
     double x = 0, y = 0;
 };
 
-inline Vec2 operator-(Vec2 a, Vec2 b) { return {a.x - b.x, a.y - b.y}; }
-inline Vec2 operator+(Vec2 a, Vec2 b) { return {a.x + b.x, a.y + b.y}; }
-inline Vec2 operator*(double s, Vec2 a) { return {s * a.x, s * a.y}; }
-inline double dot(Vec2 a, Vec2 b) { return a.x * b.x + a.y * b.y; }
-inline double cross(Vec2 a, Vec2 b) { return a.x * b.y - a.y * b.x; }
-inline double norm(Vec2 a) { return std::sqrt(a.x * a.x + a.y * a.y); }
-inline double dist(Vec2 a, Vec2 b) { return norm(a - b); }
+inline Vec2 operator-(Vec2 a, Vec2 b) {
+    return {a.x - b.x, a.y - b.y};
+}
+inline Vec2 operator+(Vec2 a, Vec2 b) {
+    return {a.x + b.x, a.y + b.y};
+}
+inline Vec2 operator*(double s, Vec2 a) {
+    return {s * a.x, s * a.y};
+}
+inline double dot(Vec2 a, Vec2 b) {
+    return a.x * b.x + a.y * b.y;
+}
+inline double cross(Vec2 a, Vec2 b) {
+    return a.x * b.y - a.y * b.x;
+}
+inline double norm(Vec2 a) {
+    return std::sqrt(a.x * a.x + a.y * a.y);
+}
+inline double dist(Vec2 a, Vec2 b) {
+    return norm(a - b);
+}
 
 struct Box {
     double x0 = std::numeric_limits<double>::infinity(), y0 = std::numeric_limits<double>::infinity();
@@ -66,8 +80,8 @@ inline bool segments_meet(Vec2 a, Vec2 b, Vec2 c, Vec2 d) {
     const double d3 = cross(d - c, a - c), d4 = cross(d - c, b - c);
     if (((d1 > 0 && d2 < 0) || (d1 < 0 && d2 > 0)) && ((d3 > 0 && d4 < 0) || (d3 < 0 && d4 > 0))) return true;
     auto on = [](Vec2 p, Vec2 q, Vec2 r, double c) {  // r on pq, given cross(q - p, r - p) == c
-        return c == 0 && std::min(p.x, q.x) <= r.x && r.x <= std::max(p.x, q.x) && std::min(p.y, q.y) <= r.y &&
-               r.y <= std::max(p.y, q.y);
+        return c == 0 && std::min(p.x, q.x) <= r.x && r.x <= std::max(p.x, q.x) &&
+               std::min(p.y, q.y) <= r.y && r.y <= std::max(p.y, q.y);
     };
     return on(a, b, c, d1) || on(a, b, d, d2) || on(c, d, a, d3) || on(c, d, b, d4);
 }

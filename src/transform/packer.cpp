@@ -120,7 +120,9 @@ private:
 };
 
 // Edges are indexed in cells of this size (pixels), about the size of a typical small circle.
-double cell_size(double max_radius) { return std::clamp(max_radius, 4.0, 8.0); }
+double cell_size(double max_radius) {
+    return std::clamp(max_radius, 4.0, 8.0);
+}
 
 class LiveFeed {
 public:
@@ -252,8 +254,8 @@ private:
         const double step = reach_.cell_size();
         for (double a = 0;; a += step) {
             const double b = std::min(a + step, c.length);
-            const Box box = Box::of(c.apex + a * c.dir, c.apex + b * c.dir)
-                                .grown(b * c.spread + CornerEvaluator::kSlack);
+            const Box box =
+                Box::of(c.apex + a * c.dir, c.apex + b * c.dir).grown(b * c.spread + CornerEvaluator::kSlack);
             reach_.insert(box, v, stamp);
             if (b >= c.length) break;
         }
@@ -282,7 +284,8 @@ private:
         reach_.for_cells(report.changed, [&](std::vector<GridEntry>& cell) {
             std::size_t keep = 0;
             for (const GridEntry e : cell) {
-                if (!set_.vertex(e.id).alive || reach_stamp_[std::size_t(e.id)] != e.stamp || dirty_[std::size_t(e.id)])
+                if (!set_.vertex(e.id).alive || reach_stamp_[std::size_t(e.id)] != e.stamp ||
+                    dirty_[std::size_t(e.id)])
                     continue;  // stale
                 if (affects(report, e)) {
                     mark_dirty(e.id);

@@ -71,7 +71,7 @@ TEST(CommandTable, NeedsAreMetByARenderOrAMotionPackOrALayer) {
         bool save_acts, files_acts;
     };
     const Case cases[] = {
-        {false, false, 1, false, true}, {true, false, 1, true, true}, {false, true, 1, true, true},
+        {false, false, 1, false, true}, {true, false, 1, true, true},   {false, true, 1, true, true},
         {true, false, 0, true, false},  {true, false, -1, true, false},
     };
     for (const Case& c : cases) {
@@ -93,13 +93,17 @@ Command working(const Command& c) {
 }
 
 TEST(BusyModel, StartUpOffersOnlyTheStartUpCommandsAndTheBusyExemptOnes) {
-    const std::set<int> at_start = {cmd::kOpen,          cmd::kLoadLayers,       cmd::kExit,
-                                    cmd::kRoiRender,     cmd::kImageCycling,     cmd::kLoadShapesFiles,
+    const std::set<int> at_start = {cmd::kOpen,
+                                    cmd::kLoadLayers,
+                                    cmd::kExit,
+                                    cmd::kRoiRender,
+                                    cmd::kImageCycling,
+                                    cmd::kLoadShapesFiles,
                                     cmd::kLoadShapesPassage};
-    const std::set<int> while_busy = {cmd::kSkip,       cmd::kStop,         cmd::kMemory15,      cmd::kMemory30,
-                                      cmd::kMemory45,   cmd::kMemory60,     cmd::kResetView,     cmd::kViewOriginal,
-                                      cmd::kViewEdges,  cmd::kViewFiltered, cmd::kViewFinal,     cmd::kTest,
-                                      cmd::kLoadLogo,   cmd::kLoadMotionPack, cmd::kAbout};
+    const std::set<int> while_busy = {
+        cmd::kSkip,      cmd::kStop,      cmd::kMemory15,     cmd::kMemory30,       cmd::kMemory45,
+        cmd::kMemory60,  cmd::kResetView, cmd::kViewOriginal, cmd::kViewEdges,      cmd::kViewFiltered,
+        cmd::kViewFinal, cmd::kTest,      cmd::kLoadLogo,     cmd::kLoadMotionPack, cmd::kAbout};
     UiState start;
     start.picture = false;
     UiState busy;
@@ -119,7 +123,8 @@ TEST(BusyModel, AfterARenderEverythingButTheSelectionPairsIsOffered) {
     s.layer_shown = true;
     s.segment_enabled = 1;
     for (const Command& c : command_table()) {
-        const bool expected = c.id != cmd::kLayerEnable && c.id != cmd::kSegmentEnable && c.id != cmd::kChangePassage;
+        const bool expected =
+            c.id != cmd::kLayerEnable && c.id != cmd::kSegmentEnable && c.id != cmd::kChangePassage;
         EXPECT_EQ(command_enabled(working(c), s), expected) << c.id;
     }
     // Render waits for a transform; the pairs swap with the selection's flags.
@@ -153,8 +158,9 @@ TEST(BusyModel, UnavailableCommandsAreAlwaysGreyedAndSaySo) {
 }
 
 TEST(ControlModel, BusyAndLayerZeroLockTheDescribedControls) {
-    const std::set<int> locked_while_busy = {1002, 1003, 1004, 1005, 1006, 1007, 1008, 1009, 1010, 1011, 1012,
-                                             1013, 1014, 1015, 1016, 1017, 1018, 1020, 1021, 1022, 1024, 1084};
+    const std::set<int> locked_while_busy = {1002, 1003, 1004, 1005, 1006, 1007, 1008, 1009,
+                                             1010, 1011, 1012, 1013, 1014, 1015, 1016, 1017,
+                                             1018, 1020, 1021, 1022, 1024, 1084};
     const std::set<int> colour_options = {1015, 1016, 1017, 1018, 1020};
     UiState idle;
     idle.picture = true;
@@ -176,10 +182,12 @@ TEST(ControlModel, LabelsAndDefaults) {
         int id;
         std::string_view label, text;
     };
-    const Case cases[] = {{1013, "Unit", "pixel"}, {1009, "INT", "5"},    {1010, "BLU", "1"},
-                          {1011, "THR", "20"},     {1012, "GAP", "1"},    {1004, "Max", "0.02"},
-                          {1005, "Min", "0.0005"}, {1006, "DIL", "0"},    {1007, "K-Mn", "2"},
-                          {1084, "Global brightness", "0"}, {1015, "Radom", ""}, {1026, "Select", ""}};
+    const Case cases[] = {{1013, "Unit", "pixel"}, {1009, "INT", "5"},
+                          {1010, "BLU", "1"},      {1011, "THR", "20"},
+                          {1012, "GAP", "1"},      {1004, "Max", "0.02"},
+                          {1005, "Min", "0.0005"}, {1006, "DIL", "0"},
+                          {1007, "K-Mn", "2"},     {1084, "Global brightness", "0"},
+                          {1015, "Radom", ""},     {1026, "Select", ""}};
     for (const Case& c : cases) {
         const Control* control = find_control(c.id);
         ASSERT_NE(control, nullptr) << c.id;

@@ -51,8 +51,8 @@ TEST(FilterDriver, RefusedFiltersKeepThePreviousResult) {
 }
 
 TEST(FilterDriver, EachFilterStartsFromFreshlyBuiltPictures) {
-    const FilterKind kinds[] = {FilterKind::HalfShuffle, FilterKind::TripleShuffle, FilterKind::Matrix,
-                                FilterKind::InverseContrast, FilterKind::ContrastUp, FilterKind::KMean};
+    const FilterKind kinds[] = {FilterKind::HalfShuffle,     FilterKind::TripleShuffle, FilterKind::Matrix,
+                                FilterKind::InverseContrast, FilterKind::ContrastUp,    FilterKind::KMean};
     for (FilterKind kind : kinds) {
         Opened o;
         const UBUFFER plain = o.doc.filtered.clone();

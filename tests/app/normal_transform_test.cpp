@@ -7,9 +7,9 @@
 
 #include "app/filter_driver.h"
 #include "app/transform_driver.h"
-#include "transform/packer.h"
 #include "support/pictures.h"
 #include "support/recording_host.h"
+#include "transform/packer.h"
 
 namespace velq {
 namespace {
@@ -45,11 +45,12 @@ struct Opened {
 };
 
 std::uint32_t argb_of(const ColourRecord& c) {
-    return std::uint32_t(c.c3) << 24 | std::uint32_t(c.c0) << 16 | std::uint32_t(c.c1) << 8 | std::uint32_t(c.c2);
+    return std::uint32_t(c.c3) << 24 | std::uint32_t(c.c0) << 16 | std::uint32_t(c.c1) << 8 |
+           std::uint32_t(c.c2);
 }
 std::uint32_t argb_at(const UBUFFER& p, int x, int y) {
-    return std::uint32_t(p.at(x, y, 3)) << 24 | std::uint32_t(p.at(x, y, 2)) << 16 | std::uint32_t(p.at(x, y, 1)) << 8 |
-           p.at(x, y, 0);
+    return std::uint32_t(p.at(x, y, 3)) << 24 | std::uint32_t(p.at(x, y, 2)) << 16 |
+           std::uint32_t(p.at(x, y, 1)) << 8 | p.at(x, y, 0);
 }
 
 TEST(NormalTransform, NormalPacksTheFrameInThePicturesColours) {
@@ -96,10 +97,11 @@ TEST(NormalTransform, TheFilteredPictureShapesTheCircles) {
     // size) leaves every brush size at 1; one flat colour lets circles grow.
     const UBUFFER source = test::noise_picture(100, 75, 2);
     Opened noisy(source.clone(), 2), flat(source.clone(), 2);
-    noisy.doc.filtered = test::make_picture(noisy.doc.working.width(), noisy.doc.working.height(), [](int x, int y) {
-        const std::uint32_t k = std::uint32_t(x / 4) * 2654435761u ^ std::uint32_t(y / 4) * 40503u;
-        return 0xFF000000u | ((k * 2246822519u) >> 8);
-    });
+    noisy.doc.filtered =
+        test::make_picture(noisy.doc.working.width(), noisy.doc.working.height(), [](int x, int y) {
+            const std::uint32_t k = std::uint32_t(x / 4) * 2654435761u ^ std::uint32_t(y / 4) * 40503u;
+            return 0xFF000000u | ((k * 2246822519u) >> 8);
+        });
     flat.doc.filtered = test::flat_picture(flat.doc.working.width(), flat.doc.working.height(), 0xFF806040u);
     ASSERT_EQ(do_transform(noisy.doc, noisy.host, TransformMode::Normal, false), 0);
     ASSERT_EQ(do_transform(flat.doc, flat.host, TransformMode::Normal, false), 0);
@@ -134,7 +136,8 @@ TEST(NormalTransform, RefusesMinAtOrAboveMax) {
         o.doc.settings.min_size = c.min;
         o.doc.settings.max_size = c.max;
         do_transform(o.doc, o.host, TransformMode::Normal, true);
-        const std::vector<std::string> said{"Invalid MAX, MIN value in fill_circle_algo1()", "The number of circles is 0"};
+        const std::vector<std::string> said{"Invalid MAX, MIN value in fill_circle_algo1()",
+                                            "The number of circles is 0"};
         EXPECT_EQ(o.host.messages(), said);
         EXPECT_TRUE(o.doc.circles.empty());
     }

@@ -13,7 +13,7 @@ TEST(Units, PixelsOfALengthTruncate) {
         Unit u;
         int dpi, px;
     } cases[] = {
-        {100.9, Unit::Pixel, 96, 100}, {2.5, Unit::Inch, 96, 240},  {2.54, Unit::Cm, 300, 300},
+        {100.9, Unit::Pixel, 96, 100}, {2.5, Unit::Inch, 96, 240},      {2.54, Unit::Cm, 300, 300},
         {1.0, Unit::Cm, 72, 28},       {0.0254, Unit::Meter, 150, 150}, {1e12, Unit::Inch, 300, 2147483647},
     };
     for (const Case& k : cases) EXPECT_EQ(to_pixels(k.v, k.u, k.dpi), k.px) << k.v;

@@ -21,7 +21,8 @@ TEST(ViewRectArithmetic, ResetViewCentresThePictureKeepingItsAspect) {
         {800, 600, 0, 0, {0, 0, 800, 600}},         // no picture
     };
     for (const Case& c : cases)
-        EXPECT_EQ(reset_view(c.cw, c.ch, c.pw, c.ph), c.expected) << c.cw << "x" << c.ch << " " << c.pw << "x" << c.ph;
+        EXPECT_EQ(reset_view(c.cw, c.ch, c.pw, c.ph), c.expected)
+            << c.cw << "x" << c.ch << " " << c.pw << "x" << c.ph;
 }
 
 TEST(ViewRectArithmetic, WheelZoomsAboutTheCursor) {
@@ -44,7 +45,8 @@ TEST(ViewRectArithmetic, WheelStepBelowOnePercentOfTheControlIsIgnored) {
     };
     const Case cases[] = {{-1, true}, {-2, true}, {-3, false}, {-100, false}, {50, true}};
     for (const Case& c : cases)
-        EXPECT_EQ(wheel_zoom(small, c.delta, 106, 104, 800, 600, 400, 300).has_value(), c.accepted) << c.delta;
+        EXPECT_EQ(wheel_zoom(small, c.delta, 106, 104, 800, 600, 400, 300).has_value(), c.accepted)
+            << c.delta;
     auto z = wheel_zoom(small, -2, 106, 104, 800, 600, 400, 300);
     ASSERT_TRUE(z);
     EXPECT_EQ(*z, (ViewRect{102, 101, 110, 107}));
@@ -76,7 +78,8 @@ TEST(ViewPicking, ControlPositionsMapToPicturePixels) {
         {100, 150, PixelPos{0, 0}}, {799.9, 499.9, PixelPos{3, 1}}, {400, 300, PixelPos{2, 1}},
         {800, 300, std::nullopt},   {-0.5, 300, std::nullopt},      {300, 99, std::nullopt},
     };
-    for (const Case& c : cases) EXPECT_EQ(control_to_pixel(r, c.x, c.y, 4, 2), c.expected) << c.x << "," << c.y;
+    for (const Case& c : cases)
+        EXPECT_EQ(control_to_pixel(r, c.x, c.y, 4, 2), c.expected) << c.x << "," << c.y;
     const ControlPoint p = pixel_to_control(r, 2, 1, 4, 2);
     EXPECT_DOUBLE_EQ(p.x, 400);
     EXPECT_DOUBLE_EQ(p.y, 300);
@@ -96,10 +99,10 @@ TEST(ViewPicking, DoubleClickCannotPickTheLastSegmentWhileHoveringCan) {
         bool picked;
     };
     const Case cases[] = {
-        {50, -1, 0, false},   // label 0: nothing, but the raw label is kept
-        {150, 0, 0, true},    // label 1
-        {250, 1, 1, true},    // label 2
-        {350, 2, 3, false},   // label 3 = the segment count: hover yes, double click no
+        {50, -1, 0, false},  // label 0: nothing, but the raw label is kept
+        {150, 0, 0, true},   // label 1
+        {250, 1, 1, true},   // label 2
+        {350, 2, 3, false},  // label 3 = the segment count: hover yes, double click no
     };
     for (const Case& c : cases) {
         EXPECT_EQ(hover_pick(r, c.x, 50, labels, segments), c.hover) << c.x;
@@ -118,7 +121,8 @@ protected:
     Document doc{host};
 
     void SetUp() override {
-        doc.source = test::make_picture(2, 2, [](int x, int y) { return 0xFF000000u | ((x ? 0xC8C8C8u : 0x101010u) + y); });
+        doc.source = test::make_picture(
+            2, 2, [](int x, int y) { return 0xFF000000u | ((x ? 0xC8C8C8u : 0x101010u) + y); });
         ASSERT_TRUE(doc.working.allocate(4, 4, 4));
         doc.picture_loaded = true;
     }
@@ -128,8 +132,8 @@ TEST_F(ComposeView, SourceIsScaledByNearestNeighbourAndFilteredBlendedByAlpha) {
     doc.selected_layer = 0;  // no layer colours the view
     ASSERT_TRUE(compose_view(doc));
     ASSERT_EQ(doc.view.width(), 4);
-    EXPECT_EQ(doc.view.at(1, 1, 0), 0x10);   // source (0, 0)
-    EXPECT_EQ(doc.view.at(2, 3, 0), 0xC9);   // source (1, 1): blue 0xC8 + 1
+    EXPECT_EQ(doc.view.at(1, 1, 0), 0x10);  // source (0, 0)
+    EXPECT_EQ(doc.view.at(2, 3, 0), 0xC9);  // source (1, 1): blue 0xC8 + 1
     EXPECT_EQ(doc.view.at(2, 3, 3), 255);
 
     doc.filtered = test::flat_picture(4, 4, 0x80646464u);  // grey 100 at alpha 128

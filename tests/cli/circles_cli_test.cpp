@@ -37,15 +37,17 @@ std::string read_all(const std::string& path) {
 TEST(CirclesCli, WritesTheCirclesAsJsonInPixelsOfTheWorkingPicture) {
     const std::string dir = test::temp_dir("circles-json");
     const std::string in = write_blobs(dir);
-    const test::CliResult r = test::run_cli({"circles", in, "-o", dir + "/c.json", "--int", "3", "--max", "0.06", "--quiet"});
+    const test::CliResult r =
+        test::run_cli({"circles", in, "-o", dir + "/c.json", "--int", "3", "--max", "0.06", "--quiet"});
     ASSERT_EQ(r.exit_code, 0) << r.err;
     EXPECT_TRUE(r.out.empty());
     const nlohmann::json j = nlohmann::json::parse(read_all(dir + "/c.json"));
-    EXPECT_EQ(j["width"], 148);   // (50 - 1) * 3 + 1
+    EXPECT_EQ(j["width"], 148);  // (50 - 1) * 3 + 1
     EXPECT_EQ(j["height"], 106);
     const auto& circles = j["circles"];
     ASSERT_GT(circles.size(), 30u);
-    const std::set<std::vector<int>> picture_colours = {{224, 192, 64, 255}, {32, 80, 160, 255}, {48, 160, 80, 255}};
+    const std::set<std::vector<int>> picture_colours = {
+        {224, 192, 64, 255}, {32, 80, 160, 255}, {48, 160, 80, 255}};
     std::size_t known = 0;
     for (std::size_t i = 0; i < circles.size(); ++i) {
         const double x = circles[i]["x"], y = circles[i]["y"], r0 = circles[i]["r"];
@@ -56,7 +58,8 @@ TEST(CirclesCli, WritesTheCirclesAsJsonInPixelsOfTheWorkingPicture) {
         ASSERT_LE(r0, 148 * 0.06);
         for (std::size_t k = 0; k < i; ++k) {
             const double d = std::hypot(x - double(circles[k]["x"]), y - double(circles[k]["y"]));
-            ASSERT_GE(d + 1e-6, r0 + double(circles[k]["r"]) + 1) << "GAP 1 between circles " << k << " and " << i;
+            ASSERT_GE(d + 1e-6, r0 + double(circles[k]["r"]) + 1)
+                << "GAP 1 between circles " << k << " and " << i;
         }
         known += picture_colours.count(circles[i]["color"].get<std::vector<int>>());
     }
@@ -70,9 +73,11 @@ TEST(CirclesCli, WritesAnSvgOfTheSameCircles) {
     const test::CliResult r = test::run_cli({"circles", in, "-o", dir + "/c.SVG", "--int", "2", "--quiet"});
     ASSERT_EQ(r.exit_code, 0) << r.err;
     const std::string svg = read_all(dir + "/c.SVG");
-    EXPECT_NE(svg.find("<svg xmlns=\"http://www.w3.org/2000/svg\" width=\"99\" height=\"71\""), std::string::npos);
+    EXPECT_NE(svg.find("<svg xmlns=\"http://www.w3.org/2000/svg\" width=\"99\" height=\"71\""),
+              std::string::npos);
     std::size_t count = 0;
-    for (std::size_t at = svg.find("<circle "); at != std::string::npos; at = svg.find("<circle ", at + 1)) ++count;
+    for (std::size_t at = svg.find("<circle "); at != std::string::npos; at = svg.find("<circle ", at + 1))
+        ++count;
     const nlohmann::json j = nlohmann::json::parse(read_all(dir + "/c.json"));
     EXPECT_EQ(count, j["circles"].size());
     EXPECT_NE(svg.find("fill=\"rgb(224,192,64)\""), std::string::npos);

@@ -29,7 +29,7 @@ TEST(FilterCli, WritesTheWorkingPictureAtTheSizeTheMemoryLimitGives) {
         std::vector<std::string> extra;
         int w, h;
     } cases[] = {
-        {{}, 296, 196},                      // INT 5: (60 - 1) * 5 + 1
+        {{}, 296, 196},  // INT 5: (60 - 1) * 5 + 1
         {{"--int", "1"}, 60, 40},
         {{"--int", "10", "--memory", "15M"}, 591, 391},
     };
@@ -58,7 +58,7 @@ TEST(FilterCli, BadInputSaysWhyExitsOneAndWritesNothing) {
         std::ofstream(dir + "/cut.png", std::ios::binary) << bytes.substr(0, bytes.size() / 2);
     }
     std::ofstream(dir + "/clip.mp4") << "not really a video";
-    const std::string cases[] = {dir + "/empty.png", dir + "/text.jpg", dir + "/cut.png", dir,
+    const std::string cases[] = {dir + "/empty.png",   dir + "/text.jpg", dir + "/cut.png", dir,
                                  dir + "/missing.png", dir + "/clip.mp4"};
     for (const std::string& in : cases) {
         const std::string out = dir + "/out.png";

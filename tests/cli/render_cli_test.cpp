@@ -25,9 +25,10 @@ TEST(RenderCli, RendersAndTheResultCarriesItsSettings) {
     const std::string dir = test::temp_dir("render-cli");
     const std::string in = picture_file(dir);
     const std::string out = dir + "/art.png";
-    const test::CliResult r = test::run_cli({"render", in, "-o", out, "--quiet", "--int", "3", "--thr", "12",
-                                             "--layer", "1:palette=Neon Cyber,size=80", "--background", "102030",
-                                             "--shapes", std::string("1=") + VELQ_DATA_DIR + "/shapes/star.png"});
+    const test::CliResult r =
+        test::run_cli({"render", in, "-o", out, "--quiet", "--int", "3", "--thr", "12", "--layer",
+                       "1:palette=Neon Cyber,size=80", "--background", "102030", "--shapes",
+                       std::string("1=") + VELQ_DATA_DIR + "/shapes/star.png"});
     ASSERT_EQ(r.exit_code, 0) << r.err;
     const PictureRead back = read_picture(out);
     ASSERT_TRUE(back);
@@ -66,7 +67,7 @@ TEST(RenderCli, CirclesAsJsonAndSvg) {
     std::ifstream svg(dir + "/c.svg");
     const std::string text((std::istreambuf_iterator<char>(svg)), {});
     EXPECT_NE(text.find("<svg"), std::string::npos);
-    EXPECT_EQ(std::size_t(std::count(text.begin(), text.end(), '\n')) , j["circles"].size() + 4);
+    EXPECT_EQ(std::size_t(std::count(text.begin(), text.end(), '\n')), j["circles"].size() + 4);
     EXPECT_EQ(test::run_cli({"circles", in, "-o", dir + "/c.txt"}).exit_code, 2);
 }
 

@@ -67,7 +67,8 @@ TEST(GetResized, EnlargingTakesTheNearestSourcePixel) {
 }
 
 TEST(EnlargeBilinear, InterpolatesBetweenNeighboursAndKeepsTheLastInside) {
-    const UBUFFER src = test::make_picture(2, 1, [](int x, int) { return x == 0 ? 0xFF000000u : 0xFF0000FFu; });
+    const UBUFFER src =
+        test::make_picture(2, 1, [](int x, int) { return x == 0 ? 0xFF000000u : 0xFF0000FFu; });
     UBUFFER dst;
     dst.allocate(enlarged_size(2, 4), enlarged_size(1, 4), 4);
     ASSERT_EQ(dst.width(), 5);
@@ -126,7 +127,8 @@ TEST(Blur, EqualsTheSummedAreaTableFormulaForEveryKernel) {
                     if (y >= h && y < 17 - m && x >= h && x < 23 - m) {
                         const int r1 = std::min(y + m, 16), r0 = std::max(y + m - k, 0);
                         const int c1 = std::min(x + m, 22), c0 = std::max(x + m - k, 0);
-                        expect = std::uint8_t(std::int64_t(box_sum(table, c0, r0, c1, r1) / double(k * k) + 0.5));
+                        expect =
+                            std::uint8_t(std::int64_t(box_sum(table, c0, r0, c1, r1) / double(k * k) + 0.5));
                     }
                     ASSERT_EQ(buf.at(x, y, c), expect) << "k " << k << " at " << x << "," << y;
                 }
@@ -164,8 +166,8 @@ TEST(WorkingPictures, SizesFollowIntAndTheMemoryLimit) {
         int fw, fh;  // filter buffer
         int ww, wh;  // working picture
     } cases[] = {
-        {40, 30, 1, 15000000, 40, 30, 40, 30},       // INT 1 keeps the size
-        {1, 1, 5, 15000000, 1, 1, 1, 1},             // a single pixel stays single
+        {40, 30, 1, 15000000, 40, 30, 40, 30},            // INT 1 keeps the size
+        {1, 1, 5, 15000000, 1, 1, 1, 1},                  // a single pixel stays single
         {50, 30, 5, 50 * 30 * 25 * 4, 50, 30, 246, 146},  // B = L is not shrunk
         {100, 50, 5, 100 * 50 * 25, 50, 25, 246, 121},    // B = 4 L halves each side
     };
@@ -198,7 +200,8 @@ TEST(WorkingPictures, RefusesOutOfRangeIntAndBlur) {
     struct Case {
         int f, b;
         const char* message;
-    } cases[] = {{51, 1, "Too big interpolation"}, {5, 11, "Too big blur"}, {0, 1, "Interpolation must be 1 or more"}};
+    } cases[] = {
+        {51, 1, "Too big interpolation"}, {5, 11, "Too big blur"}, {0, 1, "Interpolation must be 1 or more"}};
     for (const Case& k : cases) {
         test::RecordingHost host;
         EXPECT_EQ(check_interpolation(host, k.f, k.b), -1);

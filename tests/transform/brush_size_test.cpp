@@ -33,11 +33,11 @@ TEST(BrushSize, EqualsTheRingScanOnGeneratedPictures) {
         int maxpx, minpx;
     };
     const Case cases[] = {
-        {40, 30, 20, 12, 0},   {40, 30, 20, 12, 1},  {33, 47, 0, 20, 0},   {33, 47, 255, 9, 2},
-        {50, 50, 30, 30, 3},   {21, 64, 12.5, 8, 1}, {64, 21, 20, 64, 0},  {17, 17, 20, 5, 4},
-        {31, 29, 20, 40, 7},   {12, 40, 60, 3, 1},   {40, 12, 20, 2, 1},   {25, 25, 20, 1, 0},
-        {25, 25, 20, 0, 0},    {25, 25, 20, -3, -2}, {30, 30, -1, 10, 0},  {1, 1, 20, 10, 0},
-        {1, 40, 20, 10, 0},    {40, 2, 20, 10, 0},   {3, 3, 20, 10, 0},    {45, 38, 20, 25, -4},
+        {40, 30, 20, 12, 0}, {40, 30, 20, 12, 1},  {33, 47, 0, 20, 0},  {33, 47, 255, 9, 2},
+        {50, 50, 30, 30, 3}, {21, 64, 12.5, 8, 1}, {64, 21, 20, 64, 0}, {17, 17, 20, 5, 4},
+        {31, 29, 20, 40, 7}, {12, 40, 60, 3, 1},   {40, 12, 20, 2, 1},  {25, 25, 20, 1, 0},
+        {25, 25, 20, 0, 0},  {25, 25, 20, -3, -2}, {30, 30, -1, 10, 0}, {1, 1, 20, 10, 0},
+        {1, 40, 20, 10, 0},  {40, 2, 20, 10, 0},   {3, 3, 20, 10, 0},   {45, 38, 20, 25, -4},
     };
     test::RecordingHost host;
     for (const Case& c : cases) {
@@ -46,8 +46,8 @@ TEST(BrushSize, EqualsTheRingScanOnGeneratedPictures) {
                 const UBUFFER pic = test::generated_picture(kind, c.w, c.h, seed);
                 const IBUFFER fast = get_brush_size(host, pic, c.thr, c.maxpx, c.minpx);
                 EXPECT_TRUE(same_map(fast, ring_scan(pic, c.thr, c.maxpx, c.minpx)))
-                    << test::kind_name(kind) << " seed " << seed << " " << c.w << "x" << c.h << " thr " << c.thr
-                    << " maxpx " << c.maxpx << " minpx " << c.minpx;
+                    << test::kind_name(kind) << " seed " << seed << " " << c.w << "x" << c.h << " thr "
+                    << c.thr << " maxpx " << c.maxpx << " minpx " << c.minpx;
             }
         }
     }
@@ -56,11 +56,13 @@ TEST(BrushSize, EqualsTheRingScanOnGeneratedPictures) {
 TEST(BrushSize, BandBordersChangeNothing) {
     // Bands of 16 rows (the smallest), so rings cross many band borders and threads share the work.
     test::RecordingHost host;
-    for (test::PictureKind kind : {test::PictureKind::Photo, test::PictureKind::Blocks, test::PictureKind::Flat}) {
+    for (test::PictureKind kind :
+         {test::PictureKind::Photo, test::PictureKind::Blocks, test::PictureKind::Flat}) {
         const UBUFFER pic = test::generated_picture(kind, 90, 140, 11);
         for (int minpx : {0, 2}) {
             const IBUFFER banded = detail::get_brush_size(host, pic, 24, 21, minpx, 1);
-            EXPECT_TRUE(same_map(banded, ring_scan(pic, 24, 21, minpx))) << test::kind_name(kind) << " " << minpx;
+            EXPECT_TRUE(same_map(banded, ring_scan(pic, 24, 21, minpx)))
+                << test::kind_name(kind) << " " << minpx;
         }
     }
 }
@@ -68,16 +70,14 @@ TEST(BrushSize, BandBordersChangeNothing) {
 TEST(BrushSize, InnerSquareFailuresAreIgnored) {
     // Dots right next to every pixel but nothing further out: with minpx 1 or 2 the rings never see
     // them, with minpx 0 the first ring stops at once.
-    const UBUFFER pic = test::make_picture(60, 50, [](int x, int y) {
-        return (x % 2 == 0 && y % 2 == 0) ? 0xFF102030u : 0xFF808080u;
-    });
+    const UBUFFER pic = test::make_picture(
+        60, 50, [](int x, int y) { return (x % 2 == 0 && y % 2 == 0) ? 0xFF102030u : 0xFF808080u; });
     test::RecordingHost host;
     for (int minpx : {0, 1, 2, 3})
         EXPECT_TRUE(same_map(get_brush_size(host, pic, 20, 30, minpx), ring_scan(pic, 20, 30, minpx)))
             << "minpx " << minpx;
-    const UBUFFER sparse = test::make_picture(70, 70, [](int x, int y) {
-        return (x % 9 == 4 && y % 7 == 3) ? 0xFFFF0000u : 0xFF0000FFu;
-    });
+    const UBUFFER sparse = test::make_picture(
+        70, 70, [](int x, int y) { return (x % 9 == 4 && y % 7 == 3) ? 0xFFFF0000u : 0xFF0000FFu; });
     for (int minpx : {1, 2, 4, 6})
         EXPECT_TRUE(same_map(get_brush_size(host, sparse, 10, 34, minpx), ring_scan(sparse, 10, 34, minpx)))
             << "sparse minpx " << minpx;
@@ -97,7 +97,8 @@ TEST(BrushSize, FlatColourReachesTheBorderCappedBelowMaxpx) {
                 const int border = std::min({x, y, 29 - x, 19 - y});
                 const int reach = std::min(border, c.maxpx - 1);
                 const int want = reach > c.minpx ? reach : s0;
-                ASSERT_EQ(int(map.at(x, y)), want) << x << "," << y << " maxpx " << c.maxpx << " minpx " << c.minpx;
+                ASSERT_EQ(int(map.at(x, y)), want)
+                    << x << "," << y << " maxpx " << c.maxpx << " minpx " << c.minpx;
             }
         }
     }

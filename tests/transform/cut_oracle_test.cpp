@@ -71,7 +71,8 @@ BPolygon boost_cut(const pack::Candidate& c, double& perimeter) {
     return p;
 }
 
-void check_cuts(const PackRegion& region, const pack::CornerRules& rules, int max_cuts, const std::string& what) {
+void check_cuts(const PackRegion& region, const pack::CornerRules& rules, int max_cuts,
+                const std::string& what) {
     pack::OutlineSet set(region, 6.0);
     pack::CornerEvaluator eval(set, rules);
     PackStats stats;
@@ -100,8 +101,8 @@ void check_cuts(const PackRegion& region, const pack::CornerRules& rules, int ma
                 BMulti diff;
                 bg::sym_difference(ours, expected, diff);
                 const double allowed = pack::kSimplify * spans + 1e-6;
-                ASSERT_LE(bg::area(diff), allowed) << what << " after cut " << cuts << ": ours " << bg::area(ours)
-                                                   << ", Boost " << bg::area(expected);
+                ASSERT_LE(bg::area(diff), allowed) << what << " after cut " << cuts << ": ours "
+                                                   << bg::area(ours) << ", Boost " << bg::area(expected);
                 ASSERT_TRUE(bg::is_valid(ours)) << what << " after cut " << cuts;
                 break;
             }
@@ -113,7 +114,8 @@ void check_cuts(const PackRegion& region, const pack::CornerRules& rules, int ma
 
 TEST(OutlineCut, AgreesWithBoostDifference) {
     QuietHost host;
-    for (test::PictureKind kind : {test::PictureKind::Photo, test::PictureKind::Blocks, test::PictureKind::Flat}) {
+    for (test::PictureKind kind :
+         {test::PictureKind::Photo, test::PictureKind::Blocks, test::PictureKind::Flat}) {
         const int w = 72, h = 54;
         const UBUFFER working = test::generated_picture(kind, w, h, 21);
         UBUFFER small;

@@ -57,25 +57,28 @@ Packing normal_setup(test::PictureKind kind, int w, int h, std::uint32_t seed, i
         const Circle& c = circles[i];
         if (c.radius < o.min_radius - shrink - 1e-9 || c.radius > o.max_radius - shrink + 1e-9)
             return ::testing::AssertionFailure() << "circle " << i << " radius " << c.radius;
-        if (c.x - c.radius < -1e-9 || c.y - c.radius < -1e-9 || c.x + c.radius > w + 1e-9 || c.y + c.radius > h + 1e-9)
+        if (c.x - c.radius < -1e-9 || c.y - c.radius < -1e-9 || c.x + c.radius > w + 1e-9 ||
+            c.y + c.radius > h + 1e-9)
             return ::testing::AssertionFailure() << "circle " << i << " leaves the picture";
         for (std::size_t j = 0; j < i; ++j) {
             const Circle& d = circles[j];
             const double apart = std::hypot(c.x - d.x, c.y - d.y) - (c.radius + d.radius + o.gap);
             if (apart < -1e-9)
-                return ::testing::AssertionFailure() << "circles " << j << " and " << i << " overlap by " << -apart;
+                return ::testing::AssertionFailure()
+                       << "circles " << j << " and " << i << " overlap by " << -apart;
         }
     }
     return ::testing::AssertionSuccess();
 }
 
 ::testing::AssertionResult same_circles(const std::vector<Circle>& a, const std::vector<Circle>& b) {
-    if (a.size() != b.size()) return ::testing::AssertionFailure() << a.size() << " circles against " << b.size();
+    if (a.size() != b.size())
+        return ::testing::AssertionFailure() << a.size() << " circles against " << b.size();
     for (std::size_t i = 0; i < a.size(); ++i)
         if (a[i].x != b[i].x || a[i].y != b[i].y || a[i].radius != b[i].radius)
-            return ::testing::AssertionFailure() << "circle " << i << " differs: (" << a[i].x << ", " << a[i].y << ", "
-                                                 << a[i].radius << ") against (" << b[i].x << ", " << b[i].y << ", "
-                                                 << b[i].radius << ")";
+            return ::testing::AssertionFailure()
+                   << "circle " << i << " differs: (" << a[i].x << ", " << a[i].y << ", " << a[i].radius
+                   << ") against (" << b[i].x << ", " << b[i].y << ", " << b[i].radius << ")";
     return ::testing::AssertionSuccess();
 }
 
@@ -87,8 +90,8 @@ TEST(Packer, PackingsOfGeneratedPicturesAreValidAndRepeatable) {
                 const int w = 90 + int(seed) * 7, h = 70 - int(seed) * 5;
                 Packing s = normal_setup(kind, w, h, seed, 3, gap);
                 const std::vector<Circle> circles = pack_circles(s.region, s.options, host);
-                const std::string what = test::kind_name(kind) + " seed " + std::to_string(seed) + " gap " +
-                                         std::to_string(gap);
+                const std::string what =
+                    test::kind_name(kind) + " seed " + std::to_string(seed) + " gap " + std::to_string(gap);
                 EXPECT_FALSE(circles.empty()) << what;
                 EXPECT_TRUE(valid_packing(circles, s.options, w, h)) << what;
                 EXPECT_TRUE(same_circles(circles, pack_circles(s.region, s.options, host))) << what;
@@ -102,7 +105,8 @@ TEST(Packer, EqualsThePlainSearchCircleForCircle) {
     for (test::PictureKind kind : test::kAllKinds) {
         for (std::uint32_t seed : {4u, 5u}) {
             Packing s = normal_setup(kind, 48 + int(seed), 36, seed);
-            EXPECT_TRUE(same_circles(pack_circles(s.region, s.options, host), test::reference_pack(s.region, s.options)))
+            EXPECT_TRUE(same_circles(pack_circles(s.region, s.options, host),
+                                     test::reference_pack(s.region, s.options)))
                 << test::kind_name(kind) << " seed " << seed;
         }
     }
@@ -113,7 +117,8 @@ TEST(Packer, EqualsThePlainSearchCircleForCircle) {
         o.max_radius = rmax;
         o.gap = 1;
         const PackRegion r = frame(41, 29);
-        EXPECT_TRUE(same_circles(pack_circles(r, o, host), test::reference_pack(r, o))) << "no map, rmax " << rmax;
+        EXPECT_TRUE(same_circles(pack_circles(r, o, host), test::reference_pack(r, o)))
+            << "no map, rmax " << rmax;
     }
 }
 
@@ -160,9 +165,9 @@ TEST(Packer, CircleListsArePinned) {
 PackRegion region_with_holes() {
     PackRegion r;
     r.outer = {{0, 0}, {60, 2}, {64, 40}, {30, 50}, {2, 38}};
-    r.holes.push_back({{15, 15}, {25, 15}, {25, 25}, {15, 25}});           // square, either orientation
-    r.holes.push_back({{40, 30}, {45, 20}, {50, 30}});                     // triangle
-    r.holes.push_back({{30, 8}, {34, 8}, {34, 9}, {30, 9}});               // thin sliver near the edge
+    r.holes.push_back({{15, 15}, {25, 15}, {25, 25}, {15, 25}});  // square, either orientation
+    r.holes.push_back({{40, 30}, {45, 20}, {50, 30}});            // triangle
+    r.holes.push_back({{30, 8}, {34, 8}, {34, 9}, {30, 9}});      // thin sliver near the edge
     return r;
 }
 
