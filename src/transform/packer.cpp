@@ -309,9 +309,7 @@ private:
 
 }  // namespace
 
-std::vector<Circle> pack_circles(const PackRegion& region, const PackOptions& options, Host& host) {
-    PackStats local;
-    PackStats& stats = options.stats ? *options.stats : local;
+CornerRules pack::corner_rules(const PackOptions& options) {
     CornerRules rules;
     rules.min_radius = options.min_radius;
     rules.max_radius = options.max_radius;
@@ -321,6 +319,13 @@ std::vector<Circle> pack_circles(const PackRegion& region, const PackOptions& op
         rules.map_sx = double(options.brush_map->width()) / double(options.picture_width);
         rules.map_sy = double(options.brush_map->height()) / double(options.picture_height);
     }
+    return rules;
+}
+
+std::vector<Circle> pack_circles(const PackRegion& region, const PackOptions& options, Host& host) {
+    PackStats local;
+    PackStats& stats = options.stats ? *options.stats : local;
+    const CornerRules rules = pack::corner_rules(options);
     if (!(rules.max_radius > 0)) return {};
     OutlineSet set(region, cell_size(rules.max_radius));
     LiveFeed live(host, options.live_interval_seconds);

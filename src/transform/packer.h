@@ -52,4 +52,11 @@ struct PackOptions {
 // host's stop flag is set. Uses no randomness: the same input gives the same circles in the same order.
 std::vector<Circle> pack_circles(const PackRegion& region, const PackOptions& options, Host& host);
 
+namespace pack {
+struct CornerRules;
+// The rules a corner's candidate follows under these options (radii, GAP, the brush-size map and
+// its map-to-picture scale when the map and the picture size are given).
+CornerRules corner_rules(const PackOptions& options);
+}  // namespace pack
+
 }  // namespace velq

@@ -14,15 +14,7 @@ namespace velq::test {
 inline std::vector<Circle> reference_pack(const PackRegion& region, const PackOptions& o,
                                           PackStats* stats_out = nullptr) {
     PackStats stats;
-    pack::CornerRules rules;
-    rules.min_radius = o.min_radius;
-    rules.max_radius = o.max_radius;
-    rules.gap = o.gap;
-    if (o.brush_map && *o.brush_map && o.picture_width > 0 && o.picture_height > 0) {
-        rules.map = o.brush_map;
-        rules.map_sx = double(o.brush_map->width()) / double(o.picture_width);
-        rules.map_sy = double(o.brush_map->height()) / double(o.picture_height);
-    }
+    const pack::CornerRules rules = pack::corner_rules(o);
     std::vector<Circle> out;
     if (!(rules.max_radius > 0)) return out;
     pack::OutlineSet set(region, 10.0);
