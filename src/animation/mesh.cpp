@@ -8,6 +8,12 @@ namespace {
 
 // The quad's local axes after spin (about z), then tilt (about x), then turn (about y).
 void axes(const Primitive& p, Vec3& u, Vec3& v) {
+    // No angle: the axes are the picture's (the turns below would give exactly these).
+    if (p.spin == 0.0 && p.tilt == 0.0 && p.turn == 0.0) {
+        u = {1, 0, 0};
+        v = {0, 1, 0};
+        return;
+    }
     const double cs = std::cos(p.spin), ss = std::sin(p.spin);
     u = {cs, ss, 0};
     v = {-ss, cs, 0};

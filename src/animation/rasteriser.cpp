@@ -128,13 +128,22 @@ int rasterise(const Mesh& mesh, const Camera& camera, ShapePainter& painter, UBU
               std::vector<PixelRect>* touched, std::vector<PixelRect>* depth_touched) {
     const auto& prims = mesh.primitives();
     const auto& quads = mesh.quads();
-    std::vector<std::uint32_t> idx(prims.size());
-    std::iota(idx.begin(), idx.end(), 0u);
-    std::stable_sort(idx.begin(), idx.end(), [&](std::uint32_t a, std::uint32_t b) {
-        if (quads[a].centre_depth != quads[b].centre_depth)
-            return quads[a].centre_depth > quads[b].centre_depth;
-        return prims[a].order < prims[b].order;
+    // Far to near, then in the still render's order, then in mesh order.
+    struct Key {
+        double depth;
+        std::uint64_t order_index;
+    };
+    std::vector<Key> keys(prims.size());
+    for (std::size_t i = 0; i < prims.size(); ++i) {
+        const double depth = quads[i].centre_depth;  // no NaN, which would break the sort's ordering
+        keys[i] = {depth == depth ? depth : -HUGE_VAL, std::uint64_t(prims[i].order) << 32 | i};
+    }
+    std::sort(keys.begin(), keys.end(), [](const Key& a, const Key& b) {
+        if (a.depth != b.depth) return a.depth > b.depth;
+        return a.order_index < b.order_index;
     });
+    std::vector<std::uint32_t> idx(prims.size());
+    for (std::size_t i = 0; i < keys.size(); ++i) idx[i] = std::uint32_t(keys[i].order_index);
     int failures = 0;
     const int w = picture.width(), h = picture.height();
     // Runs of flat primitives go to the painter together (it may paint them in parallel bands).

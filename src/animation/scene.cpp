@@ -21,6 +21,7 @@ bool AnimationScene::allocate(const UBUFFER& base) {
     display_dirty_.reset(w, h);
     depth_dirty_.reset(w, h);
     fresh_ = true;
+    shows_background_ = false;
     return true;
 }
 
@@ -48,6 +49,7 @@ bool AnimationScene::rewind() {
     display_dirty_.clear();
     depth_dirty_.clear();
     fresh_ = true;
+    shows_background_ = false;
     return true;
 }
 
@@ -82,8 +84,7 @@ bool AnimationScene::draw_fixed() {
     return true;
 }
 
-bool AnimationScene::draw_moving() {
-    if (host_.stopped()) return false;
+void AnimationScene::restore_display() {
     if (full_copies_ || fresh_) {
         copy_to(host_, background_, display_);
         depth_stale_ = true;
@@ -95,19 +96,39 @@ bool AnimationScene::draw_moving() {
                 std::memcpy(display_.row(y) + std::size_t(r.x0) * 4,
                             background_.row(y) + std::size_t(r.x0) * 4, n);
         });
-        if (!depth_stale_) {
-            depth_dirty_.for_each_run([&](const PixelRect& r) {
-                const std::size_t n = std::size_t(r.x1 - r.x0) * sizeof(double);
-                for (int y = r.y0; y < r.y1; ++y)
-                    std::memcpy(moving_depth_.row(y) + r.x0, background_depth_.row(y) + r.x0, n);
-            });
-        }
     }
     display_dirty_.clear();
+}
+
+UBUFFER& AnimationScene::display() {
+    if (shows_background_) {
+        restore_display();
+        shows_background_ = false;
+    }
+    return display_;
+}
+
+bool AnimationScene::draw_moving() {
+    if (host_.stopped()) return false;
+    const auto& prims = moving_.primitives();
+    // Nothing moves: the frame is the background as it stands, and the display (with the depth) is
+    // brought back only when something is drawn on it, from everything marked meanwhile.
+    if (prims.empty() && !full_copies_) {
+        shows_background_ = true;
+        return true;
+    }
+    shows_background_ = false;
+    restore_display();
+    if (!depth_stale_) {
+        depth_dirty_.for_each_run([&](const PixelRect& r) {
+            const std::size_t n = std::size_t(r.x1 - r.x0) * sizeof(double);
+            for (int y = r.y0; y < r.y1; ++y)
+                std::memcpy(moving_depth_.row(y) + r.x0, background_depth_.row(y) + r.x0, n);
+        });
+    }
     depth_dirty_.clear();
     // The moving depth is brought up to date only when a quad is about to use it: shapes that lie
     // flat on the picture never read or write depth.
-    const auto& prims = moving_.primitives();
     if (depth_stale_ &&
         std::any_of(prims.begin(), prims.end(), [](const Primitive& p) { return !p.flat(); })) {
         copy_to(host_, background_depth_, moving_depth_);

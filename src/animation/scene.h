@@ -41,11 +41,17 @@ public:
     // Back to the state before the first frame: every shape unsettled, the background the base.
     bool rewind();
 
-    UBUFFER& display() { return display_; }
+    // The frame just rendered. While nothing moves it is the background itself, so a frame that only
+    // settles shapes copies nothing.
+    const UBUFFER& frame() const { return shows_background_ ? background_ : display_; }
+    // The frame as a buffer of its own, to draw over (the logo) or to keep: brought up to date with
+    // the background first when the frame was the background.
+    UBUFFER& display();
     const UBUFFER& background() const { return background_; }
     // Something else was drawn on the display (the logo): the next frame restores it too.
     void drew_over(const PixelRect& r) { display_dirty_.mark(r); }
-    // Copy the whole background every frame instead of the parts that changed (for checking).
+    // Copy the whole background into the display every frame instead of the parts that changed, and
+    // never show the background itself (for checking).
     void set_full_copies(bool on) { full_copies_ = on; }
 
     std::size_t fixed_count() const { return fixed_.size(); }
@@ -54,6 +60,8 @@ public:
 
 private:
     void mark(std::vector<PixelRect>& rects, DirtyTiles& tiles);
+    // Brings the display back to the background where they differ.
+    void restore_display();
 
     Host& host_;
     Camera camera_;
@@ -67,9 +75,9 @@ private:
     DirtyTiles depth_dirty_;    // moving depth to bring back (only quads write depth)
     std::vector<PixelRect> touched_, depth_touched_;
     bool full_copies_ = false;
-    bool fresh_ = true;
-    bool depth_stale_ = true;  // the moving depth has not been copied since the display was filled  // the
-                               // display has not been filled yet
+    bool fresh_ = true;              // the display has not been filled yet
+    bool depth_stale_ = true;        // the moving depth has not been copied since the display was filled
+    bool shows_background_ = false;  // the last frame had nothing moving: frame() is the background
 };
 
 }  // namespace velq

@@ -115,8 +115,11 @@ void SettleBoard::reset(std::vector<Circle> shapes, std::vector<Footprint> print
         neighbours_[fill[o.first]++] = o.second;
         neighbours_[fill[o.second]++] = o.first;
     }
-    for (std::size_t i = 0; i < n; ++i)
+    has_neighbours_.assign((n + 63) / 64, 0);
+    for (std::size_t i = 0; i < n; ++i) {
         std::sort(neighbours_.begin() + offsets_[i], neighbours_.begin() + offsets_[i + 1]);
+        if (offsets_[i + 1] > offsets_[i]) has_neighbours_[i >> 6] |= std::uint64_t(1) << (i & 63);
+    }
     rewind();
 }
 
@@ -161,10 +164,10 @@ void SettleBoard::paint_pixel(std::uint32_t shape, const UBUFFER& stencil, int x
 
 std::size_t SettleBoard::repair(const UBUFFER& base, UBUFFER& background, ShapePainter& painter) {
     std::size_t repaired = 0;
-    std::sort(now_.begin(), now_.end());
     std::vector<std::pair<int, int>> pixels;  // (y, x) to paint again, each with the shape that found it
     std::vector<std::uint32_t> finder;
     for (std::uint32_t s : now_) {
+        if (!((has_neighbours_[s >> 6] >> (s & 63)) & 1)) continue;
         for (std::uint32_t i = offsets_[s]; i < offsets_[s + 1]; ++i) {
             const std::uint32_t t = neighbours_[i];
             if (t < s || frame_of_[t] < 0 || frame_of_[t] >= frame_) continue;

@@ -61,8 +61,11 @@ private:
     std::vector<Circle> shapes_;
     std::vector<Footprint> prints_;
     std::vector<std::uint32_t> offsets_, neighbours_;  // both directions, each list in order
-    std::vector<int> frame_of_;                        // frame a shape came to rest in; -1 not yet
-    std::vector<std::uint32_t> now_;                   // shapes come to rest in the current frame
+    // A bit per shape: it has neighbours. Few shapes do, and this small table spares the repair a
+    // miss on the offsets for every other shape of the frame.
+    std::vector<std::uint64_t> has_neighbours_;
+    std::vector<int> frame_of_;       // frame a shape came to rest in; -1 not yet
+    std::vector<std::uint32_t> now_;  // shapes come to rest in the current frame
     int frame_ = 0;
 };
 

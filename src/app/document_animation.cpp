@@ -3,6 +3,8 @@
 #include <algorithm>
 
 #include "animation/layer_animation.h"
+#include "host/worker_pool.h"
+#include "render/band_paint.h"
 #include "render/logo.h"
 #include "render/paint.h"
 #include "render/renderer.h"
@@ -26,9 +28,21 @@ public:
         return 0;
     }
 
+    // A frame's shapes: a few hundred at most in most frames, so they go to the kept threads in bands.
     int paint_all(std::span<const Circle> placements, UBUFFER& buffer) override {
-        if (placements.size() < 512) return ShapePainter::paint_all(placements, buffer);
-        return paint_circles(host_, placements, buffer, g_) ? 0 : 1;
+        int failures = 0;
+        jobs_.resize(placements.size());
+        for (std::size_t i = 0; i < placements.size(); ++i) {
+            const Circle& c = placements[i];
+            const int r = painter_.prepare(c, c.paint, jobs_[i]);
+            if (r != 0) {
+                jobs_[i].stencil.reset();
+                failures += r < 0;
+            }
+        }
+        paint_jobs_in_bands(host_, painter_, jobs_, buffer, pool_);
+        jobs_.clear();
+        return failures;
     }
 
     std::shared_ptr<const UBUFFER> stencil(const SHAPE& shape, int side) override {
@@ -43,6 +57,8 @@ private:
     Host& host_;
     int g_;
     Painter painter_;
+    WorkerPool pool_;
+    std::vector<PaintJob> jobs_;
 };
 
 // Circles are measured in working pixels; a larger frame scales them as the still render does.
@@ -126,12 +142,11 @@ int DocumentAnimation::prepare(int width, int height, const char* alloc_message)
 
 const UBUFFER* DocumentAnimation::frame(double t, double fx, double fy) {
     if (!scene_ || !scene_->render(t)) return nullptr;
+    if (!doc_.logo) return &scene_->frame();
     UBUFFER& display = scene_->display();
-    if (doc_.logo) {
-        render_logo(host_, display, doc_.logo, doc_.logo_transparency, fx, fy);
-        const PixelRect r = logo_rect(doc_.logo, display.width(), display.height(), fx, fy);
-        if (!r.empty()) scene_->drew_over(r);
-    }
+    render_logo(host_, display, doc_.logo, doc_.logo_transparency, fx, fy);
+    const PixelRect r = logo_rect(doc_.logo, display.width(), display.height(), fx, fy);
+    if (!r.empty()) scene_->drew_over(r);
     return &display;
 }
 

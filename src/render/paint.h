@@ -67,9 +67,21 @@ public:
 private:
     const double* shade_table(double c);
     const double* tone_table(int transparency);
+    std::shared_ptr<const Stencil> stencil_of(const SHAPE& shape, int side);
+
+    // Stencils already asked for, by shape and side: an animation's painter asks for the same few
+    // hundred every frame, and the shape's own cache takes a lock each time. A painter lives no longer
+    // than one job over shapes that do not change.
+    struct ShapeStencils {
+        const SHAPE* shape;
+        std::vector<std::shared_ptr<const Stencil>> by_side;
+    };
+    static constexpr int kKeptSides = 4096;
 
     Host& host_;
     int g_;
+    std::vector<ShapeStencils> stencils_;
+    std::size_t last_shape_ = 0;
     std::unordered_map<std::uint64_t, std::unique_ptr<std::array<double, 256>>> shade_tables_;
     std::unordered_map<int, std::unique_ptr<std::array<double, 512>>> tone_tables_;
 };

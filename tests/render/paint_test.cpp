@@ -4,6 +4,7 @@
 #include <random>
 
 #include "reference.h"
+#include "render/band_paint.h"
 #include "render/paint.h"
 #include "render/renderer.h"
 #include "support/pictures.h"
@@ -282,6 +283,44 @@ TEST(PaintPlacements, WhiteTintStopFlagAndProgress) {
     host.stop = true;
     EXPECT_FALSE(paint_placements(host, list, untouched, 0, false, nullptr));
     EXPECT_EQ(untouched.at(4, 4, 2), 0);
+}
+
+// A frame's shapes painted in bands on kept threads give the bytes of painting them one by one, for
+// any number of jobs (none, fewer than a band takes, many) and of threads, frame after frame.
+TEST(PaintJobsInBands, KeepEveryPixelsOrderForAnyBandsAndThreads) {
+    test::RecordingHost host;
+    const auto shapes = test_shapes(host);
+    for (const int threads : {1, 2, 3, 5}) {
+        WorkerPool pool(threads);
+        Painter painter(host, 10);
+        RandomPlacements rnd{std::mt19937(unsigned(20 + threads)), shapes, 240, 200};
+        UBUFFER buf = test::noise_picture(240, 200, 4);
+        UBUFFER ref = buf.clone();
+        for (const int count : {0, 5, 60, 400, 130}) {
+            std::vector<PaintJob> jobs(static_cast<std::size_t>(count));
+            for (PaintJob& job : jobs) {
+                const Placement p = rnd.next();
+                if (painter.prepare(p, p.paint, job) != 0) job.stencil.reset();
+                test::reference_fill_shape(host, p, ref, 10);
+            }
+            ASSERT_TRUE(paint_jobs_in_bands(host, painter, jobs, buf, pool));
+            ASSERT_EQ(std::memcmp(buf.data(), ref.data(), buf.size()), 0) << threads << " threads, " << count;
+        }
+    }
+    // The stop flag ends the painting and is reported.
+    WorkerPool pool(2);
+    Painter painter(host, 0);
+    RandomPlacements rnd{std::mt19937(5), shapes, 100, 100};
+    std::vector<PaintJob> jobs(200);
+    for (PaintJob& job : jobs) {
+        const Placement p = rnd.next();
+        if (painter.prepare(p, p.paint, job) != 0) job.stencil.reset();
+    }
+    UBUFFER buf = test::noise_picture(100, 100, 1);
+    const UBUFFER before = buf.clone();
+    host.stop = true;
+    EXPECT_FALSE(paint_jobs_in_bands(host, painter, jobs, buf, pool));
+    EXPECT_EQ(std::memcmp(buf.data(), before.data(), buf.size()), 0);
 }
 
 }  // namespace
