@@ -2,7 +2,6 @@
 
 #include <algorithm>
 #include <cmath>
-#include <numeric>
 
 #include "render/shape.h"
 
@@ -125,35 +124,35 @@ PixelRect flat_rect(const Circle& c, int width, int height) {
 }
 
 int rasterise(const Mesh& mesh, const Camera& camera, ShapePainter& painter, UBUFFER& picture, DBUFFER& depth,
-              std::vector<PixelRect>* touched, std::vector<PixelRect>* depth_touched) {
+              std::vector<PixelRect>* touched, std::vector<PixelRect>* depth_touched,
+              RasterScratch* scratch) {
+    RasterScratch own;
+    RasterScratch& sc = scratch ? *scratch : own;
     const auto& prims = mesh.primitives();
     const auto& quads = mesh.quads();
     // Far to near, then in the still render's order, then in mesh order.
-    struct Key {
-        double depth;
-        std::uint64_t order_index;
-    };
-    std::vector<Key> keys(prims.size());
+    auto& keys = sc.keys;
+    keys.resize(prims.size());
     for (std::size_t i = 0; i < prims.size(); ++i) {
         const double depth = quads[i].centre_depth;  // no NaN, which would break the sort's ordering
         keys[i] = {depth == depth ? depth : -HUGE_VAL, std::uint64_t(prims[i].order) << 32 | i};
     }
-    std::sort(keys.begin(), keys.end(), [](const Key& a, const Key& b) {
+    std::sort(keys.begin(), keys.end(), [](const RasterScratch::Key& a, const RasterScratch::Key& b) {
         if (a.depth != b.depth) return a.depth > b.depth;
         return a.order_index < b.order_index;
     });
-    std::vector<std::uint32_t> idx(prims.size());
-    for (std::size_t i = 0; i < keys.size(); ++i) idx[i] = std::uint32_t(keys[i].order_index);
     int failures = 0;
     const int w = picture.width(), h = picture.height();
     // Runs of flat primitives go to the painter together (it may paint them in parallel bands).
-    std::vector<Circle> run;
+    std::vector<Circle>& run = sc.run;
+    run.clear();
     auto flush = [&] {
         if (run.empty()) return;
         failures += painter.paint_all(run, picture);
         run.clear();
     };
-    for (std::uint32_t i : idx) {
+    for (const RasterScratch::Key& key : keys) {
+        const std::uint32_t i = std::uint32_t(key.order_index);
         const Primitive& p = prims[i];
         if (!p.look.shape) continue;
         if (p.flat()) {

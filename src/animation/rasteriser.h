@@ -5,6 +5,7 @@
 // blended with the renderer's formula, tested against and written into the depth buffer.
 #pragma once
 
+#include <cstdint>
 #include <vector>
 
 #include "animation/camera.h"
@@ -27,11 +28,23 @@ inline constexpr double kFarDepth = 999999999.0;
 // The pixels that painting a flat placement can change (the whole square of its stencil), clipped.
 PixelRect flat_rect(const Circle& placement, int width, int height);
 
+// Working lists that a caller painting every frame keeps between calls, so that a frame with tens of
+// thousands of shapes allocates nothing.
+struct RasterScratch {
+    struct Key {
+        double depth;
+        std::uint64_t order_index;  // still render order, then place in the mesh
+    };
+    std::vector<Key> keys;
+    std::vector<Circle> run;
+};
+
 // Paints `mesh` (already transformed by `camera`). The rectangle of every painted primitive is
 // appended to `touched` when given, and that of every one that wrote depth to `depth_touched`.
 // Returns the number of primitives that failed to paint.
 int rasterise(const Mesh& mesh, const Camera& camera, ShapePainter& painter, UBUFFER& picture, DBUFFER& depth,
-              std::vector<PixelRect>* touched = nullptr, std::vector<PixelRect>* depth_touched = nullptr);
+              std::vector<PixelRect>* touched = nullptr, std::vector<PixelRect>* depth_touched = nullptr,
+              RasterScratch* scratch = nullptr);
 
 // The blend of one channel as the renderer defines it, for stencil shade s and opacity m (m > 0).
 inline int blend_value(int s, int m, int old, double tint, int global_brightness, int transparency,

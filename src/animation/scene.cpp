@@ -75,7 +75,8 @@ bool AnimationScene::gather(double t) {
 bool AnimationScene::draw_fixed() {
     if (host_.stopped()) return false;
     fixed_.transform(camera_);
-    rasterise(fixed_, camera_, painter_, background_, background_depth_, &touched_, &depth_touched_);
+    rasterise(fixed_, camera_, painter_, background_, background_depth_, &touched_, &depth_touched_,
+              &scratch_);
     // Pixels the frame's shapes share with shapes painted after them in the still render lie inside
     // the rectangles just marked.
     board_.repair(base_, background_, painter_);
@@ -135,7 +136,7 @@ bool AnimationScene::draw_moving() {
         depth_stale_ = false;
     }
     moving_.transform(camera_);
-    rasterise(moving_, camera_, painter_, display_, moving_depth_, &touched_, &depth_touched_);
+    rasterise(moving_, camera_, painter_, display_, moving_depth_, &touched_, &depth_touched_, &scratch_);
     mark(touched_, display_dirty_);
     mark(depth_touched_, depth_dirty_);
     return true;

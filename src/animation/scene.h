@@ -74,6 +74,7 @@ private:
     DirtyTiles display_dirty_;  // display pixels to bring back before the next frame
     DirtyTiles depth_dirty_;    // moving depth to bring back (only quads write depth)
     std::vector<PixelRect> touched_, depth_touched_;
+    RasterScratch scratch_;
     bool full_copies_ = false;
     bool fresh_ = true;              // the display has not been filled yet
     bool depth_stale_ = true;        // the moving depth has not been copied since the display was filled

@@ -76,6 +76,8 @@ private:
     bool alloc_output(const AVOutputFormat* format, const std::string& path);
     void tune_for_speed();
     void reset_state();
+    static SwsPtr conversion_context(int width, int height, AVPixelFormat to);
+    int convert_source();
 
     Host& host_;
     std::optional<TempTarget> target_;
