@@ -137,10 +137,19 @@ int rasterise(const Mesh& mesh, const Camera& camera, ShapePainter& painter, UBU
         const double depth = quads[i].centre_depth;  // no NaN, which would break the sort's ordering
         keys[i] = {depth == depth ? depth : -HUGE_VAL, std::uint64_t(prims[i].order) << 32 | i};
     }
-    std::sort(keys.begin(), keys.end(), [](const RasterScratch::Key& a, const RasterScratch::Key& b) {
-        if (a.depth != b.depth) return a.depth > b.depth;
-        return a.order_index < b.order_index;
-    });
+    const bool one_depth = std::all_of(keys.begin(), keys.end(),
+                                       [&](const RasterScratch::Key& k) { return k.depth == keys[0].depth; });
+    if (one_depth) {
+        // Shapes at rest all lie on the picture: the order alone decides.
+        std::sort(keys.begin(), keys.end(), [](const RasterScratch::Key& a, const RasterScratch::Key& b) {
+            return a.order_index < b.order_index;
+        });
+    } else {
+        std::sort(keys.begin(), keys.end(), [](const RasterScratch::Key& a, const RasterScratch::Key& b) {
+            if (a.depth != b.depth) return a.depth > b.depth;
+            return a.order_index < b.order_index;
+        });
+    }
     int failures = 0;
     const int w = picture.width(), h = picture.height();
     // Runs of flat primitives go to the painter together (it may paint them in parallel bands).
