@@ -110,6 +110,30 @@ PixelRect paint_projected(const Primitive& p, const ProjectedQuad& q, const Came
     return r;
 }
 
+// Sorts keys by order (the upper 32 bits), least significant digit first, 11 bits a pass, only as
+// many passes as the largest order needs. Stable, so the mesh index in the lower bits stays in order.
+void sort_by_order(std::vector<RasterScratch::Key>& keys, std::vector<RasterScratch::Key>& spare) {
+    if (keys.size() < 2) return;
+    std::uint64_t top = 0;
+    for (const RasterScratch::Key& k : keys) top = std::max(top, k.order_index >> 32);
+    constexpr int kBits = 11;
+    constexpr std::size_t kBuckets = std::size_t(1) << kBits;
+    spare.resize(keys.size());
+    for (int shift = 32; shift < 64 && (top >> (shift - 32)) != 0; shift += kBits) {
+        std::size_t start[kBuckets] = {};
+        for (const RasterScratch::Key& k : keys) ++start[(k.order_index >> shift) & (kBuckets - 1)];
+        std::size_t at = 0;
+        for (std::size_t& b : start) {
+            const std::size_t n = b;
+            b = at;
+            at += n;
+        }
+        for (const RasterScratch::Key& k : keys)
+            spare[start[(k.order_index >> shift) & (kBuckets - 1)]++] = k;
+        keys.swap(spare);
+    }
+}
+
 }  // namespace
 
 PixelRect flat_rect(const Circle& c, int width, int height) {
@@ -140,10 +164,9 @@ int rasterise(const Mesh& mesh, const Camera& camera, ShapePainter& painter, UBU
     const bool one_depth = std::all_of(keys.begin(), keys.end(),
                                        [&](const RasterScratch::Key& k) { return k.depth == keys[0].depth; });
     if (one_depth) {
-        // Shapes at rest all lie on the picture: the order alone decides.
-        std::sort(keys.begin(), keys.end(), [](const RasterScratch::Key& a, const RasterScratch::Key& b) {
-            return a.order_index < b.order_index;
-        });
+        // Shapes at rest all lie on the picture: the order alone decides, and a stable radix sort on it
+        // keeps mesh order among equal orders.
+        sort_by_order(keys, sc.spare);
     } else {
         std::sort(keys.begin(), keys.end(), [](const RasterScratch::Key& a, const RasterScratch::Key& b) {
             if (a.depth != b.depth) return a.depth > b.depth;

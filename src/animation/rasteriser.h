@@ -35,7 +35,7 @@ struct RasterScratch {
         double depth;
         std::uint64_t order_index;  // still render order, then place in the mesh
     };
-    std::vector<Key> keys;
+    std::vector<Key> keys, spare;
     std::vector<Circle> run;
 };
 

@@ -109,28 +109,54 @@ void SettleBoard::reset(std::vector<Circle> shapes, std::vector<Footprint> print
         ++offsets_[o.second + 1];
     }
     for (std::size_t i = 0; i < n; ++i) offsets_[i + 1] += offsets_[i];
-    neighbours_.assign(overlaps.size() * 2, 0);
+    // Each list sorted by neighbour, with the pair it came from.
+    std::vector<std::pair<std::uint32_t, std::uint32_t>> entries(overlaps.size() * 2);
     std::vector<std::uint32_t> fill(offsets_.begin(), offsets_.end() - 1);
-    for (const Overlap& o : overlaps) {
-        neighbours_[fill[o.first]++] = o.second;
-        neighbours_[fill[o.second]++] = o.first;
+    for (std::uint32_t k = 0; k < overlaps.size(); ++k) {
+        const Overlap& o = overlaps[k];
+        entries[fill[o.first]++] = {o.second, k};
+        entries[fill[o.second]++] = {o.first, k};
     }
     has_neighbours_.assign((n + 63) / 64, 0);
     for (std::size_t i = 0; i < n; ++i) {
-        std::sort(neighbours_.begin() + offsets_[i], neighbours_.begin() + offsets_[i + 1]);
+        std::sort(entries.begin() + offsets_[i], entries.begin() + offsets_[i + 1]);
         if (offsets_[i + 1] > offsets_[i]) has_neighbours_[i >> 6] |= std::uint64_t(1) << (i & 63);
+    }
+    neighbours_.resize(entries.size());
+    pair_of_.resize(entries.size());
+    for (std::size_t i = 0; i < entries.size(); ++i) {
+        neighbours_[i] = entries[i].first;
+        pair_of_[i] = entries[i].second;
+    }
+    shared_begin_.assign(1, 0);
+    shared_.clear();
+    for (const Overlap& o : overlaps) {
+        const Footprint &a = prints_[o.first], &b = prints_[o.second];
+        const int x0 = std::max(a.rect.x0, b.rect.x0), x1 = std::min(a.rect.x1, b.rect.x1);
+        const int y0 = std::max(a.rect.y0, b.rect.y0), y1 = std::min(a.rect.y1, b.rect.y1);
+        for (int y = y0; y < y1; ++y)
+            for (int x = x0; x < x1; ++x)
+                if (a.test(x, y) && b.test(x, y)) shared_.emplace_back(y, x);
+        shared_begin_.push_back(std::uint32_t(shared_.size()));
     }
     rewind();
 }
 
 void SettleBoard::rewind() {
     frame_of_.assign(shapes_.size(), -1);
+    settled_.assign((shapes_.size() + 63) / 64, 0);
     now_.clear();
     frame_ = 0;
 }
 
 void SettleBoard::settle(std::uint32_t order) {
-    if (order >= frame_of_.size() || frame_of_[order] >= 0) return;
+    if (order >= shapes_.size()) return;
+    std::uint64_t& word = settled_[order >> 6];
+    const std::uint64_t bit = std::uint64_t(1) << (order & 63);
+    if (word & bit) return;
+    word |= bit;
+    // Only shapes with neighbours are ever repaired or asked when they came to rest.
+    if (!(has_neighbours_[order >> 6] & bit)) return;
     frame_of_[order] = frame_;
     now_.push_back(order);
 }
@@ -167,20 +193,20 @@ std::size_t SettleBoard::repair(const UBUFFER& base, UBUFFER& background, ShapeP
     std::vector<std::pair<int, int>> pixels;  // (y, x) to paint again, each with the shape that found it
     std::vector<std::uint32_t> finder;
     for (std::uint32_t s : now_) {
-        if (!((has_neighbours_[s >> 6] >> (s & 63)) & 1)) continue;
         for (std::uint32_t i = offsets_[s]; i < offsets_[s + 1]; ++i) {
             const std::uint32_t t = neighbours_[i];
             if (t < s || frame_of_[t] < 0 || frame_of_[t] >= frame_) continue;
-            const Footprint &a = prints_[s], &b = prints_[t];
-            const int x0 = std::max(a.rect.x0, b.rect.x0), x1 = std::min(a.rect.x1, b.rect.x1);
-            const int y0 = std::max(a.rect.y0, b.rect.y0), y1 = std::min(a.rect.y1, b.rect.y1);
-            for (int y = y0; y < y1; ++y)
-                for (int x = x0; x < x1; ++x)
-                    if (a.test(x, y) && b.test(x, y)) {
-                        pixels.emplace_back(y, x);
-                        finder.push_back(s);
-                    }
+            const std::uint32_t pair = pair_of_[i];
+            for (std::uint32_t k = shared_begin_[pair]; k < shared_begin_[pair + 1]; ++k) {
+                pixels.push_back(shared_[k]);
+                finder.push_back(s);
+            }
         }
+    }
+    if (pixels.empty()) {
+        now_.clear();
+        ++frame_;
+        return 0;
     }
     // Each pixel once: every shape on it shares it with the shape that found it, so that shape's
     // neighbours (and itself) are all the candidates.

@@ -46,7 +46,9 @@ public:
     void rewind();
     // Shape `order` comes to rest in the current frame.
     void settle(std::uint32_t order);
-    bool settled(std::uint32_t order) const { return order < frame_of_.size() && frame_of_[order] >= 0; }
+    bool settled(std::uint32_t order) const {
+        return order < shapes_.size() && ((settled_[order >> 6] >> (order & 63)) & 1);
+    }
     // After the current frame's settled shapes were painted into `background` (over `base`): paints
     // again the pixels where they meet shapes that the still render paints after them and that came to
     // rest in an earlier frame. Then the next frame begins. Returns the number of pixels painted again.
@@ -61,10 +63,14 @@ private:
     std::vector<Circle> shapes_;
     std::vector<Footprint> prints_;
     std::vector<std::uint32_t> offsets_, neighbours_;  // both directions, each list in order
-    // A bit per shape: it has neighbours. Few shapes do, and this small table spares the repair a
-    // miss on the offsets for every other shape of the frame.
-    std::vector<std::uint64_t> has_neighbours_;
-    std::vector<int> frame_of_;       // frame a shape came to rest in; -1 not yet
+    std::vector<std::uint32_t> pair_of_;               // per neighbour entry: its pair's index
+    // The pixels each pair shares, as (y, x), pair by pair.
+    std::vector<std::uint32_t> shared_begin_;
+    std::vector<std::pair<int, int>> shared_;
+    // Bits per shape: it has neighbours; it has settled. Few shapes have neighbours, and these small
+    // tables spare settling and repairing a miss on the larger ones for every other shape.
+    std::vector<std::uint64_t> has_neighbours_, settled_;
+    std::vector<int> frame_of_;       // frame a shape with neighbours came to rest in; -1 not yet
     std::vector<std::uint32_t> now_;  // shapes come to rest in the current frame
     int frame_ = 0;
 };

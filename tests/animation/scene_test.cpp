@@ -1,5 +1,7 @@
+#include <algorithm>
 #include <cstring>
 #include <memory>
+#include <random>
 #include <vector>
 
 #include <gtest/gtest.h>
@@ -234,6 +236,51 @@ TEST(Scene, StopEndsAFrame) {
 // Rasteriser: nearer fragments hide farther ones whatever the order; equal depths never reject each
 // other (the later in painting order shows); quads reaching nearer than the camera's limit vanish;
 // perspective scales a parallel quad by d / (d + z).
+// Shapes lying on the picture go to the painter by painting order, and equal orders keep the mesh's
+// order, for any number of shapes and orders of any size.
+TEST(Rasteriser, FlatShapesGoInPaintingOrderThenMeshOrder) {
+    // Records what it is asked to paint: the radius names the primitive.
+    class ListPainter : public test::ReferencePainter {
+    public:
+        int paint(const Circle& c, UBUFFER&) override {
+            painted.push_back(c.radius);
+            return 0;
+        }
+        std::vector<double> painted;
+    };
+    test::RecordingHost host;
+    SHAPE disc(host);
+    const Camera cam(W, H);
+    std::mt19937 gen(9);
+    for (const std::uint32_t largest : {5u, 3000u, 5000000u, 4000000000u}) {
+        for (const int count : {1, 7, 700}) {
+            Mesh m;
+            std::vector<std::pair<std::uint32_t, int>> expected;
+            for (int i = 0; i < count; ++i) {
+                Primitive p;
+                p.look.shape = &disc;
+                p.centre = {80, 60, 0};
+                p.half = 1 + i;  // names the primitive
+                p.order = std::uint32_t(gen() % (std::uint64_t(largest) + 1));
+                m.add(p);
+                expected.emplace_back(p.order, i);
+            }
+            std::stable_sort(expected.begin(), expected.end(),
+                             [](const auto& a, const auto& b) { return a.first < b.first; });
+            m.transform(cam);
+            ListPainter painter;
+            UBUFFER pic = test::flat_picture(W, H, 0);
+            DBUFFER depth;
+            depth.allocate(W, H);
+            RasterScratch scratch;
+            rasterise(m, cam, painter, pic, depth, nullptr, nullptr, &scratch);
+            ASSERT_EQ(painter.painted.size(), expected.size());
+            for (std::size_t k = 0; k < expected.size(); ++k)
+                ASSERT_EQ(painter.painted[k], 1 + expected[k].second) << largest << " " << count << " " << k;
+        }
+    }
+}
+
 TEST(Rasteriser, DepthOrderAndPerspective) {
     test::RecordingHost host;
     SHAPE disc(host);
