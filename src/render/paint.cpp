@@ -206,6 +206,33 @@ VELQ_AVX2 void blend_block_avx2(const std::uint8_t* sm, std::uint8_t* dst, const
         wi = _mm256_cvtepu16_epi32(_mm_loadu_si128(reinterpret_cast<const __m128i*>(sm)));
     }
     const __m256i s = _mm256_and_si256(wi, _mm256_set1_epi32(0xFF)), m = _mm256_srli_epi32(wi, 8);
+    // Fully opaque texels at full transparency: t is 255, the old value drops out of the formula and
+    // each channel is trunc(s c / 255) + G, clamped. The quotient is exact in integers
+    // ((x * 0x8081) >> 23 equals x / 255 for every x up to 255 * 255), and a whole-number quotient
+    // meets no rounding in the doubles either.
+    const __m256i opaque = _mm256_or_si256(_mm256_cmpeq_epi32(m, _mm256_set1_epi32(255)),
+                                           _mm256_xor_si256(lanes_in, _mm256_set1_epi32(-1)));
+    if (et.t == 255 && _mm256_movemask_epi8(opaque) == -1) {
+        const __m256i ff = _mm256_set1_epi32(0xFF), g = _mm256_set1_epi32(et.g);
+        __m256i out = _mm256_set1_epi32(int(0xFF000000u));
+        for (int ch = 0; ch < 3; ++ch) {
+            const __m256i x = _mm256_mullo_epi32(s, _mm256_set1_epi32(et.ci[ch]));
+            const __m256i q = _mm256_srli_epi32(_mm256_mullo_epi32(x, _mm256_set1_epi32(0x8081)), 23);
+            const __m256i r = _mm256_min_epi32(_mm256_max_epi32(_mm256_add_epi32(q, g), zero), ff);
+            out = _mm256_or_si256(out, _mm256_sll_epi32(r, _mm_cvtsi32_si128(8 * ch)));
+        }
+        auto* at = reinterpret_cast<int*>(dst);
+        if constexpr (Partial) {
+            if (!px_wide) {
+                _mm256_maskstore_epi32(at, lanes_in, out);
+                return;
+            }
+            out =
+                _mm256_blendv_epi8(_mm256_loadu_si256(reinterpret_cast<const __m256i*>(dst)), out, lanes_in);
+        }
+        _mm256_storeu_si256(reinterpret_cast<__m256i*>(dst), out);
+        return;
+    }
     const __m256i nz = _mm256_and_si256(_mm256_cmpgt_epi32(m, zero), lanes_in);
     if (_mm256_testz_si256(nz, nz)) return;
     auto* at = reinterpret_cast<int*>(dst);
