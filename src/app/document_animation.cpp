@@ -35,10 +35,7 @@ public:
         for (std::size_t i = 0; i < placements.size(); ++i) {
             const Circle& c = placements[i];
             const int r = painter_.prepare(c, c.paint, jobs_[i]);
-            if (r != 0) {
-                jobs_[i].stencil.reset();
-                failures += r < 0;
-            }
+            failures += r < 0;
         }
         paint_jobs_in_bands(host_, painter_, jobs_, buffer, pool_);
         jobs_.clear();

@@ -345,8 +345,7 @@ const double* Painter::tone_table(int transparency) {
     return slot->data();
 }
 
-std::shared_ptr<const Stencil> Painter::stencil_of(const SHAPE& shape, int side) {
-    if (side > kKeptSides) return shape.stencils.get(host_, shape.shade_plane, shape.mask_plane, side);
+const Stencil* Painter::stencil_of(const SHAPE& shape, int side) {
     if (last_shape_ >= stencils_.size() || stencils_[last_shape_].shape != &shape) {
         last_shape_ = 0;
         while (last_shape_ < stencils_.size() && stencils_[last_shape_].shape != &shape) ++last_shape_;
@@ -356,15 +355,22 @@ std::shared_ptr<const Stencil> Painter::stencil_of(const SHAPE& shape, int side)
     if (std::size_t(side) >= by_side.size()) by_side.resize(std::size_t(side) + 1);
     auto& slot = by_side[std::size_t(side)];
     if (!slot) slot = shape.stencils.get(host_, shape.shade_plane, shape.mask_plane, side);
-    return slot;
+    return slot.get();
 }
 
 int Painter::prepare(const Circle& p, const ColourRecord& tint, PaintJob& job) {
+    job.stencil = nullptr;
+    job.keep.reset();
     if (!p.shape || !p.shape->usable()) return 1;
     const double r = p.radius;
     const int side = saturate(2 * r + 0.5);
     if (side < 1) return 1;
-    job.stencil = stencil_of(*p.shape, side);
+    if (side > kKeptSides) {
+        job.keep = p.shape->stencils.get(host_, p.shape->shade_plane, p.shape->mask_plane, side);
+        job.stencil = job.keep.get();
+    } else {
+        job.stencil = stencil_of(*p.shape, side);
+    }
     if (!job.stencil) {
         host_.message("Failed to allocate rz_buffer in fill_shape()");
         return -1;

@@ -39,7 +39,10 @@ inline int floor_div255(double s) {
 
 // A placement made ready to paint.
 struct PaintJob {
-    std::shared_ptr<const Stencil> stencil;
+    // The stencil, held by the Painter that readied the job (or by `keep` when the Painter does not
+    // hold stencils of its side): a job is painted while its Painter lives.
+    const Stencil* stencil = nullptr;
+    std::shared_ptr<const Stencil> keep;
     double left = 0, top = 0;       // x - r, y - r
     double c[3] = {255, 255, 255};  // tint: red, green, blue
     int tint[3] = {255, 255, 255};  // the same as integers, for the exact path
@@ -67,11 +70,11 @@ public:
 private:
     const double* shade_table(double c);
     const double* tone_table(int transparency);
-    std::shared_ptr<const Stencil> stencil_of(const SHAPE& shape, int side);
+    const Stencil* stencil_of(const SHAPE& shape, int side);
 
-    // Stencils already asked for, by shape and side: an animation's painter asks for the same few
-    // hundred every frame, and the shape's own cache takes a lock each time. A painter lives no longer
-    // than one job over shapes that do not change.
+    // Stencils already asked for, by shape and side (up to kKeptSides): an animation's painter asks
+    // for the same few hundred every frame, and the shape's own cache takes a lock each time. The
+    // jobs point into these. A painter lives no longer than one job over shapes that do not change.
     struct ShapeStencils {
         const SHAPE* shape;
         std::vector<std::shared_ptr<const Stencil>> by_side;

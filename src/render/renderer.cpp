@@ -106,7 +106,7 @@ bool paint_list(Host& host, std::span<const T> list, UBUFFER& buffer, int global
     std::vector<PaintJob> jobs(list.size());
     for (std::size_t i = 0; i < list.size(); ++i) {
         const Circle& p = list[i];
-        if (painter.prepare(p, white ? kWhite : p.paint, jobs[i]) != 0) jobs[i].stencil.reset();
+        painter.prepare(p, white ? kWhite : p.paint, jobs[i]);
     }
     return paint_jobs(
         host, painter, jobs, buffer,
