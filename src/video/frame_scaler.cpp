@@ -69,30 +69,50 @@ void scale_rows(
     const std::size_t n = line.size();
     float* l = line.data();
     for (int y = y0; y < y1; ++y) {
-        {
-            const int t0 = ya.first[y];
-            const float w = ya.taps[t0];
-            const std::uint8_t* s = src + std::size_t(ya.start[y]) * src_stride;
-            for (std::size_t i = 0; i < n; ++i) l[i] = w * float(s[i]);
-        }
-        for (int t = ya.first[y] + 1; t < ya.first[y + 1]; ++t) {
-            const float w = ya.taps[t];
-            const std::uint8_t* s = src + std::size_t(ya.start[y] + (t - ya.first[y])) * src_stride;
-            for (std::size_t i = 0; i < n; ++i) l[i] += w * float(s[i]);
+        const int t0 = ya.first[y], taps = ya.first[y + 1] - t0;
+        const std::uint8_t* s0 = src + std::size_t(ya.start[y]) * src_stride;
+        const float w0 = ya.taps[t0];
+        // Two or three rows (the usual counts) are summed in one pass, in the same order as the
+        // general loop below, so the line is written once.
+        if (taps == 2) {
+            const std::uint8_t* s1 = s0 + src_stride;
+            const float w1 = ya.taps[t0 + 1];
+            for (std::size_t i = 0; i < n; ++i) l[i] = w0 * float(s0[i]) + w1 * float(s1[i]);
+        } else if (taps == 3) {
+            const std::uint8_t *s1 = s0 + src_stride, *s2 = s1 + src_stride;
+            const float w1 = ya.taps[t0 + 1], w2 = ya.taps[t0 + 2];
+            for (std::size_t i = 0; i < n; ++i)
+                l[i] = w0 * float(s0[i]) + w1 * float(s1[i]) + w2 * float(s2[i]);
+        } else {
+            for (std::size_t i = 0; i < n; ++i) l[i] = w0 * float(s0[i]);
+            for (int t = 1; t < taps; ++t) {
+                const float w = ya.taps[t0 + t];
+                const std::uint8_t* s = s0 + std::size_t(t) * src_stride;
+                for (std::size_t i = 0; i < n; ++i) l[i] += w * float(s[i]);
+            }
         }
         std::uint8_t* out = dst + std::size_t(y) * dst_stride;
 #if VELQ_SCALER_SSE2
-        const __m128 half = _mm_set1_ps(0.5f), top = _mm_set1_ps(255.0f), zero = _mm_setzero_ps();
-        for (int x = 0; x < dst_w; ++x) {
+        // Sums start at 0.5 and weigh values 0..255 with weights adding up to one, so they lie in
+        // [0.5, 255.5] and truncate into a byte; the saturating packs change nothing.
+        const __m128 half = _mm_set1_ps(0.5f);
+        auto pixel = [&](int x) {
             __m128 acc = half;
             const float* p = l + std::size_t(xa.start[x]) * 4;
             for (int t = xa.first[x]; t < xa.first[x + 1]; ++t, p += 4)
                 acc = _mm_add_ps(acc, _mm_mul_ps(_mm_set1_ps(xa.taps[t]), _mm_loadu_ps(p)));
-            acc = _mm_min_ps(_mm_max_ps(acc, zero), top);
-            const __m128i i32 = _mm_cvttps_epi32(acc);
-            const __m128i i16 = _mm_packs_epi32(i32, i32);
+            return _mm_cvttps_epi32(acc);
+        };
+        int x = 0;
+        for (; x + 4 <= dst_w; x += 4) {
+            const __m128i a = pixel(x), b = pixel(x + 1), c = pixel(x + 2), d = pixel(x + 3);
+            const __m128i bytes = _mm_packus_epi16(_mm_packs_epi32(a, b), _mm_packs_epi32(c, d));
+            _mm_storeu_si128(reinterpret_cast<__m128i*>(out + std::size_t(x) * 4), bytes);
+        }
+        for (; x < dst_w; ++x) {
+            const __m128i i16 = _mm_packs_epi32(pixel(x), pixel(x));
             const int bytes = _mm_cvtsi128_si32(_mm_packus_epi16(i16, i16));
-            std::memcpy(out + x * 4, &bytes, 4);
+            std::memcpy(out + std::size_t(x) * 4, &bytes, 4);
         }
 #else
         for (int x = 0; x < dst_w; ++x) {
