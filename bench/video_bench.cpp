@@ -3,7 +3,10 @@
 // - Export vs encode: the demo's animation exported to MP4, and the same frames encoded alone with
 //   the same encoder settings, side by side in one run; the ratio should stay at or below 1.25.
 // - Settled frames: an animation whose shapes come to rest the moment they start, drawn frame by
-//   frame, against painting all of its shapes once.
+//   frame, against painting all of its shapes once; and the painting alone, a frame's shapes in bands
+//   against all of them in tiles.
+// - Moving frames and preparing: what an export adds per frame before encoding, and once before the
+//   first frame.
 // The demo is data/demo.jpg with the window's defaults: the Normal transform, layer 1's default disc
 // and animation settings (Basic, Random, 5 s, 1 s a shape), rendered at the working picture's size.
 #include <benchmark/benchmark.h>
@@ -279,6 +282,17 @@ void BM_MovingFrames(benchmark::State& state) {
     }
 }
 BENCHMARK(BM_MovingFrames)->Unit(benchmark::kMillisecond)->UseRealTime()->Iterations(3);
+
+// Readying the demo's animation for a video (placements, scan order, footprints and overlaps, the
+// base picture): part of every export, before the first frame.
+void BM_Prepare(benchmark::State& state) {
+    Demo demo;
+    for (auto _ : state) {
+        DocumentAnimation anim(demo.doc, demo.host);
+        anim.prepare(demo.width(), demo.height(), "");
+    }
+}
+BENCHMARK(BM_Prepare)->Unit(benchmark::kMillisecond)->UseRealTime()->Iterations(5);
 }  // namespace
 }  // namespace velq
 
