@@ -5,9 +5,11 @@
 #include <gtest/gtest.h>
 
 #include "animation/layer_animation.h"
+#include "app/document_animation.h"
 #include "app/frame_render.h"
 #include "app/render_op.h"
 #include "app/video_export.h"
+#include "render/logo.h"
 #include "support/pictures.h"
 #include "support/recording_host.h"
 #include "support/video_read_back.h"
@@ -134,6 +136,32 @@ TEST(VideoExport, WritesEveryFrameOfTheAnimation) {
     for (Layer& l : a.doc.layers) l.clear_shapes();
     ASSERT_EQ(render_anim_video(a.doc, a.host, dir + "/still.mp4", 160, 120, FitMode::None), 0);
     EXPECT_EQ(test::read_back(dir + "/still.mp4").pts.size(), 1u);
+}
+
+// Frame after frame through the renderer's painter, with shapes settling in every frame and the
+// logo bouncing over them: every frame is the frame without the logo with the logo drawn on it (the
+// logo never stays behind, also over frames where nothing moves), and the last equals the still render.
+TEST(VideoExport, FramesOneAfterAnotherCarryTheLogoOnlyWhereItIsNow) {
+    Animated a;
+    ASSERT_EQ(generate_shaped_image(a.doc, a.host, 160, 120), 0);
+    Animated plain;
+    a.doc.logo = test::flat_picture(40, 20, 0xFF30C0F0);
+    a.doc.logo_transparency = 200;
+    DocumentAnimation with_logo(a.doc, a.host), without(plain.doc, plain.host);
+    ASSERT_EQ(with_logo.prepare(160, 120, ""), 0);
+    ASSERT_EQ(without.prepare(160, 120, ""), 0);
+    LogoBounce bounce;
+    int n = 0;
+    for (double t = 0; Animated::expected_duration() + 0.5 >= t; t = double(++n) / 30) {
+        const UBUFFER* shown = with_logo.frame(t, bounce.a, bounce.b);
+        const UBUFFER* bare = without.frame(t, 0, 0);
+        ASSERT_TRUE(shown && bare);
+        UBUFFER expected = bare->clone();
+        ASSERT_EQ(render_logo(a.host, expected, a.doc.logo, a.doc.logo_transparency, bounce.a, bounce.b), 0);
+        ASSERT_TRUE(same_bytes(*shown, expected)) << "frame " << n;
+        bounce.advance();
+    }
+    EXPECT_TRUE(same_bytes(*without.frame(Animated::expected_duration() + 0.5, 0, 0), a.doc.render_buffer));
 }
 
 }  // namespace
