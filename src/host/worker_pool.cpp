@@ -1,6 +1,7 @@
 #include "host/worker_pool.h"
 
 #include <algorithm>
+#include <chrono>
 
 #include "host/parallel.h"
 
@@ -20,7 +21,8 @@ WorkerPool::~WorkerPool() {
 void WorkerPool::start() {
     threads_.reserve(std::size_t(size_ - 1));
     try {
-        for (int k = 1; k < size_; ++k) threads_.emplace_back([this, seen = generation_] { serve(seen); });
+        for (int k = 1; k < size_; ++k)
+            threads_.emplace_back([this, seen = generation_.load()] { serve(seen); });
     } catch (const std::system_error&) {
         // Fewer threads than asked: the caller does the rest.
     }
@@ -31,11 +33,25 @@ void WorkerPool::start() {
 void WorkerPool::take_tasks() {
     while (next_ < tasks_) {
         const int k = next_++;
-        ++running_;
         mutex_.unlock();
         (*fn_)(k);
         mutex_.lock();
-        if (--running_ == 0 && next_ >= tasks_) finished_.notify_all();
+        if (unfinished_.fetch_sub(1, std::memory_order_acq_rel) == 1) finished_.notify_all();
+    }
+}
+
+// Spins until `done` says so or the spin time is over; true when done.
+template <class Done>
+bool WorkerPool::spin(Done done) {
+    const auto until = std::chrono::steady_clock::now() + kSpin;
+    for (int i = 0;; ++i) {
+        if (done()) return true;
+        if ((i & 63) == 63 && std::chrono::steady_clock::now() >= until) return false;
+#if defined(__x86_64__) || defined(__i386__)
+        __builtin_ia32_pause();
+#else
+        std::this_thread::yield();
+#endif
     }
 }
 
@@ -44,9 +60,16 @@ void WorkerPool::take_tasks() {
 void WorkerPool::serve(std::uint64_t seen) {
     std::unique_lock lock(mutex_);
     for (;;) {
-        wake_.wait(lock, [&] { return quit_ || generation_ != seen; });
+        if (generation_.load(std::memory_order_acquire) == seen && !quit_) {
+            // Runs come back to back (a frame's shapes after its bookkeeping), and waking a sleeping
+            // thread takes longer than a band of a frame: stay awake a moment first.
+            lock.unlock();
+            spin([&] { return generation_.load(std::memory_order_acquire) != seen; });
+            lock.lock();
+            wake_.wait(lock, [&] { return quit_ || generation_.load(std::memory_order_relaxed) != seen; });
+        }
         if (quit_) return;
-        seen = generation_;
+        seen = generation_.load(std::memory_order_relaxed);
         take_tasks();
     }
 }
@@ -62,12 +85,18 @@ void WorkerPool::run(int tasks, const std::function<void(int)>& fn) {
     fn_ = &fn;
     tasks_ = tasks;
     next_ = 0;
-    ++generation_;
+    unfinished_.store(tasks, std::memory_order_relaxed);
+    generation_.fetch_add(1, std::memory_order_release);
     lock.unlock();
     wake_.notify_all();
     lock.lock();
     take_tasks();
-    finished_.wait(lock, [&] { return running_ == 0 && next_ >= tasks_; });
+    if (unfinished_.load(std::memory_order_acquire) != 0) {
+        lock.unlock();
+        spin([&] { return unfinished_.load(std::memory_order_acquire) == 0; });
+        lock.lock();
+        finished_.wait(lock, [&] { return unfinished_.load(std::memory_order_acquire) == 0; });
+    }
     fn_ = nullptr;
 }
 

@@ -3,6 +3,8 @@
 // part; the others are started on first use.
 #pragma once
 
+#include <atomic>
+#include <chrono>
 #include <condition_variable>
 #include <cstdint>
 #include <functional>
@@ -26,17 +28,23 @@ public:
     void run(int tasks, const std::function<void(int)>& fn);
 
 private:
+    // How long a thread stays awake waiting for the next run, or the caller for the last task.
+    static constexpr std::chrono::microseconds kSpin{200};
+
     void start();
     void serve(std::uint64_t seen);
     void take_tasks();
+    template <class Done>
+    static bool spin(Done done);
 
     int size_;
     std::vector<std::thread> threads_;
     std::mutex mutex_;
     std::condition_variable wake_, finished_;
     const std::function<void(int)>* fn_ = nullptr;
-    int tasks_ = 0, next_ = 0, running_ = 0;
-    std::uint64_t generation_ = 0;
+    int tasks_ = 0, next_ = 0;
+    std::atomic<int> unfinished_{0};
+    std::atomic<std::uint64_t> generation_{0};
     bool quit_ = false;
 };
 
