@@ -3,7 +3,6 @@
 #include <algorithm>
 #include <cmath>
 #include <memory>
-#include <unordered_map>
 
 #include "render/shape.h"
 
@@ -189,43 +188,44 @@ void SettleBoard::paint_pixel(std::uint32_t shape, const UBUFFER& stencil, int x
 }
 
 std::size_t SettleBoard::repair(const UBUFFER& base, UBUFFER& background, ShapePainter& painter) {
-    std::size_t repaired = 0;
-    std::vector<std::pair<int, int>> pixels;  // (y, x) to paint again, each with the shape that found it
-    std::vector<std::uint32_t> finder;
+    // Pixels to paint again, each with the shape that found it.
+    auto& found = found_;
+    found.clear();
     for (std::uint32_t s : now_) {
         for (std::uint32_t i = offsets_[s]; i < offsets_[s + 1]; ++i) {
             const std::uint32_t t = neighbours_[i];
             if (t < s || frame_of_[t] < 0 || frame_of_[t] >= frame_) continue;
             const std::uint32_t pair = pair_of_[i];
-            for (std::uint32_t k = shared_begin_[pair]; k < shared_begin_[pair + 1]; ++k) {
-                pixels.push_back(shared_[k]);
-                finder.push_back(s);
-            }
+            for (std::uint32_t k = shared_begin_[pair]; k < shared_begin_[pair + 1]; ++k)
+                found.push_back({shared_[k].first, shared_[k].second, s});
         }
     }
-    if (pixels.empty()) {
-        now_.clear();
-        ++frame_;
-        return 0;
-    }
+    now_.clear();
+    ++frame_;
+    if (found.empty()) return 0;
     // Each pixel once: every shape on it shares it with the shape that found it, so that shape's
     // neighbours (and itself) are all the candidates.
-    std::vector<std::size_t> idx(pixels.size());
-    for (std::size_t i = 0; i < idx.size(); ++i) idx[i] = i;
-    std::sort(idx.begin(), idx.end(), [&](std::size_t a, std::size_t b) { return pixels[a] < pixels[b]; });
-    std::vector<std::uint32_t> on_pixel;
-    // Stencils looked up once per shape for the whole repair.
-    std::unordered_map<std::uint32_t, std::shared_ptr<const UBUFFER>> stencils;
+    std::sort(found.begin(), found.end(), [](const Found& a, const Found& b) {
+        return a.y != b.y ? a.y < b.y : a.x != b.x ? a.x < b.x : a.finder < b.finder;
+    });
+    // Stencils looked up once per shape for the whole repair (a few dozen shapes).
+    auto& stencils = stencils_;
+    stencils.clear();
     auto stencil_of = [&](std::uint32_t u) -> const UBUFFER* {
-        auto [it, fresh] = stencils.try_emplace(u);
-        if (fresh && shapes_[u].shape) it->second = painter.stencil(*shapes_[u].shape, side_of(shapes_[u]));
-        return it->second.get();
+        for (const auto& [shape, st] : stencils)
+            if (shape == u) return st.get();
+        std::shared_ptr<const UBUFFER> st;
+        if (shapes_[u].shape) st = painter.stencil(*shapes_[u].shape, side_of(shapes_[u]));
+        stencils.emplace_back(u, st);
+        return st.get();
     };
     const int g = painter.global_brightness();
-    for (std::size_t k = 0; k < idx.size(); ++k) {
-        if (k > 0 && pixels[idx[k]] == pixels[idx[k - 1]]) continue;
-        const auto [y, x] = pixels[idx[k]];
-        const std::uint32_t s = finder[idx[k]];
+    std::size_t repaired = 0;
+    auto& on_pixel = on_pixel_;
+    for (std::size_t k = 0; k < found.size(); ++k) {
+        if (k > 0 && found[k].y == found[k - 1].y && found[k].x == found[k - 1].x) continue;
+        const int y = found[k].y, x = found[k].x;
+        const std::uint32_t s = found[k].finder;
         on_pixel.clear();
         on_pixel.push_back(s);
         for (std::uint32_t i = offsets_[s]; i < offsets_[s + 1]; ++i) on_pixel.push_back(neighbours_[i]);
@@ -238,8 +238,7 @@ std::size_t SettleBoard::repair(const UBUFFER& base, UBUFFER& background, ShapeP
         std::copy_n(px, 4, &background.at(x, y));
         ++repaired;
     }
-    now_.clear();
-    ++frame_;
+    stencils.clear();
     return repaired;
 }
 

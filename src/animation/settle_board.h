@@ -7,6 +7,7 @@
 #pragma once
 
 #include <cstdint>
+#include <memory>
 #include <span>
 #include <utility>
 #include <vector>
@@ -73,6 +74,14 @@ private:
     std::vector<int> frame_of_;       // frame a shape with neighbours came to rest in; -1 not yet
     std::vector<std::uint32_t> now_;  // shapes come to rest in the current frame
     int frame_ = 0;
+    // The repair's working lists, kept between frames.
+    struct Found {
+        int y, x;
+        std::uint32_t finder;
+    };
+    std::vector<Found> found_;
+    std::vector<std::uint32_t> on_pixel_;
+    std::vector<std::pair<std::uint32_t, std::shared_ptr<const UBUFFER>>> stencils_;
 };
 
 }  // namespace velq
