@@ -28,10 +28,24 @@ void axes(const Primitive& p, Vec3& u, Vec3& v) {
 }  // namespace
 
 void Mesh::transform(const Camera& camera) {
-    quads_.assign(prims_.size(), ProjectedQuad{});
+    quads_.resize(prims_.size());
     for (std::size_t i = 0; i < prims_.size(); ++i) {
         const Primitive& p = prims_[i];
         ProjectedQuad& q = quads_[i];
+        if (p.flat()) {
+            // On the picture and parallel to it: the corners keep their place, at the plane's depth.
+            static constexpr double sx[4] = {-1, 1, 1, -1}, sy[4] = {-1, -1, 1, 1};
+            q.axis_u = {1, 0, 0};
+            q.axis_v = {0, 1, 0};
+            q.centre_depth = camera.depth(p.centre);
+            q.visible = q.centre_depth >= Camera::kNear;
+            for (int k = 0; k < 4; ++k) {
+                q.x[k] = p.centre.x + p.half * sx[k];
+                q.y[k] = p.centre.y + p.half * sy[k];
+                q.depth[k] = q.centre_depth;
+            }
+            continue;
+        }
         axes(p, q.axis_u, q.axis_v);
         q.centre_depth = camera.depth(p.centre);
         q.visible = true;

@@ -236,6 +236,34 @@ TEST(Scene, StopEndsAFrame) {
 // Rasteriser: nearer fragments hide farther ones whatever the order; equal depths never reject each
 // other (the later in painting order shows); quads reaching nearer than the camera's limit vanish;
 // perspective scales a parallel quad by d / (d + z).
+// A primitive lying on the picture keeps its square: corners at the centre plus and minus the half
+// side, all at the plane's depth, axes along the picture's; one turned ever so little is projected.
+TEST(Mesh, FlatPrimitivesKeepTheirSquareAtThePlanesDepth) {
+    const Camera cam(W, H);
+    Mesh m;
+    Primitive flat;
+    flat.centre = {37.25, 81.5, 0};
+    flat.half = 6.75;
+    m.add(flat);
+    Primitive turned = flat;
+    turned.spin = 1e-9;
+    m.add(turned);
+    m.transform(cam);
+    const ProjectedQuad& q = m.quads()[0];
+    const double xs[4] = {30.5, 44.0, 44.0, 30.5}, ys[4] = {74.75, 74.75, 88.25, 88.25};
+    for (int k = 0; k < 4; ++k) {
+        EXPECT_EQ(q.x[k], xs[k]) << k;
+        EXPECT_EQ(q.y[k], ys[k]) << k;
+        EXPECT_EQ(q.depth[k], cam.distance()) << k;
+        EXPECT_NEAR(m.quads()[1].x[k], xs[k], 1e-6) << k;
+        EXPECT_NEAR(m.quads()[1].y[k], ys[k], 1e-6) << k;
+    }
+    EXPECT_EQ(q.centre_depth, cam.distance());
+    EXPECT_TRUE(q.visible);
+    EXPECT_EQ(q.axis_u.x, 1.0);
+    EXPECT_EQ(q.axis_v.y, 1.0);
+}
+
 // Shapes lying on the picture go to the painter by painting order, and equal orders keep the mesh's
 // order, for any number of shapes and orders of any size.
 TEST(Rasteriser, FlatShapesGoInPaintingOrderThenMeshOrder) {
