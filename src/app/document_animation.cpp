@@ -1,6 +1,8 @@
 #include "app/document_animation.h"
 
 #include <algorithm>
+#include <atomic>
+#include <memory>
 
 #include "animation/layer_animation.h"
 #include "host/worker_pool.h"
@@ -16,7 +18,10 @@ namespace {
 
 class RendererPainter : public ShapePainter {
 public:
-    RendererPainter(Host& host, int g) : host_(host), g_(g), painter_(host, g) {}
+    RendererPainter(Host& host, int g) : host_(host), g_(g), painter_(host, g) {
+        readiers_.resize(std::size_t(pool_.size()));
+        for (std::size_t k = 1; k < readiers_.size(); ++k) readiers_[k] = std::make_unique<Painter>(host, g);
+    }
 
     int paint(const Circle& c, UBUFFER& buffer) override {
         Placement p;
@@ -28,15 +33,20 @@ public:
         return 0;
     }
 
-    // A frame's shapes: a few hundred at most in most frames, so they go to the kept threads in bands.
+    // A frame's shapes go to the kept threads: readied in parts, one Painter (with its own tables)
+    // per thread, then painted in bands.
     int paint_all(std::span<const Circle> placements, UBUFFER& buffer) override {
-        int failures = 0;
-        jobs_.resize(placements.size());
-        for (std::size_t i = 0; i < placements.size(); ++i) {
-            const Circle& c = placements[i];
-            const int r = painter_.prepare(c, c.paint, jobs_[i]);
-            failures += r < 0;
-        }
+        const std::size_t n = placements.size();
+        jobs_.resize(n);
+        const int parts = n >= kJobsPerPart * 2 ? int(readiers_.size()) : 1;
+        std::atomic<int> failures{0};
+        pool_.run(parts, [&](int k) {
+            Painter& painter = k == 0 ? painter_ : *readiers_[std::size_t(k)];
+            int failed = 0;
+            for (std::size_t i = n * std::size_t(k) / parts; i < n * std::size_t(k + 1) / parts; ++i)
+                failed += painter.prepare(placements[i], placements[i].paint, jobs_[i]) < 0;
+            failures += failed;
+        });
         paint_jobs_in_bands(host_, painter_, jobs_, buffer, pool_);
         jobs_.clear();
         return failures;
@@ -51,10 +61,14 @@ public:
     int global_brightness() const override { return g_; }
 
 private:
+    // Below this many jobs a part is not worth a thread.
+    static constexpr std::size_t kJobsPerPart = 256;
+
     Host& host_;
     int g_;
     Painter painter_;
     WorkerPool pool_;
+    std::vector<std::unique_ptr<Painter>> readiers_;  // the other threads' painters; [0] unused
     std::vector<PaintJob> jobs_;
 };
 
