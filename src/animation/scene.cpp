@@ -112,8 +112,9 @@ UBUFFER& AnimationScene::display() {
 bool AnimationScene::draw_moving() {
     if (host_.stopped()) return false;
     const auto& prims = moving_.primitives();
-    // Nothing moves: the frame is the background as it stands, and the display (with the depth) is
-    // brought back only when something is drawn on it, from everything marked meanwhile.
+    // Nothing moves: the frame is the background as it stands. The display is brought back from
+    // everything marked meanwhile when something is drawn on it or moves again, the depth only when
+    // something moves again.
     if (prims.empty() && !full_copies_) {
         shows_background_ = true;
         return true;
