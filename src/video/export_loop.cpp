@@ -7,6 +7,7 @@
 #include <memory>
 #include <new>
 
+#include "host/low_priority_thread.h"
 #include "host/progress.h"
 #include "video/frame_scaler.h"
 
@@ -41,24 +42,40 @@ int write_animation(Host& host, VideoSink& sink, FrameSource& source, const std:
     Progress progress(host, "Writing a video");
     if (sink.init_video(file, layout.ow, layout.oh) != 0) return -1;
 
-    // A sink that wants to see the animation first (a GIF's palette) gets frames spread over it.
+    // Frames are drawn on a thread of lower priority, made after the sink so that the encoder's own
+    // threads keep the usual one: the encoder never waits for the drawing, which takes what is left.
+    LowPriorityThread drawer;
     std::unique_ptr<FrameScaler> scaler;
+    // The picture at t with the logo at (a, b), scaled into the sink's frame; false when that failed
+    // for want of memory, with `picture` null when the source stopped or failed.
+    auto draw = [&](double t, const LogoBounce& at, const UBUFFER*& picture) {
+        bool placed = true;
+        drawer.call([&] {
+            picture = source.frame(t, at.a, at.b);
+            if (picture) placed = place_frame(*picture, layout, scaler, sink.source());
+        });
+        return placed;
+    };
+    // A sink that wants to see the animation first (a GIF's palette) gets frames spread over it.
     if (const int k = sink.samples_wanted(); k > 0) {
         LogoBounce logo;
         int frame_index = 0;
         for (int i = 0; i < k && !host.stopped(); ++i) {
             const double t = k > 1 ? duration * i / (k - 1) : 0.0;
             for (const int n = int(t * 30); frame_index < n; ++frame_index) logo.advance();
-            const UBUFFER* picture = source.frame(t, logo.a, logo.b);
+            const UBUFFER* picture = nullptr;
+            const bool placed = draw(t, logo, picture);
             if (!picture) break;
-            if (!place_frame(*picture, layout, scaler, sink.source())) {
+            if (!placed) {
                 host.message("Failed to allocate final_buf in render_anim_video");
                 sink.abandon();
                 return -1;
             }
             sink.add_sample();
         }
-        if (!source.rewind()) {
+        bool rewound = false;
+        drawer.call([&] { rewound = source.rewind(); });
+        if (!rewound) {
             sink.abandon();
             return -1;
         }
@@ -68,14 +85,15 @@ int write_animation(Host& host, VideoSink& sink, FrameSource& source, const std:
     auto last_preview = std::chrono::steady_clock::now() - std::chrono::seconds(1);
     double t = 0.0;
     while (duration >= t && !host.stopped()) {
-        const UBUFFER* picture = source.frame(t, logo.a, logo.b);
+        const UBUFFER* picture = nullptr;
+        const bool placed = draw(t, logo, picture);
         if (!picture) {
             if (host.stopped()) break;
             sink.abandon();
             return -1;
         }
         logo.advance();
-        if (!place_frame(*picture, layout, scaler, sink.source())) {
+        if (!placed) {
             host.message("Failed to allocate final_buf in render_anim_video");
             sink.abandon();
             return -1;
