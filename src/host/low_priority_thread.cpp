@@ -1,6 +1,8 @@
 #include "host/low_priority_thread.h"
 
+#include <exception>
 #include <system_error>
+#include <utility>
 
 #if defined(__linux__)
 #include <cerrno>
@@ -55,8 +57,14 @@ void LowPriorityThread::serve() {
         changed_.wait(lock, [&] { return quit_ || job_; });
         if (!job_) return;
         lock.unlock();
-        (*job_)();
+        std::exception_ptr error;
+        try {
+            (*job_)();
+        } catch (...) {
+            error = std::current_exception();
+        }
         lock.lock();
+        error_ = error;
         job_ = nullptr;
         changed_.notify_all();
     }
@@ -71,6 +79,7 @@ void LowPriorityThread::call(const std::function<void()>& fn) {
     job_ = &fn;
     changed_.notify_all();
     changed_.wait(lock, [&] { return job_ == nullptr; });
+    if (error_) std::rethrow_exception(std::exchange(error_, nullptr));
 }
 
 }  // namespace velq

@@ -4,6 +4,7 @@
 #pragma once
 
 #include <condition_variable>
+#include <exception>
 #include <functional>
 #include <mutex>
 #include <thread>
@@ -18,7 +19,7 @@ public:
     LowPriorityThread& operator=(const LowPriorityThread&) = delete;
 
     // Runs fn on the thread and returns when it has returned (on the caller when the thread could
-    // not be started). fn must not throw.
+    // not be started); what fn throws is thrown again here.
     void call(const std::function<void()>& fn);
 
 private:
@@ -28,6 +29,7 @@ private:
     std::mutex mutex_;
     std::condition_variable changed_;
     const std::function<void()>* job_ = nullptr;
+    std::exception_ptr error_;
     bool quit_ = false;
 };
 

@@ -1,6 +1,7 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <new>
 #include <thread>
 #include <vector>
 
@@ -35,6 +36,10 @@ TEST(LowPriorityThread, RunsEachCallOnItsThreadAtALowerPriority) {
         ASSERT_EQ(done.size(), std::size_t(k) + 1);
         ASSERT_NE(where, std::this_thread::get_id());
     }
+    // What a call throws comes out of call, and the thread goes on.
+    EXPECT_THROW(thread.call([] { throw std::bad_alloc(); }), std::bad_alloc);
+    thread.call([&] { done.push_back(-1); });
+    EXPECT_EQ(done.back(), -1);
 #if defined(__linux__)
     int inner = 0, started = 0;
     thread.call([&] {
