@@ -1,10 +1,16 @@
-// A sink that takes each frame on a thread of its own, so the next frame is drawn while this one is
-// converted and encoded. Frames change hands by swapping picture buffers, never by copying them; the
-// inner sink's answer for a frame (taken, capped or failed) comes back with the next call.
+// A sink that hands frames to the inner sink on a thread of its own, so the next frames are drawn
+// while earlier ones are converted and encoded. Up to `depth` frames wait for the inner sink: the
+// drawing can run ahead while the encoder is busy and fill the moments its threads leave idle.
+// Frames change hands by swapping picture buffers, never by copying them; the inner sink's answer
+// for a frame (taken, capped or failed) comes back with a later call.
 #pragma once
 
-#include <future>
+#include <condition_variable>
+#include <deque>
+#include <mutex>
 #include <string>
+#include <thread>
+#include <vector>
 
 #include "video/video_sink.h"
 
@@ -12,13 +18,16 @@ namespace velq {
 
 class PipelinedSink : public VideoSink {
 public:
-    explicit PipelinedSink(VideoSink& inner) : inner_(inner) {}
-    ~PipelinedSink() override { wait(); }
+    explicit PipelinedSink(VideoSink& inner, int depth = 3) : inner_(inner), depth_(depth < 1 ? 1 : depth) {}
+    ~PipelinedSink() override;
+    PipelinedSink(const PipelinedSink&) = delete;
+    PipelinedSink& operator=(const PipelinedSink&) = delete;
 
     int init_video(const std::string& file, int width, int height) override;
     UBUFFER& source() override { return source_; }
-    // Hands the picture to the inner sink and returns at once with the time of the next frame; 1 or
-    // -1 when the inner sink refused or failed the previous frame.
+    // Queues the picture for the inner sink and returns with the time of the next frame, waiting
+    // only while `depth` frames are queued; 1 or -1 once the inner sink has refused or failed a frame
+    // (the frames after it are dropped).
     int write_video_frame(double& time_out) override;
     int finish() override;
     void abandon() override;
@@ -26,14 +35,25 @@ public:
     void add_sample() override;
 
 private:
-    // The inner sink's answer for the frame in flight (0 when none is).
-    int wait();
+    // Feeds queued frames to the inner sink until told to close.
+    void run();
+    // Waits until every queued frame has been handed over; the inner sink's first refusal or
+    // failure, or 0.
+    int drain();
+    void stop_worker();
 
     VideoSink& inner_;
-    UBUFFER source_;
-    std::future<int> pending_;
+    const int depth_;
+    UBUFFER source_;                // the picture the caller fills
+    std::vector<UBUFFER> spare_;    // pictures free to be filled
+    std::deque<UBUFFER> queue_;     // filled, waiting for the inner sink
+    std::mutex mutex_;
+    std::condition_variable changed_;
+    std::thread worker_;
+    bool busy_ = false;     // the worker is handing a frame over
+    bool closing_ = false;  // the worker is to end
+    int last_ = 0;          // the inner sink's first non-zero answer
     long long frames_ = 0;
-    int last_ = 0;
 };
 
 }  // namespace velq

@@ -1,4 +1,10 @@
+#include <algorithm>
+#include <atomic>
+#include <chrono>
+#include <condition_variable>
 #include <cstring>
+#include <mutex>
+#include <thread>
 #include <string>
 #include <vector>
 
@@ -38,38 +44,87 @@ private:
 TEST(PipelinedSink, HandsOverEveryFrameInOrderAndPassesRefusalsOn) {
     struct Case {
         int cap, fail;
-        std::vector<int> results;  // what the pipeline answers for frames 0..5
+        int answer;  // what the pipeline says once the inner sink has refused or failed a frame
+        int first;   // the first frame that the inner sink refuses or fails (6: none)
         int finish;
     } cases[] = {
-        {1000, -1, {0, 0, 0, 0, 0, 0}, 0},
-        {3, -1, {0, 0, 0, 0, 1, 1}, 0},  // the refusal of frame 3 shows at frame 4
-        {1000, 2, {0, 0, 0, -1, -1, -1}, -1},
+        {1000, -1, 0, 6, 0},
+        {3, -1, 1, 3, 0},
+        {1000, 2, -1, 2, -1},
     };
-    for (const Case& c : cases) {
-        Recorder inner;
-        inner.cap = c.cap;
-        inner.fail = c.fail;
-        PipelinedSink pipe(inner);
-        ASSERT_EQ(pipe.init_video("", 4, 4), 0);
-        std::vector<int> results;
-        for (int n = 0; n < 6; ++n) {
-            pipe.source().at(0, 0) = std::uint8_t(10 + n);
-            double t = -1;
-            results.push_back(pipe.write_video_frame(t));
-            if (results.back() == 0) {
-                EXPECT_EQ(t, double(n + 1) / 30);
+    for (const int depth : {1, 3}) {
+        for (const Case& c : cases) {
+            Recorder inner;
+            inner.cap = c.cap;
+            inner.fail = c.fail;
+            PipelinedSink pipe(inner, depth);
+            ASSERT_EQ(pipe.init_video("", 4, 4), 0);
+            std::vector<int> results;
+            for (int n = 0; n < 6; ++n) {
+                pipe.source().at(0, 0) = std::uint8_t(10 + n);
+                double t = -1;
+                results.push_back(pipe.write_video_frame(t));
+                if (results.back() == 0) {
+                    EXPECT_EQ(t, double(n + 1) / 30);
+                }
             }
+            // A refusal comes back with a later call (how much later depends on the worker), and
+            // from then on every call gives it.
+            const auto answered = std::find_if(results.begin(), results.end(), [](int r) { return r != 0; });
+            EXPECT_GE(answered - results.begin(), std::min(c.first + 1, 6)) << depth << " " << c.cap << " " << c.fail;
+            EXPECT_TRUE(std::all_of(answered, results.end(), [&](int r) { return r == c.answer; }));
+            EXPECT_EQ(pipe.finish(), c.finish);
+            std::vector<int> expected;
+            for (int n = 0; n < c.first; ++n) expected.push_back(10 + n);
+            EXPECT_EQ(inner.seen, expected) << depth << " " << c.cap << " " << c.fail;
+            EXPECT_EQ(inner.abandoned, c.fail >= 0);
         }
-        EXPECT_EQ(results, c.results) << c.cap << " " << c.fail;
-        EXPECT_EQ(pipe.finish(), c.finish);
-        const std::vector<int> expected = [&] {
-            std::vector<int> e;
-            for (int n = 0; n < 6 && n < c.cap && n != c.fail && !(c.fail >= 0 && n > c.fail); ++n)
-                e.push_back(10 + n);
-            return e;
-        }();
-        EXPECT_EQ(inner.seen, expected);
-        EXPECT_EQ(inner.abandoned, c.fail >= 0);
+    }
+}
+
+// The caller runs ahead of a slow inner sink by at most the pipeline's depth.
+TEST(PipelinedSink, RunsAheadOfTheInnerSinkByItsDepth) {
+    struct Gate : Recorder {
+        int write_video_frame(double& t) override {
+            std::unique_lock lock(m);
+            ++started;
+            cv.notify_all();
+            cv.wait(lock, [&] { return open; });
+            return Recorder::write_video_frame(t);
+        }
+        std::mutex m;
+        std::condition_variable cv;
+        int started = 0;
+        bool open = false;
+    };
+    for (const int depth : {1, 2, 4}) {
+        Gate inner;
+        PipelinedSink pipe(inner, depth);
+        ASSERT_EQ(pipe.init_video("", 4, 4), 0);
+        std::atomic<int> handed{0};
+        std::thread caller([&] {
+            for (int n = 0; n < depth + 3; ++n) {
+                double t;
+                pipe.write_video_frame(t);
+                ++handed;
+            }
+        });
+        // The inner sink holds the first frame: `depth` calls return (the caller draws that many
+        // frames ahead) and the next one waits.
+        {
+            std::unique_lock lock(inner.m);
+            inner.cv.wait(lock, [&] { return inner.started == 1; });
+        }
+        std::this_thread::sleep_for(std::chrono::milliseconds(50));
+        EXPECT_EQ(handed.load(), depth) << depth;
+        {
+            std::lock_guard lock(inner.m);
+            inner.open = true;
+        }
+        inner.cv.notify_all();
+        caller.join();
+        EXPECT_EQ(pipe.finish(), 0);
+        EXPECT_EQ(int(inner.seen.size()), depth + 3);
     }
 }
 
