@@ -18,6 +18,15 @@ namespace velq {
 class SettleBoard;
 
 // One shape of a layer in the animation.
+// One entry of a fixed mesh: a shape that came to rest, by its place in the still render's painting
+// order and in its animation's items. At rest a shape lies flat at its placement, so nothing more is
+// needed to paint it (MotionAnimation::rest gives its primitive).
+struct RestEntry {
+    std::uint32_t order = 0;
+    std::uint32_t item = 0;
+};
+using FixedMesh = std::vector<RestEntry>;
+
 struct AnimationItem {
     double x = 0, y = 0, z = 0;  // rest position, frame pixels (z = 0: on the picture)
     double p = 0;                // rest magnitude: the placement's radius, the half side at rest
@@ -50,9 +59,9 @@ public:
     // Appends the shapes in motion at t; with `finished` also the settled ones, at rest. The base
     // appends nothing.
     virtual void moving_mesh(const Camera& camera, double t, bool finished, Mesh& out) const {}
-    // Appends the shapes whose motion has ended by t and that are not settled yet, at rest, and marks
-    // them settled, here and on the board. The base appends nothing.
-    virtual void fixed_mesh(const Camera& camera, double t, SettleBoard& board, Mesh& out) {}
+    // Appends the shapes whose motion has ended by t and that are not settled yet, and marks them
+    // settled, here and on the board. The base appends nothing.
+    virtual void fixed_mesh(const Camera& camera, double t, SettleBoard& board, FixedMesh& out) {}
     // Every shape back to unsettled, for another pass over the same animation. The base has none.
     virtual void rewind() {}
 

@@ -53,12 +53,12 @@ void MotionAnimation::moving_mesh(const Camera&, double t, bool finished, Mesh& 
     }
 }
 
-void MotionAnimation::fixed_mesh(const Camera&, double t, SettleBoard& board, Mesh& out) {
+void MotionAnimation::fixed_mesh(const Camera&, double t, SettleBoard& board, FixedMesh& out) {
     for (std::size_t i = first_unsettled_; i < items.size(); ++i) {
         AnimationItem& it = items[i];
         if (it.start > t) break;
         if (it.settled || t < it.end) continue;
-        out.add(rest(it));
+        out.push_back({it.order, std::uint32_t(i)});
         it.settled = true;
         board.settle(it.order);
     }

@@ -15,7 +15,7 @@ public:
     // Title "Velquinograph (Snow animation Pre_operation...)", scan order, times, then prepare().
     void pre_operation(Host& host, const AnimationContext& ctx) override;
     void moving_mesh(const Camera& camera, double t, bool finished, Mesh& out) const override;
-    void fixed_mesh(const Camera& camera, double t, SettleBoard& board, Mesh& out) override;
+    void fixed_mesh(const Camera& camera, double t, SettleBoard& board, FixedMesh& out) override;
     void rewind() override;
 
     // The shape at rest: flat, at its placement, exactly as the still render paints it.

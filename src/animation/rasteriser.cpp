@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cmath>
 
+#include "animation/order_sort.h"
 #include "render/shape.h"
 
 namespace velq {
@@ -110,30 +111,6 @@ PixelRect paint_projected(const Primitive& p, const ProjectedQuad& q, const Came
     return r;
 }
 
-// Sorts keys by order (the upper 32 bits), least significant digit first, 11 bits a pass, only as
-// many passes as the largest order needs. Stable, so the mesh index in the lower bits stays in order.
-void sort_by_order(std::vector<RasterScratch::Key>& keys, std::vector<RasterScratch::Key>& spare) {
-    if (keys.size() < 2) return;
-    std::uint64_t top = 0;
-    for (const RasterScratch::Key& k : keys) top = std::max(top, k.order_index >> 32);
-    constexpr int kBits = 11;
-    constexpr std::size_t kBuckets = std::size_t(1) << kBits;
-    spare.resize(keys.size());
-    for (int shift = 32; shift < 64 && (top >> (shift - 32)) != 0; shift += kBits) {
-        std::size_t start[kBuckets] = {};
-        for (const RasterScratch::Key& k : keys) ++start[(k.order_index >> shift) & (kBuckets - 1)];
-        std::size_t at = 0;
-        for (std::size_t& b : start) {
-            const std::size_t n = b;
-            b = at;
-            at += n;
-        }
-        for (const RasterScratch::Key& k : keys)
-            spare[start[(k.order_index >> shift) & (kBuckets - 1)]++] = k;
-        keys.swap(spare);
-    }
-}
-
 }  // namespace
 
 PixelRect flat_rect(const Circle& c, int width, int height) {
@@ -166,7 +143,8 @@ int rasterise(const Mesh& mesh, const Camera& camera, ShapePainter& painter, UBU
     if (one_depth) {
         // Shapes at rest all lie on the picture: the order alone decides, and a stable radix sort on it
         // keeps mesh order among equal orders.
-        sort_by_order(keys, sc.spare);
+        sort_by_order(keys, sc.spare,
+                      [](const RasterScratch::Key& k) { return std::uint32_t(k.order_index >> 32); });
     } else {
         std::sort(keys.begin(), keys.end(), [](const RasterScratch::Key& a, const RasterScratch::Key& b) {
             if (a.depth != b.depth) return a.depth > b.depth;

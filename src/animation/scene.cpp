@@ -3,6 +3,9 @@
 #include <algorithm>
 #include <cstring>
 
+#include "animation/motion.h"
+#include "animation/order_sort.h"
+
 namespace velq {
 
 AnimationScene::AnimationScene(Host& host, const Camera& camera, ShapePainter& painter)
@@ -26,16 +29,22 @@ bool AnimationScene::allocate(const UBUFFER& base) {
 }
 
 void AnimationScene::build_board() {
-    std::vector<Circle> placements;
-    for (ANIMATION* a : animations_)
+    // Every shape at rest, by painting order for the board, and one animation after another for the
+    // painter, which readies them once: they are painted as they are whenever they settle.
+    std::vector<Circle> placements, rest;
+    first_rest_.clear();
+    rest_rects_.clear();
+    for (ANIMATION* a : animations_) {
+        first_rest_.push_back(std::uint32_t(rest.size()));
         for (const AnimationItem& it : a->items) {
+            const Circle c = MotionAnimation::rest(it).look;
             if (placements.size() <= it.order) placements.resize(it.order + 1);
-            Circle c = it.look;
-            c.x = it.x;
-            c.y = it.y;
-            c.radius = it.p;
             placements[it.order] = c;
+            rest.push_back(c);
+            rest_rects_.push_back(c.shape ? flat_rect(c, camera_.width(), camera_.height()) : PixelRect{});
         }
+    }
+    painter_.keep(rest);
     std::vector<Footprint> prints = find_footprints(placements, painter_, camera_.width(), camera_.height());
     const std::vector<Overlap> overlaps = find_overlaps(prints, camera_.width(), camera_.height());
     board_.reset(std::move(placements), std::move(prints), overlaps);
@@ -61,9 +70,11 @@ void AnimationScene::mark(std::vector<PixelRect>& rects, DirtyTiles& tiles) {
 bool AnimationScene::gather(double t) {
     fixed_.clear();
     moving_.clear();
-    for (ANIMATION* a : animations_) {
+    for (std::size_t k = 0; k < animations_.size(); ++k) {
         if (host_.stopped()) return false;
-        a->fixed_mesh(camera_, t, board_, fixed_);
+        const std::size_t from = fixed_.size();
+        animations_[k]->fixed_mesh(camera_, t, board_, fixed_);
+        for (std::size_t i = from; i < fixed_.size(); ++i) fixed_[i].item += first_rest_[k];
     }
     for (ANIMATION* a : animations_) {
         if (host_.stopped()) return false;
@@ -74,9 +85,15 @@ bool AnimationScene::gather(double t) {
 
 bool AnimationScene::draw_fixed() {
     if (host_.stopped()) return false;
-    fixed_.transform(camera_);
-    rasterise(fixed_, camera_, painter_, background_, background_depth_, &touched_, &depth_touched_,
-              &scratch_);
+    // Shapes at rest lie flat on the picture and never touch depth: the still render's order alone
+    // decides, and each is painted as the painter readied it.
+    sort_by_order(fixed_, spare_, [](const RestEntry& e) { return e.order; });
+    which_.clear();
+    for (const RestEntry& e : fixed_) {
+        which_.push_back(e.item);
+        if (!rest_rects_[e.item].empty()) touched_.push_back(rest_rects_[e.item]);
+    }
+    painter_.paint_kept(which_, background_);
     // Pixels the frame's shapes share with shapes painted after them in the still render lie inside
     // the rectangles just marked.
     board_.repair(base_, background_, painter_);

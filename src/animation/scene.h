@@ -26,7 +26,8 @@ public:
     bool allocate(const UBUFFER& base);
     // The animations of the layers that are drawn, in layer order (the first layer is never one).
     void add(ANIMATION& animation) { animations_.push_back(&animation); }
-    // Works out which shapes wait for which before settling (from every added layer's items).
+    // Works out which shapes wait for which before settling (from every added layer's items), and
+    // has the painter ready every shape at rest.
     void build_board();
 
     // Renders the frame at t into display(): gather(t), draw_fixed(), draw_moving(). False when the
@@ -70,9 +71,15 @@ private:
     SettleBoard board_;
     UBUFFER base_, background_, display_;
     DBUFFER background_depth_, moving_depth_;
-    Mesh fixed_, moving_;
-    DirtyTiles display_dirty_;  // display pixels to bring back before the next frame
-    DirtyTiles depth_dirty_;    // moving depth to bring back (only quads write depth)
+    FixedMesh fixed_, spare_;
+    Mesh moving_;
+    // Every animation's items at rest, one after another: where each animation's start, and the
+    // pixels each one covers. The painter keeps them readied in the same order.
+    std::vector<std::uint32_t> first_rest_;
+    std::vector<PixelRect> rest_rects_;
+    std::vector<std::uint32_t> which_;  // a frame's settling shapes, in painting order
+    DirtyTiles display_dirty_;          // display pixels to bring back before the next frame
+    DirtyTiles depth_dirty_;            // moving depth to bring back (only quads write depth)
     std::vector<PixelRect> touched_, depth_touched_;
     RasterScratch scratch_;
     bool full_copies_ = false;

@@ -52,6 +52,38 @@ public:
         return failures;
     }
 
+    // Shapes at rest: readied once, in parts on the kept threads, and copied into a frame's jobs when
+    // they settle. A frame's settling shapes lie close together in `placements` (the order in which
+    // they settle), so the copies read memory that is near at hand.
+    void keep(std::span<const Circle> placements) override {
+        const std::size_t n = placements.size();
+        kept_.assign(n, PaintJob{});
+        kept_failed_.assign(n, 0);
+        const int parts = n >= kJobsPerPart * 2 ? int(readiers_.size()) : 1;
+        pool_.run(parts, [&](int k) {
+            Painter& painter = k == 0 ? painter_ : *readiers_[std::size_t(k)];
+            for (std::size_t i = n * std::size_t(k) / parts; i < n * std::size_t(k + 1) / parts; ++i)
+                kept_failed_[i] = painter.prepare(placements[i], placements[i].paint, kept_[i]) < 0;
+        });
+    }
+
+    int paint_kept(std::span<const std::uint32_t> which, UBUFFER& buffer) override {
+        const std::size_t n = which.size();
+        jobs_.resize(n);
+        const int parts = n >= kJobsPerPart * 2 ? int(readiers_.size()) : 1;
+        std::atomic<int> failures{0};
+        pool_.run(parts, [&](int k) {
+            int failed = 0;
+            for (std::size_t i = n * std::size_t(k) / parts; i < n * std::size_t(k + 1) / parts; ++i) {
+                jobs_[i] = kept_[which[i]];
+                failed += kept_failed_[which[i]];
+            }
+            failures += failed;
+        });
+        paint_jobs_in_bands(host_, painter_, jobs_, buffer, pool_);
+        return failures;
+    }
+
     std::shared_ptr<const UBUFFER> stencil(const SHAPE& shape, int side) override {
         auto st = shape.stencils.get(host_, shape.shade_plane, shape.mask_plane, side);
         if (!st) return nullptr;
@@ -70,6 +102,8 @@ private:
     WorkerPool pool_;
     std::vector<std::unique_ptr<Painter>> readiers_;  // the other threads' painters; [0] unused
     std::vector<PaintJob> jobs_;
+    std::vector<PaintJob> kept_;  // shapes at rest, readied by keep()
+    std::vector<std::uint8_t> kept_failed_;
 };
 
 // Circles are measured in working pixels; a larger frame scales them as the still render does.

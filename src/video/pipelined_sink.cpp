@@ -2,7 +2,9 @@
 
 namespace velq {
 
-PipelinedSink::~PipelinedSink() { stop_worker(); }
+PipelinedSink::~PipelinedSink() {
+    stop_worker();
+}
 
 void PipelinedSink::stop_worker() {
     if (!worker_.joinable()) return;

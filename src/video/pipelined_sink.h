@@ -44,9 +44,9 @@ private:
 
     VideoSink& inner_;
     const int depth_;
-    UBUFFER source_;                // the picture the caller fills
-    std::vector<UBUFFER> spare_;    // pictures free to be filled
-    std::deque<UBUFFER> queue_;     // filled, waiting for the inner sink
+    UBUFFER source_;              // the picture the caller fills
+    std::vector<UBUFFER> spare_;  // pictures free to be filled
+    std::deque<UBUFFER> queue_;   // filled, waiting for the inner sink
     std::mutex mutex_;
     std::condition_variable changed_;
     std::thread worker_;

@@ -84,11 +84,13 @@ TEST(Motion, BasicGrowsFromFourTimesItsSizeAndMovesOnlyBeforeItsEnd) {
     // Settling: from t = e on the fixed mesh takes it once, and the moving mesh no longer has it.
     SettleBoard board;
     board.reset(std::vector<Circle>(1), std::vector<Footprint>(1), {});
-    Mesh fixed;
+    FixedMesh fixed;
     a->fixed_mesh(Camera(200, 100), 1.99, board, fixed);
     EXPECT_TRUE(fixed.empty());
     a->fixed_mesh(Camera(200, 100), 2.0, board, fixed);
-    EXPECT_EQ(fixed.size(), 1u);
+    ASSERT_EQ(fixed.size(), 1u);
+    EXPECT_EQ(fixed[0].item, 0u);
+    EXPECT_EQ(fixed[0].order, a->items[0].order);
     a->fixed_mesh(Camera(200, 100), 2.5, board, fixed);
     EXPECT_EQ(fixed.size(), 1u);
     Mesh moving;

@@ -4,8 +4,8 @@
 #include <condition_variable>
 #include <cstring>
 #include <mutex>
-#include <thread>
 #include <string>
+#include <thread>
 #include <vector>
 
 #include <gtest/gtest.h>
@@ -71,7 +71,8 @@ TEST(PipelinedSink, HandsOverEveryFrameInOrderAndPassesRefusalsOn) {
             // A refusal comes back with a later call (how much later depends on the worker), and
             // from then on every call gives it.
             const auto answered = std::find_if(results.begin(), results.end(), [](int r) { return r != 0; });
-            EXPECT_GE(answered - results.begin(), std::min(c.first + 1, 6)) << depth << " " << c.cap << " " << c.fail;
+            EXPECT_GE(answered - results.begin(), std::min(c.first + 1, 6))
+                << depth << " " << c.cap << " " << c.fail;
             EXPECT_TRUE(std::all_of(answered, results.end(), [&](int r) { return r == c.answer; }));
             EXPECT_EQ(pipe.finish(), c.finish);
             std::vector<int> expected;
