@@ -80,8 +80,9 @@ int render_anim_video(Document& doc, Host& host, const std::string& file, int pw
     } else {
         sink = std::make_unique<Encoder>(host);
     }
-    // The next frame is drawn while the encoder works on this one.
-    PipelinedSink pipeline(*sink, getenv("VELQ_DEPTH") ? atoi(getenv("VELQ_DEPTH")) : 3);
+    // The next frames are drawn while the encoder works on this one: up to four wait for it, so the
+    // drawing can use every moment the encoder's threads leave idle.
+    PipelinedSink pipeline(*sink, 4);
     const int r = write_animation(host, pipeline, animation, file, layout, animation.duration());
     // The window keeps the last frame it was shown.
     doc.frame_buffer = std::move(animation.scene().display());
