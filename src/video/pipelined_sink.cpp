@@ -54,11 +54,18 @@ int PipelinedSink::init_video(const std::string& file, int width, int height) {
     frames_ = 0;
     const int r = inner_.init_video(file, width, height);
     if (r != 0) return r;
-    // Every picture is cleared once: what lies outside the frame's picture is never written.
+    // Every picture is cleared once: what lies outside the frame's picture is never written. One
+    // spare is needed; more are taken while they fit in kSpareBytes and can be had.
     const UBUFFER& in = inner_.source();
+    const std::size_t bytes = std::size_t(in.width()) * in.height() * in.channels();
     for (int i = 0; i <= depth_; ++i) {
+        if (i > 1 && bytes * std::size_t(i) > kSpareBytes) break;
         UBUFFER& b = i == 0 ? source_ : spare_.emplace_back();
         if (!b.allocate(in.width(), in.height(), in.channels(), Init::Zero)) {
+            if (i > 1) {
+                spare_.pop_back();
+                break;
+            }
             spare_.clear();
             source_.reset();
             inner_.abandon();

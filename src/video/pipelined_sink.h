@@ -6,6 +6,7 @@
 #pragma once
 
 #include <condition_variable>
+#include <cstddef>
 #include <deque>
 #include <mutex>
 #include <string>
@@ -18,6 +19,9 @@ namespace velq {
 
 class PipelinedSink : public VideoSink {
 public:
+    // Waiting frames take at most this much memory beyond the first (very large frames wait fewer).
+    static constexpr std::size_t kSpareBytes = std::size_t(256) << 20;
+
     explicit PipelinedSink(VideoSink& inner, int depth = 3) : inner_(inner), depth_(depth < 1 ? 1 : depth) {}
     ~PipelinedSink() override;
     PipelinedSink(const PipelinedSink&) = delete;
