@@ -17,10 +17,8 @@ bool AnimationScene::allocate(const UBUFFER& base) {
     base_ = base.clone();
     background_ = base.clone();
     if (!base_ || !background_ || !display_.allocate(w, h, 4, Init::Uninitialised) ||
-        !background_depth_.allocate(w, h, 1, Init::Uninitialised) ||
         !moving_depth_.allocate(w, h, 1, Init::Uninitialised))
         return false;
-    background_depth_.fill(kFarDepth);
     display_dirty_.reset(w, h);
     depth_dirty_.reset(w, h);
     fresh_ = true;
@@ -54,7 +52,6 @@ bool AnimationScene::rewind() {
     for (ANIMATION* a : animations_) a->rewind();
     board_.rewind();
     if (!copy_to(host_, base_, background_)) return false;
-    background_depth_.fill(kFarDepth);
     display_dirty_.clear();
     depth_dirty_.clear();
     fresh_ = true;
@@ -98,7 +95,6 @@ bool AnimationScene::draw_fixed() {
     // the rectangles just marked.
     board_.repair(base_, background_, painter_);
     mark(touched_, display_dirty_);
-    mark(depth_touched_, depth_dirty_);
     return true;
 }
 
@@ -138,11 +134,12 @@ bool AnimationScene::draw_moving() {
     }
     shows_background_ = false;
     restore_display();
+    // The background's depth is far everywhere (shapes at rest lie flat on the picture and write
+    // none), so bringing the moving depth back is filling it with far depth.
     if (!depth_stale_) {
         depth_dirty_.for_each_run([&](const PixelRect& r) {
-            const std::size_t n = std::size_t(r.x1 - r.x0) * sizeof(double);
             for (int y = r.y0; y < r.y1; ++y)
-                std::memcpy(moving_depth_.row(y) + r.x0, background_depth_.row(y) + r.x0, n);
+                std::fill(moving_depth_.row(y) + r.x0, moving_depth_.row(y) + r.x1, kFarDepth);
         });
     }
     depth_dirty_.clear();
@@ -150,7 +147,7 @@ bool AnimationScene::draw_moving() {
     // flat on the picture never read or write depth.
     if (depth_stale_ &&
         std::any_of(prims.begin(), prims.end(), [](const Primitive& p) { return !p.flat(); })) {
-        copy_to(host_, background_depth_, moving_depth_);
+        moving_depth_.fill(kFarDepth);
         depth_stale_ = false;
     }
     moving_.transform(camera_);

@@ -22,7 +22,8 @@ public:
     AnimationScene(Host& host, const Camera& camera, ShapePainter& painter);
 
     // Allocates the background (a copy of `base`, which is camera-sized), the display buffer and the
-    // two depth buffers (the background's at far depth). False when any can't be had.
+    // depth buffer of the moving shapes. The background's depth is far everywhere and needs none: shapes
+    // at rest lie flat on the picture. False when any can't be had.
     bool allocate(const UBUFFER& base);
     // The animations of the layers that are drawn, in layer order (the first layer is never one).
     void add(ANIMATION& animation) { animations_.push_back(&animation); }
@@ -70,7 +71,7 @@ private:
     std::vector<ANIMATION*> animations_;
     SettleBoard board_;
     UBUFFER base_, background_, display_;
-    DBUFFER background_depth_, moving_depth_;
+    DBUFFER moving_depth_;  // far depth where nothing moving was drawn (the background is far everywhere)
     FixedMesh fixed_, spare_;
     Mesh moving_;
     // Every animation's items at rest, one after another: where each animation's start, and the
@@ -84,7 +85,7 @@ private:
     RasterScratch scratch_;
     bool full_copies_ = false;
     bool fresh_ = true;              // the display has not been filled yet
-    bool depth_stale_ = true;        // the moving depth has not been copied since the display was filled
+    bool depth_stale_ = true;        // the moving depth has not been reset since the display was filled
     bool shows_background_ = false;  // the last frame had nothing moving: frame() is the background
 };
 
