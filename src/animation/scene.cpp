@@ -11,11 +11,11 @@ namespace velq {
 AnimationScene::AnimationScene(Host& host, const Camera& camera, ShapePainter& painter)
     : host_(host), camera_(camera), painter_(painter) {}
 
-bool AnimationScene::allocate(const UBUFFER& base) {
+bool AnimationScene::allocate(UBUFFER base) {
     const int w = camera_.width(), h = camera_.height();
     if (!base || base.width() != w || base.height() != h || base.channels() != 4) return false;
-    base_ = base.clone();
-    background_ = base.clone();
+    base_ = std::move(base);
+    background_ = base_.clone();
     if (!base_ || !background_ || !display_.allocate(w, h, 4, Init::Uninitialised) ||
         !moving_depth_.allocate(w, h, 1, Init::Uninitialised))
         return false;
@@ -30,16 +30,26 @@ void AnimationScene::build_board() {
     // Every shape at rest, by painting order for the board, and one animation after another for the
     // painter, which readies them once: they are painted as they are whenever they settle.
     std::vector<Circle> placements, rest;
+    std::size_t count = 0, orders = 0;
+    for (const ANIMATION* a : animations_) {
+        count += a->items.size();
+        for (const AnimationItem& it : a->items) orders = std::max<std::size_t>(orders, it.order + 1);
+    }
+    placements.resize(orders);
+    rest.resize(count);
+    rest_rects_.resize(count);
     first_rest_.clear();
-    rest_rects_.clear();
+    std::size_t k = 0;
     for (ANIMATION* a : animations_) {
-        first_rest_.push_back(std::uint32_t(rest.size()));
+        first_rest_.push_back(std::uint32_t(k));
         for (const AnimationItem& it : a->items) {
-            const Circle c = MotionAnimation::rest(it).look;
-            if (placements.size() <= it.order) placements.resize(it.order + 1);
+            Circle& c = rest[k];
+            c = it.look;
+            c.x = it.x;
+            c.y = it.y;
+            c.radius = it.p;
             placements[it.order] = c;
-            rest.push_back(c);
-            rest_rects_.push_back(c.shape ? flat_rect(c, camera_.width(), camera_.height()) : PixelRect{});
+            rest_rects_[k++] = c.shape ? flat_rect(c, camera_.width(), camera_.height()) : PixelRect{};
         }
     }
     painter_.keep(rest);

@@ -21,10 +21,10 @@ class AnimationScene {
 public:
     AnimationScene(Host& host, const Camera& camera, ShapePainter& painter);
 
-    // Allocates the background (a copy of `base`, which is camera-sized), the display buffer and the
+    // Takes `base` (camera-sized) and allocates the background (a copy of it), the display buffer and the
     // depth buffer of the moving shapes. The background's depth is far everywhere and needs none: shapes
     // at rest lie flat on the picture. False when any can't be had.
-    bool allocate(const UBUFFER& base);
+    bool allocate(UBUFFER base);
     // The animations of the layers that are drawn, in layer order (the first layer is never one).
     void add(ANIMATION& animation) { animations_.push_back(&animation); }
     // Works out which shapes wait for which before settling (from every added layer's items), and

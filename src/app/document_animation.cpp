@@ -174,7 +174,7 @@ int DocumentAnimation::prepare(int width, int height, const char* alloc_message)
         if (!paint_placements(host_, placements[0], base, g, true, nullptr)) return 1;
     }
     scene_ = std::make_unique<AnimationScene>(host_, camera, *painter_);
-    if (!scene_->allocate(base)) {
+    if (!scene_->allocate(std::move(base))) {
         scene_.reset();
         host_.message(alloc_message);
         return -1;
