@@ -37,7 +37,8 @@ public:
     // per thread, then painted in bands.
     int paint_all(std::span<const Circle> placements, UBUFFER& buffer) override {
         const std::size_t n = placements.size();
-        jobs_.resize(n);
+        // The list only grows: readying a job sets all that painting it reads.
+        if (jobs_.size() < n) jobs_.resize(n);
         const int parts = n >= kJobsPerPart * 2 ? int(readiers_.size()) : 1;
         std::atomic<int> failures{0};
         pool_.run(parts, [&](int k) {
@@ -47,8 +48,7 @@ public:
                 failed += painter.prepare(placements[i], placements[i].paint, jobs_[i]) < 0;
             failures += failed;
         });
-        paint_jobs_in_bands(host_, painter_, jobs_, buffer, pool_);
-        jobs_.clear();
+        paint_jobs_in_bands(host_, painter_, std::span(jobs_.data(), n), buffer, pool_);
         return failures;
     }
 
@@ -69,7 +69,7 @@ public:
 
     int paint_kept(std::span<const std::uint32_t> which, UBUFFER& buffer) override {
         const std::size_t n = which.size();
-        jobs_.resize(n);
+        if (jobs_.size() < n) jobs_.resize(n);
         const int parts = n >= kJobsPerPart * 2 ? int(readiers_.size()) : 1;
         std::atomic<int> failures{0};
         pool_.run(parts, [&](int k) {
@@ -80,7 +80,7 @@ public:
             }
             failures += failed;
         });
-        paint_jobs_in_bands(host_, painter_, jobs_, buffer, pool_);
+        paint_jobs_in_bands(host_, painter_, std::span(jobs_.data(), n), buffer, pool_);
         return failures;
     }
 
