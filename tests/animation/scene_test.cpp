@@ -150,6 +150,27 @@ TEST(Scene, ShapesSettleAtOnceAndSharedPixelsKeepThePaintingOrder) {
     EXPECT_TRUE(same_bytes(scene->frame(), w.still()));
 }
 
+// Overlapping shapes of one layer that come to rest in the same frame are painted in the still
+// render's order, not in their scan order, whichever scan order and however many settle at once.
+TEST(Scene, ShapesSettlingInOneFramePaintInThePaintingOrder) {
+    for (const int scan : {1, 3, 6, 7}) {
+        for (const double spread : {0.0, 0.3}) {
+            World w;
+            std::vector<Circle> circles = w.grid(9, 0);
+            // Closer than a diameter: every circle overlaps its neighbours.
+            for (std::size_t i = 0; i < circles.size(); ++i) {
+                circles[i].x = 12 + double(i % 11) * 12.5;
+                circles[i].y = 12 + double(i / 11) * 12.5;
+            }
+            w.add(0, circles, timing(0.0, spread, 0.2, scan));
+            auto scene = w.scene();
+            ASSERT_GT(scene->board().overlaps(), 0u);
+            for (double t = 0; w.duration() + 1.0 / 30 >= t; t += 1.0 / 30) ASSERT_TRUE(scene->render(t));
+            EXPECT_TRUE(same_bytes(scene->frame(), w.still())) << scan << " " << spread;
+        }
+    }
+}
+
 // At every frame the background is the base with every settled shape painted in the still render's
 // order, whatever order they came to rest in.
 TEST(Scene, TheBackgroundAlwaysHoldsTheSettledShapesInPaintingOrder) {
