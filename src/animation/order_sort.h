@@ -1,5 +1,5 @@
 // A stable sort of a frame's shapes by their place in the still render's painting order: least
-// significant digit first, 11 bits a pass, only as many passes as the largest order needs. A frame
+// significant digit first, 8 or 11 bits a pass, only as many passes as the largest order needs. A frame
 // has a few hundred to tens of thousands of shapes, for which this beats comparison sorts.
 #pragma once
 
@@ -17,20 +17,22 @@ void sort_by_order(std::vector<T>& items, std::vector<T>& spare, OrderOf order_o
     if (items.size() < 2) return;
     std::uint32_t top = 0;
     for (const T& it : items) top = std::max(top, std::uint32_t(order_of(it)));
-    constexpr int kBits = 11;
-    constexpr std::size_t kBuckets = std::size_t(1) << kBits;
+    // Short lists take narrower digits: clearing and summing the buckets would cost more than the
+    // extra pass.
+    const int bits = items.size() < 4096 ? 8 : 11;
+    const std::size_t buckets = std::size_t(1) << bits, mask = buckets - 1;
     spare.resize(items.size());
-    for (int shift = 0; shift < 32 && (std::uint64_t(top) >> shift) != 0; shift += kBits) {
-        std::size_t start[kBuckets] = {};
-        for (const T& it : items) ++start[(std::uint32_t(order_of(it)) >> shift) & (kBuckets - 1)];
+    for (int shift = 0; shift < 32 && (std::uint64_t(top) >> shift) != 0; shift += bits) {
+        std::size_t start[std::size_t(1) << 11];
+        std::fill_n(start, buckets, std::size_t(0));
+        for (const T& it : items) ++start[(std::uint32_t(order_of(it)) >> shift) & mask];
         std::size_t at = 0;
-        for (std::size_t& b : start) {
-            const std::size_t n = b;
-            b = at;
+        for (std::size_t b = 0; b < buckets; ++b) {
+            const std::size_t n = start[b];
+            start[b] = at;
             at += n;
         }
-        for (const T& it : items)
-            spare[start[(std::uint32_t(order_of(it)) >> shift) & (kBuckets - 1)]++] = it;
+        for (const T& it : items) spare[start[(std::uint32_t(order_of(it)) >> shift) & mask]++] = it;
         items.swap(spare);
     }
 }
