@@ -377,21 +377,18 @@ int Painter::prepare(const Circle& p, const ColourRecord& tint, PaintJob& job) {
     }
     job.left = p.x - r;
     job.top = p.y - r;
-    job.c[0] = tint.c0;
-    job.c[1] = tint.c1;
-    job.c[2] = tint.c2;
+    const double c[3] = {tint.c0, tint.c1, tint.c2};
     job.k = p.brightness / 100;
     job.transparency = p.transparency;
     bool whole = true;
     for (int ch = 0; ch < 3; ++ch) {
-        const double c = job.c[ch];
-        whole = whole && c >= 0 && c <= 255 && c == std::trunc(c);
-        job.tint[ch] = whole ? int(c) : 0;
+        whole = whole && c[ch] >= 0 && c[ch] <= 255 && c[ch] == std::trunc(c[ch]);
+        job.tint[ch] = whole ? std::uint8_t(c[ch]) : 0;
     }
     job.exact =
         whole && job.k == 1.0 && std::abs(g_) <= kMaxExactG && p.transparency >= 0 && p.transparency <= 255;
     if (!job.exact) {
-        for (int ch = 0; ch < 3; ++ch) job.shade_term[ch] = shade_table(job.c[ch]);
+        for (int ch = 0; ch < 3; ++ch) job.shade_term[ch] = shade_table(c[ch]);
         job.tone = tone_table(p.transparency);
     }
     return 0;
@@ -439,7 +436,7 @@ void Painter::paint_area(const PaintJob& job, UBUFFER& buffer, int row0, int row
     if (job.exact) {
         for (int ch = 0; ch < 3; ++ch) {
             et.ci[ch] = job.tint[2 - ch];
-            et.cd[ch] = job.c[2 - ch];
+            et.cd[ch] = job.tint[2 - ch];
         }
         et.g = g_;
         et.g255 = 255 * g_;

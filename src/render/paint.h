@@ -43,14 +43,14 @@ struct PaintJob {
     // hold stencils of its side): a job is painted while its Painter lives.
     const Stencil* stencil = nullptr;
     std::shared_ptr<const Stencil> keep;
-    double left = 0, top = 0;       // x - r, y - r
-    double c[3] = {255, 255, 255};  // tint: red, green, blue
-    int tint[3] = {255, 255, 255};  // the same as integers, for the exact path
-    double k = 1.0;                 // brightness / 100
-    int transparency = 255;
-    bool exact = false;                // whole-number tint, k = 1, moderate G: the integer path applies
+    double left = 0, top = 0;          // x - r, y - r
+    double k = 1.0;                    // brightness / 100
     const double* shade_term[3] = {};  // other tints: per shade value, s * c / 255 + G
     const double* tone = nullptr;      // other tints: per opacity, t = T m / 255, then 255 - t
+    int transparency = 255;
+    // Whole-number tint (red, green, blue), k = 1, moderate G: the integer path applies.
+    std::uint8_t tint[3] = {255, 255, 255};
+    bool exact = false;
 };
 
 class Painter {
