@@ -5,6 +5,7 @@
 #include <memory>
 
 #include "animation/layer_animation.h"
+#include "host/parallel.h"
 #include "host/worker_pool.h"
 #include "render/band_paint.h"
 #include "render/logo.h"
@@ -60,11 +61,18 @@ public:
         kept_.assign(n, PaintJob{});
         kept_failed_.assign(n, 0);
         const int parts = n >= kJobsPerPart * 2 ? int(readiers_.size()) : 1;
-        pool_.run(parts, [&](int k) {
-            Painter& painter = k == 0 ? painter_ : *readiers_[std::size_t(k)];
-            for (std::size_t i = n * std::size_t(k) / parts; i < n * std::size_t(k + 1) / parts; ++i)
-                kept_failed_[i] = painter.prepare(placements[i], placements[i].paint, kept_[i]) < 0;
-        });
+        // Threads of their own, not the kept ones: this runs once, before the frames, and the kept
+        // threads are to be started by the thread that draws the frames (they take its priority).
+        parallel_rows(
+            0, parts,
+            [&](int k0, int k1) {
+                for (int k = k0; k < k1; ++k) {
+                    Painter& painter = k == 0 ? painter_ : *readiers_[std::size_t(k)];
+                    for (std::size_t i = n * std::size_t(k) / parts; i < n * std::size_t(k + 1) / parts; ++i)
+                        kept_failed_[i] = painter.prepare(placements[i], placements[i].paint, kept_[i]) < 0;
+                }
+            },
+            1);
     }
 
     int paint_kept(std::span<const std::uint32_t> which, UBUFFER& buffer) override {
