@@ -17,7 +17,6 @@ namespace velq {
 
 class SettleBoard;
 
-// One shape of a layer in the animation.
 // One entry of a fixed mesh: a shape that came to rest, by its place in the still render's painting
 // order and in its animation's items. At rest a shape lies flat at its placement, so nothing more is
 // needed to paint it (MotionAnimation::rest gives its primitive).
@@ -27,6 +26,7 @@ struct RestEntry {
 };
 using FixedMesh = std::vector<RestEntry>;
 
+// One shape of a layer in the animation.
 struct AnimationItem {
     double x = 0, y = 0, z = 0;  // rest position, frame pixels (z = 0: on the picture)
     double p = 0;                // rest magnitude: the placement's radius, the half side at rest

@@ -21,12 +21,10 @@ bool rows_of(const PaintJob& job, int w, int h, int& r0, int& r1) {
 
 // Band edges: `bands` + 1 rows from 0 to h, cut where the covered pixels (a job's side on each of its
 // rows) reach equal shares.
-template <class At>
-std::vector<int> band_edges(std::size_t n, At at, int w, int h, int bands) {
+std::vector<int> band_edges(std::span<const PaintJob> jobs, int w, int h, int bands) {
     std::vector<std::int64_t> step(std::size_t(h) + 1, 0);
     std::int64_t total = 0;
-    for (std::size_t i = 0; i < n; ++i) {
-        const PaintJob& job = at(i);
+    for (const PaintJob& job : jobs) {
         int r0, r1;
         if (!rows_of(job, w, h, r0, r1)) continue;
         const int d = job.stencil->side;
@@ -46,25 +44,25 @@ std::vector<int> band_edges(std::size_t n, At at, int w, int h, int bands) {
     return edges;
 }
 
-// The n jobs at(0), at(1), ... painted in that order.
-template <class At>
-bool paint_in_bands(Host& host, const Painter& painter, std::size_t n, At at, UBUFFER& buffer,
-                    WorkerPool& pool) {
+}  // namespace
+
+bool paint_jobs_in_bands(Host& host, const Painter& painter, std::span<const PaintJob> jobs, UBUFFER& buffer,
+                         WorkerPool& pool) {
     const int w = buffer.width(), h = buffer.height();
-    if (w < 1 || h < 1 || n == 0) return !host.stopped();
+    if (w < 1 || h < 1 || jobs.empty()) return !host.stopped();
     // Below this many jobs a thread's wake-up costs more than it saves.
     constexpr std::size_t kJobsPerBand = 48;
-    const int bands = int(std::clamp<std::size_t>(n / kJobsPerBand, 1, std::size_t(pool.size())));
-    const std::vector<int> edges = band_edges(n, at, w, h, bands);
+    const int bands = int(std::clamp<std::size_t>(jobs.size() / kJobsPerBand, 1, std::size_t(pool.size())));
+    const std::vector<int> edges = band_edges(jobs, w, h, bands);
     std::atomic<bool> stopped{false};
     pool.run(bands, [&](int b) {
         const int y0 = edges[std::size_t(b)], y1 = edges[std::size_t(b) + 1];
         if (y0 >= y1) return;
         thread_local std::vector<std::uint32_t> mine;
         mine.clear();
-        for (std::size_t i = 0; i < n; ++i) {
+        for (std::size_t i = 0; i < jobs.size(); ++i) {
             int r0, r1;
-            if (rows_of(at(i), w, h, r0, r1) && r1 > y0 && r0 < y1) mine.push_back(std::uint32_t(i));
+            if (rows_of(jobs[i], w, h, r0, r1) && r1 > y0 && r0 < y1) mine.push_back(std::uint32_t(i));
         }
         // The shapes lie anywhere on a picture far larger than the caches: the rows of a shape a few
         // jobs ahead are asked for while this one is painted.
@@ -82,32 +80,17 @@ bool paint_in_bands(Host& host, const Painter& painter, std::size_t n, At at, UB
                 __builtin_prefetch(row + 4 * std::size_t(c1 - 1), 1);
             }
         };
-        for (std::size_t k = 0; k < std::min(kAhead, mine.size()); ++k) fetch(at(mine[k]));
+        for (std::size_t k = 0; k < std::min(kAhead, mine.size()); ++k) fetch(jobs[mine[k]]);
         for (std::size_t k = 0; k < mine.size(); ++k) {
             if ((k & 31) == 0 && host.stopped()) {
                 stopped = true;
                 return;
             }
-            if (k + kAhead < mine.size()) fetch(at(mine[k + kAhead]));
-            painter.paint_area(at(mine[k]), buffer, y0, y1, 0, w);
+            if (k + kAhead < mine.size()) fetch(jobs[mine[k + kAhead]]);
+            painter.paint_area(jobs[mine[k]], buffer, y0, y1, 0, w);
         }
     });
     return !stopped;
-}
-
-}  // namespace
-
-bool paint_jobs_in_bands(Host& host, const Painter& painter, std::span<const PaintJob> jobs, UBUFFER& buffer,
-                         WorkerPool& pool) {
-    return paint_in_bands(
-        host, painter, jobs.size(), [&](std::size_t i) -> const PaintJob& { return jobs[i]; }, buffer, pool);
-}
-
-bool paint_jobs_in_bands(Host& host, const Painter& painter, std::span<const PaintJob> jobs,
-                         std::span<const std::uint32_t> which, UBUFFER& buffer, WorkerPool& pool) {
-    return paint_in_bands(
-        host, painter, which.size(), [&](std::size_t i) -> const PaintJob& { return jobs[which[i]]; }, buffer,
-        pool);
 }
 
 }  // namespace velq

@@ -4,7 +4,6 @@
 // than such a frame's painting; the bands cost one pass over the jobs per thread.
 #pragma once
 
-#include <cstdint>
 #include <span>
 
 #include "host/host.h"
@@ -18,9 +17,5 @@ namespace velq {
 // The stop flag is read every few jobs in every band; false when it ended the painting.
 bool paint_jobs_in_bands(Host& host, const Painter& painter, std::span<const PaintJob> jobs, UBUFFER& buffer,
                          WorkerPool& pool);
-// The same for jobs[which[0]], jobs[which[1]], ... in that order: jobs readied once and painted
-// again and again are not copied.
-bool paint_jobs_in_bands(Host& host, const Painter& painter, std::span<const PaintJob> jobs,
-                         std::span<const std::uint32_t> which, UBUFFER& buffer, WorkerPool& pool);
 
 }  // namespace velq

@@ -29,7 +29,13 @@ void PipelinedSink::run() {
             lock.unlock();
             picture.swap(inner_.source());
             double t = 0;
-            const int r = inner_.write_video_frame(t);
+            int r = -1;
+            // A failure of any kind is the frame's answer: nothing may leave this thread.
+            try {
+                r = inner_.write_video_frame(t);
+            } catch (...) {
+                r = -1;
+            }
             picture.swap(inner_.source());
             lock.lock();
             busy_ = false;
