@@ -2,6 +2,7 @@
 
 #include <new>
 
+#include <webp/decode.h>
 #include <opencv2/core.hpp>
 #include <opencv2/imgcodecs.hpp>
 
@@ -20,6 +21,17 @@ PictureRead failed(PictureError e, int dpi = 0) {
     return r;
 }
 
+// OpenCV's decoder takes a WebP file only when libwebp finds its features in the first 32 bytes.
+// Other files that say "RIFF...WEBP" would be offered to OpenCV's other decoders, some of which
+// abort the program on malformed input (the DICOM one looks for "DICM" at byte 128), so they are
+// refused here. The other formats' magic numbers are the ones their decoders ask for.
+bool webp_decoder_takes(std::span<const std::uint8_t> bytes) {
+    constexpr std::size_t kSignatureBytes = 32;
+    if (bytes.size() < kSignatureBytes) return false;
+    WebPBitstreamFeatures features;
+    return WebPGetFeatures(bytes.data(), kSignatureBytes, &features) == VP8_STATUS_OK;
+}
+
 }  // namespace
 
 PictureRead decode_picture(std::span<const std::uint8_t> bytes) {
@@ -32,6 +44,8 @@ PictureRead decode_picture(std::span<const std::uint8_t> bytes) {
     if (header.format == PictureFormat::Jpeg && !jpeg_is_complete(bytes)) {
         return failed(PictureError::Unreadable, dpi);
     }
+    if (header.format == PictureFormat::WebP && !webp_decoder_takes(bytes))
+        return failed(PictureError::Unreadable, dpi);
 
     cv::Mat decoded;
     try {

@@ -2,6 +2,7 @@
 
 #include <filesystem>
 #include <random>
+#include <string_view>
 
 #include <opencv2/core.hpp>
 #include <opencv2/imgproc.hpp>
@@ -149,6 +150,18 @@ TEST(PictureReader, BadInputFailsCleanly) {
         return v;
     };
     const std::string text = "This is not a picture.\n";
+    // A WebP header whose extended chunk is broken, with "DICM" at byte 128 (found by the fuzzer): the
+    // DICOM decoder would take it, and abort the program on it.
+    using namespace std::string_view_literals;
+    const std::string_view trap =
+        "\x52\x49\x46\x46\x66\x00\x00\x00\x57\x45\x42\x50\x56\x50\x38\x58\x00\x00\x00\x00\x00\x00\x00\x01"
+        "\x00\x00\x00\x00\x00\x01\xff\x00\x00\x00\x00\x00\x00\x2e\x6d\x62\x74\x69\x6c\x65\x73\x00\x00\x00"
+        "\x00\x00\x00\x00\x00\x00\x01\x00\x00\x00\x00\x00\x00\x00\x00\x00\x00\x00\x00\x00\x00\x00\xff\xd8"
+        "\xff\xc0\x00\x10\x4a\x06\x49\x46\x00\x01\x01\x01\x00\x01\x00\x01\x00\x00\xff\xe1\x00\x2c\x45\x78"
+        "\x69\x66\x00\x00\x4d\x4d\x00\x2a\x00\x00\x00\x08\x00\x02\x01\x1a\x00\x05\xfe\x00\x00\x00\x00\xff"
+        "\xd8\xff\xd8\x00\x00\xb0\x00\x00\x44\x49\x43\x4d\x00\x57"sv;
+    const std::vector<std::uint8_t> webp_dicom(trap.begin(), trap.end());
+    ASSERT_EQ(webp_dicom.size(), 134u);
 
     struct Case {
         const char* name;
@@ -162,6 +175,8 @@ TEST(PictureReader, BadInputFailsCleanly) {
         {"nearly.jpg", cut(jpg, 0.98), PictureError::Unreadable},
         {"header-only.jpg", cut(jpg, 0.05), PictureError::Unreadable},
         {"signature.png", cut(png, 0.01), PictureError::Unreadable},
+        {"dicom-trap.webp", webp_dicom, PictureError::Unreadable},
+        {"half.webp", cut(encoded(noise, ".webp"), 0.5), PictureError::Unreadable},
     };
     for (const Case& c : cases) {
         const std::string path = dir + "/" + c.name;
@@ -182,6 +197,8 @@ TEST(PictureReader, BadInputFailsCleanly) {
     auto tail = jpg;
     tail.insert(tail.end(), 5000, 0xAB);
     EXPECT_TRUE(decode_picture(tail));
+    // A whole WebP is read.
+    EXPECT_TRUE(decode_picture(encoded(noise, ".webp")));
 }
 
 TEST(PictureReader, MessagesNameTheFile) {
