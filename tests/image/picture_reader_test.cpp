@@ -4,6 +4,7 @@
 #include <random>
 #include <string_view>
 
+#include <webp/encode.h>
 #include <opencv2/core.hpp>
 #include <opencv2/imgproc.hpp>
 
@@ -197,8 +198,19 @@ TEST(PictureReader, BadInputFailsCleanly) {
     auto tail = jpg;
     tail.insert(tail.end(), 5000, 0xAB);
     EXPECT_TRUE(decode_picture(tail));
-    // A whole WebP is read.
+    // Whole WebP files are read: lossless (OpenCV's encoder) and lossy with alpha (the extended layout).
     EXPECT_TRUE(decode_picture(encoded(noise, ".webp")));
+    std::vector<std::uint8_t> bgra(64 * 48 * 4);
+    for (std::size_t i = 0; i < bgra.size(); ++i) bgra[i] = std::uint8_t(i * 37);
+    std::uint8_t* lossy = nullptr;
+    const std::size_t size = WebPEncodeBGRA(bgra.data(), 64, 48, 64 * 4, 80, &lossy);
+    ASSERT_GT(size, 30u);
+    const std::vector<std::uint8_t> extended(lossy, lossy + size);
+    WebPFree(lossy);
+    ASSERT_EQ(std::string(extended.begin() + 12, extended.begin() + 16), "VP8X");
+    const PictureRead read = decode_picture(extended);
+    ASSERT_TRUE(read.picture);
+    EXPECT_EQ(read.picture.width(), 64);
 }
 
 TEST(PictureReader, MessagesNameTheFile) {
