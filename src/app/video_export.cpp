@@ -82,7 +82,7 @@ int render_anim_video(Document& doc, Host& host, const std::string& file, int pw
     }
     // The next frames are drawn while the encoder works on this one: up to four wait for it, so the
     // drawing can use every moment the encoder's threads leave idle.
-    PipelinedSink pipeline(*sink, 4);
+    PipelinedSink pipeline(*sink);
     const int r = write_animation(host, pipeline, animation, file, layout, animation.duration());
     // The window keeps the last frame it was shown.
     doc.frame_buffer = std::move(animation.scene().display());

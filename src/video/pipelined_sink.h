@@ -22,7 +22,7 @@ public:
     // Waiting frames take at most this much memory beyond the first (very large frames wait fewer).
     static constexpr std::size_t kSpareBytes = std::size_t(256) << 20;
 
-    explicit PipelinedSink(VideoSink& inner, int depth = 3) : inner_(inner), depth_(depth < 1 ? 1 : depth) {}
+    explicit PipelinedSink(VideoSink& inner, int depth = 4) : inner_(inner), depth_(depth < 1 ? 1 : depth) {}
     ~PipelinedSink() override;
     PipelinedSink(const PipelinedSink&) = delete;
     PipelinedSink& operator=(const PipelinedSink&) = delete;
