@@ -55,7 +55,7 @@ void AnimationScene::build_board() {
     painter_.keep(rest);
     std::vector<Footprint> prints = find_footprints(placements, painter_, camera_.width(), camera_.height());
     const std::vector<Overlap> overlaps = find_overlaps(prints, camera_.width(), camera_.height());
-    board_.reset(std::move(placements), std::move(prints), overlaps);
+    board_.reset(placements, prints, overlaps, painter_);
 }
 
 bool AnimationScene::rewind() {
@@ -92,18 +92,23 @@ bool AnimationScene::gather(double t) {
 
 bool AnimationScene::draw_fixed() {
     if (host_.stopped()) return false;
-    // Shapes at rest lie flat on the picture and never touch depth: the still render's order alone
-    // decides, and each is painted as the painter readied it.
-    sort_by_order(fixed_, spare_, [](const RestEntry& e) { return e.order; });
+    // Shapes at rest lie flat on the picture and never touch depth, so the still render's order alone
+    // decides. It matters only among shapes that share pixels (few); the others go as they came.
     which_.clear();
+    sharing_.clear();
     for (const RestEntry& e : fixed_) {
-        which_.push_back(e.item);
+        if (board_.has_neighbours(e.order))
+            sharing_.push_back(e);
+        else
+            which_.push_back(e.item);
         if (!rest_rects_[e.item].empty()) touched_.push_back(rest_rects_[e.item]);
     }
+    sort_by_order(sharing_, spare_, [](const RestEntry& e) { return e.order; });
+    for (const RestEntry& e : sharing_) which_.push_back(e.item);
     painter_.paint_kept(which_, background_);
     // Pixels the frame's shapes share with shapes painted after them in the still render lie inside
     // the rectangles just marked.
-    board_.repair(base_, background_, painter_);
+    board_.repair(base_, background_);
     mark(touched_, display_dirty_);
     return true;
 }

@@ -72,15 +72,16 @@ private:
     SettleBoard board_;
     UBUFFER base_, background_, display_;
     DBUFFER moving_depth_;  // far depth where nothing moving was drawn (the background is far everywhere)
-    FixedMesh fixed_, spare_;
+    FixedMesh fixed_, sharing_, spare_;  // sharing_: the frame's shapes that share pixels with others
     Mesh moving_;
     // Every animation's items at rest, one after another: where each animation's start, and the
     // pixels each one covers. The painter keeps them readied in the same order.
     std::vector<std::uint32_t> first_rest_;
     std::vector<PixelRect> rest_rects_;
-    std::vector<std::uint32_t> which_;  // a frame's settling shapes, in painting order
-    DirtyTiles display_dirty_;          // display pixels to bring back before the next frame
-    DirtyTiles depth_dirty_;            // moving depth to bring back (only quads write depth)
+    std::vector<std::uint32_t>
+        which_;                 // a frame's settling shapes, those that share pixels in painting order
+    DirtyTiles display_dirty_;  // display pixels to bring back before the next frame
+    DirtyTiles depth_dirty_;    // moving depth to bring back (only quads write depth)
     std::vector<PixelRect> touched_, depth_touched_;
     RasterScratch scratch_;
     bool full_copies_ = false;

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cmath>
 #include <memory>
+#include <span>
 
 #include "render/shape.h"
 
@@ -97,78 +98,122 @@ std::vector<Overlap> find_overlaps(std::span<const Footprint> prints, int width,
     return overlaps;
 }
 
-void SettleBoard::reset(std::vector<Circle> shapes, std::vector<Footprint> prints,
-                        std::span<const Overlap> overlaps) {
-    shapes_ = std::move(shapes);
-    prints_ = std::move(prints);
-    const std::size_t n = shapes_.size();
-    offsets_.assign(n + 1, 0);
+void SettleBoard::reset(std::span<const Circle> shapes, std::span<const Footprint> prints,
+                        std::span<const Overlap> overlaps, ShapePainter& painter) {
+    count_ = shapes.size();
+    g_ = painter.global_brightness();
+    const std::size_t words = (count_ + 63) / 64;
+    has_neighbours_.assign(words, 0);
+    for (const Overlap& o : overlaps)
+        for (const std::uint32_t i : {o.first, o.second})
+            has_neighbours_[i >> 6] |= std::uint64_t(1) << (i & 63);
+    rank_.assign(words + 1, 0);
+    for (std::size_t w = 0; w < words; ++w)
+        rank_[w + 1] = rank_[w] + std::uint32_t(__builtin_popcountll(has_neighbours_[w]));
+    const std::size_t m = rank_[words];
+    std::vector<std::uint32_t> order_of(m);
+    for (std::uint32_t i = 0; i < count_; ++i)
+        if ((has_neighbours_[i >> 6] >> (i & 63)) & 1) order_of[dense(i)] = i;
+
+    // Neighbour lists, each sorted, with the pair each entry came from.
+    offsets_.assign(m + 1, 0);
     for (const Overlap& o : overlaps) {
-        ++offsets_[o.first + 1];
-        ++offsets_[o.second + 1];
+        ++offsets_[dense(o.first) + 1];
+        ++offsets_[dense(o.second) + 1];
     }
-    for (std::size_t i = 0; i < n; ++i) offsets_[i + 1] += offsets_[i];
-    // Each list sorted by neighbour, with the pair it came from.
+    for (std::size_t i = 0; i < m; ++i) offsets_[i + 1] += offsets_[i];
     std::vector<std::pair<std::uint32_t, std::uint32_t>> entries(overlaps.size() * 2);
     std::vector<std::uint32_t> fill(offsets_.begin(), offsets_.end() - 1);
     for (std::uint32_t k = 0; k < overlaps.size(); ++k) {
-        const Overlap& o = overlaps[k];
-        entries[fill[o.first]++] = {o.second, k};
-        entries[fill[o.second]++] = {o.first, k};
+        const std::uint32_t a = dense(overlaps[k].first), b = dense(overlaps[k].second);
+        entries[fill[a]++] = {b, k};
+        entries[fill[b]++] = {a, k};
     }
-    has_neighbours_.assign((n + 63) / 64, 0);
-    for (std::size_t i = 0; i < n; ++i) {
+    for (std::size_t i = 0; i < m; ++i)
         std::sort(entries.begin() + offsets_[i], entries.begin() + offsets_[i + 1]);
-        if (offsets_[i + 1] > offsets_[i]) has_neighbours_[i >> 6] |= std::uint64_t(1) << (i & 63);
-    }
     neighbours_.resize(entries.size());
     pair_of_.resize(entries.size());
     for (std::size_t i = 0; i < entries.size(); ++i) {
         neighbours_[i] = entries[i].first;
         pair_of_[i] = entries[i].second;
     }
-    shared_begin_.assign(1, 0);
-    shared_.clear();
+
+    looks_.resize(m);
+    for (std::size_t u = 0; u < m; ++u) {
+        const Circle& c = shapes[order_of[u]];
+        looks_[u] = {{c.paint.c2, c.paint.c1, c.paint.c0}, c.brightness / 100.0, c.transparency};
+    }
+
+    // Every shared pixel with the texels of every shape on it. Each such shape shares the pixel with
+    // the pair's first shape, so that shape and its neighbours are all the candidates.
+    std::vector<std::shared_ptr<const UBUFFER>> stencils(m);
+    std::vector<std::uint8_t> looked_up(m, 0);
+    auto stencil_of = [&](std::uint32_t u) -> const UBUFFER* {
+        if (!looked_up[u]) {
+            looked_up[u] = 1;
+            const Circle& c = shapes[order_of[u]];
+            if (c.shape) stencils[u] = painter.stencil(*c.shape, side_of(c));
+        }
+        return stencils[u].get();
+    };
+    pair_pixels_.assign(1, 0);
+    pixels_.clear();
+    texels_.clear();
     for (const Overlap& o : overlaps) {
-        const Footprint &a = prints_[o.first], &b = prints_[o.second];
+        const Footprint &a = prints[o.first], &b = prints[o.second];
+        const std::uint32_t da = dense(o.first);
         const int x0 = std::max(a.rect.x0, b.rect.x0), x1 = std::min(a.rect.x1, b.rect.x1);
         const int y0 = std::max(a.rect.y0, b.rect.y0), y1 = std::min(a.rect.y1, b.rect.y1);
         for (int y = y0; y < y1; ++y)
-            for (int x = x0; x < x1; ++x)
-                if (a.test(x, y) && b.test(x, y)) shared_.emplace_back(y, x);
-        shared_begin_.push_back(std::uint32_t(shared_.size()));
+            for (int x = x0; x < x1; ++x) {
+                if (!a.test(x, y) || !b.test(x, y)) continue;
+                SharedPixel p{y, x, std::uint32_t(texels_.size()), 0};
+                auto visit = [&](std::uint32_t u) {
+                    if (!prints[order_of[u]].test(x, y)) return;
+                    if (const UBUFFER* st = stencil_of(u)) add_texels(shapes[order_of[u]], *st, u, x, y);
+                };
+                bool first_done = false;
+                for (std::uint32_t i = offsets_[da]; i < offsets_[da + 1]; ++i) {
+                    if (!first_done && neighbours_[i] > da) {
+                        visit(da);
+                        first_done = true;
+                    }
+                    visit(neighbours_[i]);
+                }
+                if (!first_done) visit(da);
+                p.last = std::uint32_t(texels_.size());
+                pixels_.push_back(p);
+            }
+        pair_pixels_.push_back(std::uint32_t(pixels_.size()));
     }
     rewind();
 }
 
 void SettleBoard::rewind() {
-    frame_of_.assign(shapes_.size(), -1);
-    settled_.assign((shapes_.size() + 63) / 64, 0);
+    frame_of_.assign(looks_.size(), -1);
+    settled_.assign((count_ + 63) / 64, 0);
     now_.clear();
     frame_ = 0;
 }
 
 void SettleBoard::settle(std::uint32_t order) {
-    if (order >= shapes_.size()) return;
+    if (order >= count_) return;
     std::uint64_t& word = settled_[order >> 6];
     const std::uint64_t bit = std::uint64_t(1) << (order & 63);
     if (word & bit) return;
     word |= bit;
     // Only shapes with neighbours are ever repaired or asked when they came to rest.
     if (!(has_neighbours_[order >> 6] & bit)) return;
-    frame_of_[order] = frame_;
-    now_.push_back(order);
+    const std::uint32_t u = dense(order);
+    frame_of_[u] = frame_;
+    now_.push_back(u);
 }
 
-// Paints one pixel of a settled shape as the renderer paints the whole shape: every texel that falls
-// on the pixel (two at the picture's left or top edge), rows first, with the renderer's blend.
-void SettleBoard::paint_pixel(std::uint32_t shape, const UBUFFER& stencil, int x, int y, int g,
-                              std::uint8_t* px) const {
-    const Circle& c = shapes_[shape];
+// The texels of a shape at rest that fall on pixel (x, y) as the renderer paints the whole shape:
+// one, or two at the picture's left or top edge, rows first.
+void SettleBoard::add_texels(const Circle& c, const UBUFFER& stencil, std::uint32_t shape, int x, int y) {
     const int d = side_of(c);
-    const UBUFFER* st = &stencil;
-    const double left = c.x - c.radius, top = c.y - c.radius, k = c.brightness / 100.0;
-    const double tint[3] = {c.paint.c2, c.paint.c1, c.paint.c0};
+    const double left = c.x - c.radius, top = c.y - c.radius;
     const int j0 = std::max(0, int(std::floor(y - top)) - 1),
               j1 = std::min(d - 1, int(std::ceil(y - top)) + 1);
     const int i0 = std::max(0, int(std::floor(x - left)) - 1),
@@ -177,68 +222,45 @@ void SettleBoard::paint_pixel(std::uint32_t shape, const UBUFFER& stencil, int x
         if (int(top + j) != y) continue;
         for (int i = i0; i <= i1; ++i) {
             if (int(left + i) != x) continue;
-            const int m = st->at(i, j, 1);
-            if (m == 0) continue;
-            const int s = st->at(i, j, 0);
-            for (int ch = 0; ch < 3; ++ch)
-                px[ch] = std::uint8_t(blend_value(s, m, px[ch], tint[ch], g, c.transparency, k));
-            px[3] = 255;
+            const int m = stencil.at(i, j, 1);
+            if (m != 0) texels_.push_back({shape, std::uint8_t(stencil.at(i, j, 0)), std::uint8_t(m)});
         }
     }
 }
 
-std::size_t SettleBoard::repair(const UBUFFER& base, UBUFFER& background, ShapePainter& painter) {
-    // Pixels to paint again, each with the shape that found it.
-    auto& found = found_;
-    found.clear();
-    for (std::uint32_t s : now_) {
+std::size_t SettleBoard::repair(const UBUFFER& base, UBUFFER& background) {
+    found_.clear();
+    for (const std::uint32_t s : now_) {
         for (std::uint32_t i = offsets_[s]; i < offsets_[s + 1]; ++i) {
             const std::uint32_t t = neighbours_[i];
             if (t < s || frame_of_[t] < 0 || frame_of_[t] >= frame_) continue;
             const std::uint32_t pair = pair_of_[i];
-            for (std::uint32_t k = shared_begin_[pair]; k < shared_begin_[pair + 1]; ++k)
-                found.push_back({shared_[k].first, shared_[k].second, s});
+            for (std::uint32_t k = pair_pixels_[pair]; k < pair_pixels_[pair + 1]; ++k)
+                found_.emplace_back(std::uint64_t(pixels_[k].y) << 32 | std::uint32_t(pixels_[k].x), k);
         }
     }
     now_.clear();
     ++frame_;
-    if (found.empty()) return 0;
-    // Each pixel once: every shape on it shares it with the shape that found it, so that shape's
-    // neighbours (and itself) are all the candidates.
-    std::sort(found.begin(), found.end(), [](const Found& a, const Found& b) {
-        return a.y != b.y ? a.y < b.y : a.x != b.x ? a.x < b.x : a.finder < b.finder;
-    });
-    // Stencils looked up once per shape for the whole repair (a few dozen shapes).
-    auto& stencils = stencils_;
-    stencils.clear();
-    auto stencil_of = [&](std::uint32_t u) -> const UBUFFER* {
-        for (const auto& [shape, st] : stencils)
-            if (shape == u) return st.get();
-        std::shared_ptr<const UBUFFER> st;
-        if (shapes_[u].shape) st = painter.stencil(*shapes_[u].shape, side_of(shapes_[u]));
-        stencils.emplace_back(u, st);
-        return st.get();
-    };
-    const int g = painter.global_brightness();
+    if (found_.empty()) return 0;
+    // Each pixel once: every pair that shares it lists every shape on it.
+    std::sort(found_.begin(), found_.end());
     std::size_t repaired = 0;
-    auto& on_pixel = on_pixel_;
-    for (std::size_t k = 0; k < found.size(); ++k) {
-        if (k > 0 && found[k].y == found[k - 1].y && found[k].x == found[k - 1].x) continue;
-        const int y = found[k].y, x = found[k].x;
-        const std::uint32_t s = found[k].finder;
-        on_pixel.clear();
-        on_pixel.push_back(s);
-        for (std::uint32_t i = offsets_[s]; i < offsets_[s + 1]; ++i) on_pixel.push_back(neighbours_[i]);
-        std::sort(on_pixel.begin(), on_pixel.end());
+    for (std::size_t k = 0; k < found_.size(); ++k) {
+        if (k > 0 && found_[k].first == found_[k - 1].first) continue;
+        const SharedPixel& p = pixels_[found_[k].second];
         std::uint8_t px[4];
-        std::copy_n(&base.at(x, y), 4, px);
-        for (std::uint32_t u : on_pixel)
-            if (frame_of_[u] >= 0 && prints_[u].test(x, y))
-                if (const UBUFFER* st = stencil_of(u)) paint_pixel(u, *st, x, y, g, px);
-        std::copy_n(px, 4, &background.at(x, y));
+        std::copy_n(&base.at(p.x, p.y), 4, px);
+        for (std::uint32_t i = p.first; i < p.last; ++i) {
+            const Texel& tx = texels_[i];
+            if (frame_of_[tx.shape] < 0) continue;
+            const Look& l = looks_[tx.shape];
+            for (int ch = 0; ch < 3; ++ch)
+                px[ch] = std::uint8_t(blend_value(tx.s, tx.m, px[ch], l.tint[ch], g_, l.transparency, l.k));
+            px[3] = 255;
+        }
+        std::copy_n(px, 4, &background.at(p.x, p.y));
         ++repaired;
     }
-    stencils.clear();
     return repaired;
 }
 

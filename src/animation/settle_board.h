@@ -7,7 +7,6 @@
 #pragma once
 
 #include <cstdint>
-#include <memory>
 #include <span>
 #include <utility>
 #include <vector>
@@ -41,47 +40,72 @@ std::vector<Overlap> find_overlaps(std::span<const Footprint> prints, int width,
 
 class SettleBoard {
 public:
-    // The shapes at rest in still render order (index = order), their footprints and overlaps.
-    void reset(std::vector<Circle> shapes, std::vector<Footprint> prints, std::span<const Overlap> overlaps);
+    // The shapes at rest in still render order (index = order), their footprints and the pairs of
+    // them that share pixels; `painter` gives their stencils. Keeps only what the repair needs: which
+    // shapes meet which, and for every shared pixel the stencil texels that each shape on it puts there.
+    void reset(std::span<const Circle> shapes, std::span<const Footprint> prints,
+               std::span<const Overlap> overlaps, ShapePainter& painter);
     // Nobody settled.
     void rewind();
     // Shape `order` comes to rest in the current frame.
     void settle(std::uint32_t order);
     bool settled(std::uint32_t order) const {
-        return order < shapes_.size() && ((settled_[order >> 6] >> (order & 63)) & 1);
+        return order < count_ && ((settled_[order >> 6] >> (order & 63)) & 1);
+    }
+    // The shape shares pixels with another one: its painting order matters.
+    bool has_neighbours(std::uint32_t order) const {
+        return order < count_ && ((has_neighbours_[order >> 6] >> (order & 63)) & 1);
     }
     // After the current frame's settled shapes were painted into `background` (over `base`): paints
     // again the pixels where they meet shapes that the still render paints after them and that came to
     // rest in an earlier frame. Then the next frame begins. Returns the number of pixels painted again.
-    std::size_t repair(const UBUFFER& base, UBUFFER& background, ShapePainter& painter);
+    std::size_t repair(const UBUFFER& base, UBUFFER& background);
 
-    std::size_t overlaps() const { return neighbours_.size() / 2; }
+    std::size_t overlaps() const { return pair_pixels_.empty() ? 0 : pair_pixels_.size() - 1; }
 
 private:
-    void paint_pixel(std::uint32_t shape, const UBUFFER& stencil, int x, int y, int global_brightness,
-                     std::uint8_t* px) const;
+    // Shapes that share pixels with others are few; they are numbered among themselves in painting
+    // order, and every table below but the bits is indexed by that number.
+    std::uint32_t dense(std::uint32_t order) const {
+        const std::uint64_t below = (std::uint64_t(1) << (order & 63)) - 1;
+        return rank_[order >> 6] + std::uint32_t(__builtin_popcountll(has_neighbours_[order >> 6] & below));
+    }
+    void add_texels(const Circle& c, const UBUFFER& stencil, std::uint32_t shape, int x, int y);
 
-    std::vector<Circle> shapes_;
-    std::vector<Footprint> prints_;
+    // How a shape blends: its tint (blue, green, red), transparency and brightness factor.
+    struct Look {
+        double tint[3];
+        double k;
+        int transparency;
+    };
+    // A stencil texel that a shape puts on a shared pixel.
+    struct Texel {
+        std::uint32_t shape;
+        std::uint8_t s, m;
+    };
+    // A pixel that two shapes share, and its texels [first, last), shapes in painting order.
+    struct SharedPixel {
+        int y, x;
+        std::uint32_t first, last;
+    };
+
+    std::size_t count_ = 0;
+    int g_ = 0;  // global brightness
+    // Bits per shape: it has neighbours; it has settled. With the ranks of the first, a shape's
+    // number among those with neighbours.
+    std::vector<std::uint64_t> has_neighbours_, settled_;
+    std::vector<std::uint32_t> rank_;
     std::vector<std::uint32_t> offsets_, neighbours_;  // both directions, each list in order
     std::vector<std::uint32_t> pair_of_;               // per neighbour entry: its pair's index
-    // The pixels each pair shares, as (y, x), pair by pair.
-    std::vector<std::uint32_t> shared_begin_;
-    std::vector<std::pair<int, int>> shared_;
-    // Bits per shape: it has neighbours; it has settled. Few shapes have neighbours, and these small
-    // tables spare settling and repairing a miss on the larger ones for every other shape.
-    std::vector<std::uint64_t> has_neighbours_, settled_;
-    std::vector<int> frame_of_;       // frame a shape with neighbours came to rest in; -1 not yet
+    std::vector<Look> looks_;
+    std::vector<std::uint32_t> pair_pixels_;  // each pair's shared pixels, [pair_pixels_[k], [k + 1])
+    std::vector<SharedPixel> pixels_;
+    std::vector<Texel> texels_;
+    std::vector<int> frame_of_;       // frame a shape came to rest in; -1 not yet
     std::vector<std::uint32_t> now_;  // shapes come to rest in the current frame
     int frame_ = 0;
-    // The repair's working lists, kept between frames.
-    struct Found {
-        int y, x;
-        std::uint32_t finder;
-    };
-    std::vector<Found> found_;
-    std::vector<std::uint32_t> on_pixel_;
-    std::vector<std::pair<std::uint32_t, std::shared_ptr<const UBUFFER>>> stencils_;
+    // Shared pixels to paint again, as (y, x) and their place in pixels_, kept between frames.
+    std::vector<std::pair<std::uint64_t, std::uint32_t>> found_;
 };
 
 }  // namespace velq

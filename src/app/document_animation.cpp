@@ -53,13 +53,14 @@ public:
         return failures;
     }
 
-    // Shapes at rest: readied once, in parts on the kept threads, and copied into a frame's jobs when
-    // they settle. A frame's settling shapes lie close together in `placements` (the order in which
-    // they settle), so the copies read memory that is near at hand.
+    // Shapes at rest: readied once, in parts on threads, and painted from there when they settle,
+    // bands shared out by their reaches alone. A frame's settling shapes lie close together in
+    // `placements` (the order in which they settle), so their reaches are near at hand.
     void keep(std::span<const Circle> placements) override {
         const std::size_t n = placements.size();
         kept_.assign(n, PaintJob{});
         kept_failed_.assign(n, 0);
+        kept_reach_.assign(n, JobReach{});
         const int parts = n >= kJobsPerPart * 2 ? int(readiers_.size()) : 1;
         // Threads of their own, not the kept ones: this runs once, before the frames, and the kept
         // threads are to be started by the thread that draws the frames (they take its priority).
@@ -68,27 +69,20 @@ public:
             [&](int k0, int k1) {
                 for (int k = k0; k < k1; ++k) {
                     Painter& painter = k == 0 ? painter_ : *readiers_[std::size_t(k)];
-                    for (std::size_t i = n * std::size_t(k) / parts; i < n * std::size_t(k + 1) / parts; ++i)
+                    for (std::size_t i = n * std::size_t(k) / parts; i < n * std::size_t(k + 1) / parts;
+                         ++i) {
                         kept_failed_[i] = painter.prepare(placements[i], placements[i].paint, kept_[i]) < 0;
+                        kept_reach_[i] = job_reach(kept_[i]);
+                    }
                 }
             },
             1);
     }
 
     int paint_kept(std::span<const std::uint32_t> which, UBUFFER& buffer) override {
-        const std::size_t n = which.size();
-        if (jobs_.size() < n) jobs_.resize(n);
-        const int parts = n >= kJobsPerPart * 2 ? int(readiers_.size()) : 1;
-        std::atomic<int> failures{0};
-        pool_.run(parts, [&](int k) {
-            int failed = 0;
-            for (std::size_t i = n * std::size_t(k) / parts; i < n * std::size_t(k + 1) / parts; ++i) {
-                jobs_[i] = kept_[which[i]];
-                failed += kept_failed_[which[i]];
-            }
-            failures += failed;
-        });
-        paint_jobs_in_bands(host_, painter_, std::span(jobs_.data(), n), buffer, pool_);
+        int failures = 0;
+        for (const std::uint32_t i : which) failures += kept_failed_[i];
+        paint_jobs_in_bands(host_, painter_, kept_, kept_reach_, which, buffer, pool_);
         return failures;
     }
 
@@ -111,6 +105,7 @@ private:
     std::vector<std::unique_ptr<Painter>> readiers_;  // the other threads' painters; [0] unused
     std::vector<PaintJob> jobs_;
     std::vector<PaintJob> kept_;  // shapes at rest, readied by keep()
+    std::vector<JobReach> kept_reach_;
     std::vector<std::uint8_t> kept_failed_;
 };
 

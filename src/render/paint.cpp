@@ -13,6 +13,7 @@
 #endif
 
 #include "host/parallel.h"
+#include "host/prefetch.h"
 #include "render/shape.h"
 
 namespace velq {
@@ -538,7 +539,7 @@ bool paint_jobs(Host& host, const Painter& painter, std::span<const PaintJob> jo
         const int r1 = std::min(r0 + kTileH, h), c1 = std::min(c0 + kTileW, w);
         for (int y = r0; y < r1; ++y) {
             const std::uint8_t* row = buffer.row(y);
-            for (int x = c0; x < c1; x += 16) __builtin_prefetch(row + 4 * std::size_t(x), 1);
+            for (int x = c0; x < c1; x += 16) prefetch<true>(row + 4 * std::size_t(x));
         }
     };
     std::atomic<std::int64_t> next{0}, done{0};

@@ -7,6 +7,7 @@
 #include "animation/kinds.h"
 #include "animation/layer_animation.h"
 #include "animation/settle_board.h"
+#include "reference_painter.h"
 #include "render/shape.h"
 #include "support/recording_host.h"
 
@@ -83,7 +84,8 @@ TEST(Motion, BasicGrowsFromFourTimesItsSizeAndMovesOnlyBeforeItsEnd) {
     }
     // Settling: from t = e on the fixed mesh takes it once, and the moving mesh no longer has it.
     SettleBoard board;
-    board.reset(std::vector<Circle>(1), std::vector<Footprint>(1), {});
+    test::ReferencePainter painter;
+    board.reset(std::vector<Circle>(1), std::vector<Footprint>(1), {}, painter);
     FixedMesh fixed;
     a->fixed_mesh(Camera(200, 100), 1.99, board, fixed);
     EXPECT_TRUE(fixed.empty());

@@ -150,6 +150,36 @@ TEST(Scene, ShapesSettleAtOnceAndSharedPixelsKeepThePaintingOrder) {
     EXPECT_TRUE(same_bytes(scene->frame(), w.still()));
 }
 
+// Shapes over the picture's left and top edges put two texels on the edge pixels (columns and rows
+// below zero are painted onto zero). Shared pixels there, painted again when a shape under others
+// comes to rest last, get every texel in the still render's order, at every corner of the overlap.
+TEST(Scene, SharedPixelsAtThePictureEdgesArePaintedAgainTexelByTexel) {
+    struct Case {
+        double x, y;  // centre of the first shape; the others sit a few pixels right and down
+    } cases[] = {{1.3, 40.0}, {60.0, 0.6}, {-2.5, -1.7}, {W - 3.2, H - 2.4}};
+    for (const Case& c : cases) {
+        World w;
+        std::vector<Circle> first = w.grid(6, 0);
+        first.resize(1);
+        first[0].x = c.x;
+        first[0].y = c.y;
+        std::vector<Circle> second = first, third = first;
+        second[0].x += 2.4;
+        second[0].paint = {250, 30, 90, 255, 0, true};
+        third[0].y += 1.8;
+        third[0].paint = {20, 200, 140, 255, 0, true};
+        third[0].brightness = 80;
+        // Painted first, at rest last: the pixels it shares are painted again under the others.
+        w.add(0, first, timing(0.0, 0.0, 1.0, 0));
+        w.add(0, second, timing(0.0, 0.0, 0.5, 0));
+        w.add(0, third, timing(0.0, 0.0, 0.2, 0));
+        auto scene = w.scene();
+        ASSERT_EQ(scene->board().overlaps(), 3u) << c.x << " " << c.y;
+        for (const double t : {0.2, 0.5, 1.0}) ASSERT_TRUE(scene->render(t));
+        EXPECT_TRUE(same_bytes(scene->frame(), w.still())) << c.x << " " << c.y;
+    }
+}
+
 // Overlapping shapes of one layer that come to rest in the same frame are painted in the still
 // render's order, not in their scan order, whichever scan order and however many settle at once.
 TEST(Scene, ShapesSettlingInOneFramePaintInThePaintingOrder) {

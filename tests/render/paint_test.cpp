@@ -286,7 +286,8 @@ TEST(PaintPlacements, WhiteTintStopFlagAndProgress) {
 }
 
 // A frame's shapes painted in bands on kept threads give the bytes of painting them one by one, for
-// any number of jobs (none, fewer than a band takes, many) and of threads, frame after frame.
+// any number of jobs (none, fewer than a band takes, many) and of threads, frame after frame. So do
+// kept jobs painted by their places, here last to first.
 TEST(PaintJobsInBands, KeepEveryPixelsOrderForAnyBandsAndThreads) {
     test::RecordingHost host;
     const auto shapes = test_shapes(host);
@@ -295,16 +296,25 @@ TEST(PaintJobsInBands, KeepEveryPixelsOrderForAnyBandsAndThreads) {
         Painter painter(host, 10);
         RandomPlacements rnd{std::mt19937(unsigned(20 + threads)), shapes, 240, 200};
         UBUFFER buf = test::noise_picture(240, 200, 4);
-        UBUFFER ref = buf.clone();
+        UBUFFER ref = buf.clone(), kept_buf = buf.clone(), kept_ref = buf.clone();
         for (const int count : {0, 5, 60, 400, 130}) {
-            std::vector<PaintJob> jobs(static_cast<std::size_t>(count));
-            for (PaintJob& job : jobs) {
-                const Placement p = rnd.next();
-                painter.prepare(p, p.paint, job);
-                test::reference_fill_shape(host, p, ref, 10);
+            std::vector<Placement> placements(static_cast<std::size_t>(count));
+            std::vector<PaintJob> jobs(placements.size());
+            std::vector<JobReach> reach;
+            std::vector<std::uint32_t> which;
+            for (std::size_t i = 0; i < placements.size(); ++i) {
+                placements[i] = rnd.next();
+                painter.prepare(placements[i], placements[i].paint, jobs[i]);
+                test::reference_fill_shape(host, placements[i], ref, 10);
+                reach.push_back(job_reach(jobs[i]));
+                which.insert(which.begin(), std::uint32_t(i));
             }
             ASSERT_TRUE(paint_jobs_in_bands(host, painter, jobs, buf, pool));
             ASSERT_EQ(std::memcmp(buf.data(), ref.data(), buf.size()), 0) << threads << " threads, " << count;
+            for (const std::uint32_t i : which) test::reference_fill_shape(host, placements[i], kept_ref, 10);
+            ASSERT_TRUE(paint_jobs_in_bands(host, painter, jobs, reach, which, kept_buf, pool));
+            ASSERT_EQ(std::memcmp(kept_buf.data(), kept_ref.data(), buf.size()), 0)
+                << "kept, " << threads << " threads, " << count;
         }
     }
     // The stop flag ends the painting and is reported.
