@@ -31,7 +31,6 @@ struct AnimationItem {
     double x = 0, y = 0, z = 0;  // rest position, frame pixels (z = 0: on the picture)
     double p = 0;                // rest magnitude: the placement's radius, the half side at rest
     double start = 0, end = 0;   // seconds: in motion while start <= t < end, at rest from end on
-    bool settled = false;        // painted into the persistent background
     std::uint32_t order = 0;     // place in the still render's painting order, over all layers
     Circle look;                 // the placement: shape, paint colour, brightness, transparency
 };
@@ -64,6 +63,8 @@ public:
     virtual void fixed_mesh(const Camera& camera, double t, SettleBoard& board, FixedMesh& out) {}
     // Every shape back to unsettled, for another pass over the same animation. The base has none.
     virtual void rewind() {}
+    // Item i is settled: painted into the persistent background. The base settles none.
+    virtual bool settled(std::size_t i) const { return false; }
 
     // One per placement, in placement order until pre_operation puts them in scan order.
     std::vector<AnimationItem> items;

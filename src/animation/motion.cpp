@@ -36,7 +36,7 @@ void MotionAnimation::pre_operation(Host& host, const AnimationContext& ctx) {
 }
 
 void MotionAnimation::rewind() {
-    for (AnimationItem& it : items) it.settled = false;
+    settled_.assign(items.size(), 0);
     first_unsettled_ = 0;
 }
 
@@ -47,22 +47,23 @@ void MotionAnimation::moving_mesh(const Camera&, double t, bool finished, Mesh& 
         if (it.start > t) break;
         if (t < it.end) {
             out.add(pose(it, i, (it.end - t) / (it.end - it.start), t));
-        } else if (!it.settled || finished) {
+        } else if (finished || !settled(i)) {
             out.add(rest(it));
         }
     }
 }
 
 void MotionAnimation::fixed_mesh(const Camera&, double t, SettleBoard& board, FixedMesh& out) {
+    settled_.resize(items.size(), 0);  // items given since the last rewind start unsettled
     for (std::size_t i = first_unsettled_; i < items.size(); ++i) {
         AnimationItem& it = items[i];
         if (it.start > t) break;
-        if (it.settled || t < it.end) continue;
+        if (t < it.end || settled_[i]) continue;
         out.push_back({it.order, std::uint32_t(i)});
-        it.settled = true;
+        settled_[i] = 1;
         board.settle(it.order);
     }
-    while (first_unsettled_ < items.size() && items[first_unsettled_].settled) ++first_unsettled_;
+    while (first_unsettled_ < items.size() && settled_[first_unsettled_]) ++first_unsettled_;
 }
 
 }  // namespace velq

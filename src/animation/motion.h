@@ -17,6 +17,7 @@ public:
     void moving_mesh(const Camera& camera, double t, bool finished, Mesh& out) const override;
     void fixed_mesh(const Camera& camera, double t, SettleBoard& board, FixedMesh& out) override;
     void rewind() override;
+    bool settled(std::size_t i) const override { return i < settled_.size() && settled_[i]; }
 
     // The shape at rest: flat, at its placement, exactly as the still render paints it.
     static Primitive rest(const AnimationItem& item);
@@ -31,6 +32,8 @@ protected:
 
 private:
     std::size_t first_unsettled_ = 0;  // every item before it is settled
+    // The settled flags, apart from the items: settling a frame's shapes writes no item.
+    std::vector<std::uint8_t> settled_;
 };
 
 }  // namespace velq

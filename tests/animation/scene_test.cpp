@@ -139,7 +139,7 @@ TEST(Scene, ShapesSettleAtOnceAndSharedPixelsKeepThePaintingOrder) {
     ASSERT_EQ(scene->board().overlaps(), 1u);
     ASSERT_TRUE(scene->render(0.5));
     EXPECT_EQ(scene->fixed_count(), 1u);
-    EXPECT_TRUE(w.layers[1]->items[0].settled);
+    EXPECT_TRUE(w.layers[1]->settled(0));
     UBUFFER second_only = w.base();
     w.painter.paint(w.placements[1][0], second_only);
     EXPECT_TRUE(same_bytes(scene->background(), second_only));
@@ -219,7 +219,8 @@ TEST(Scene, TheBackgroundAlwaysHoldsTheSettledShapesInPaintingOrder) {
                 for (const auto& it : w.layers[l]->items) m = std::min(m, it.order);
                 return m;
             }();
-            for (const auto& it : w.layers[l]->items) settled[it.order - first] = it.settled;
+            for (std::size_t i = 0; i < w.layers[l]->items.size(); ++i)
+                settled[w.layers[l]->items[i].order - first] = w.layers[l]->settled(i);
             for (std::size_t i = 0; i < settled.size(); ++i)
                 if (settled[i]) w.painter.paint(w.placements[l][i], expected);
         }
