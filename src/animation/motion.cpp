@@ -32,7 +32,13 @@ void MotionAnimation::pre_operation(Host& host, const AnimationContext& ctx) {
     Random rng;
     apply_scan_order(items, mode_, rng, ctx.seed, ctx.width, ctx.height);
     assign_times(items, settings_);
+    take_times();
     prepare(rng, ctx);
+}
+
+void MotionAnimation::take_times() {
+    times_.resize(items.size());
+    for (std::size_t i = 0; i < items.size(); ++i) times_[i] = {items[i].start, items[i].end, items[i].order};
 }
 
 void MotionAnimation::rewind() {
@@ -54,14 +60,16 @@ void MotionAnimation::moving_mesh(const Camera&, double t, bool finished, Mesh& 
 }
 
 void MotionAnimation::fixed_mesh(const Camera&, double t, SettleBoard& board, FixedMesh& out) {
-    settled_.resize(items.size(), 0);  // items given since the last rewind start unsettled
+    // Items given without being timed here (tests build them directly) are taken as they are.
+    if (times_.size() != items.size()) take_times();
+    settled_.resize(items.size(), 0);
     for (std::size_t i = first_unsettled_; i < items.size(); ++i) {
-        AnimationItem& it = items[i];
-        if (it.start > t) break;
-        if (t < it.end || settled_[i]) continue;
-        out.push_back({it.order, std::uint32_t(i)});
+        const Timing& tm = times_[i];
+        if (tm.start > t) break;
+        if (t < tm.end || settled_[i]) continue;
+        out.push_back({tm.order, std::uint32_t(i)});
         settled_[i] = 1;
-        board.settle(it.order);
+        board.settle(tm.order);
     }
     while (first_unsettled_ < items.size() && settled_[first_unsettled_]) ++first_unsettled_;
 }

@@ -31,6 +31,15 @@ protected:
     int width_ = 0, height_ = 0;
 
 private:
+    // When each item moves and its painting order, taken from the items when they are timed. Items
+    // are large and a frame settles a few hundred of them: the walk reads these alone.
+    struct Timing {
+        double start, end;
+        std::uint32_t order;
+    };
+    void take_times();
+
+    std::vector<Timing> times_;
     std::size_t first_unsettled_ = 0;  // every item before it is settled
     // The settled flags, apart from the items: settling a frame's shapes writes no item.
     std::vector<std::uint8_t> settled_;
