@@ -219,9 +219,11 @@ void BM_SettledFrames(benchmark::State& state) {
 }
 BENCHMARK(BM_SettledFrames)->Unit(benchmark::kMillisecond)->UseRealTime()->Iterations(10);
 
-// The painting alone behind settled frames: the demo's shapes painted in the scan order's random
-// order, a frame's worth (about 600) at a time in bands on kept threads, against all of them at once
-// in tiles as the still render paints them. Stencils are ready in both.
+// The painting alone behind settled frames: the demo's shapes painted in a random scan order, a frame's
+// worth (about 600) at a time in bands on kept threads, from jobs kept in scan order as the animation
+// keeps them, against all of them at once in tiles as the still render paints them. A frame takes its
+// shapes in the order they settle, as the animation does with those that share no pixel (most).
+// Stencils are ready in both.
 void BM_FramePainting(benchmark::State& state) {
     Demo demo;
     if (!demo.ok) {
@@ -236,19 +238,22 @@ void BM_FramePainting(benchmark::State& state) {
     std::vector<PaintJob> jobs(placements.size());
     for (std::size_t i = 0; i < placements.size(); ++i)
         painter.prepare(placements[i], placements[i].paint, jobs[i]);
-    // Frames take the shapes in a random order; within a frame they go in painting order.
-    std::vector<std::uint32_t> shuffled(jobs.size());
-    for (std::uint32_t i = 0; i < shuffled.size(); ++i) shuffled[i] = i;
+    // Jobs are kept in scan order; a frame takes the next part of them.
+    std::vector<std::uint32_t> scan(jobs.size());
+    for (std::uint32_t i = 0; i < scan.size(); ++i) scan[i] = i;
     std::mt19937 gen(3);
-    std::shuffle(shuffled.begin(), shuffled.end(), gen);
+    std::shuffle(scan.begin(), scan.end(), gen);
+    std::vector<PaintJob> kept(jobs.size());
+    std::vector<JobReach> reach(jobs.size());
+    for (std::size_t k = 0; k < scan.size(); ++k) {
+        kept[k] = jobs[scan[k]];
+        reach[k] = job_reach(kept[k]);
+    }
     const std::size_t per_frame = std::max<std::size_t>(1, jobs.size() / 180);
-    std::vector<std::vector<PaintJob>> frames;
-    for (std::size_t k = 0; k < shuffled.size(); k += per_frame) {
-        std::vector<std::uint32_t> part(shuffled.begin() + k,
-                                        shuffled.begin() + std::min(shuffled.size(), k + per_frame));
-        std::sort(part.begin(), part.end());
+    std::vector<std::vector<std::uint32_t>> frames;
+    for (std::size_t k = 0; k < scan.size(); k += per_frame) {
         auto& f = frames.emplace_back();
-        for (std::uint32_t i : part) f.push_back(jobs[i]);
+        for (std::size_t i = k; i < std::min(scan.size(), k + per_frame); ++i) f.push_back(std::uint32_t(i));
     }
     UBUFFER picture;
     picture.allocate(demo.width(), demo.height(), 4);
@@ -256,7 +261,7 @@ void BM_FramePainting(benchmark::State& state) {
     double banded = 0, tiled = 0;
     for (auto _ : state) {
         auto t0 = std::chrono::steady_clock::now();
-        for (const auto& f : frames) paint_jobs_in_bands(demo.host, painter, f, picture, pool);
+        for (const auto& f : frames) paint_jobs_in_bands(demo.host, painter, kept, reach, f, picture, pool);
         banded += seconds_since(t0);
         t0 = std::chrono::steady_clock::now();
         paint_jobs(demo.host, painter, jobs, picture, nullptr);
