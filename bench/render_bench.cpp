@@ -13,7 +13,7 @@
 #include <vector>
 
 #include "image/resample.h"
-#include "render/paint.h"
+#include "render/paint_jobs.h"
 #include "render/renderer.h"
 #include "render/shape.h"
 

@@ -26,7 +26,7 @@
 #include "app/transform_driver.h"
 #include "app/video_export.h"
 #include "render/band_paint.h"
-#include "render/paint.h"
+#include "render/paint_jobs.h"
 #include "render/renderer.h"
 #include "video/encoder.h"
 #include "video/export_loop.h"

@@ -5,7 +5,7 @@
 #include <span>
 #include <vector>
 
-#include "image/settings_block.h"
+#include "persistence/settings_block.h"
 
 namespace {
 

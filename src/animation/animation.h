@@ -7,11 +7,11 @@
 #include <memory>
 #include <vector>
 
-#include "animation/animation_settings.h"
+#include "render/animation_settings.h"
 #include "animation/camera.h"
 #include "animation/mesh.h"
 #include "host/host.h"
-#include "transform/circle.h"
+#include "segments/circle.h"
 
 namespace velq {
 

@@ -21,21 +21,24 @@ std::vector<AnimationItem> make_items(std::span<const Circle> placements, std::u
     return items;
 }
 
-bool prepare_layer_animation(Host& host, Layer& layer, std::vector<AnimationItem> items,
-                             const AnimationContext& ctx) {
-    layer.animation.reset();
-    layer.animation = make_animation(layer.anim.motion, layer.anim, ctx.max_size, layer.anim.scan);
-    if (!layer.animation) return false;
-    layer.animation->items = std::move(items);
-    layer.animation->pre_operation(host, ctx);
-    return true;
+std::unique_ptr<ANIMATION> prepare_layer_animation(Host& host, const Layer& layer,
+                                                   std::vector<AnimationItem> items,
+                                                   const AnimationContext& ctx) {
+    std::unique_ptr<ANIMATION> animation =
+        make_animation(layer.anim.motion, layer.anim, ctx.max_size, layer.anim.scan);
+    if (!animation) return nullptr;
+    animation->items = std::move(items);
+    animation->pre_operation(host, ctx);
+    return animation;
 }
 
-double animation_duration(std::span<const Layer> layers) {
+double animation_duration(std::span<const Layer> layers,
+                          std::span<const std::unique_ptr<ANIMATION>> animations) {
     double d = 0.0;
-    for (const Layer& layer : layers) {
+    for (std::size_t i = 0; i < layers.size(); ++i) {
+        const Layer& layer = layers[i];
         if (!layer.shown || !layer.has_shapes()) continue;
-        double e = layer.animation ? layer.animation->last_end() : 0.0;
+        double e = i < animations.size() && animations[i] ? animations[i]->last_end() : 0.0;
         if (layer.anim.motion == 1) e += SNOW_ANIMATION::kHold;
         d = std::max(d, e);
     }

@@ -4,6 +4,7 @@
 #pragma once
 
 #include <cstdint>
+#include <memory>
 #include <span>
 #include <vector>
 
@@ -16,13 +17,16 @@ namespace velq {
 // painting order.
 std::vector<AnimationItem> make_items(std::span<const Circle> placements, std::uint32_t first_order);
 
-// The factory step for one layer: the old object is dropped, a new one of the layer's kind made
-// (none for an index outside 0..5), given the items and prepared. False when no object was made.
-bool prepare_layer_animation(Host& host, Layer& layer, std::vector<AnimationItem> items,
-                             const AnimationContext& ctx);
+// The factory step for one layer: a new object of the layer's kind (none for an index outside
+// 0..5), given the items and prepared. Null when no object was made.
+std::unique_ptr<ANIMATION> prepare_layer_animation(Host& host, const Layer& layer,
+                                                   std::vector<AnimationItem> items,
+                                                   const AnimationContext& ctx);
 
 // The length of the whole animation: over every enabled layer that has shapes, the largest end
-// time of its items, plus 2.5 s for Snow; 0.0 when no layer qualifies.
-double animation_duration(std::span<const Layer> layers);
+// time of its items, plus 2.5 s for Snow; 0.0 when no layer qualifies. `animations[i]` is layer i's
+// object, null when it has none.
+double animation_duration(std::span<const Layer> layers,
+                          std::span<const std::unique_ptr<ANIMATION>> animations);
 
 }  // namespace velq

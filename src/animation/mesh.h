@@ -7,7 +7,7 @@
 #include <vector>
 
 #include "animation/camera.h"
-#include "transform/circle.h"
+#include "segments/circle.h"
 
 namespace velq {
 

@@ -4,22 +4,15 @@
 #include <cmath>
 
 #include "animation/order_sort.h"
+#include "host/saturate.h"
 #include "render/shape.h"
 
 namespace velq {
 
 namespace {
 
-// Saturating truncation of a double to int.
-int trunc_int(double v) {
-    if (!(v == v)) return 0;
-    if (v >= 2147483647.0) return 2147483647;
-    if (v <= -2147483648.0) return -2147483647 - 1;
-    return int(v);
-}
-
 int floor_int(double v) {
-    return trunc_int(std::floor(v));
+    return saturate_int(std::floor(v));
 }
 
 PixelRect clip(PixelRect r, int w, int h) {
@@ -115,12 +108,12 @@ PixelRect paint_projected(const Primitive& p, const ProjectedQuad& q, const Came
 
 PixelRect flat_rect(const Circle& c, int width, int height) {
     const double r = c.radius;
-    const int d = trunc_int(2 * r + 0.5);
+    const int d = saturate_int(2 * r + 0.5);
     if (d <= 0) return {};
     const double left = c.x - r, top = c.y - r;
     // Columns trunc(left + i) for i in 0..d-1; truncation toward zero folds (-1, 0) onto column 0.
-    PixelRect rect{trunc_int(left), trunc_int(top), trunc_int(left + (d - 1)) + 1,
-                   trunc_int(top + (d - 1)) + 1};
+    PixelRect rect{saturate_int(left), saturate_int(top), saturate_int(left + (d - 1)) + 1,
+                   saturate_int(top + (d - 1)) + 1};
     return clip(rect, width, height);
 }
 
@@ -183,7 +176,7 @@ int rasterise(const Mesh& mesh, const Camera& camera, ShapePainter& painter, UBU
         double edge = 0;
         for (int k = 0; k < 4; ++k)
             edge = std::max(edge, std::hypot(q.x[(k + 1) % 4] - q.x[k], q.y[(k + 1) % 4] - q.y[k]));
-        const int side = std::clamp(trunc_int(edge + 0.5), 1, SHAPE::kSide);
+        const int side = std::clamp(saturate_int(edge + 0.5), 1, SHAPE::kSide);
         const auto st = painter.stencil(*p.look.shape, side);
         if (!st) {
             ++failures;

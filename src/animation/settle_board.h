@@ -14,7 +14,7 @@
 #include "animation/rasteriser.h"
 #include "animation/shape_painter.h"
 #include "image/buffer.h"
-#include "transform/circle.h"
+#include "segments/circle.h"
 
 namespace velq {
 

@@ -9,7 +9,7 @@
 #include <vector>
 
 #include "image/buffer.h"
-#include "transform/circle.h"
+#include "segments/circle.h"
 
 namespace velq {
 

@@ -13,7 +13,7 @@
 #include "render/layer.h"
 #include "render/palette.h"
 #include "segments/segment.h"
-#include "transform/circle.h"
+#include "segments/circle.h"
 
 namespace velq {
 

@@ -149,9 +149,10 @@ int DocumentAnimation::prepare(int width, int height, const char* alloc_message)
     const double scale = radius_scale(doc_, width);
     std::vector<std::vector<Placement>> placements(doc_.layers.size());
     std::uint32_t order = 0;
+    animations_.clear();
+    animations_.resize(doc_.layers.size());
     for (std::size_t i = 0; i < doc_.layers.size(); ++i) {
         Layer& layer = doc_.layers[i];
-        layer.animation.reset();
         if (!layer.shown || !layer.has_shapes()) continue;
         placements[i] = make_placements(host_, layer, doc_.palettes, doc_.segments, doc_.circles, width,
                                         height, scale, random);
@@ -162,10 +163,10 @@ int DocumentAnimation::prepare(int width, int height, const char* alloc_message)
         }
         std::vector<Circle> circles(placements[i].begin(), placements[i].end());
         // The first layer's shapes count in the duration but are painted into the base, not animated.
-        prepare_layer_animation(host_, layer, make_items(circles, i == 0 ? 0 : order), ctx);
+        animations_[i] = prepare_layer_animation(host_, layer, make_items(circles, i == 0 ? 0 : order), ctx);
         if (i > 0) order += std::uint32_t(circles.size());
     }
-    duration_ = animation_duration(doc_.layers);
+    duration_ = animation_duration(doc_.layers, animations_);
 
     UBUFFER base;
     if (!base.allocate(width, height, 4)) {
@@ -183,7 +184,7 @@ int DocumentAnimation::prepare(int width, int height, const char* alloc_message)
         return -1;
     }
     for (std::size_t i = 1; i < doc_.layers.size(); ++i)
-        if (doc_.layers[i].animation && !placements[i].empty()) scene_->add(*doc_.layers[i].animation);
+        if (animations_[i] && !placements[i].empty()) scene_->add(*animations_[i]);
     scene_->build_board();
     return 0;
 }

@@ -38,6 +38,9 @@ private:
     Document& doc_;
     Host& host_;
     std::unique_ptr<ShapePainter> painter_;
+    // One object per layer (null for layers without one); the scene draws from them, so they
+    // outlive it.
+    std::vector<std::unique_ptr<ANIMATION>> animations_;
     std::unique_ptr<AnimationScene> scene_;
     double duration_ = 0.0;
 };

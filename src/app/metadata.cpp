@@ -2,8 +2,9 @@
 
 #include <filesystem>
 
+#include "app/layer_fields.h"
 #include "app/units.h"
-#include "image/settings_block_file.h"
+#include "persistence/settings_block_file.h"
 
 namespace velq {
 
@@ -12,25 +13,11 @@ namespace {
 LayerEntry entry_of(const Layer& layer) {
     LayerEntry e;
     LayerRecord& r = e.record;
+    for_each_shared_layer_field(layer, r, [](const auto& from, auto& to) { to = from; });
     r.passage_mode = layer.passage_mode;
-    r.transparency = layer.transparency;
-    r.size = layer.size;
-    r.brightness = layer.brightness;
-    r.palette = layer.palette;
     r.shape_cursor = layer.shape_cursor;
     r.passage_cursor = layer.passage_cursor;
-    r.anim = layer.anim;
-    r.font.face = layer.font.face;
-    r.font.height = layer.font.height;
-    r.font.weight = layer.font.weight;
-    r.font.italic = layer.font.italic;
     r.first_shape_only = layer.first_shape_only;
-    r.random = layer.random;
-    r.shuffle = layer.shuffle;
-    r.invert = layer.invert;
-    r.convert = layer.convert;
-    r.shown = layer.shown;
-    r.case_folding = layer.case_folding;
     r.has_shapes = layer.has_shapes();
     e.passage = layer.passage;
     if (r.shapes_from_files())

@@ -10,7 +10,7 @@
 #include <vector>
 
 #include "app/document.h"
-#include "image/settings_block.h"
+#include "persistence/settings_block.h"
 
 namespace velq {
 

@@ -1,5 +1,6 @@
 #include <algorithm>
 
+#include "app/layer_fields.h"
 #include "app/metadata.h"
 #include "app/units.h"
 
@@ -13,22 +14,8 @@ namespace {
 int layer_from_entry(Host& host, const LayerEntry& e, Layer& layer) {
     const LayerRecord& r = e.record;
     layer = Layer(host, r.first_shape_only && r.has_shapes);
-    layer.transparency = r.transparency;
-    layer.size = r.size;
-    layer.brightness = r.brightness;
-    layer.palette = r.palette;
-    layer.anim = r.anim;
+    for_each_shared_layer_field(layer, r, [](auto& to, const auto& from) { to = from; });
     layer.passage = e.passage;
-    layer.case_folding = r.case_folding;
-    layer.random = r.random;
-    layer.shuffle = r.shuffle;
-    layer.invert = r.invert;
-    layer.convert = r.convert;
-    layer.shown = r.shown;
-    layer.font.face = r.font.face;
-    layer.font.height = r.font.height;
-    layer.font.weight = r.font.weight;
-    layer.font.italic = r.font.italic;
     int result = 0;
     if (r.shapes_from_files())
         result = load_shapes(host, layer, e.shape_paths);

@@ -7,16 +7,11 @@
 #include <limits>
 #include <sstream>
 
+#include "host/saturate.h"
+
 namespace velq {
 
 namespace {
-// Doubles to int saturate rather than overflow.
-int saturate(double v) {
-    if (!(v == v)) return 0;
-    if (v >= double(std::numeric_limits<int>::max())) return std::numeric_limits<int>::max();
-    if (v <= double(std::numeric_limits<int>::min())) return std::numeric_limits<int>::min();
-    return int(v);
-}
 
 std::string c_format(const char* fmt, double v) {
     // snprintf follows LC_NUMERIC; the fields are always written with a dot.
@@ -32,13 +27,13 @@ std::string c_format(const char* fmt, double v) {
 int to_pixels(double value, Unit unit, int dpi) {
     switch (unit) {
         case Unit::Pixel:
-            return saturate(value);
+            return saturate_int(value);
         case Unit::Inch:
-            return saturate(value * dpi);
+            return saturate_int(value * dpi);
         case Unit::Cm:
-            return saturate(value / 2.54 * dpi);
+            return saturate_int(value / 2.54 * dpi);
         case Unit::Meter:
-            return saturate(value / 0.0254 * dpi);
+            return saturate_int(value / 0.0254 * dpi);
     }
     return 0;
 }
@@ -60,7 +55,7 @@ double from_pixels(int pixels, Unit unit, int dpi) {
 }
 
 std::string format_size(double value, Unit unit) {
-    if (unit == Unit::Pixel) return std::to_string(saturate(value));
+    if (unit == Unit::Pixel) return std::to_string(saturate_int(value));
     return format_fixed4(value);
 }
 

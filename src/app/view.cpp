@@ -5,19 +5,12 @@
 #include <cstdint>
 #include <unordered_map>
 
+#include "host/saturate.h"
 #include "render/palette.h"
 
 namespace velq {
 
 namespace {
-
-// Truncation toward zero that saturates instead of overflowing.
-int trunc_int(double v) {
-    if (!(v == v)) return 0;
-    if (v >= 2147483647.0) return 2147483647;
-    if (v <= -2147483648.0) return -2147483647 - 1;
-    return static_cast<int>(v);
-}
 
 // Shuffle, Invert and Convert of a layer on a mapped colour, in that order. Random draws a new colour
 // per placement at render time; on a per-pixel preview it would only be noise, so the view leaves it out.
@@ -32,7 +25,7 @@ void apply_view_options(const Layer& layer, ColourRecord& c) {
 }
 
 std::uint8_t to_byte(double v) {
-    return static_cast<std::uint8_t>(std::clamp(trunc_int(v), 0, 255));
+    return static_cast<std::uint8_t>(std::clamp(saturate_int(v), 0, 255));
 }
 
 }  // namespace
@@ -43,16 +36,16 @@ ViewRect reset_view(int cw, int ch, int pw, int ph) {
     const double p = double(ph) / pw;
     int left = 0, top = 0;
     if (c > p)
-        top = trunc_int((ch - cw * p) * 0.5);
+        top = saturate_int((ch - cw * p) * 0.5);
     else
-        left = trunc_int((cw - ch / p) * 0.5);
+        left = saturate_int((cw - ch / p) * 0.5);
     return {left, top, cw - left, ch - top};
 }
 
 void drag_to(ViewState& s, double x, double y) {
     if (!s.dragging) return;
-    const int dx = trunc_int(x - s.anchor_x);
-    const int dy = trunc_int(y - s.anchor_y);
+    const int dx = saturate_int(x - s.anchor_x);
+    const int dy = saturate_int(y - s.anchor_y);
     s.rect.left += dx;
     s.rect.right += dx;
     s.rect.top += dy;
@@ -70,10 +63,10 @@ std::optional<ViewRect> wheel_zoom(const ViewRect& r, int delta, double x, doubl
     const double h2 = w2 * ph / pw;
     if (w2 < cw * 0.01 || h2 < ch * 0.01) return std::nullopt;
     ViewRect out;
-    out.right = trunc_int(w2 * (r.right - x) / w + x);
-    out.bottom = trunc_int((r.bottom - y) / h * h2 + y);
-    out.left = out.right - trunc_int(w2);
-    out.top = out.bottom - trunc_int(h2);
+    out.right = saturate_int(w2 * (r.right - x) / w + x);
+    out.bottom = saturate_int((r.bottom - y) / h * h2 + y);
+    out.left = out.right - saturate_int(w2);
+    out.top = out.bottom - saturate_int(h2);
     return out;
 }
 
@@ -82,7 +75,7 @@ std::optional<PixelPos> control_to_pixel(const ViewRect& r, double x, double y, 
     const double col = pw * (x - r.left) / r.width();
     const double row = ph * (y - r.top) / r.height();
     if (col < 0 || row < 0 || col >= pw || row >= ph) return std::nullopt;
-    return PixelPos{trunc_int(col), trunc_int(row)};
+    return PixelPos{saturate_int(col), saturate_int(row)};
 }
 
 ControlPoint pixel_to_control(const ViewRect& r, double px, double py, int pw, int ph) {

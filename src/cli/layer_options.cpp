@@ -5,7 +5,7 @@
 #include <functional>
 #include <string_view>
 
-#include "animation/animation_settings.h"
+#include "render/animation_settings.h"
 
 namespace velq::cli {
 

@@ -9,7 +9,7 @@
 #include "cli/cli_host.h"
 #include "cli/options.h"
 #include "image/buffer.h"
-#include "image/settings_block.h"
+#include "persistence/settings_block.h"
 
 namespace velq::cli {
 

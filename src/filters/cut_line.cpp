@@ -2,11 +2,10 @@
 
 #include <cmath>
 
-#include "filters/saturate.h"
+#include "host/saturate.h"
 
 namespace velq {
 
-using filters::saturate_int;
 
 CutLine make_cut_line(Random& rng, double x0, double amplitude) {
     CutLine line;

@@ -5,12 +5,11 @@
 
 #include "filters/channel_rotation.h"
 #include "filters/local_contrast.h"
-#include "filters/saturate.h"
 #include "filters/shuffle.h"
+#include "host/saturate.h"
 
 namespace velq {
 
-using filters::saturate_int;
 
 int matrix_band_count(int width, double max_size, int gap) {
     const double m = max_size * width;

@@ -4,7 +4,7 @@
 
 #include <QDialog>
 
-#include "animation/animation_settings.h"
+#include "render/animation_settings.h"
 
 class QComboBox;
 class QDoubleSpinBox;

@@ -16,7 +16,6 @@ Layer::Layer(Host& host, bool with_default_disc) {
 }
 
 void Layer::clear_shapes() {
-    animation.reset();
     shapes.clear();
     current = nullptr;
     shape_cursor = 0;

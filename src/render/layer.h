@@ -7,8 +7,7 @@
 #include <string>
 #include <vector>
 
-#include "animation/animation.h"
-#include "animation/animation_settings.h"
+#include "render/animation_settings.h"
 #include "render/shape.h"
 
 namespace velq {
@@ -30,7 +29,7 @@ public:
     Layer(Layer&&) noexcept = default;
     Layer& operator=(Layer&&) noexcept = default;
 
-    // Releases the animation object and every shape; no current shape.
+    // Releases every shape; no current shape.
     void clear_shapes();
     // Every shape gets apply_layer_tone(brightness, transparency).
     void apply_tone();
@@ -55,7 +54,6 @@ public:
     int shape_cursor = 0;
     int passage_cursor = 0;
     SHAPE* current = nullptr;
-    std::unique_ptr<ANIMATION> animation;
     AnimationSettings anim;
     std::u16string passage;
     bool passage_mode = false;

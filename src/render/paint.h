@@ -5,7 +5,6 @@
 
 #include <array>
 #include <cstdint>
-#include <functional>
 #include <memory>
 #include <span>
 #include <unordered_map>
@@ -13,29 +12,12 @@
 
 #include "host/host.h"
 #include "image/buffer.h"
-#include "render/colour.h"
+#include "render/blend.h"
 #include "render/placement.h"
 #include "render/stencil.h"
+#include "segments/colour.h"
 
 namespace velq {
-
-// The blend of one colour channel as the renderer defines it: shade s and opacity m of the stencil,
-// old value o, tint c, global brightness G, transparency T, brightness factor k.
-int blend_channel(int s, int m, int o, double c, int global_brightness, int transparency, double k);
-
-// trunc(clamp(S / 255, 0, 255)) for a double S, without the division: equal for every S (the one
-// fact it rests on, that a double just below 255 n divides to below n, is checked by the tests).
-inline int floor_div255(double s) {
-    if (!(s >= 255.0)) return 0;
-    if (s >= 65280.0) return 255;
-    int q = int(s * (1.0 / 255));
-    if (255.0 * q > s) {
-        --q;
-    } else if (255.0 * (q + 1) <= s) {
-        ++q;
-    }
-    return q;
-}
 
 // A placement made ready to paint.
 struct PaintJob {
@@ -88,18 +70,5 @@ private:
     std::unordered_map<std::uint64_t, std::unique_ptr<std::array<double, 256>>> shade_tables_;
     std::unordered_map<int, std::unique_ptr<std::array<double, 512>>> tone_tables_;
 };
-
-// Builds the stencils that the placements (or circles in pixels) need, one pair of summed-area tables
-// per shape.
-void prepare_stencils(Host& host, std::span<const Placement> placements);
-void prepare_stencils(Host& host, std::span<const Circle> circles);
-
-// Paints the jobs in order. The picture is cut into tiles, painted by several threads at once; each
-// tile takes the jobs that reach it in list order, so every pixel sees the placements in list order
-// and the bytes do not depend on the threads. The stop flag is read before every job in every tile.
-// `progress(done, total)` is called from the calling thread with the tiles finished so far. Returns
-// false when the stop flag ended the painting. `threads` 0 means one per core.
-bool paint_jobs(Host& host, const Painter& painter, std::span<const PaintJob> jobs, UBUFFER& buffer,
-                const std::function<void(std::int64_t, std::int64_t)>& progress, int threads = 0);
 
 }  // namespace velq

@@ -8,7 +8,7 @@
 #include <vector>
 
 #include "image/buffer.h"
-#include "render/colour.h"
+#include "segments/colour.h"
 
 namespace velq {
 

@@ -2,7 +2,7 @@
 // colour, the layer's transparency and the shape it takes. Animations start from its initial state.
 #pragma once
 
-#include "transform/circle.h"
+#include "segments/circle.h"
 
 namespace velq {
 

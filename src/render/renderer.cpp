@@ -1,6 +1,6 @@
 #include "render/renderer.h"
 
-#include "render/paint.h"
+#include "render/paint_jobs.h"
 #include "render/shape.h"
 
 namespace velq {

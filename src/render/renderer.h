@@ -15,7 +15,7 @@
 #include "render/palette.h"
 #include "render/placement.h"
 #include "segments/segment.h"
-#include "transform/circle.h"
+#include "segments/circle.h"
 
 namespace velq {
 

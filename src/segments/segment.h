@@ -7,8 +7,8 @@
 #include <cstdint>
 #include <vector>
 
-#include "render/colour.h"
-#include "transform/circle.h"
+#include "segments/colour.h"
+#include "segments/circle.h"
 
 namespace velq {
 

@@ -8,7 +8,7 @@
 
 #include "host/host.h"
 #include "image/buffer.h"
-#include "transform/circle.h"
+#include "segments/circle.h"
 
 namespace velq {
 

@@ -1,13 +1,10 @@
 #include "video/frame_layout.h"
 
+#include "host/saturate.h"
+
 namespace velq {
 
 namespace {
-int trunc_sat(double v) {
-    if (!(v > -2147483648.0)) return v != v ? 0 : -2147483647 - 1;
-    if (v >= 2147483647.0) return 2147483647;
-    return int(v);
-}
 int even_up(int v) {
     return v % 2 == 0 ? v : v + 1;
 }
@@ -15,7 +12,7 @@ int even_up(int v) {
 
 FrameLayout frame_layout(int pw, int ph, int vw, int vh, FitMode fit) {
     FrameLayout l;
-    l.sw = ph > 0 ? trunc_sat(pw * (double(vh) / ph)) : 0;
+    l.sw = ph > 0 ? saturate_int(pw * (double(vh) / ph)) : 0;
     l.sh = vh;
     switch (fit) {
         case FitMode::None:
@@ -26,7 +23,7 @@ FrameLayout frame_layout(int pw, int ph, int vw, int vh, FitMode fit) {
             l.ow = vw;
             l.oh = vh;
             if (vw < l.sw) {
-                l.sh = pw > 0 ? trunc_sat(ph * (double(vw) / pw)) : 0;
+                l.sh = pw > 0 ? saturate_int(ph * (double(vw) / pw)) : 0;
                 l.sw = vw;
                 l.y0 = (vh - l.sh) / 2;
             } else {

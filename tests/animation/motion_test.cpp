@@ -176,24 +176,25 @@ TEST(Motion, DurationIsTheLastEndPlusSnowsHoldOverShownLayersWithShapes) {
     test::RecordingHost host;
     SHAPE disc(host);
     auto layers = make_default_layers(host);  // 0 and 1 with the disc, 2..8 empty
-    for (Layer& l : layers) l.animation.reset();
-    EXPECT_EQ(animation_duration(layers), 0.0);  // no items anywhere
+    std::vector<std::unique_ptr<ANIMATION>> animations(layers.size());
+    EXPECT_EQ(animation_duration(layers, animations), 0.0);  // no items anywhere
 
     auto with_items = [&](Layer& l, int kind, double last_end) {
         l.anim.motion = kind;
-        l.animation = make_animation(kind, l.anim, 0.02, 0);
+        auto& a = animations[&l - layers.data()];
+        a = make_animation(kind, l.anim, 0.02, 0);
         AnimationItem it;
         it.end = last_end;
-        l.animation->items = {it};
+        a->items = {it};
     };
     with_items(layers[1], 1, 4.0);
-    EXPECT_DOUBLE_EQ(animation_duration(layers), 6.5);  // Snow ending at 4.0
+    EXPECT_DOUBLE_EQ(animation_duration(layers, animations), 6.5);  // Snow ending at 4.0
     with_items(layers[0], 0, 7.0);
-    EXPECT_DOUBLE_EQ(animation_duration(layers), 7.0);  // the first layer counts too
+    EXPECT_DOUBLE_EQ(animation_duration(layers, animations), 7.0);  // the first layer counts too
     layers[0].shown = false;
-    EXPECT_DOUBLE_EQ(animation_duration(layers), 6.5);  // hidden layers do not
-    with_items(layers[2], 0, 9.0);                      // no shapes: does not count
-    EXPECT_DOUBLE_EQ(animation_duration(layers), 6.5);
+    EXPECT_DOUBLE_EQ(animation_duration(layers, animations), 6.5);  // hidden layers do not
+    with_items(layers[2], 0, 9.0);                                  // no shapes: does not count
+    EXPECT_DOUBLE_EQ(animation_duration(layers, animations), 6.5);
 }
 
 }  // namespace

@@ -3,7 +3,7 @@
 
 #include <gtest/gtest.h>
 
-#include "animation/animation_settings.h"
+#include "render/animation_settings.h"
 #include "animation/scan_order.h"
 
 namespace velq {

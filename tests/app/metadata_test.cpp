@@ -6,7 +6,7 @@
 #include <fstream>
 #include <functional>
 
-#include "image/settings_block_file.h"
+#include "persistence/settings_block_file.h"
 #include "support/blocks.h"
 #include "support/pictures.h"
 #include "support/recording_host.h"

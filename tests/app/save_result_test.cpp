@@ -9,7 +9,7 @@
 
 #include "app/metadata.h"
 #include "image/picture_reader.h"
-#include "image/settings_block_file.h"
+#include "persistence/settings_block_file.h"
 #include "support/pictures.h"
 #include "support/recording_host.h"
 

@@ -111,7 +111,9 @@ TEST(FrameRender, TheFirstLayerIsNeverAnimated) {
     ASSERT_EQ(render_layer(a.doc, a.host, base, 0), 0);
     ASSERT_EQ(render_frame_at(a.doc, a.host, 160, 120, 0.2), 0);
     EXPECT_TRUE(same_bytes(a.doc.frame_buffer, base));
-    EXPECT_DOUBLE_EQ(animation_duration(a.doc.layers), 4.0 * 47 / 48 + 3.0);  // but it counts in the length
+    DocumentAnimation animation(a.doc, a.host);
+    ASSERT_EQ(animation.prepare(160, 120, "no memory"), 0);
+    EXPECT_DOUBLE_EQ(animation.duration(), 4.0 * 47 / 48 + 3.0);  // but it counts in the length
 }
 
 TEST(VideoExport, WritesEveryFrameOfTheAnimation) {

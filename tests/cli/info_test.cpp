@@ -6,7 +6,7 @@
 #include <fstream>
 #include <nlohmann/json.hpp>
 
-#include "image/settings_block.h"
+#include "persistence/settings_block.h"
 #include "support/blocks.h"
 #include "support/pictures.h"
 

@@ -6,7 +6,7 @@
 #include <cstdint>
 #include <vector>
 
-#include "image/settings_block.h"
+#include "persistence/settings_block.h"
 
 namespace velq::test {
 

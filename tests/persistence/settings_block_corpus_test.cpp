@@ -6,7 +6,7 @@
 #include <fstream>
 #include <iterator>
 
-#include "image/settings_block.h"
+#include "persistence/settings_block.h"
 #include "support/blocks.h"
 
 namespace velq {

@@ -1,4 +1,4 @@
-#include "image/settings_record.h"
+#include "persistence/settings_record.h"
 
 #include <gtest/gtest.h>
 

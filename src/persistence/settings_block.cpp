@@ -1,4 +1,4 @@
-#include "image/settings_block.h"
+#include "persistence/settings_block.h"
 
 #include <algorithm>
 #include <limits>

@@ -10,8 +10,8 @@
 #include <string>
 #include <vector>
 
-#include "image/layer_record.h"
-#include "image/settings_record.h"
+#include "persistence/layer_record.h"
+#include "persistence/settings_record.h"
 
 namespace velq {
 

@@ -8,7 +8,7 @@
 #include <span>
 #include <string>
 
-#include "animation/animation_settings.h"
+#include "render/animation_settings.h"
 
 namespace velq {
 

@@ -3,7 +3,7 @@
 // the order the packer accepted them.
 #pragma once
 
-#include "render/colour.h"
+#include "segments/colour.h"
 
 namespace velq {
 

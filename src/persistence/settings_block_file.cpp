@@ -1,4 +1,4 @@
-#include "image/settings_block_file.h"
+#include "persistence/settings_block_file.h"
 
 #include <chrono>
 #include <cstdio>

@@ -1,4 +1,4 @@
-#include "image/layer_record.h"
+#include "persistence/layer_record.h"
 
 #include <gtest/gtest.h>
 

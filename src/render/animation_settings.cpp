@@ -1,4 +1,4 @@
-#include "animation/animation_settings.h"
+#include "render/animation_settings.h"
 
 #include <algorithm>
 #include <cctype>

@@ -7,7 +7,7 @@
 #include <string>
 
 #include "host/host.h"
-#include "image/settings_block.h"
+#include "persistence/settings_block.h"
 
 namespace velq {
 
