@@ -73,12 +73,6 @@ TEST(FrameRender, AFrameAtTheEndEqualsTheStillRender) {
     // Half way, shapes are still on their way: the frame differs.
     ASSERT_EQ(render_frame_at(a.doc, a.host, 160, 120, 1.0), 0);
     EXPECT_FALSE(same_bytes(a.doc.frame_buffer, a.doc.render_buffer));
-    const auto titles = a.host.titles();
-    EXPECT_NE(std::find(titles.begin(), titles.end(), "Velquinograph (Rendering fixed mesh...)"),
-              titles.end());
-    EXPECT_NE(std::find(titles.begin(), titles.end(), "Velquinograph (Rendering moving mesh...)"),
-              titles.end());
-    EXPECT_EQ(titles.back(), "Velquinograph");
 }
 
 TEST(FrameRender, TimestampsOutsideTheAnimationAreRefused) {
@@ -86,11 +80,9 @@ TEST(FrameRender, TimestampsOutsideTheAnimationAreRefused) {
     char expected[96];
     std::snprintf(expected, sizeof expected, "Invalid timestamp (must be between 0.0 and %f",
                   Animated::expected_duration());
-    for (double t : {-0.01, Animated::expected_duration() + 0.01}) {
-        a.host.clear();
-        EXPECT_EQ(render_frame_at(a.doc, a.host, 160, 120, t), -1);
-        EXPECT_EQ(a.host.messages(), std::vector<std::string>{expected}) << t;
-    }
+    EXPECT_EQ(render_frame_at(a.doc, a.host, 160, 120, -0.01), -1);
+    EXPECT_EQ(render_frame_at(a.doc, a.host, 160, 120, Animated::expected_duration() + 0.01), -1);
+    EXPECT_EQ(a.host.messages(), (std::vector<std::string>{expected, expected}));
     // Without any layer holding shapes the animation lasts 0.0 s: 0.0 is the only valid time.
     for (Layer& l : a.doc.layers) l.clear_shapes();
     a.host.clear();
