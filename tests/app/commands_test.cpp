@@ -46,8 +46,12 @@ TEST(CommandTable, NeedsAreMetByARenderOrAMotionPackOrALayer) {
         const auto save_refusal = command_refusal(save, s), files_refusal = command_refusal(files, s);
         EXPECT_EQ(!save_refusal, c.save_acts);
         EXPECT_EQ(!files_refusal, c.files_acts);
-        if (save_refusal) EXPECT_EQ(*save_refusal, "Please render the shape first!");
-        if (files_refusal) EXPECT_EQ(*files_refusal, "Please select layer!");
+        if (save_refusal) {
+            EXPECT_EQ(*save_refusal, "Please render the shape first!");
+        }
+        if (files_refusal) {
+            EXPECT_EQ(*files_refusal, "Please select layer!");
+        }
     }
     EXPECT_FALSE(command_refusal(*find_command(cmd::kOpen), UiState{}));
 }
@@ -72,8 +76,9 @@ TEST(BusyModel, StartUpAndBusyOfferOnlyTheirCommands) {
         EXPECT_EQ(command_enabled(w, start), at_start.count(c.id) + while_busy.count(c.id) > 0) << c.id;
         EXPECT_EQ(command_enabled(w, busy), while_busy.count(c.id) > 0) << c.id;
         // Commands still being built are always greyed.
-        if (!c.unavailable.empty())
+        if (!c.unavailable.empty()) {
             EXPECT_FALSE(command_enabled(c, UiState{false, true, true, true})) << c.id;
+        }
     }
 }
 
