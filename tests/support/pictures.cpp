@@ -34,9 +34,29 @@ UBUFFER noise_picture(int w, int h, std::uint32_t seed, bool opaque) {
     });
 }
 
+namespace {
+
+// The program's temporary folder, removed at exit so no run leaves folders behind.
+class RunFolder {
+public:
+    RunFolder()
+        : path_(std::filesystem::temp_directory_path() / ("velq-test-" + std::to_string(::getpid()))) {}
+    ~RunFolder() {
+        std::error_code ignored;
+        std::filesystem::remove_all(path_, ignored);
+    }
+    const std::filesystem::path& path() const { return path_; }
+
+private:
+    std::filesystem::path path_;
+};
+
+}  // namespace
+
 std::string temp_dir(const std::string& name) {
     namespace fs = std::filesystem;
-    const fs::path p = fs::temp_directory_path() / ("velq-test-" + std::to_string(::getpid())) / name;
+    static const RunFolder run;
+    const fs::path p = run.path() / name;
     fs::remove_all(p);
     fs::create_directories(p);
     return p.string();
