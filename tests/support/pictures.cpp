@@ -37,18 +37,13 @@ UBUFFER noise_picture(int w, int h, std::uint32_t seed, bool opaque) {
 namespace {
 
 // The program's temporary folder, removed at exit so no run leaves folders behind.
-class RunFolder {
-public:
-    RunFolder()
-        : path_(std::filesystem::temp_directory_path() / ("velq-test-" + std::to_string(::getpid()))) {}
+struct RunFolder {
+    std::filesystem::path path =
+        std::filesystem::temp_directory_path() / ("velq-test-" + std::to_string(::getpid()));
     ~RunFolder() {
         std::error_code ignored;
-        std::filesystem::remove_all(path_, ignored);
+        std::filesystem::remove_all(path, ignored);
     }
-    const std::filesystem::path& path() const { return path_; }
-
-private:
-    std::filesystem::path path_;
 };
 
 }  // namespace
@@ -56,7 +51,7 @@ private:
 std::string temp_dir(const std::string& name) {
     namespace fs = std::filesystem;
     static const RunFolder run;
-    const fs::path p = run.path() / name;
+    const fs::path p = run.path / name;
     fs::remove_all(p);
     fs::create_directories(p);
     return p.string();
