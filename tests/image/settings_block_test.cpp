@@ -191,7 +191,6 @@ TEST(SettingsBlockFile, ReadsFromTheEndOfARealFileAndAppends) {
     }
     EXPECT_EQ(append_settings_block(host, dir + "/no/such/folder/x.png", block), AppendResult::NotOpened);
     EXPECT_EQ(host.debug_lines(), std::vector<std::string>{"Too many retrying..."});
-    std::filesystem::remove_all(dir);
 }
 
 }  // namespace
