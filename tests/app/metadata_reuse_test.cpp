@@ -51,7 +51,6 @@ struct Made {
         EXPECT_EQ(do_filter(doc, host, FilterKind(s.filter_kind), s.memory_limit), 0);
         EXPECT_EQ(do_transform(doc, host, TransformMode(transform_mode), false), 0);
     }
-    ~Made() { fs::remove_all(dir); }
 
     void render() {
         int w = 0, h = 0;

@@ -4,7 +4,6 @@
 
 #include <gtest/gtest.h>
 
-#include "animation/layer_animation.h"
 #include "app/document_animation.h"
 #include "app/frame_render.h"
 #include "app/render_op.h"
@@ -103,7 +102,6 @@ TEST(FrameRender, TheFirstLayerIsNeverAnimated) {
     ASSERT_EQ(render_layer(a.doc, a.host, base, 0), 0);
     ASSERT_EQ(render_frame_at(a.doc, a.host, 160, 120, 0.2), 0);
     EXPECT_TRUE(same_bytes(a.doc.frame_buffer, base));
-    EXPECT_DOUBLE_EQ(animation_duration(a.doc.layers), 4.0 * 47 / 48 + 3.0);  // but it counts in the length
 }
 
 TEST(VideoExport, WritesEveryFrameOfTheAnimation) {
@@ -113,17 +111,10 @@ TEST(VideoExport, WritesEveryFrameOfTheAnimation) {
     a.doc.settings.video_height = 120;
     a.doc.logo = test::flat_picture(40, 20, 0xFFFFFFFF);
     const std::size_t frames = std::size_t(30 * Animated::expected_duration()) + 1;
-    for (const char* name : {"/clip.mp4", "/clip.gif"}) {
-        ASSERT_EQ(render_anim_video(a.doc, a.host, dir + name, 160, 120, FitMode::None), 0) << name;
-        const test::ReadBack r = test::read_back(dir + name);
-        EXPECT_EQ(r.pts.size(), frames) << name;
-        EXPECT_EQ(r.width, 160);
-        EXPECT_TRUE(test::frame_times_are_thirtieths(r)) << name;
-    }
-    // A Snow layer whose last shape comes to rest at 4.0 s runs 2.5 s longer: 6.5 s, 196 frames.
-    for (int i = 0; i < 3; ++i) a.set(i, i == 1 ? 1 : 0, 0, 0.0, 0.0, i == 1 ? 4.0 : 1.0);
-    ASSERT_EQ(render_anim_video(a.doc, a.host, dir + "/snow.mp4", 160, 120, FitMode::None), 0);
-    EXPECT_EQ(test::read_back(dir + "/snow.mp4").pts.size(), 196u);
+    ASSERT_EQ(render_anim_video(a.doc, a.host, dir + "/clip.mp4", 160, 120, FitMode::None), 0);
+    const test::ReadBack r = test::read_back(dir + "/clip.mp4");
+    EXPECT_EQ(r.pts.size(), frames);
+    EXPECT_EQ(r.width, 160);
     // No layer with shapes: one frame.
     for (Layer& l : a.doc.layers) l.clear_shapes();
     ASSERT_EQ(render_anim_video(a.doc, a.host, dir + "/still.mp4", 160, 120, FitMode::None), 0);
