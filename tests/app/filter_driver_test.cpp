@@ -27,44 +27,32 @@ struct Opened {
     }
 };
 
-TEST(FilterDriver, RefusedFiltersKeepThePreviousResult) {
-    struct Case {
-        FilterKind kind;
-        int k;
-        const char* message;
-    } cases[] = {
-        {FilterKind::KMean, 1, "Invalid K-Mean value. It must be larger than 1"},
-        {FilterKind::KMean, -3, "Invalid K-Mean value. It must be larger than 1"},
-        {FilterKind::Prism, 2, "The Prism filter is not available yet"},
-        {FilterKind::BrokenGlass, 2, "The Broken glass filter is not available yet"},
-    };
-    for (const Case& c : cases) {
-        Opened o;
-        const UBUFFER before = o.doc.filtered.clone();
-        o.doc.settings.k_mean = c.k;
-        EXPECT_EQ(do_filter(o.doc, o.host, c.kind, o.doc.settings.memory_limit), -1);
-        EXPECT_EQ(o.host.messages(), std::vector<std::string>{c.message});
-        EXPECT_TRUE(same_bytes(o.doc.filtered, before));
-        EXPECT_EQ(o.doc.settings.filter_kind, 0);
-        EXPECT_TRUE(o.doc.transformed && o.doc.rendered) << "a refused filter clears nothing";
-    }
+TEST(FilterDriver, ARefusedFilterKeepsThePreviousResult) {
+    Opened o;
+    const UBUFFER before = o.doc.filtered.clone();
+    EXPECT_EQ(do_filter(o.doc, o.host, FilterKind::Prism, o.doc.settings.memory_limit), -1);
+    EXPECT_EQ(o.host.messages(), std::vector<std::string>{"The Prism filter is not available yet"});
+    EXPECT_TRUE(same_bytes(o.doc.filtered, before));
+    EXPECT_EQ(o.doc.settings.filter_kind, 0);
+    EXPECT_TRUE(o.doc.transformed && o.doc.rendered) << "a refused filter clears nothing";
 }
 
 TEST(FilterDriver, EachFilterStartsFromFreshlyBuiltPictures) {
     const FilterKind kinds[] = {FilterKind::HalfShuffle,     FilterKind::TripleShuffle, FilterKind::Matrix,
                                 FilterKind::InverseContrast, FilterKind::ContrastUp,    FilterKind::KMean};
     for (FilterKind kind : kinds) {
+        SCOPED_TRACE(filter_menu_text(kind));
         Opened o;
         const UBUFFER plain = o.doc.filtered.clone();
         ASSERT_EQ(do_filter(o.doc, o.host, kind, o.doc.settings.memory_limit), 0);
         const UBUFFER first = o.doc.filtered.clone();
-        EXPECT_FALSE(same_bytes(first, plain)) << filter_menu_text(kind);
+        EXPECT_FALSE(same_bytes(first, plain));
         EXPECT_EQ(o.doc.settings.filter_kind, int(kind));
         EXPECT_FALSE(o.doc.transformed || o.doc.rendered);
         // Running it again filters the rebuilt picture, not the last result: the same seed gives the
         // same bytes.
         ASSERT_EQ(do_filter(o.doc, o.host, kind, o.doc.settings.memory_limit), 0);
-        EXPECT_TRUE(same_bytes(o.doc.filtered, first)) << filter_menu_text(kind);
+        EXPECT_TRUE(same_bytes(o.doc.filtered, first));
         EXPECT_TRUE(o.host.messages().empty());
     }
 }

@@ -5,7 +5,9 @@
 #include <filesystem>
 #include <fstream>
 #include <functional>
+#include <tuple>
 
+#include "image/picture_writer.h"
 #include "persistence/settings_block_file.h"
 #include "support/blocks.h"
 #include "support/pictures.h"
@@ -22,82 +24,143 @@ void write_bytes(const std::string& path, const Bytes& b) {
     f.write(reinterpret_cast<const char*>(b.data()), std::streamsize(b.size()));
 }
 
-// A Document whose settings and layers are all away from their defaults.
-void change_everything(Document& doc) {
-    Settings& s = doc.rendered_settings;
-    s.interpolation = 9;
-    s.blur = 4;
-    s.threshold = 41;
-    s.out_width = 640;
-    s.out_height = 480;
-    s.dpi = 150;
-    s.dilation = 3;
-    s.gap = 2;
-    s.k_mean = 5;
-    s.filter_kind = 5;
-    s.transform_mode = 1;
-    s.max_size = 0.035;
-    s.min_size = 0.0025;
-    doc.settings = s;
-    doc.settings.threshold = 99;  // changed after the render: not what Save records
-    doc.path = "pictures/../pictures/source.png";
-    doc.flag_byte = true;
-    doc.cycling[4] = doc.cycling[20] = false;
-    Layer& l = doc.layers[3];
-    l.transparency = 77;
-    l.size = 250;
-    l.brightness = 180;
-    l.palette = 6;
-    l.random = l.convert = true;
-    l.shown = false;
-    l.passage = u"abc";
-    l.anim.motion = 2;
-    l.anim.duration = 8.5;
-    l.font.face = "DejaVu Serif";
+// A shape picture file: 1024 wide is enough for a shape.
+std::string shape_file(const std::string& dir, const std::string& name, std::uint32_t seed) {
+    const std::string path = dir + "/" + name;
+    EXPECT_EQ(write_picture(path, test::noise_picture(1024, 24, seed), 96), PictureError::None);
+    return path;
 }
 
-TEST(Metadata, BlockOfTheDocumentHoldsTheRenderedSnapshotAndEveryLayer) {
+auto layer_fields(const Layer& l) {
+    return std::tuple(l.transparency, l.size, l.brightness, l.palette, l.shape_cursor, l.passage_cursor,
+                      l.anim.name, l.anim.duration, l.anim.motion, l.anim.scan, l.anim.count,
+                      l.anim.motion_time, l.anim.timestamp, l.passage_mode, l.case_folding,
+                      l.first_shape_only, l.random, l.shuffle, l.invert, l.convert, l.shown, l.font.face,
+                      l.font.height, l.font.weight, l.font.italic, l.shapes.size(), l.current == nullptr);
+}
+
+auto settings_fields(const Settings& s) {
+    return std::tuple(s.interpolation, s.blur, s.threshold, s.gap, s.dilation, s.k_mean, s.filter_kind,
+                      s.transform_mode, s.max_size, s.min_size, s.out_width, s.out_height, s.dpi);
+}
+
+// Layers changed in every field the window or the tool can change, as the window's edits set them.
+void change_layers(Document& doc, Host& host, const std::string& dir) {
+    const std::vector<std::string> files = {shape_file(dir, "leaf.png", 1), shape_file(dir, "star.png", 2)};
+    for (int i = 0; i < Layer::kCount; ++i) {
+        Layer& l = doc.layers[std::size_t(i)];
+        l.set_transparency(250 - 10 * i);
+        l.set_size(90 + 20 * i);
+        l.set_brightness(80 + 40 * i);
+        l.palette = i;
+        l.random = i % 2 == 0;
+        l.shuffle = i % 3 == 0;
+        l.invert = i % 4 == 0;
+        l.convert = i % 5 == 0;
+        l.shown = i != 6;
+        l.anim = {"", 2.5 + i, i % 6, 7 - i % 8, i, 0.5 * i, 0.125 * i};
+        l.font = {i == 4 ? "Liberation Serif" : "Courier New", i, 100 * i, i == 4};
+        l.passage = u"Passage " + std::u16string(1, char16_t(u'A' + i));
+    }
+    ASSERT_EQ(load_shapes(host, doc.layers[2], files), 0);
+    ASSERT_EQ(load_shapes(host, doc.layers[5], std::vector<std::string>{files[1]}), 0);
+    doc.layers[3].passage_mode = doc.layers[3].case_folding = true;
+    doc.layers[2].shape_cursor = 1;
+    doc.layers[2].passage_cursor = 4;
+}
+
+TEST(Metadata, EveryLayerFieldRoundTripsThroughASavedBlock) {
+    const std::string dir = test::temp_dir("metadata_layers");
     test::RecordingHost host;
-    Document doc(host);
-    change_everything(doc);
-    SettingsBlock block;
-    ASSERT_EQ(make_settings_block(doc, true, block), "");
-    const SettingsRecord& r = block.settings;
-    EXPECT_TRUE(fs::path(r.source_path).is_absolute());
-    EXPECT_EQ(fs::path(r.source_path).filename(), "source.png");
-    EXPECT_EQ(r.source_path.find(".."), std::string::npos);
-    EXPECT_EQ(r.threshold, 41);
-    EXPECT_EQ(r.interpolation, 9);
-    EXPECT_EQ(r.out_width, 640);
-    EXPECT_EQ(r.dpi, 150);
-    EXPECT_EQ(r.filter_kind, 5);
-    EXPECT_EQ(r.max_size, 0.035f);
-    EXPECT_EQ(r.flag_byte, 1);
-    EXPECT_EQ(r.cycling[3], 1);
-    EXPECT_EQ(r.cycling[4], 0);
-    EXPECT_EQ(r.cycling[20], 0);
-    ASSERT_EQ(block.layers.size(), 9u);
-    const LayerRecord& l = block.layers[3].record;
-    EXPECT_EQ(l.transparency, 77);
-    EXPECT_EQ(l.palette, 6);
-    EXPECT_TRUE(l.random && l.convert && !l.shown);
-    EXPECT_EQ(l.anim.motion, 2);
-    EXPECT_EQ(l.font.face, "DejaVu Serif");
-    EXPECT_EQ(block.layers[3].passage, u"abc");
-    // Layers 0 and 1 paint the default disc and store no paths; the others hold nothing.
-    EXPECT_TRUE(block.layers[0].record.first_shape_only && block.layers[0].record.has_shapes);
-    EXPECT_FALSE(block.layers[5].record.has_shapes);
+    Document from(host);
+    change_layers(from, host, dir);
+    from.path = dir + "/source.png";
+    const std::string saved = dir + "/saved.png";
+    ASSERT_EQ(write_picture(saved, test::noise_picture(8, 8, 3), 96), PictureError::None);
+    ASSERT_EQ(write_metadata(from, host, saved), 0);
 
-    SettingsBlock current;
-    ASSERT_EQ(make_settings_block(doc, false, current), "");
-    EXPECT_EQ(current.settings.threshold, 99);
+    Document to(host);
+    ASSERT_EQ(load_layers(to, host, saved), 0);
+    EXPECT_TRUE(host.messages().empty()) << host.messages()[0];
+    for (std::size_t i = 0; i < from.layers.size(); ++i) {
+        SCOPED_TRACE("layer " + std::to_string(i));
+        const Layer &x = from.layers[i], &y = to.layers[i];
+        EXPECT_EQ(layer_fields(x), layer_fields(y));
+        EXPECT_TRUE(x.passage == y.passage);
+        for (std::size_t k = 0; k < x.shapes.size() && k < y.shapes.size(); ++k) {
+            // The same file toned the same way gives the same planes.
+            EXPECT_EQ(x.shapes[k]->name, y.shapes[k]->name);
+            const auto &a = x.shapes[k]->mask_plane, &b = y.shapes[k]->mask_plane;
+            EXPECT_TRUE(std::equal(a.data(), a.data() + a.size(), b.data()));
+            const auto &c = x.shapes[k]->shade_plane, &d = y.shapes[k]->shade_plane;
+            EXPECT_TRUE(std::equal(c.data(), c.data() + c.size(), d.data()));
+        }
+    }
+    EXPECT_EQ(to.layers[2].current, to.layers[2].shapes[1].get());
 }
 
-TEST(Metadata, SizeFractionsComeBackAsTheWindowShowsThem) {
+TEST(Metadata, SettingsComeBackAsTheWindowWouldShowThem) {
+    test::RecordingHost host;
+    Document from(host);
+    Settings& s = from.settings;
+    s.interpolation = 11, s.blur = 6, s.threshold = 44, s.gap = 3, s.dilation = 5, s.k_mean = 7;
+    s.filter_kind = 3, s.transform_mode = 1, s.max_size = 0.045, s.min_size = 0.00075;
+    s.out_width = 2000, s.out_height = 1500, s.dpi = 240;
+    from.flag_byte = true;
+    from.cycling[7] = false;
+    from.rendered_settings.threshold = 12;
+    from.path = "pictures/../pictures/source.png";
+    SettingsBlock block;
+    ASSERT_EQ(make_settings_block(from, false, block), "");
+    // The stored path is absolute and plain; a render's snapshot is recorded instead when asked.
+    EXPECT_EQ(block.settings.source_path, (fs::current_path() / "pictures/source.png").string());
+    SettingsBlock rendered;
+    ASSERT_EQ(make_settings_block(from, true, rendered), "");
+    EXPECT_EQ(rendered.settings.threshold, 12);
+
+    Document to(host);
+    to.settings.unit = Unit::Cm;
+    to.settings.out_width = 800;
+    to.settings.out_height = 600;
+    to.settings.dpi = 72;
+    apply_block_settings(to, block.settings);
+    EXPECT_EQ(to.settings.unit, Unit::Pixel);
+    EXPECT_TRUE(to.flag_byte);
+    EXPECT_FALSE(to.cycling[7]);
+    EXPECT_TRUE(to.cycling[8]);
+    // Paste keeps the picture's own size and resolution; reopening restores them.
+    Settings pasted = s;
+    pasted.out_width = 800, pasted.out_height = 600, pasted.dpi = 72;
+    EXPECT_EQ(settings_fields(to.settings), settings_fields(pasted));
+    EXPECT_EQ(to.settings.wid, 800);
+    restore_output_size(to, block.settings);
+    EXPECT_EQ(settings_fields(to.settings), settings_fields(s));
+    EXPECT_EQ(to.settings.hgt, 1500);
+
     const struct {
         double typed, restored;
-    } cases[] = {{0.02, 0.02}, {0.0005, 0.0005}, {0.035, 0.035}, {0.1234567, 0.123457}, {0.0000004, 0.0}};
-    for (auto c : cases) EXPECT_EQ(restored_size_fraction(float(c.typed)), c.restored) << c.typed;
+    } fractions[] = {{0.02, 0.02}, {0.0005, 0.0005}, {0.1234567, 0.123457}, {0.0000004, 0.0}};
+    for (auto c : fractions) EXPECT_EQ(restored_size_fraction(float(c.typed)), c.restored) << c.typed;
+}
+
+TEST(Metadata, CopiedBlockIsTheRenderedOneOnceARenderExists) {
+    test::RecordingHost host;
+    Document doc(host);
+    doc.settings.threshold = 99;
+    doc.rendered_settings.threshold = 41;
+    SettingsBlock pasted;
+    for (const bool rendered : {true, false}) {
+        doc.rendered = rendered;
+        ASSERT_EQ(decode_block_body(copy_metadata(doc, host), pasted), BlockStatus::Ok);
+        EXPECT_EQ(pasted.settings.threshold, rendered ? 41 : 99);
+    }
+    // Layers 0 and 1 paint the default disc and store no paths; the others hold nothing.
+    EXPECT_TRUE(pasted.layers[0].record.first_shape_only && pasted.layers[0].record.has_shapes);
+    EXPECT_FALSE(pasted.layers[5].record.has_shapes);
+    EXPECT_TRUE(host.messages().empty());
+    doc.path = "/" + std::string(5000, 'p');
+    EXPECT_TRUE(copy_metadata(doc, host).empty());
+    EXPECT_NE(host.messages().at(0).find("too long"), std::string::npos);
 }
 
 TEST(Metadata, DetectSaysWhatIsWrongWithAFile) {
@@ -109,73 +172,76 @@ TEST(Metadata, DetectSaysWhatIsWrongWithAFile) {
     old_version[100 + 4112] = 3;
     Bytes long_l = good;
     long_l[good.size() - 15] = 0x7F;  // the top byte of L
-    const Bytes sig(reinterpret_cast<const std::uint8_t*>("Velquinograph"),
-                    reinterpret_cast<const std::uint8_t*>("Velquinograph") + 14);
-
     struct Case {
         const char* name;
         Bytes content;
         bool found;
-        std::string message;  // "" for none; "PATH" stands for the file's path
+        std::string message;  // "" for none
     };
     const Case cases[] = {
         {"good.png", good, true, ""},
         {"plain.png", test::fake_picture(4000), false, ""},
-        {"old.png", old_version, false, "Found a meta data of the previous version. (PATH)"},
+        {"old.png", old_version, false, "Found a meta data of the previous version. (" + dir + "/old.png)"},
         {"long.png", long_l, false, "Invalid metadata found!"},
-        {"tiny.png", sig, false, "Invalid metadata found!"},
         {"empty.png", {}, false, ""},
+        {"missing.png", {}, false, "Failed to open file - " + dir + "/missing.png"},
     };
     for (const auto& c : cases) {
+        SCOPED_TRACE(c.name);
         const std::string path = dir + "/" + c.name;
-        write_bytes(path, c.content);
+        if (c.name != std::string("missing.png")) write_bytes(path, c.content);
         test::RecordingHost host;
-        EXPECT_EQ(detect_metadata(host, path), c.found) << c.name;
-        std::string want = c.message;
-        if (auto at = want.find("PATH"); at != std::string::npos) want.replace(at, 4, path);
-        EXPECT_EQ(host.messages(), want.empty() ? std::vector<std::string>{} : std::vector<std::string>{want})
-            << c.name;
+        EXPECT_EQ(detect_metadata(host, path), c.found);
+        EXPECT_EQ(host.messages(),
+                  c.message.empty() ? std::vector<std::string>{} : std::vector<std::string>{c.message});
     }
-    test::RecordingHost host;
-    EXPECT_FALSE(detect_metadata(host, dir + "/missing.png"));
-    EXPECT_EQ(host.messages(), std::vector<std::string>{"Failed to open file - " + dir + "/missing.png"});
-    fs::remove_all(dir);
 }
 
-TEST(Metadata, WrittenAndCopiedBlocksReadBackAsTheDocument) {
-    const std::string dir = test::temp_dir("metadata_write");
+TEST(Metadata, LoadLayersRefusesWhatItCannotUse) {
+    const std::string dir = test::temp_dir("metadata_load_layers");
     test::RecordingHost host;
     Document doc(host);
-    change_everything(doc);
-    SettingsBlock want;
-    ASSERT_EQ(make_settings_block(doc, true, want), "");
-
-    const std::string path = dir + "/result.png";
-    write_bytes(path, test::fake_picture(1000));
-    ASSERT_EQ(write_metadata(doc, host, path), 0);
-    SettingsBlock back;
-    ASSERT_TRUE(read_metadata_block(host, path, back));
-    EXPECT_EQ(back, want);
-    EXPECT_EQ(fs::file_size(path), 1000 + test::entry_offset(want, 9) + 18);
-
-    // The clipboard carries the rendered settings once a render exists, the current ones before.
-    doc.rendered = true;
-    SettingsBlock pasted;
-    ASSERT_EQ(decode_block_body(copy_metadata(doc, host), pasted), BlockStatus::Ok);
-    EXPECT_EQ(pasted, want);
-    doc.rendered = false;
-    ASSERT_EQ(decode_block_body(copy_metadata(doc, host), pasted), BlockStatus::Ok);
-    EXPECT_EQ(pasted.settings.threshold, 99);
-    EXPECT_TRUE(host.messages().empty());
-
-    // A source path that cannot be stored: the message, no bytes, the file left as it was.
-    doc.path = "/" + std::string(5000, 'p');
-    EXPECT_TRUE(copy_metadata(doc, host).empty());
-    EXPECT_EQ(write_metadata(doc, host, path), -1);
-    EXPECT_EQ(host.messages().size(), 2u);
-    EXPECT_NE(host.messages()[0].find("too long"), std::string::npos);
-    EXPECT_EQ(fs::file_size(path), 1000 + test::entry_offset(want, 9) + 18);
-    fs::remove_all(dir);
+    const std::string plain = dir + "/plain.png";
+    ASSERT_EQ(write_picture(plain, test::noise_picture(8, 8, 3), 96), PictureError::None);
+    struct Case {
+        const char* what;
+        std::function<void(Document&)> change;  // the Document whose block is saved
+        std::vector<std::string> messages;
+        bool replaced;  // the layers were replaced
+    };
+    const std::string missing = dir + "/gone.png";
+    const Case cases[] = {
+        {"no block", nullptr, {"No metadata found!"}, false},
+        {"palette the Document lacks",
+         [](Document& d) { d.layers[4].palette = int(d.palettes.size()); },
+         {"Invalid metadata found!"},
+         false},
+        {"shape file gone",
+         [&](Document& d) {
+             ASSERT_EQ(
+                 load_shapes(host, d.layers[3], std::vector<std::string>{shape_file(dir, "gone.png", 9)}), 0);
+             fs::remove(missing);
+         },
+         {"Failed to read_shape", "Failed to read shape in " + missing},
+         true},
+    };
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.what);
+        std::string path = plain;
+        if (c.change) {
+            Document d(host);
+            c.change(d);
+            path = dir + "/with_block.png";
+            ASSERT_EQ(write_picture(path, test::noise_picture(8, 8, 3), 96), PictureError::None);
+            ASSERT_EQ(write_metadata(d, host, path), 0);
+        }
+        host.clear();
+        doc.layers[7].size = 33;
+        EXPECT_EQ(load_layers(doc, host, path), -1);
+        EXPECT_EQ(host.messages(), c.messages);
+        EXPECT_EQ(doc.layers[7].size, c.replaced ? 100 : 33);
+    }
+    EXPECT_TRUE(doc.layers[3].shapes.empty());
 }
 
 }  // namespace

@@ -1,5 +1,9 @@
 #include <gtest/gtest.h>
 
+#include <algorithm>
+#include <cmath>
+#include <string>
+
 #include "app/filter_driver.h"
 #include "app/transform_driver.h"
 #include "support/pictures.h"
@@ -8,82 +12,132 @@
 namespace velq {
 namespace {
 
-// A Document holding a two-colour picture, filtered with kind Normal.
-void load(Document& doc, Host& host, int w, int h) {
-    doc.source = test::make_picture(w, h, [w](int x, int) { return x < w / 2 ? 0xFF2060A0u : 0xFFE0C040u; });
-    doc.settings.interpolation = 2;
-    ASSERT_EQ(do_filter(doc, host, FilterKind::Normal, doc.settings.memory_limit), 0);
+// Stops the transform when the first accepted circles are reported.
+class StopAtFirstCircles : public test::RecordingHost {
+public:
+    void circles_added(std::span<const LiveCircle> batch) override {
+        test::RecordingHost::circles_added(batch);
+        stop = true;
+    }
+};
+
+UBUFFER quarters(int w = 48, int h = 36) {
+    return test::make_picture(w, h, [w, h](int x, int y) {
+        static const std::uint32_t c[4] = {0xFFC03020u, 0xFF2060D0u, 0xFF30A040u, 0xFFE0E0E0u};
+        return c[(x >= w / 2) + 2 * (y >= h / 2)];
+    });
 }
 
-TEST(TransformDriver, NormalPacksCirclesWithTheirColoursAndSaysHowMany) {
-    test::RecordingHost host;
-    Document doc(host);
-    load(doc, host, 40, 30);
-    ASSERT_EQ(do_transform(doc, host, TransformMode::Normal, true), 0);
-    ASSERT_FALSE(doc.circles.empty());
-    EXPECT_TRUE(host.said("The number of circles is " + std::to_string(doc.circles.size())));
-    EXPECT_TRUE(doc.transformed);
-    EXPECT_FALSE(doc.rendered);
-    const int w = doc.filtered.width(), h = doc.filtered.height();
-    for (const Circle& c : doc.circles) {
-        ASSERT_GE(c.x, 0);
-        ASSERT_LE(c.x, 1);
-        ASSERT_GE(c.y, 0);
-        ASSERT_LE(c.y, 1);
-        const int px = int(c.x * w + 1e-9), py = int(c.y * h + 1e-9);
-        EXPECT_EQ(c.own.c0, doc.filtered.at(std::min(px, w - 1), std::min(py, h - 1), 2));
+// A Document holding `source`, filtered once (Normal).
+template <class HostType = test::RecordingHost>
+struct Opened {
+    HostType host;
+    Document doc{host};
+    explicit Opened(UBUFFER source = quarters(), int interpolation = 3) {
+        doc.source = std::move(source);
+        doc.settings.interpolation = interpolation;
+        doc.settings.max_size = 0.05;
+        doc.seeds.fix(3);
+        EXPECT_EQ(do_filter(doc, host, FilterKind::Normal, doc.settings.memory_limit), 0);
+        host.clear();
     }
-    // The frame and one outline per circle for the "Edges and Circles" view.
-    EXPECT_EQ(doc.pieces.size(), doc.circles.size() + 1);
-    EXPECT_EQ(doc.bs_buffer.width(), doc.filter_buffer.width());
+};
+
+std::uint32_t argb_of(const ColourRecord& c) {
+    return std::uint32_t(c.c3) << 24 | std::uint32_t(c.c0) << 16 | std::uint32_t(c.c1) << 8 |
+           std::uint32_t(c.c2);
+}
+
+TEST(TransformDriver, NormalPacksTheFrameInThePicturesColours) {
+    Opened o;
+    const int w = o.doc.working.width(), h = o.doc.working.height();
+    ASSERT_EQ(do_transform(o.doc, o.host, TransformMode::Normal, true), 0);
+    const std::size_t n = o.doc.circles.size();
+    ASSERT_GT(n, 20u);
+    EXPECT_EQ(o.host.messages(), std::vector<std::string>{"The number of circles is " + std::to_string(n)});
+    EXPECT_EQ(o.host.live_circles(), n) << "every circle was shown while the packing ran";
+    EXPECT_EQ(o.host.titles().back(), "Velquinograph");
+    EXPECT_TRUE(o.doc.transformed);
+    EXPECT_FALSE(o.doc.rendered);
+    EXPECT_TRUE(o.doc.toggles.edges && o.doc.toggles.filtered && !o.doc.toggles.final_result);
+    EXPECT_EQ(o.doc.bs_buffer.width(), o.doc.filter_buffer.width());
+    EXPECT_EQ(o.doc.bs_buffer.height(), o.doc.filter_buffer.height());
+    // The frame, then one closed outline per circle.
+    ASSERT_EQ(o.doc.pieces.size(), n + 1);
+    ASSERT_EQ(o.doc.pieces[0].points.size(), 4u);
+    EXPECT_EQ(o.doc.pieces[0].points[2].x, w);
+    EXPECT_EQ(o.doc.pieces[0].points[2].y, h);
+    for (std::size_t i = 0; i < n; ++i) {
+        SCOPED_TRACE("circle " + std::to_string(i));
+        const Circle& c = o.doc.circles[i];
+        ASSERT_TRUE(c.x > 0 && c.x < 1 && c.y > 0 && c.y < 1);
+        ASSERT_TRUE(o.doc.pieces[i + 1].closed);
+        const BoundaryPoint p = o.doc.pieces[i + 1].points[0];
+        EXPECT_NEAR(std::hypot(p.x - c.x * w, p.y - c.y * h), c.radius, 1e-9);
+        const double px = c.x * w, py = c.y * h;
+        if (std::fabs(px - std::round(px)) < 1e-6 || std::fabs(py - std::round(py)) < 1e-6) continue;
+        const std::uint8_t* f = &o.doc.filtered.at(int(px), int(py));
+        EXPECT_EQ(argb_of(c.own),
+                  std::uint32_t(f[3]) << 24 | std::uint32_t(f[2]) << 16 | std::uint32_t(f[1]) << 8 | f[0]);
+    }
+}
+
+TEST(TransformDriver, TheFilteredPictureShapesTheCircles) {
+    // A 100 x 75 picture enlarged by 2: brush sizes up to 4 (maxpx 5), about 2 working pixels each.
+    // Coarse noise (blocks of 4 working pixels, 2 after the picture is brought to the filter buffer's
+    // size) leaves every brush size at 1; one flat colour lets circles grow.
+    const UBUFFER source = test::noise_picture(100, 75, 2);
+    Opened noisy(source.clone(), 2), flat(source.clone(), 2);
+    noisy.doc.filtered =
+        test::make_picture(noisy.doc.working.width(), noisy.doc.working.height(), [](int x, int y) {
+            const std::uint32_t k = std::uint32_t(x / 4) * 2654435761u ^ std::uint32_t(y / 4) * 40503u;
+            return 0xFF000000u | ((k * 2246822519u) >> 8);
+        });
+    flat.doc.filtered = test::flat_picture(flat.doc.working.width(), flat.doc.working.height(), 0xFF806040u);
+    ASSERT_EQ(do_transform(noisy.doc, noisy.host, TransformMode::Normal, false), 0);
+    ASSERT_EQ(do_transform(flat.doc, flat.host, TransformMode::Normal, false), 0);
+    double noisy_max = 0, flat_max = 0;
+    for (const Circle& c : noisy.doc.circles) noisy_max = std::max(noisy_max, c.radius);
+    for (const Circle& c : flat.doc.circles) {
+        flat_max = std::max(flat_max, c.radius);
+        EXPECT_EQ(argb_of(c.own), 0xFF806040u);
+    }
+    EXPECT_LE(noisy_max, 2.0);
+    EXPECT_GT(flat_max, 4.0);
+    EXPECT_GT(noisy.doc.circles.size(), flat.doc.circles.size());
 }
 
 TEST(TransformDriver, RefusalsLeaveNoCircles) {
-    struct Case {
-        double min, max;
-        const char* message;
-    } cases[] = {{0.02, 0.02, "Invalid MAX, MIN value in fill_circle_algo1()"},
-                 {0.05, 0.02, "Invalid MAX, MIN value in fill_circle_algo1()"}};
-    for (const Case& k : cases) {
-        test::RecordingHost host;
-        Document doc(host);
-        load(doc, host, 30, 30);
-        doc.settings.min_size = k.min;
-        doc.settings.max_size = k.max;
-        do_transform(doc, host, TransformMode::Normal, false);
-        EXPECT_TRUE(host.said(k.message));
-        EXPECT_TRUE(doc.circles.empty());
-    }
+    Opened o;
+    o.doc.settings.min_size = o.doc.settings.max_size;
+    do_transform(o.doc, o.host, TransformMode::Normal, true);
+    EXPECT_EQ(o.host.messages(), (std::vector<std::string>{"Invalid MAX, MIN value in fill_circle_algo1()",
+                                                           "The number of circles is 0"}));
+    EXPECT_TRUE(o.doc.circles.empty());
+
     test::RecordingHost host;
     Document doc(host);
     EXPECT_EQ(do_transform(doc, host, TransformMode::Normal, false), -1) << "nothing to transform";
-    load(doc, host, 30, 30);
-    EXPECT_EQ(do_transform(doc, host, TransformMode::Alphabet, false), -1);
-    EXPECT_TRUE(host.said("The Alphabet transform is not available yet"));
+    Opened alphabet;
+    EXPECT_EQ(do_transform(alphabet.doc, alphabet.host, TransformMode::Alphabet, false), -1);
+    EXPECT_TRUE(alphabet.host.said("The Alphabet transform is not available yet"));
 }
 
-TEST(TransformDriver, AStoppedPackingKeepsItsCirclesAsFractions) {
-    class StopAfterFirst : public test::RecordingHost {
-    public:
-        void circles_added(std::span<const LiveCircle> batch) override {
-            RecordingHost::circles_added(batch);
-            stop = true;
-        }
-    };
+TEST(TransformDriver, AStoppedPackingKeepsItsCirclesWithTheirColours) {
     // Large enough that the packing outlasts the first live report.
-    StopAfterFirst host;
-    Document doc(host);
-    load(doc, host, 400, 300);
-    Document full(host);
-    load(full, host, 400, 300);
-    test::RecordingHost quiet;
-    ASSERT_EQ(do_transform(full, quiet, TransformMode::Normal, false), 0);
-    ASSERT_EQ(do_transform(doc, host, TransformMode::Normal, false), 0);
-    ASSERT_FALSE(doc.circles.empty());
-    EXPECT_LT(doc.circles.size(), full.circles.size());
-    for (std::size_t i = 0; i < doc.circles.size(); ++i) {
-        EXPECT_DOUBLE_EQ(doc.circles[i].x, full.circles[i].x) << "the same circles, in the same order";
-        EXPECT_DOUBLE_EQ(doc.circles[i].radius, full.circles[i].radius);
+    Opened<StopAtFirstCircles> stopped(quarters(400, 300), 2);
+    Opened<> full(quarters(400, 300), 2);
+    ASSERT_EQ(do_transform(full.doc, full.host, TransformMode::Normal, false), 0);
+    ASSERT_EQ(do_transform(stopped.doc, stopped.host, TransformMode::Normal, false), 0);
+    ASSERT_FALSE(stopped.doc.circles.empty());
+    EXPECT_LT(stopped.doc.circles.size(), full.doc.circles.size());
+    EXPECT_EQ(stopped.doc.pieces.size(), 1u) << "outline paths stop with Stop";
+    for (std::size_t i = 0; i < stopped.doc.circles.size(); ++i) {
+        SCOPED_TRACE("circle " + std::to_string(i) + ": the same circles, in the same order");
+        const Circle &a = stopped.doc.circles[i], &b = full.doc.circles[i];
+        EXPECT_DOUBLE_EQ(a.x, b.x);
+        EXPECT_DOUBLE_EQ(a.radius, b.radius);
+        EXPECT_EQ(argb_of(a.own), argb_of(b.own));
     }
 }
 

@@ -1,7 +1,5 @@
 #include <gtest/gtest.h>
 
-#include <clocale>
-
 #include "app/units.h"
 
 namespace velq {
@@ -47,18 +45,6 @@ TEST(Units, NoPictureMeansNoDivision) {
     s.dpi = 0;
     rewrite_size_fields(s);
     EXPECT_EQ(s.wid, 0);
-}
-
-TEST(Units, NumbersUseTheCLocaleWhateverTheUserLocale) {
-    const char* old = std::setlocale(LC_NUMERIC, nullptr);
-    const std::string saved = old ? old : "C";
-    if (!std::setlocale(LC_NUMERIC, "de_DE.UTF-8")) std::setlocale(LC_NUMERIC, "C");
-    EXPECT_EQ(format_fixed4(0.02), "0.0200");
-    EXPECT_EQ(format_double(0.0005), "0.000500");
-    EXPECT_DOUBLE_EQ(parse_double("0.02"), 0.02);
-    EXPECT_EQ(parse_int("12abc"), 12);
-    EXPECT_EQ(parse_int("abc"), 0);
-    std::setlocale(LC_NUMERIC, saved.c_str());
 }
 
 }  // namespace

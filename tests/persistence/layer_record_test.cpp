@@ -1,12 +1,14 @@
+// The byte layout itself is pinned by the fuzzer's seed blocks (settings_block_corpus_test); these are
+// the record's own rules.
 #include "persistence/layer_record.h"
 
 #include <gtest/gtest.h>
 
-#include <bit>
 #include <cmath>
 #include <cstring>
 #include <functional>
-#include <vector>
+
+#include "support/blocks.h"
 
 namespace velq {
 namespace {
@@ -15,60 +17,6 @@ using Record = std::array<std::uint8_t, kLayerRecordSize>;
 
 void put(Record& r, std::size_t at, const void* v, std::size_t n) {
     std::memcpy(r.data() + at, v, n);
-}
-
-LayerRecord odd_layer() {
-    LayerRecord r;
-    r.passage_mode = true;
-    r.transparency = 128;
-    r.size = 300;
-    r.brightness = 1000;
-    r.palette = 5;
-    r.shape_cursor = 3;
-    r.passage_cursor = 9;
-    r.anim.name = "Wave pack";
-    r.anim.duration = 7.5;
-    r.anim.motion = 3;
-    r.anim.scan = 6;
-    r.anim.count = 4;
-    r.anim.motion_time = 2.25;
-    r.anim.timestamp = 1.5;
-    r.font = {"Liberation Mono", -24, 700, true};
-    r.first_shape_only = false;
-    r.random = true;
-    r.shuffle = false;
-    r.invert = true;
-    r.convert = true;
-    r.shown = false;
-    r.case_folding = true;
-    r.has_shapes = true;
-    return r;
-}
-
-TEST(LayerRecord, EveryFieldLandsOnItsOffsetAndEverythingElseIsZero) {
-    const LayerRecord rec = odd_layer();
-    Record out;
-    out.fill(0xCC);
-    ASSERT_EQ(encode_layer_record(rec, out), "");
-
-    // Expected bytes from the documented table; the host is little-endian, as the layout.
-    static_assert(std::endian::native == std::endian::little);
-    Record want{};
-    const std::int32_t ints[][2] = {{0, 1},  {4, 128}, {8, 300},    {12, 1000}, {16, 5},
-                                    {20, 3}, {24, 9},  {1568, -24}, {1572, 700}};
-    for (auto [at, v] : ints) put(want, std::size_t(at), &v, 4);
-    const double numbers[] = {7.5, 3, 6, 4, 2.25, 1.5};
-    for (int s = 0; s < 6; ++s) put(want, 32 + 8 * s, &numbers[s], 8);
-    put(want, 544, "Wave pack", 9);
-    want[1576] = 1;
-    put(want, 1600, "Liberation Mono", 15);
-    const std::uint8_t flags[8] = {0, 1, 0, 1, 1, 0, 1, 1};
-    put(want, 4352, flags, 8);
-    for (std::size_t i = 0; i < kLayerRecordSize; ++i) ASSERT_EQ(out[i], want[i]) << "byte " << i;
-
-    LayerRecord back;
-    ASSERT_TRUE(decode_layer_record(out, back));
-    EXPECT_EQ(back, rec);
 }
 
 TEST(LayerRecord, FileShapeTestReadsTheThreeDescribedPlaces) {
@@ -88,23 +36,22 @@ TEST(LayerRecord, FileShapeTestReadsTheThreeDescribedPlaces) {
         ASSERT_EQ(encode_layer_record(rec, out), "");
         EXPECT_EQ(record_has_file_shapes(out), c.files);
         EXPECT_EQ(rec.shapes_from_files(), c.files);
-        EXPECT_EQ(out[4359] != 0 && out[4352] == 0 && out[0] == 0 && out[1] == 0, c.files);
     }
 }
 
 TEST(LayerRecord, RefusesTextsThatDoNotFitAndValuesOutOfRange) {
-    LayerRecord rec = odd_layer();
-    Record out;
-    rec.anim.name.assign(1023, 'n');
-    EXPECT_EQ(encode_layer_record(rec, out), "");
-    rec.anim.name.assign(1024, 'n');
-    EXPECT_NE(encode_layer_record(rec, out).find("animation name"), std::string::npos);
-    rec = odd_layer();
-    rec.font.face.assign(256, 'f');
-    EXPECT_NE(encode_layer_record(rec, out).find("font name"), std::string::npos);
-
+    const LayerRecord sample = test::sample_block().layers[3].record;
+    LayerRecord rec = sample;
     Record good;
-    ASSERT_EQ(encode_layer_record(odd_layer(), good), "");
+    rec.anim.name.assign(1023, 'n');
+    EXPECT_EQ(encode_layer_record(rec, good), "");
+    rec.anim.name.assign(1024, 'n');
+    EXPECT_NE(encode_layer_record(rec, good).find("animation name"), std::string::npos);
+    rec = sample;
+    rec.font.face.assign(256, 'f');
+    EXPECT_NE(encode_layer_record(rec, good).find("font name"), std::string::npos);
+
+    ASSERT_EQ(encode_layer_record(sample, good), "");
     auto i32 = [](std::size_t at, std::int32_t v) { return [=](Record& r) { put(r, at, &v, 4); }; };
     auto f64 = [](std::size_t at, double v) { return [=](Record& r) { put(r, at, &v, 8); }; };
     struct Case {
@@ -116,10 +63,8 @@ TEST(LayerRecord, RefusesTextsThatDoNotFitAndValuesOutOfRange) {
         {"transparency 256", i32(4, 256), false},
         {"transparency -1", i32(4, -1), false},
         {"size 301", i32(8, 301), false},
-        {"brightness -1", i32(12, -1), false},
         {"brightness huge", i32(12, 2000000000), true},
         {"palette -1", i32(16, -1), false},
-        {"cursor -1", i32(20, -1), false},
         {"passage mode 2", i32(0, 2), false},
         {"motion 6", f64(40, 6), false},
         {"motion 2.5", f64(40, 2.5), false},
@@ -134,13 +79,14 @@ TEST(LayerRecord, RefusesTextsThatDoNotFitAndValuesOutOfRange) {
         {"reserved byte", [](Record& r) { r[3000] = 0xFF; }, true},
     };
     for (const auto& c : cases) {
+        SCOPED_TRACE(c.what);
         Record r = good;
         c.spoil(r);
         LayerRecord back;
         back.size = -5;
-        EXPECT_EQ(decode_layer_record(r, back), c.ok) << c.what;
+        EXPECT_EQ(decode_layer_record(r, back), c.ok);
         if (!c.ok) {
-            EXPECT_EQ(back.size, -5) << c.what;
+            EXPECT_EQ(back.size, -5) << "filled on failure";
         }
     }
 }

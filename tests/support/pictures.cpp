@@ -34,9 +34,24 @@ UBUFFER noise_picture(int w, int h, std::uint32_t seed, bool opaque) {
     });
 }
 
+namespace {
+
+// The program's temporary folder, removed at exit so no run leaves folders behind.
+struct RunFolder {
+    std::filesystem::path path =
+        std::filesystem::temp_directory_path() / ("velq-test-" + std::to_string(::getpid()));
+    ~RunFolder() {
+        std::error_code ignored;
+        std::filesystem::remove_all(path, ignored);
+    }
+};
+
+}  // namespace
+
 std::string temp_dir(const std::string& name) {
     namespace fs = std::filesystem;
-    const fs::path p = fs::temp_directory_path() / ("velq-test-" + std::to_string(::getpid())) / name;
+    static const RunFolder run;
+    const fs::path p = run.path / name;
     fs::remove_all(p);
     fs::create_directories(p);
     return p.string();

@@ -15,7 +15,8 @@ UBUFFER make_picture(int w, int h, const std::function<std::uint32_t(int, int)>&
 UBUFFER flat_picture(int w, int h, std::uint32_t argb);
 // Deterministic noise from a seed.
 UBUFFER noise_picture(int w, int h, std::uint32_t seed, bool opaque = true);
-// A fresh empty folder under the system's temporary folder, removed by the caller or left for CI.
+// A fresh empty folder under this test program's own temporary folder, which is removed with
+// everything in it when the program ends.
 std::string temp_dir(const std::string& name);
 
 }  // namespace velq::test

@@ -24,10 +24,6 @@ bool RecordingHost::ask(std::string_view q) {
     answers.pop_front();
     return a;
 }
-void RecordingHost::status(int line, std::string_view text) {
-    std::lock_guard lock(mutex_);
-    if (line >= 1 && line <= 2) status_[line] = std::string(text);
-}
 void RecordingHost::debug(std::string_view text) {
     std::lock_guard lock(mutex_);
     debug_.emplace_back(text);

@@ -1,4 +1,4 @@
-// A host for tests: records every title, percent, message and status line it is given, and answers
+// A host for tests: records every title, percent, message and debug line it is given, and answers
 // questions from a queue (No when the queue is empty).
 #pragma once
 
@@ -17,7 +17,6 @@ public:
     void percent(int p) override;
     void message(std::string_view m) override;
     bool ask(std::string_view q) override;
-    void status(int line, std::string_view text) override;
     void debug(std::string_view text) override;
     void circles_added(std::span<const LiveCircle> batch) override;
 
@@ -37,7 +36,6 @@ private:
     mutable std::mutex mutex_;
     std::vector<std::string> titles_, messages_, questions_, debug_;
     std::vector<int> percents_;
-    std::string status_[3];
     std::size_t live_ = 0;
 };
 

@@ -55,8 +55,6 @@ ReadBack read_back(const std::string& path, const char* decoder_name, bool keep_
     out.height = st->codecpar->height;
     out.time_base = st->time_base;
     out.avg_frame_rate = st->avg_frame_rate;
-    out.r_frame_rate = st->r_frame_rate;
-    out.start_time = st->start_time == AV_NOPTS_VALUE ? 0 : st->start_time;
     if (const AVDictionaryEntry* e = av_dict_get(st->metadata, "alpha_mode", nullptr, 0))
         out.alpha_mode = e->value;
 

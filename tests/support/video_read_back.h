@@ -22,8 +22,6 @@ struct ReadBack {
     int width = 0, height = 0;
     AVRational time_base{0, 1};
     AVRational avg_frame_rate{0, 1};
-    AVRational r_frame_rate{0, 1};
-    std::int64_t start_time = 0;    // in time_base; 0 when the container gives none
     std::string alpha_mode;         // the stream's "alpha_mode" tag (WebM), empty when absent
     std::vector<std::int64_t> pts;  // presentation time of every decoded frame, in time_base, in order
     AVPixelFormat decoded_format = AV_PIX_FMT_NONE;
