@@ -1,6 +1,5 @@
 // A whole session driven through the window's commands: open a picture, filter, transform (with the
-// live circles), choose layers and a logo, render, save, and reopen the result with its settings;
-// and Stop in the middle of a transform.
+// live circles), choose layers and a logo, render, save, and reopen the result with its settings.
 #include <QAction>
 #include <QComboBox>
 #include <QDir>
@@ -8,7 +7,6 @@
 #include <QLineEdit>
 #include <QListWidget>
 #include <QPainter>
-#include <QProgressBar>
 
 #include "app/metadata.h"
 #include "gui/picture_view.h"
@@ -85,10 +83,15 @@ private slots:
         QVERIFY2(f.presenter->messages.isEmpty(), qPrintable(f.presenter->messages.join('|')));
         QVERIFY(f.doc().rendered);
 
+        // Saved as the offered Portable Network Graphic, whose extension the name gets.
         const QString saved = QDir(dir).filePath("art.png");
-        f.presenter->save_names = {saved};
+        f.presenter->save_names = {QDir(dir).filePath("art")};
+        f.presenter->file_types.clear();
         w.trigger(cmd::kSave);
         QTRY_VERIFY(!w.busy());
+        QCOMPARE(f.presenter->file_types,
+                 (QStringList{"Photoshop (.psd)", "Joint Photographic Experts Group (.jpg)",
+                              "Portable Network Graphic (.png)", "Bitmap Files (*.bmp)"}));
         velq::test::RecordingHost probe;
         QVERIFY(detect_metadata(probe, saved.toStdString()));
 
@@ -102,26 +105,10 @@ private slots:
         QVERIFY(g.doc().rendered);
         QCOMPARE(g.doc().layers[2].palette, 7);
         QCOMPARE(g.doc().layers[2].size, 60);
+        QCOMPARE(g.window->control<QListWidget>(ctl::kLayerList)->item(2)->text(),
+                 QStringLiteral("Ly2 - Shown T(255)-S(60)-B(100)"));
         QCOMPARE(g.doc().settings.filter_kind, 1);
         QCOMPARE(g.doc().render_buffer.width(), f.doc().render_buffer.width());
-    }
-
-    void stopDuringATransformKeepsTheCirclesSoFar() {
-        WindowFixture f;
-        MainWindow& w = *f.window;
-        QVERIFY(f.load_picture(velq::test::noise_picture(400, 300, 21)));
-        w.trigger(cmd::kTransformNormal);
-        QTRY_VERIFY_WITH_TIMEOUT(!w.picture_view().overlay().circles.isEmpty() || !w.busy(), 60000);
-        QVERIFY2(w.busy(), "the transform ended before it could be stopped");
-        QTest::keyClick(&w, Qt::Key_Escape);
-        QTRY_VERIFY_WITH_TIMEOUT(!w.busy(), 20000);
-        QVERIFY(!f.doc().circles.empty());
-        QCOMPARE(w.windowTitle(), QStringLiteral("Velquinograph"));
-        QCOMPARE(w.control<QProgressBar>(ctl::kProgress)->value(), 0);
-        QVERIFY(w.action(cmd::kFilterNormal)->isEnabled());
-        w.trigger(cmd::kFilterNormal);
-        QTRY_VERIFY_WITH_TIMEOUT(!w.busy(), 60000);
-        QVERIFY(!f.doc().transformed);
     }
 };
 
