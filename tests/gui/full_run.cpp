@@ -34,12 +34,6 @@ QString write_scene(const QString& folder, const QString& name, int w, int h) {
     return path;
 }
 
-bool said_count(const QStringList& messages) {
-    for (const QString& m : messages)
-        if (m.startsWith(QStringLiteral("The number of circles is ")) && m.mid(25).toInt() > 0) return true;
-    return false;
-}
-
 }  // namespace
 
 class FullRun : public QObject {
@@ -58,7 +52,6 @@ private slots:
         QTRY_VERIFY(!w.busy());
         w.trigger(cmd::kTransformNormal);
         QTRY_VERIFY_WITH_TIMEOUT(!w.busy(), 60000);
-        QVERIFY2(said_count(f.presenter->messages), qPrintable(f.presenter->messages.join('|')));
         QVERIFY(f.doc().transformed);
         QVERIFY(w.action(cmd::kTransformNormal)->isChecked());
         QVERIFY(w.action(cmd::kRender)->isEnabled());
@@ -82,6 +75,8 @@ private slots:
         QTRY_VERIFY_WITH_TIMEOUT(!w.busy(), 60000);
         QVERIFY2(f.presenter->messages.isEmpty(), qPrintable(f.presenter->messages.join('|')));
         QVERIFY(f.doc().rendered);
+        QCOMPARE(w.picture_view().picture().size(),
+                 QSize(f.doc().render_buffer.width(), f.doc().render_buffer.height()));
 
         // Saved as the offered Portable Network Graphic, whose extension the name gets.
         const QString saved = QDir(dir).filePath("art.png");

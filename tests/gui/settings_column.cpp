@@ -57,15 +57,6 @@ private slots:
         }
     }
 
-    void sizeFieldsWaitForAPicture() {
-        WindowFixture f;
-        auto* wid = f.window->control<QLineEdit>(ctl::kWid);
-        wid->setEnabled(true);  // locked until a picture; forced to reach the guard behind it
-        type_into(wid, QStringLiteral("100"));
-        QCOMPARE(f.window->control<QLineEdit>(ctl::kHgt)->text(), QString());
-        QCOMPARE(f.doc().settings.out_width, 0);
-    }
-
     void typedLayerValuesGoIntoTheSelectedLayerAndItsLine() {
         struct Case {
             int control;

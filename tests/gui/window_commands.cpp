@@ -9,6 +9,7 @@
 #include <QLineEdit>
 #include <QListWidget>
 #include <QMimeData>
+#include <QPushButton>
 #include <QUrl>
 
 #include "window_fixture.h"
@@ -83,6 +84,30 @@ private slots:
         QCOMPARE(f.presenter->dialogs, QStringList{QStringLiteral("Animation settings")});
         QCOMPARE(f.doc().layers[4].anim.scan, 4);
         QCOMPARE(f.doc().layers[1].anim.scan, 1);  // other layers keep theirs
+
+        f.presenter->colours = {QColor(10, 20, 30)};
+        w.trigger(cmd::kBackgroundColor);
+        QCOMPARE(f.doc().background, pack_colorref(10, 20, 30));
+    }
+
+    void shapeDetailStepsRoundTheSelectedLayersShapes() {
+        WindowFixture f;
+        QVERIFY(f.load_picture(velq::test::noise_picture(30, 20, 3)));
+        Layer& l = f.doc().layers[1];
+        l.shapes.push_back(std::make_unique<SHAPE>(f.window->host()));
+        l.shapes.push_back(std::make_unique<SHAPE>(f.window->host()));
+        l.first_shape_only = false;
+        QStringList titles;
+        f.presenter->on_dialog = [&](QDialog& d) {
+            for (const char* button : {"NEXT", "NEXT", "NEXT", "PREV"}) {
+                d.findChild<QPushButton*>(button)->click();
+                titles << d.windowTitle();
+            }
+            return int(QDialog::Accepted);
+        };
+        f.window->trigger(cmd::kShowShapes);
+        QCOMPARE(titles, (QStringList{"Shape - 1/3", "Shape - 2/3", "Shape - 0/3", "Shape - 2/3"}));
+        QCOMPARE(l.shape_cursor, 2);
     }
 };
 
