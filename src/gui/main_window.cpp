@@ -49,6 +49,7 @@ MainWindow::MainWindow(std::unique_ptr<Presenter> presenter, QWidget* parent)
 MainWindow::~MainWindow() {
     quitting_ = true;
     stop_and_join();
+    delete takeCentralWidget();  // the panel and the column refer to the Document, which goes first
 }
 
 void MainWindow::connect_parts() {

@@ -9,6 +9,7 @@
 #include <QPainter>
 
 #include "app/metadata.h"
+#include "gui/image_adapter.h"
 #include "gui/picture_view.h"
 #include "support/recording_host.h"
 #include "window_fixture.h"
@@ -50,6 +51,7 @@ private slots:
 
         w.trigger(cmd::kFilterHalfShuffle);
         QTRY_VERIFY(!w.busy());
+        QVERIFY(w.action(cmd::kFilterHalfShuffle)->isChecked());
         w.trigger(cmd::kTransformNormal);
         QTRY_VERIFY_WITH_TIMEOUT(!w.busy(), 60000);
         QVERIFY(f.doc().transformed);
@@ -75,8 +77,7 @@ private slots:
         QTRY_VERIFY_WITH_TIMEOUT(!w.busy(), 60000);
         QVERIFY2(f.presenter->messages.isEmpty(), qPrintable(f.presenter->messages.join('|')));
         QVERIFY(f.doc().rendered);
-        QCOMPARE(w.picture_view().picture().size(),
-                 QSize(f.doc().render_buffer.width(), f.doc().render_buffer.height()));
+        QCOMPARE(w.picture_view().picture(), to_qimage(f.doc().render_buffer));
 
         // Saved as the offered Portable Network Graphic, whose extension the name gets.
         const QString saved = QDir(dir).filePath("art.png");
