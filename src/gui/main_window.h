@@ -47,8 +47,9 @@ public:
         return findChild<T*>(control_name(id));
     }
 
+    // Chooses a command as its menu item would (see CommandMenu::trigger).
     void trigger(int id);
-    bool handles(int id) const;
+    bool handles(int id) const;  // whether the command has a handler
     bool busy() const { return ui_.busy; }
     const UiState& ui_state() const { return ui_; }
 
