@@ -29,12 +29,7 @@ public:
     }
     QStringList open_files(QWidget*, const FileType& type, const QString&) override {
         file_types << type.name;
-        QStringList out;
-        if (!open_lists.empty()) {
-            out = open_lists.front();
-            open_lists.pop_front();
-        }
-        return out;
+        return {};
     }
     QString save_file(QWidget*, const QList<FileType>& types, int preferred, int& chosen,
                       const QString&) override {
@@ -49,43 +44,21 @@ public:
         colours.pop_front();
         return c;
     }
-    std::optional<QString> choose_font(QWidget*, const QString& face) override {
-        font_initials << face;
-        if (fonts.empty()) return std::nullopt;
-        const QString f = fonts.front();
-        fonts.pop_front();
-        return f;
+    std::optional<double> ask_number(QWidget*, const QString&, double, double, double) override {
+        return std::nullopt;
     }
-    std::optional<double> ask_number(QWidget*, const QString& label, double, double, double) override {
-        number_labels << label;
-        if (numbers.empty()) return std::nullopt;
-        const double v = numbers.front();
-        numbers.pop_front();
-        return v;
-    }
-    std::optional<QSize> ask_size(QWidget*, const QSize& size) override {
-        size_initials << size;
-        if (sizes.empty()) return std::nullopt;
-        const QSize v = sizes.front();
-        sizes.pop_front();
-        return v;
-    }
+    std::optional<QSize> ask_size(QWidget*, const QSize&) override { return std::nullopt; }
     int exec(QDialog& dialog) override {
         dialogs << dialog.windowTitle();
         if (on_dialog) return on_dialog(dialog);
         return QDialog::Rejected;
     }
 
-    QStringList messages, questions, file_types, dialogs, font_initials, folders, number_labels;
-    QList<QSize> size_initials;
+    QStringList messages, questions, file_types, dialogs, folders;
     QList<QColor> colour_initials;
     std::deque<bool> answers;
     std::deque<QString> open_names, save_names;
-    std::deque<QStringList> open_lists;
     std::deque<QColor> colours;
-    std::deque<QString> fonts;
-    std::deque<double> numbers;
-    std::deque<QSize> sizes;
     int save_type = -1;
     std::function<int(QDialog&)> on_dialog;
 
