@@ -38,21 +38,24 @@ TEST(TransformDriver, NormalPacksCirclesWithTheirColoursAndSaysHowMany) {
     EXPECT_EQ(doc.bs_buffer.width(), doc.filter_buffer.width());
 }
 
-TEST(TransformDriver, RefusalsLeaveNoCircles) {
+TEST(TransformDriver, RefusalsFailAndLeaveNoCircles) {
     struct Case {
         double min, max;
+        TransformMode mode;
         const char* message;
-    } cases[] = {{0.02, 0.02, "Invalid MAX, MIN value in fill_circle_algo1()"},
-                 {0.05, 0.02, "Invalid MAX, MIN value in fill_circle_algo1()"}};
+    } cases[] = {{0.02, 0.02, TransformMode::Normal, "Invalid MAX, MIN value in fill_circle_algo1()"},
+                 {0.05, 0.02, TransformMode::Normal, "Invalid MAX, MIN value in fill_circle_algo1()"},
+                 {0.05, 0.02, TransformMode::Vectorize, "Invalid MAX, MIN value in fill_circle_algo2()"}};
     for (const Case& k : cases) {
         test::RecordingHost host;
         Document doc(host);
         load(doc, host, 30, 30);
         doc.settings.min_size = k.min;
         doc.settings.max_size = k.max;
-        do_transform(doc, host, TransformMode::Normal, false);
+        EXPECT_EQ(do_transform(doc, host, k.mode, false), -1) << k.message;
         EXPECT_TRUE(host.said(k.message));
         EXPECT_TRUE(doc.circles.empty());
+        for (const Segment& s : doc.segments) EXPECT_TRUE(s.circles.empty());
     }
     test::RecordingHost host;
     Document doc(host);
