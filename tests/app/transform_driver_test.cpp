@@ -1,5 +1,7 @@
 #include <gtest/gtest.h>
 
+#include <cmath>
+
 #include "app/filter_driver.h"
 #include "app/transform_driver.h"
 #include "support/pictures.h"
@@ -19,6 +21,8 @@ TEST(TransformDriver, NormalPacksCirclesWithTheirColoursAndSaysHowMany) {
     test::RecordingHost host;
     Document doc(host);
     load(doc, host, 40, 30);
+    doc.settings.gap = 2;
+    doc.settings.max_size = 0.1;
     ASSERT_EQ(do_transform(doc, host, TransformMode::Normal, true), 0);
     ASSERT_FALSE(doc.circles.empty());
     EXPECT_TRUE(host.said("The number of circles is " + std::to_string(doc.circles.size())));
@@ -32,6 +36,10 @@ TEST(TransformDriver, NormalPacksCirclesWithTheirColoursAndSaysHowMany) {
         ASSERT_LE(c.y, 1);
         const int px = int(c.x * w + 1e-9), py = int(c.y * h + 1e-9);
         EXPECT_EQ(c.own.c0, doc.filtered.at(std::min(px, w - 1), std::min(py, h - 1), 2));
+        for (const Circle& o : doc.circles) {
+            if (&o == &c) break;
+            ASSERT_GE(std::hypot((c.x - o.x) * w, (c.y - o.y) * h) + 1e-6, c.radius + o.radius + 2) << "GAP";
+        }
     }
     // The frame and one outline per circle for the "Edges and Circles" view.
     EXPECT_EQ(doc.pieces.size(), doc.circles.size() + 1);
