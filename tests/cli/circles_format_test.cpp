@@ -38,6 +38,7 @@ TEST(CirclesCli, BothTransformsWriteOneFormatAndTheSvgHoldsTheSameCircles) {
     ASSERT_EQ(write_picture(in, pic, 96), PictureError::None);
     const std::set<std::string> top = {"format", "transform", "width", "height", "circles", "segments"};
     const std::set<std::string> circle = {"x", "y", "radius", "colour", "segment"};
+    const std::set<std::string> segment = {"index", "colour", "outline", "children"};
     for (const std::string transform : {"normal", "vectorize"}) {
         const std::vector<std::string> args = {"circles", in,     "--int",       "3",
                                                "--max",   "0.06", "--transform", transform};
@@ -56,6 +57,7 @@ TEST(CirclesCli, BothTransformsWriteOneFormatAndTheSvgHoldsTheSameCircles) {
         EXPECT_EQ(j["width"], 148);  // (50 - 1) * 3 + 1
         EXPECT_EQ(j["height"], 106);
         EXPECT_EQ(j["segments"].empty(), transform == "normal");
+        for (const auto& s : j["segments"]) EXPECT_EQ(keys_of(s), segment);
         const std::string svg = read_all(dir + "/c.svg");
         EXPECT_NE(svg.find("width=\"148\" height=\"106\" viewBox=\"0 0 148 106\""), std::string::npos);
         const std::regex svg_circle(
