@@ -88,7 +88,7 @@ void BM_VectorizeAndPack(benchmark::State& state) {
         std::vector<Segment> segments;
         IBUFFER map;
         vectorize(pic, 5, 20, host, {pieces, segments, map});
-        circles = fill_circle_algo2(segments, SegmentFillParams{}, w, h, host);
+        circles = fill_circle_algo2(segments, SegmentFillParams{}, w, h, host).value_or(0);
     }
     state.counters["circles"] = double(circles);
     state.counters["us_per_kpx"] = benchmark::Counter(

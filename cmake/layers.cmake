@@ -15,8 +15,8 @@ set(VELQ_LAYER_DEPS_app filters transform animation video persistence)
 set(VELQ_LAYER_DEPS_cli app)
 set(VELQ_LAYER_DEPS_gui app)
 
-# Third-party headers only the programs may include (Qt, the option parser): the core never links them.
-set(VELQ_PROGRAM_ONLY_HEADERS "Q" "CLI/")
+# Third-party headers only the programs may include (JSON, Qt, the option parser): the core never links them.
+set(VELQ_PROGRAM_ONLY_HEADERS "nlohmann/" "Q" "CLI/")
 
 # Every layer reachable from `layer`, itself included, into `out`.
 function(velq_layer_closure layer out)

@@ -1,23 +1,10 @@
-#include "app/filter_driver.h"
+#include "app/filter_and_transform.h"
 #include "app/metadata.h"
 #include "app/open_picture.h"
 #include "app/render_op.h"
-#include "app/transform_driver.h"
 #include "image/file_types.h"
 
 namespace velq {
-
-namespace {
-
-// The filter and the transform of the stored kind and mode, as Paste runs them (no count message).
-int run_stored_filter_and_transform(Document& doc, Host& host, const SettingsRecord& r) {
-    if (do_filter(doc, host, FilterKind(r.filter_kind), doc.settings.memory_limit) != 0) return -1;
-    if (host.stopped()) return -1;
-    if (do_transform(doc, host, TransformMode(r.transform_mode), false) != 0 || !doc.transformed) return -1;
-    return 0;
-}
-
-}  // namespace
 
 int reopen_from_block(Document& doc, Host& host, const SettingsBlock& block) {
     const SettingsRecord& r = block.settings;
@@ -46,7 +33,7 @@ int reopen_from_block(Document& doc, Host& host, const SettingsBlock& block) {
 int remake_from_block(Document& doc, Host& host, const SettingsBlock& block) {
     // A layer whose shape file is gone was reported; the result is remade with what could be read.
     if (reopen_from_block(doc, host, block) != 0 && !doc.source) return -1;
-    if (run_stored_filter_and_transform(doc, host, block.settings) != 0) return -1;
+    if (filter_and_transform(doc, host) != 0) return -1;
     restore_output_size(doc, block.settings);
     int width = 0, height = 0;
     render_size(doc, width, height);
@@ -89,7 +76,7 @@ int paste_metadata(Document& doc, Host& host, std::span<const std::uint8_t> byte
     apply_block_layers(doc, host, block);
     // Without a picture the settings wait for the next one.
     if (!doc.source) return 0;
-    const int result = run_stored_filter_and_transform(doc, host, block.settings);
+    const int result = filter_and_transform(doc, host);
     host.refresh(Refresh::View);
     return result;
 }

@@ -46,7 +46,7 @@ int generate_shaped_image(Document& doc, Host& host, int width, int height) {
             if (host.stopped()) return 0;
             if (placements.empty()) {
                 host.message("Please complete the transform first");
-                return 0;
+                return -1;
             }
             if (!paint_placements(host, placements, doc.render_buffer, g, i == 0, &progress)) return 0;
         }

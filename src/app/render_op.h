@@ -7,8 +7,9 @@
 namespace velq {
 
 // Renders width x height into a new render_buffer ("Velquinograph (Rendering shapes...)"). 0 on
-// success and when refused or stopped (rendered stays clear then), -1 when the buffer could not be had.
-// On success the settings are kept as the ones that made the render.
+// success and when stopped (rendered stays clear then); -1 when refused for want of circles or when
+// the buffer could not be had, after the system's message. On success the settings are kept as the ones that
+// made the render.
 int generate_shaped_image(Document& doc, Host& host, int width, int height);
 
 // The output size of a render: the Settings' pixel size, or the working picture's when none is set.

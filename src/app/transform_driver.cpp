@@ -42,13 +42,13 @@ BoundaryPiece circle_outline(double x, double y, double r) {
 
 }  // namespace
 
-std::size_t fill_circle_algo1(Document& doc, Host& host) {
+std::optional<std::size_t> fill_circle_algo1(Document& doc, Host& host) {
     const UBUFFER& picture = doc.filtered;
     const int w = picture.width(), h = picture.height();
     const double min_rel = std::max(1.1 / w, doc.settings.min_size);
     if (min_rel >= doc.settings.max_size) {
         host.message("Invalid MAX, MIN value in fill_circle_algo1()");
-        return 0;
+        return std::nullopt;
     }
     // The region is the picture frame, starting top-left.
     BoundaryPiece frame;
@@ -104,7 +104,7 @@ int do_transform(Document& doc, Host& host, TransformMode mode, bool show_count)
     doc.settings.transform_mode = int(mode);
     host.refresh(Refresh::View);
 
-    std::size_t count = 0;
+    std::optional<std::size_t> count;
     switch (mode) {
         case TransformMode::Normal: {
             const double larger = std::max(doc.filter_buffer.width(), doc.filter_buffer.height());
@@ -127,14 +127,16 @@ int do_transform(Document& doc, Host& host, TransformMode mode, bool show_count)
             host.message("The Alphabet transform is not available yet");
             return -1;
     }
+    // A refused packing still ends like a finished one in the window (flag, outlines, count); only the
+    // result says it failed.
     doc.transformed = true;
     host.refresh(Refresh::Outlines);
     if (show_count) {
         char text[64];
-        std::snprintf(text, sizeof text, "The number of circles is %zu", count);
+        std::snprintf(text, sizeof text, "The number of circles is %zu", count.value_or(0));
         host.message(text);
     }
-    return 0;
+    return count ? 0 : -1;
 }
 
 }  // namespace velq

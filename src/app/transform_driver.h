@@ -3,6 +3,7 @@
 #pragma once
 
 #include <cstddef>
+#include <optional>
 
 #include "app/document.h"
 
@@ -10,12 +11,14 @@ namespace velq {
 
 enum class TransformMode { Normal = 0, Vectorize = 1, Alphabet = 2 };
 
-// Returns 0, or -1 after the system's message. A Stop keeps the circles made so far.
+// Returns 0, or -1 after the system's message (a refused packing still shows the count when asked).
+// A Stop keeps the circles made so far and is no failure.
 int do_transform(Document& doc, Host& host, TransformMode mode, bool show_count);
 
 // The Normal transform's packing over the Document's filtered picture and brush-size map: the circles
 // become the Document's free circle list, with their own colours and centres as fractions, and their
-// outlines join the boundary pieces. Returns the number of circles.
-std::size_t fill_circle_algo1(Document& doc, Host& host);
+// outlines join the boundary pieces. Returns the number of circles; nothing when Min and Max leave no
+// room (after the system's message).
+std::optional<std::size_t> fill_circle_algo1(Document& doc, Host& host);
 
 }  // namespace velq

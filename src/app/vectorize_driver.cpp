@@ -5,19 +5,19 @@
 
 namespace velq {
 
-std::size_t do_vectorize(Document& doc, Host& host) {
+std::optional<std::size_t> do_vectorize(Document& doc, Host& host) {
     // The filtered picture is the one the transform reads (the working picture when no filter ran).
     const UBUFFER& from = doc.filtered ? doc.filtered : doc.working;
     if (!from) return 0;
     UBUFFER tmp;
     if (!tmp.allocate(from.width(), from.height(), 4, Init::Uninitialised)) {
         host.message("Failed to allocate tmp in do_transform");
-        return 0;
+        return std::nullopt;
     }
-    if (!copy_to(host, from, tmp)) return 0;
+    if (!copy_to(host, from, tmp)) return std::nullopt;
     const Settings& s = doc.settings;
     if (!vectorize(tmp, s.interpolation, s.threshold, host, {doc.pieces, doc.segments, doc.label_map}))
-        return 0;
+        return std::nullopt;
     if (host.stopped()) return 0;
     SegmentFillParams params;
     params.min_size = s.min_size;

@@ -3,15 +3,16 @@
 #pragma once
 
 #include <cstddef>
+#include <optional>
 
 #include "app/document.h"
 
 namespace velq {
 
 // Replaces the Document's boundary pieces, Segments and label map and packs the Segments. Returns
-// the number of circles over all Segments; 0 after a failure (with the system's message) or when
-// nothing could be packed. Does not touch the busy state, the view toggles or the transformed flag:
-// the transform driver around it does.
-std::size_t do_vectorize(Document& doc, Host& host);
+// the number of circles over all Segments (0 when there is no picture or after a Stop); nothing
+// after a failure, which the system's message explains. Does not touch the busy state, the view toggles or
+// the transformed flag: the transform driver around it does.
+std::optional<std::size_t> do_vectorize(Document& doc, Host& host);
 
 }  // namespace velq

@@ -94,6 +94,7 @@ int generate_sm_video(Document& doc, Host& host, std::span<const std::string> so
     if (sources.empty()) return 0;
     const fs::path folder = fs::path(sources[0]).parent_path() / "SocialMedia";
     std::error_code ec;
+    const bool folder_was_there = fs::is_directory(folder, ec);
     fs::create_directories(folder, ec);
     if (ec && !fs::is_directory(folder)) {
         host.message("Failed to create a folder in generate_sm_video()");
@@ -125,6 +126,8 @@ int generate_sm_video(Document& doc, Host& host, std::span<const std::string> so
         }
     }
     if (readable == 0) host.message("Failed to read source");
+    // A run that wrote nothing leaves no trace: the folder goes if this run made it.
+    if (written == 0 && !folder_was_there) fs::remove(folder, ec);
     return written;
 }
 

@@ -24,7 +24,8 @@ std::span<const SocialVariant> social_media_variants();
 
 // The social-media export: for every source picture that carries a settings block, the result is
 // made again from the block and written as every variant into "SocialMedia" beside the first source.
-// Returns the number of videos written, or -1 when the folder could not be made.
+// Returns the number of videos written, or -1 when the folder could not be made; a run that writes
+// nothing takes away the folder it made.
 int generate_sm_video(Document& doc, Host& host, std::span<const std::string> sources, FitMode fit);
 
 }  // namespace velq

@@ -3,6 +3,7 @@
 #include <map>
 #include <memory>
 
+#include "app/filter_and_transform.h"
 #include "app/logo_choice.h"
 #include "app/metadata.h"
 #include "app/render_op.h"
@@ -90,7 +91,7 @@ void add_render_command(CLI::App& app, int& exit_code) {
         usage_check(apply_transform_options(args->transform, doc));
         const auto shapes = shapes_by_layer(args->shapes, int(doc.layers.size()));
         if (args->settings)
-            exit_code = filter_and_transform(doc, host);
+            exit_code = filter_and_transform(doc, host) == 0 ? 0 : 1;
         else
             exit_code = open_and_transform(doc, host, args->input, args->transform.min_size);
         if (exit_code != 0) return;
@@ -117,7 +118,7 @@ void add_render_command(CLI::App& app, int& exit_code) {
         }
         int w = 0, h = 0;
         render_size(doc, w, h);
-        if (generate_shaped_image(doc, host, w, h) != 0 || !doc.rendered) {
+        if (generate_shaped_image(doc, host, w, h) != 0) {
             exit_code = 1;
             return;
         }

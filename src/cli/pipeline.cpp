@@ -2,10 +2,10 @@
 
 #include <CLI/CLI.hpp>
 
+#include "app/filter_and_transform.h"
 #include "app/filter_driver.h"
 #include "app/metadata.h"
 #include "app/open_picture.h"
-#include "app/transform_driver.h"
 #include "cli/cli_host.h"
 #include "image/picture_writer.h"
 
@@ -21,7 +21,7 @@ int open_and_transform(Document& doc, Host& host, const std::string& input, std:
     if (open_picture(doc, host, input) != 0) return 1;
     // Open writes Min again, so a Min given on the line goes back in after it.
     if (min_size) doc.settings.min_size = *min_size;
-    return filter_and_transform(doc, host);
+    return filter_and_transform(doc, host) == 0 ? 0 : 1;
 }
 
 int open_and_transform(Document& doc, Host& host, const std::string& input, const PictureOptions& picture,
@@ -29,13 +29,6 @@ int open_and_transform(Document& doc, Host& host, const std::string& input, cons
     usage_check(apply_picture_options(picture, doc));
     usage_check(apply_transform_options(transform, doc));
     return open_and_transform(doc, host, input, transform.min_size);
-}
-
-int filter_and_transform(Document& doc, Host& host) {
-    const int mode = doc.settings.transform_mode;
-    if (do_filter(doc, host, FilterKind(doc.settings.filter_kind), doc.settings.memory_limit) != 0) return 1;
-    if (do_transform(doc, host, TransformMode(mode), false) != 0) return 1;
-    return 0;
 }
 
 int read_result_settings(CliHost& host, const std::string& result, SettingsBlock& block) {

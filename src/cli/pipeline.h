@@ -25,9 +25,6 @@ int open_and_transform(Document& doc, Host& host, const std::string& input, std:
 int open_and_transform(Document& doc, Host& host, const std::string& input, const PictureOptions& picture,
                        const TransformOptions& transform);
 
-// Filters and transforms the picture already open, with the Document's settings (no count message).
-int filter_and_transform(Document& doc, Host& host);
-
 // --settings RESULT: the block at the end of RESULT ("No metadata found!" when it has none, the
 // reader's own message when it is broken or old).
 int read_result_settings(CliHost& host, const std::string& result, SettingsBlock& block);

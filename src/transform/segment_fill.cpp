@@ -55,27 +55,30 @@ bool fill_circle_into_segment_algo3(Segment& segment, double min_radius, double 
     return true;
 }
 
-std::size_t fill_circle_algo2(std::vector<Segment>& segments, const SegmentFillParams& params, int width,
-                              int height, Host& host) {
+std::optional<std::size_t> fill_circle_algo2(std::vector<Segment>& segments, const SegmentFillParams& params,
+                                             int width, int height, Host& host) {
     for (Segment& s : segments) s.circles.clear();
     if (width < 1 || height < 1) return 0;
     const double min_rel = std::max(1.1 / width, params.min_size);
     if (min_rel >= params.max_size) {
         host.message("Invalid MAX, MIN value in fill_circle_algo2()");
-        return 0;
+        return std::nullopt;
     }
-    std::size_t count = 0;
+    bool failed = false;
     {
         Progress progress(host, "Transforming");
         for (std::size_t i = 0; i < segments.size() && !host.stopped(); ++i) {
             Segment& s = segments[i];
             if (s.enabled && !fill_circle_into_segment_algo3(s, width * min_rel, width * params.max_size,
-                                                             params.gap, width, height, host))
+                                                             params.gap, width, height, host)) {
+                failed = true;
                 break;
+            }
             progress.update(std::int64_t(i + 1), std::int64_t(segments.size()));
         }
     }
     // Accepted circles keep their colour and fractional centre even after Stop.
+    std::size_t count = 0;
     for (Segment& s : segments) {
         for (Circle& c : s.circles) {
             c.x /= width;
@@ -83,6 +86,7 @@ std::size_t fill_circle_algo2(std::vector<Segment>& segments, const SegmentFillP
         }
         count += s.circles.size();
     }
+    if (failed) return std::nullopt;
     return count;
 }
 

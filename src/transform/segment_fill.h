@@ -3,6 +3,7 @@
 #pragma once
 
 #include <cstddef>
+#include <optional>
 #include <vector>
 
 #include "host/host.h"
@@ -25,10 +26,11 @@ bool fill_circle_into_segment_algo3(Segment& segment, double min_radius, double 
                                     int width, int height, Host& host);
 
 // Packs every Segment in order (title "Transforming"), then turns the centres into fractions of the
-// picture. Refuses Min/Max that leave no room ("Invalid MAX, MIN value in fill_circle_algo2()").
-// Returns the number of circles over all Segments.
-std::size_t fill_circle_algo2(std::vector<Segment>& segments, const SegmentFillParams& params, int width,
-                              int height, Host& host);
+// picture. Returns the number of circles over all Segments (after a Stop, those packed so far);
+// nothing when Min/Max leave no room ("Invalid MAX, MIN value in fill_circle_algo2()") or a Segment
+// could not be packed.
+std::optional<std::size_t> fill_circle_algo2(std::vector<Segment>& segments, const SegmentFillParams& params,
+                                             int width, int height, Host& host);
 
 // The rings of a region as the packer takes them.
 PackRegion pack_region(const SegmentRegion& region);

@@ -83,7 +83,7 @@ TEST(Render, RefusalsAndStop) {
         Scene s;
         s.doc.circles.clear();
         s.doc.rendered = true;
-        ASSERT_EQ(generate_shaped_image(s.doc, s.host, 50, 40), 0);
+        ASSERT_EQ(generate_shaped_image(s.doc, s.host, 50, 40), -1);
         EXPECT_TRUE(s.host.said("Please complete the transform first"));
         EXPECT_FALSE(s.doc.rendered);
         EXPECT_EQ(s.at(10, 10), (std::array<int, 3>{0x40, 0x20, 0x10}));  // the old picture is gone

@@ -50,6 +50,7 @@ std::uint32_t argb_of(const ColourRecord& c) {
 
 TEST(TransformDriver, NormalPacksTheFrameInThePicturesColours) {
     Opened o;
+    o.doc.settings.gap = 2;
     const int w = o.doc.working.width(), h = o.doc.working.height();
     ASSERT_EQ(do_transform(o.doc, o.host, TransformMode::Normal, true), 0);
     const std::size_t n = o.doc.circles.size();
@@ -72,6 +73,10 @@ TEST(TransformDriver, NormalPacksTheFrameInThePicturesColours) {
         const Circle& c = o.doc.circles[i];
         ASSERT_TRUE(c.x > 0 && c.x < 1 && c.y > 0 && c.y < 1);
         ASSERT_TRUE(o.doc.pieces[i + 1].closed);
+        for (std::size_t j = 0; j < i; ++j) {
+            const Circle& e = o.doc.circles[j];
+            ASSERT_GE(std::hypot((c.x - e.x) * w, (c.y - e.y) * h) + 1e-6, c.radius + e.radius + 2) << "GAP";
+        }
         const BoundaryPoint p = o.doc.pieces[i + 1].points[0];
         EXPECT_NEAR(std::hypot(p.x - c.x * w, p.y - c.y * h), c.radius, 1e-9);
         const double px = c.x * w, py = c.y * h;
@@ -107,14 +112,24 @@ TEST(TransformDriver, TheFilteredPictureShapesTheCircles) {
     EXPECT_GT(noisy.doc.circles.size(), flat.doc.circles.size());
 }
 
-TEST(TransformDriver, RefusalsLeaveNoCircles) {
-    Opened o;
-    o.doc.settings.min_size = o.doc.settings.max_size;
-    do_transform(o.doc, o.host, TransformMode::Normal, true);
-    EXPECT_EQ(o.host.messages(), (std::vector<std::string>{"Invalid MAX, MIN value in fill_circle_algo1()",
-                                                           "The number of circles is 0"}));
-    EXPECT_TRUE(o.doc.circles.empty());
-
+TEST(TransformDriver, RefusalsFailAndLeaveNoCircles) {
+    struct Case {
+        double min, max;
+        TransformMode mode;
+        const char* message;
+    } cases[] = {{0.05, 0.05, TransformMode::Normal, "Invalid MAX, MIN value in fill_circle_algo1()"},
+                 {0.05, 0.02, TransformMode::Normal, "Invalid MAX, MIN value in fill_circle_algo1()"},
+                 {0.05, 0.02, TransformMode::Vectorize, "Invalid MAX, MIN value in fill_circle_algo2()"}};
+    for (const Case& k : cases) {
+        SCOPED_TRACE(k.message);
+        Opened o;
+        o.doc.settings.min_size = k.min;
+        o.doc.settings.max_size = k.max;
+        EXPECT_EQ(do_transform(o.doc, o.host, k.mode, false), -1);
+        EXPECT_TRUE(o.host.said(k.message));
+        EXPECT_TRUE(o.doc.circles.empty());
+        for (const Segment& s : o.doc.segments) EXPECT_TRUE(s.circles.empty());
+    }
     test::RecordingHost host;
     Document doc(host);
     EXPECT_EQ(do_transform(doc, host, TransformMode::Normal, false), -1) << "nothing to transform";

@@ -31,7 +31,7 @@ TEST(VectorizeDriver, FillsPiecesSegmentsLabelMapAndCountsEveryCircle) {
         doc.settings.interpolation = 1;
         doc.settings.max_size = 0.1;
         doc.settings.min_size = 0.02;
-        const std::size_t count = do_vectorize(doc, host);
+        const std::size_t count = do_vectorize(doc, host).value_or(0);
         ASSERT_GE(doc.segments.size(), 3u);
         EXPECT_FALSE(doc.pieces.empty());
         ASSERT_TRUE(doc.label_map);

@@ -1,7 +1,6 @@
 #include <gtest/gtest.h>
 
 #include <filesystem>
-#include <fstream>
 #include <nlohmann/json.hpp>
 
 #include "image/picture_reader.h"
@@ -12,63 +11,91 @@
 namespace velq {
 namespace {
 
-std::string picture_file(const std::string& dir) {
-    const std::string path = dir + "/in.png";
-    const UBUFFER pic = test::make_picture(48, 32, [](int x, int y) {
-        return (x - 24) * (x - 24) + (y - 16) * (y - 16) < 100 ? 0xFFF0C020u : 0xFF2040A0u;
-    });
-    EXPECT_EQ(write_picture(path, pic, 200), PictureError::None);
-    return path;
+namespace fs = std::filesystem;
+
+nlohmann::json info_of(const std::string& path) {
+    const test::CliResult r = test::run_cli({"info", path, "--json"});
+    EXPECT_EQ(r.exit_code, 0) << r.err;
+    return r.exit_code == 0 ? nlohmann::json::parse(r.out) : nlohmann::json{};
 }
 
-TEST(RenderCli, RendersAndTheResultCarriesItsSettings) {
-    const std::string dir = test::temp_dir("render-cli");
-    const std::string in = picture_file(dir);
-    const std::string out = dir + "/art.png";
-    const test::CliResult r =
-        test::run_cli({"render", in, "-o", out, "--quiet", "--int", "3", "--thr", "12", "--layer",
-                       "1:palette=Neon Cyber,size=80", "--background", "102030", "--shapes",
-                       std::string("1=") + VELQ_DATA_DIR + "/shapes/star.png"});
-    ASSERT_EQ(r.exit_code, 0) << r.err;
-    const PictureRead back = read_picture(out);
-    ASSERT_TRUE(back);
-    EXPECT_EQ(back.picture.width(), 47 * 3 + 1);
-    EXPECT_EQ(back.dpi, 200);
+// A source picture and a first result made from it with options of every group.
+struct Files {
+    std::string dir = test::temp_dir("render-cli");
+    std::string source = dir + "/source.png", other = dir + "/other.png", first = dir + "/first.png";
+    Files() {
+        auto picture = [](std::uint32_t a, std::uint32_t b) {
+            return test::make_picture(40, 30, [=](int x, int y) { return (x / 10 + y / 10) % 2 ? a : b; });
+        };
+        EXPECT_EQ(write_picture(source, picture(0xFFE04010u, 0xFF1030C0u), 150), PictureError::None);
+        EXPECT_EQ(write_picture(other, picture(0xFF20C060u, 0xFFF0F0F0u), 72), PictureError::None);
+        const std::string star = std::string("1=") + VELQ_DATA_DIR + "/shapes/star.png";
+        const test::CliResult r =
+            test::run_cli({"render",   source,         "-o",     first,     "--int",
+                           "2",        "--blu",        "0",      "--thr",   "14",
+                           "--max",    "0.05",         "--min",  "0.0125",  "--width",
+                           "160",      "--background", "102030", "--layer", "1:palette=7,size=70,invert",
+                           "--shapes", star,           "--seed", "5"});
+        EXPECT_EQ(r.exit_code, 0) << r.err;
+    }
+    ~Files() { fs::remove_all(dir); }
+};
 
-    const test::CliResult info = test::run_cli({"info", out, "--json"});
-    ASSERT_EQ(info.exit_code, 0) << info.err;
-    const auto j = nlohmann::json::parse(info.out);
-    EXPECT_EQ(j["version"], 4);
-    EXPECT_EQ(j["int"], 3);
-    EXPECT_EQ(j["thr"], 12);
-    EXPECT_EQ(j["layers"][1]["palette"], 7);
-    EXPECT_EQ(j["layers"][1]["size"], 80);
+TEST(RenderCli, TheResultCarriesItsSettingsAndRendersAgainTheSame) {
+    Files f;
+    const PictureRead first = read_picture(f.first);
+    ASSERT_TRUE(first);
+    EXPECT_EQ(first.picture.width(), 160);
+    EXPECT_EQ(first.dpi, 150);
+    EXPECT_EQ(first.picture.at(0, 0, 0), 0x30) << "--background shows between the shapes";
+    EXPECT_EQ(first.picture.at(0, 0, 1), 0x20);
+    EXPECT_EQ(first.picture.at(0, 0, 2), 0x10);
+    // The block holds no background: the line gives it again.
+
+    const std::string again = f.dir + "/again.png";
+    const test::CliResult r = test::run_cli(
+        {"render", "--settings", f.first, "-o", again, "--seed", "5", "--background", "102030"});
+    ASSERT_EQ(r.exit_code, 0) << r.err;
+    const PictureRead second = read_picture(again);
+    ASSERT_TRUE(second);
+    ASSERT_TRUE(second.picture.same_shape(first.picture));
+    EXPECT_TRUE(
+        std::equal(first.picture.data(), first.picture.data() + first.picture.size(), second.picture.data()));
+    const auto j = info_of(again);
+    EXPECT_EQ(j, info_of(f.first));
+    EXPECT_EQ(j["int"], 2);
+    EXPECT_EQ(j["thr"], 14);
+    EXPECT_EQ(j["source"], fs::absolute(f.source).lexically_normal().string());
     ASSERT_EQ(j["layers"][1]["shapes"].size(), 1u);
 }
 
-TEST(RenderCli, CirclesAsJsonAndSvg) {
-    const std::string dir = test::temp_dir("circles-cli");
-    const std::string in = picture_file(dir);
-    ASSERT_EQ(test::run_cli({"circles", in, "-o", dir + "/c.json", "--quiet", "--int", "2"}).exit_code, 0);
-    std::ifstream json_file(dir + "/c.json");
-    const auto j = nlohmann::json::parse(json_file);
-    const double w = j["width"], h = j["height"];
-    EXPECT_EQ(w, 95);
-    ASSERT_FALSE(j["circles"].empty());
-    for (const auto& c : j["circles"]) {
-        const double x = c["x"], y = c["y"], rad = c["r"];
-        EXPECT_GE(x - rad, -1e-9);
-        EXPECT_LE(x + rad, w + 1e-9);
-        EXPECT_GE(y - rad, -1e-9);
-        EXPECT_LE(y + rad, h + 1e-9);
-        EXPECT_EQ(c["color"].size(), 4u);
+TEST(RenderCli, AnInputTakesTheSettingsAndTheLineOverridesThem) {
+    Files f;
+    // The block over another picture, options over the block, size and resolution on the line.
+    const struct {
+        int thr, width, dpi, palette;
+        std::string source;
+        std::vector<std::string> args;
+    } cases[] = {
+        {14, 79, 72, 7, f.other, {f.other, "--settings", f.first}},
+        {30, 160, 150, 2, f.source, {"--settings", f.first, "--thr", "30", "--layer", "1:palette=2"}},
+        {14, 120, 300, 7, f.source, {"--settings", f.first, "--width", "120", "--dpi", "300"}}};
+    for (const auto& c : cases) {
+        const std::string out = f.dir + "/out.png";
+        std::vector<std::string> args = {"render", "-o", out};
+        args.insert(args.end(), c.args.begin(), c.args.end());
+        const test::CliResult r = test::run_cli(args);
+        ASSERT_EQ(r.exit_code, 0) << c.args.back() << ": " << r.err;
+        const auto j = info_of(out);
+        EXPECT_EQ(j["thr"], c.thr) << c.args.back();
+        EXPECT_EQ(j["max"], 0.05) << c.args.back();
+        EXPECT_EQ(j["width"], c.width) << c.args.back();
+        EXPECT_EQ(j["dpi"], c.dpi) << c.args.back();
+        EXPECT_EQ(j["layers"][1]["palette"], c.palette) << c.args.back();
+        EXPECT_EQ(j["layers"][1]["size"], 70) << c.args.back();
+        EXPECT_EQ(j["layers"][1]["invert"], true) << c.args.back();
+        EXPECT_EQ(j["source"], fs::absolute(c.source).lexically_normal().string()) << c.args.back();
     }
-    ASSERT_EQ(test::run_cli({"circles", in, "-o", dir + "/c.svg", "--quiet", "--int", "2"}).exit_code, 0);
-    std::ifstream svg(dir + "/c.svg");
-    const std::string text((std::istreambuf_iterator<char>(svg)), {});
-    EXPECT_NE(text.find("<svg"), std::string::npos);
-    EXPECT_EQ(std::size_t(std::count(text.begin(), text.end(), '\n')), j["circles"].size() + 4);
-    EXPECT_EQ(test::run_cli({"circles", in, "-o", dir + "/c.txt"}).exit_code, 2);
 }
 
 }  // namespace

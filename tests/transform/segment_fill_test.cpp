@@ -56,7 +56,7 @@ Packed pack(test::RecordingHost& host, double min_size = 0.01, double max_size =
     Packed p;
     UBUFFER pic = scene();
     EXPECT_TRUE(vectorize(pic, 1, 20, host, {p.pieces, p.segments, p.map}));
-    p.count = fill_circle_algo2(p.segments, {min_size, max_size, gap}, 60, 48, host);
+    p.count = fill_circle_algo2(p.segments, {min_size, max_size, gap}, 60, 48, host).value_or(0);
     return p;
 }
 
@@ -111,7 +111,7 @@ TEST(SegmentFill, DisabledSegmentsAreNotPackedAndStopKeepsFractions) {
     Packed p = pack(host);
     ASSERT_FALSE(p.segments.empty());
     p.segments[0].enabled = false;
-    const std::size_t count = fill_circle_algo2(p.segments, {0.01, 0.08, 1}, 60, 48, host);
+    const std::size_t count = fill_circle_algo2(p.segments, {0.01, 0.08, 1}, 60, 48, host).value_or(0);
     EXPECT_TRUE(p.segments[0].circles.empty());
     EXPECT_LT(count, p.count);
     host.stop = true;

@@ -1,0 +1,85 @@
+#include <gtest/gtest.h>
+
+#include <fstream>
+#include <regex>
+#include <set>
+#include <sstream>
+
+#include <nlohmann/json.hpp>
+
+#include "image/picture_writer.h"
+#include "support/pictures.h"
+#include "support/run_cli.h"
+
+namespace velq {
+namespace {
+
+std::string read_all(const std::string& path) {
+    std::ifstream in(path, std::ios::binary);
+    std::stringstream s;
+    s << in.rdbuf();
+    return s.str();
+}
+
+std::set<std::string> keys_of(const nlohmann::json& object) {
+    std::set<std::string> keys;
+    for (const auto& [key, value] : object.items()) keys.insert(key);
+    return keys;
+}
+
+// Both transforms write one JSON layout, and the SVG of the same run holds the same circles.
+TEST(CirclesCli, BothTransformsWriteOneFormatAndTheSvgHoldsTheSameCircles) {
+    const std::string dir = test::temp_dir("circles-format");
+    const std::string in = dir + "/in.png";
+    const UBUFFER pic = test::make_picture(50, 36, [](int x, int y) {
+        const int dx = x - 18, dy = y - 16;
+        return dx * dx + dy * dy < 120 ? 0xFFE0C040u : x < 32 ? 0xFF2050A0u : 0xFF30A050u;
+    });
+    ASSERT_EQ(write_picture(in, pic, 96), PictureError::None);
+    const std::set<std::string> top = {"format", "transform", "width", "height", "circles", "segments"};
+    const std::set<std::string> circle = {"x", "y", "radius", "colour", "segment"};
+    const std::set<std::string> segment = {"index", "colour", "outline", "children"};
+    for (const std::string transform : {"normal", "vectorize"}) {
+        const std::vector<std::string> args = {"circles", in,     "--int",       "3",
+                                               "--max",   "0.06", "--transform", transform};
+        std::vector<std::string> to_json = args, to_svg = args;
+        to_json.insert(to_json.end(), {"-o", dir + "/c.json"});
+        to_svg.insert(to_svg.end(), {"-o", dir + "/c.svg"});
+        const test::CliResult r = test::run_cli(to_json);
+        ASSERT_EQ(r.exit_code, 0) << r.err;
+        EXPECT_TRUE(r.out.empty()) << "nothing but requested output goes to stdout";
+        ASSERT_EQ(test::run_cli(to_svg).exit_code, 0);
+
+        const nlohmann::json j = nlohmann::json::parse(read_all(dir + "/c.json"));
+        EXPECT_EQ(keys_of(j), top) << transform;
+        EXPECT_EQ(j["format"], "velquino-circles-1");
+        EXPECT_EQ(j["transform"], transform);
+        EXPECT_EQ(j["width"], 148);  // (50 - 1) * 3 + 1
+        EXPECT_EQ(j["height"], 106);
+        EXPECT_EQ(j["segments"].empty(), transform == "normal");
+        for (const auto& s : j["segments"]) EXPECT_EQ(keys_of(s), segment);
+        const std::string svg = read_all(dir + "/c.svg");
+        EXPECT_NE(svg.find("width=\"148\" height=\"106\" viewBox=\"0 0 148 106\""), std::string::npos);
+        const std::regex svg_circle(
+            "<circle cx=\"([^\"]+)\" cy=\"([^\"]+)\" r=\"([^\"]+)\" fill=\"#([0-9a-f]{6})\"/>");
+        auto it = std::sregex_iterator(svg.begin(), svg.end(), svg_circle);
+        ASSERT_GT(j["circles"].size(), 20u) << transform;
+        for (const auto& c : j["circles"]) {
+            EXPECT_EQ(keys_of(c), circle) << transform;
+            EXPECT_EQ(c["segment"].is_null(), transform == "normal");
+            ASSERT_NE(it, std::sregex_iterator()) << transform << ": fewer circles in the SVG";
+            const std::smatch& m = *it++;
+            EXPECT_EQ(std::stod(m[1]), c["x"].get<double>());
+            EXPECT_EQ(std::stod(m[2]), c["y"].get<double>());
+            EXPECT_EQ(std::stod(m[3]), c["radius"].get<double>());
+            const auto rgb = c["colour"].get<std::vector<int>>();
+            char hex[8];
+            std::snprintf(hex, sizeof hex, "%02x%02x%02x", rgb[0], rgb[1], rgb[2]);
+            EXPECT_EQ(m[4].str(), hex);
+        }
+        EXPECT_EQ(it, std::sregex_iterator()) << transform << ": more circles in the SVG";
+    }
+}
+
+}  // namespace
+}  // namespace velq

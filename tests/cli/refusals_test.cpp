@@ -1,0 +1,85 @@
+#include <gtest/gtest.h>
+
+#include <filesystem>
+#include <fstream>
+
+#include "image/picture_writer.h"
+#include "support/pictures.h"
+#include "support/run_cli.h"
+
+namespace velq {
+namespace {
+
+namespace fs = std::filesystem;
+
+// Every refusal, whichever subcommand meets it: exit 1 with the system's message for a refused
+// operation, exit 2 for a usage error, and no output file, while a file already under that name
+// keeps its content.
+TEST(CliRefusals, ExitWithTheReasonAndLeaveNoFile) {
+    const std::string dir = test::temp_dir("cli-refusals");
+    const std::string in = dir + "/in.png";
+    ASSERT_EQ(write_picture(in, test::noise_picture(40, 30, 3), 96), PictureError::None);
+    const std::string png = dir + "/out.png", json = dir + "/out.json", svg = dir + "/out.svg",
+                      mp4 = dir + "/out.mp4", social = dir + "/SocialMedia";
+    const std::string minmax = "Velquinograph: Invalid MAX, MIN value in fill_circle_algo1()\n";
+    const std::string k_mean = "Velquinograph: Invalid K-Mean value. It must be larger than 1\n";
+    const struct {
+        std::vector<std::string> args;
+        std::string output;  // must not appear, or keep its content when `existing`
+        int code;
+        std::string says;
+        bool existing = false;
+    } cases[] = {
+        {{"filter", in, "-o", png, "--filter", "k-mean", "--k", "1"}, png, 1, k_mean},
+        {{"filter", in, "-o", png, "--filter", "k-mean", "--k", "1"}, png, 1, k_mean, true},
+        {{"filter", dir + "/none.png", "-o", png}, png, 1, "Velquinograph: "},
+        {{"circles", in, "-o", json, "--min", "0.03", "--max", "0.02"}, json, 1, minmax},
+        {{"circles", in, "-o", svg, "--min", "0.03", "--max", "0.02", "--transform", "vectorize"},
+         svg,
+         1,
+         "Velquinograph: Invalid MAX, MIN value in fill_circle_algo2()\n"},
+        {{"render", in, "-o", png, "--min", "0.03", "--max", "0.02"}, png, 1, minmax},
+        {{"render", in, "-o", png, "--shapes", "2=" + in}, png, 1, "Velquinograph: Too small shape image"},
+        {{"render", in, "-o", png, "--logo-image", dir + "/none.png"}, png, 1, "valid image path!"},
+        {{"render", "--settings", in, "-o", png}, png, 1, "Velquinograph: No metadata found!\n"},
+        {{"frame", in, "-o", png, "--time", "99"}, png, 1, "Velquinograph: Invalid timestamp"},
+        {{"frame", in, "-o", png, "--time", "0", "--min", "0.03", "--max", "0.02"}, png, 1, minmax},
+        {{"video", in, "-o", mp4, "--filter", "k-mean", "--k", "1"}, mp4, 1, k_mean},
+        {{"social", in}, social, 1, "Velquinograph: Unable to find a metadata in " + in + "\n"},
+        {{"info", in}, "", 1, "Velquinograph: No metadata found!\n"},
+        {{"filter", in, "-o", png, "--filter", "prism"}, png, 2, "prism"},
+        {{"filter", in, "-o", png, "--filter", "broken-glass"}, png, 2, "broken-glass"},
+        {{"filter", in, "-o", png, "--memory", "20M"}, png, 2, "--memory"},
+        {{"circles", in, "-o", dir + "/out.png"}, png, 2, ".json or .svg"},
+        {{"circles", in, "-o", json, "--transform", "alphabet"}, json, 2, "--transform"},
+        {{"render", in, "-o", dir + "/out.gif"}, dir + "/out.gif", 2, ".png, .jpg, .jpeg or .bmp"},
+        {{"render", "-o", png}, png, 2, "INPUT is required"},
+        {{"render", in, "-o", png, "--shapes", "0=" + in}, png, 2, "I=PATH"},
+        {{"render", in, "-o", png, "--logo-text", "a", "--logo-image", in}, png, 2, "not both"},
+        {{"video", in, "-o", mp4, "--fit", "cover"}, mp4, 2, "--fit"},
+        {{"video", in, "-o", mp4, "--size", "64"}, mp4, 2, "--size"},
+        {{"video", in, "-o", mp4, "--layer", "1:motion=spin"}, mp4, 2, "spin"},
+        {{"video", in, "-o", mp4, "--layer", "1:start=-1"}, mp4, 2, "start"},
+        {{"social", in, "--fit", "none"}, social, 2, "--fit"},
+        {{"info"}, "", 2, "FILE"},
+    };
+    for (const auto& c : cases) {
+        const std::string what = c.args[0] + " " + c.args.back();
+        if (c.existing) std::ofstream(c.output) << "earlier result";
+        const test::CliResult r = test::run_cli(c.args);
+        EXPECT_EQ(r.exit_code, c.code) << what << "\n" << r.err;
+        EXPECT_NE(r.err.find(c.says), std::string::npos) << what << "\n" << r.err;
+        if (c.output.empty()) continue;
+        if (c.existing) {
+            std::string kept;
+            std::getline(std::ifstream(c.output), kept);
+            EXPECT_EQ(kept, "earlier result") << what;
+            fs::remove(c.output);
+        }
+        EXPECT_FALSE(fs::exists(c.output)) << what;
+    }
+    EXPECT_EQ(std::distance(fs::directory_iterator(dir), fs::directory_iterator()), 1) << "no temporary left";
+}
+
+}  // namespace
+}  // namespace velq
