@@ -77,24 +77,6 @@ TEST(BrushSize, BandBordersAndInnerSquaresChangeNothing) {
     }
 }
 
-TEST(BrushSize, ThresholdEqualityPasses) {
-    // Centre 100, neighbours 100 + d in one channel: sizes differ exactly at d = thr.
-    struct Case {
-        int d;
-        double thr;
-        unsigned want;
-    };
-    test::RecordingHost host;
-    for (const Case c : {Case{20, 20, 4}, Case{21, 20, 1}, Case{-20, 20, 4}, Case{0, 0, 4}, Case{1, 0, 1},
-                         Case{5, 4.5, 1}, Case{4, 4.5, 4}}) {
-        const UBUFFER pic = test::make_picture(9, 9, [&](int x, int y) {
-            const int v = (x == 4 && y == 4) ? 100 : 100 + c.d;
-            return 0xFF000000u | std::uint32_t(v) << 8;
-        });
-        EXPECT_EQ(get_brush_size(host, pic, c.thr, 10, 0).at(4, 4), c.want) << c.d << " thr " << c.thr;
-    }
-}
-
 TEST(BrushSize, ReportsItsStageAndStops) {
     const UBUFFER pic = test::generated_picture(test::PictureKind::Photo, 80, 60, 3);
     test::RecordingHost host;
