@@ -1,4 +1,5 @@
 #include <filesystem>
+#include <memory>
 #include <string>
 #include <vector>
 
@@ -8,6 +9,7 @@
 #include "support/recording_host.h"
 #include "support/video_read_back.h"
 #include "video/encoder.h"
+#include "video/gif_writer.h"
 
 namespace velq {
 namespace {
@@ -48,6 +50,8 @@ std::vector<std::string> folder_entries(const std::string& dir) {
     return names;
 }
 
+// Both sinks refuse empty sizes with the diagnostic and the message, and leave nothing behind; nor
+// does a sink abandoned after it started.
 TEST(Encoder, RefusesEmptySizesWithTheDiagnosticAndTheMessage) {
     const std::string dir = test::temp_dir("enc-size");
     struct Case {
@@ -56,13 +60,19 @@ TEST(Encoder, RefusesEmptySizesWithTheDiagnosticAndTheMessage) {
     } cases[] = {{0, 480, "Invalid encoding size! width = 0, height = 480\n"},
                  {640, 0, "Invalid encoding size! width = 640, height = 0\n"},
                  {-4, -2, "Invalid encoding size! width = -4, height = -2\n"}};
-    for (const Case& c : cases) {
-        test::RecordingHost host;
-        Encoder enc(host);
-        testing::internal::CaptureStderr();
-        EXPECT_EQ(enc.init_video(dir + "/a.mp4", c.w, c.h), -1);
-        EXPECT_EQ(testing::internal::GetCapturedStderr(), c.line);
-        EXPECT_EQ(host.messages(), std::vector<std::string>{"Failed to initialize an encoder"});
+    for (const char* name : {"/a.mp4", "/a.gif"}) {
+        for (const Case& c : cases) {
+            test::RecordingHost host;
+            std::unique_ptr<VideoSink> sink = std::string(name).ends_with(".gif")
+                                                  ? std::unique_ptr<VideoSink>(new GifWriter(host))
+                                                  : std::unique_ptr<VideoSink>(new Encoder(host));
+            testing::internal::CaptureStderr();
+            EXPECT_EQ(sink->init_video(dir + name, c.w, c.h), -1) << name;
+            EXPECT_EQ(testing::internal::GetCapturedStderr(), c.line) << name;
+            EXPECT_EQ(host.messages(), std::vector<std::string>{"Failed to initialize an encoder"}) << name;
+            ASSERT_EQ(sink->init_video(dir + name, 16, 16), 0) << name;
+            sink->abandon();
+        }
     }
     EXPECT_TRUE(folder_entries(dir).empty());
 }
