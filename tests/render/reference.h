@@ -12,23 +12,16 @@
 
 namespace velq::test {
 
-// fill_shape done the direct way.
-inline void reference_fill_shape(Host& host, const Placement& p, UBUFFER& buffer, int g) {
-    const double r = p.radius;
-    const int d = int(2 * r + 0.5);
-    if (d <= 0) return;
-    const double left = p.x - r, top = p.y - r, k = p.brightness / 100;
-    UBUFFER rz;
-    rz.allocate(d, d, 4);
-    resize_channel(host, p.shape->shade_plane, 0, rz, 0);
-    resize_channel(host, p.shape->mask_plane, 0, rz, 3);
+// The blend written as the formula reads: stencil st (shade, opacity) of side d placed at the
+// circle's left and top edges.
+inline void reference_blend(const Circle& p, const UBUFFER& st, UBUFFER& buffer, int g) {
+    const double left = p.x - p.radius, top = p.y - p.radius, k = p.brightness / 100;
     const double tint[3] = {p.paint.c2, p.paint.c1, p.paint.c0};  // blue, green, red bytes
-    for (int j = 0; j < d; ++j) {
-        for (int i = 0; i < d; ++i) {
+    for (int j = 0; j < st.height(); ++j) {
+        for (int i = 0; i < st.width(); ++i) {
             const int tx = int(left + i), ty = int(top + j);
-            if (!buffer.inside(tx, ty)) continue;
-            const int m = rz.at(i, j, 3), s = rz.at(i, j, 0);
-            if (m == 0) continue;
+            const int m = st.at(i, j, 1), s = st.at(i, j, 0);
+            if (!buffer.inside(tx, ty) || m == 0) continue;
             const double t = p.transparency * m / 255.0;
             for (int ch = 0; ch < 3; ++ch) {
                 const int o = buffer.at(tx, ty, ch);
@@ -38,6 +31,21 @@ inline void reference_fill_shape(Host& host, const Placement& p, UBUFFER& buffer
             buffer.at(tx, ty, 3) = 255;
         }
     }
+}
+
+// The shape's planes resized to side d by the image code's plane resize.
+inline UBUFFER reference_stencil(Host& host, const SHAPE& shape, int d) {
+    UBUFFER st;
+    st.allocate(d, d, 2);
+    resize_channel(host, shape.shade_plane, 0, st, 0);
+    resize_channel(host, shape.mask_plane, 0, st, 1);
+    return st;
+}
+
+// fill_shape done the direct way.
+inline void reference_fill_shape(Host& host, const Circle& p, UBUFFER& buffer, int g) {
+    const int d = int(2 * p.radius + 0.5);
+    if (d > 0) reference_blend(p, reference_stencil(host, *p.shape, d), buffer, g);
 }
 
 // A shape whose shade and opacity at (x, y) are given (before the tone), toned with B and T.

@@ -1,6 +1,7 @@
 // Pictures and label maps drawn as text in the segmentation tests: one character a pixel.
 #pragma once
 
+#include <algorithm>
 #include <string>
 #include <vector>
 
@@ -11,24 +12,11 @@ namespace velq::test {
 
 // '.' white, '#' black, 'r' red, 'g' green, 'b' blue, 'y' yellow; anything else grey.
 inline UBUFFER art_picture(const std::vector<std::string>& rows) {
-    return make_picture(int(rows[0].size()), int(rows.size()), [&](int x, int y) -> std::uint32_t {
-        switch (rows[y][x]) {
-            case '.':
-                return 0xFFFFFFFFu;
-            case '#':
-                return 0xFF000000u;
-            case 'r':
-                return 0xFFFF0000u;
-            case 'g':
-                return 0xFF00FF00u;
-            case 'b':
-                return 0xFF0000FFu;
-            case 'y':
-                return 0xFFFFFF00u;
-            default:
-                return 0xFF808080u;
-        }
-    });
+    static const std::string keys = ".#rgby";
+    static const std::uint32_t colours[] = {0xFFFFFFFFu, 0xFF000000u, 0xFFFF0000u, 0xFF00FF00u,
+                                            0xFF0000FFu, 0xFFFFFF00u, 0xFF808080u};
+    return make_picture(int(rows[0].size()), int(rows.size()),
+                        [&](int x, int y) { return colours[std::min(keys.find(rows[y][x]), keys.size())]; });
 }
 
 // A label map whose cell is the digit of the character ('.' is 0).

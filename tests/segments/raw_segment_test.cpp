@@ -11,44 +11,39 @@ std::uint32_t grey(int v) {
     return 0xFF000000u | (std::uint32_t(v) * 0x010101u);
 }
 
-TEST(RawSegments, FlatPictureIsOneSegmentHoldingEveryPixelOnce) {
-    test::RecordingHost host;
-    UBUFFER pic = test::flat_picture(7, 5, 0xFF336699u);
-    auto segs = generate_raw_segments(pic, 20, host);
-    ASSERT_EQ(segs.size(), 1u);
-    EXPECT_EQ(segs[0].pixels.size(), 35u);
-    // Stored red, green, blue, alpha.
-    EXPECT_DOUBLE_EQ(segs[0].mean[0], 0x33);
-    EXPECT_DOUBLE_EQ(segs[0].mean[1], 0x66);
-    EXPECT_DOUBLE_EQ(segs[0].mean[2], 0x99);
-    EXPECT_DOUBLE_EQ(segs[0].mean[3], 0xFF);
-    EXPECT_EQ(host.titles().front(), "Velquinograph (Generating raw segments...)");
-    EXPECT_EQ(host.titles().back(), "Velquinograph");
-}
-
+// Segments grow four-way from each unclaimed pixel while a pixel lies within THR (inclusive) of the
+// running mean, not of its neighbour; every pixel takes its segment's truncated mean.
 TEST(RawSegments, GrowFollowsRunningMeanWithInclusiveThreshold) {
     struct Case {
         const char* name;
-        std::vector<int> row;
+        std::vector<std::vector<int>> rows;
         double thr;
         std::vector<std::size_t> sizes;
-        std::vector<int> flat;
+        std::vector<int> flat;  // the first row afterwards
     } cases[] = {
+        {"flat",
+         std::vector<std::vector<int>>(5, std::vector<int>(7, 0x66)),
+         20,
+         {35},
+         std::vector<int>(7, 0x66)},
         // 110 is exactly THR from 100 and joins; the mean moves to 105 and 125 is 20 away.
-        {"inclusive", {100, 110, 125}, 10, {2, 1}, {105, 105, 125}},
-        {"just over", {100, 111, 125}, 10, {1, 1, 1}, {100, 111, 125}},
+        {"inclusive", {{100, 110, 125}}, 10, {2, 1}, {105, 105, 125}},
+        {"just over", {{100, 111, 125}}, 10, {1, 1, 1}, {100, 111, 125}},
         // 100, 108 -> mean 104; 116 is 12 away from it but 8 from 108: the mean decides.
-        {"mean not neighbour", {100, 108, 116}, 10, {2, 1}, {104, 104, 116}},
-        {"thr zero", {7, 7, 8}, 0, {2, 1}, {7, 7, 8}},
+        {"mean not neighbour", {{100, 108, 116}}, 10, {2, 1}, {104, 104, 116}},
+        {"thr zero", {{7, 7, 8}}, 0, {2, 1}, {7, 7, 8}},
+        {"corners do not connect", {{0, 255}, {255, 0}}, 20, {1, 1, 1, 1}, {0, 255}},
     };
     for (const Case& c : cases) {
+        SCOPED_TRACE(c.name);
         test::RecordingHost host;
-        UBUFFER pic = test::make_picture(int(c.row.size()), 1, [&](int x, int) { return grey(c.row[x]); });
+        UBUFFER pic = test::make_picture(int(c.rows[0].size()), int(c.rows.size()),
+                                         [&](int x, int y) { return grey(c.rows[y][x]); });
         auto segs = generate_raw_segments(pic, c.thr, host);
-        ASSERT_EQ(segs.size(), c.sizes.size()) << c.name;
-        for (std::size_t i = 0; i < segs.size(); ++i) EXPECT_EQ(segs[i].pixels.size(), c.sizes[i]) << c.name;
-        for (int x = 0; x < int(c.row.size()); ++x)
-            EXPECT_EQ(pic.at(x, 0, 1), c.flat[x]) << c.name << " x=" << x;
+        std::vector<std::size_t> sizes;
+        for (const auto& s : segs) sizes.push_back(s.pixels.size());
+        EXPECT_EQ(sizes, c.sizes);
+        for (int x = 0; x < int(c.flat.size()); ++x) EXPECT_EQ(pic.at(x, 0, 1), c.flat[x]) << x;
     }
 }
 
@@ -72,32 +67,19 @@ TEST(RawSegments, DuplicatePopsWeighInTheMeanAndAreRemovedFromTheList) {
         for (int x = 0; x < 2; ++x) EXPECT_EQ(pic.at(x, y, 0), 8);  // truncated, not rounded
 }
 
-TEST(RawSegments, ConnectivityIsFourWay) {
-    // Two black pixels touching only at a corner, on white: four segments.
-    test::RecordingHost host;
-    UBUFFER pic = test::make_picture(2, 2, [](int x, int y) { return x == y ? grey(0) : grey(255); });
-    auto segs = generate_raw_segments(pic, 20, host);
-    EXPECT_EQ(segs.size(), 4u);
-}
-
-TEST(RawSegments, ZeroThresholdOnNoiseGivesAboutOneSegmentPerPixel) {
-    test::RecordingHost host;
-    UBUFFER pic = test::noise_picture(40, 30, 7);
-    auto segs = generate_raw_segments(pic, 0, host);
-    EXPECT_GE(segs.size(), 1190u);
-    std::size_t total = 0;
-    for (const auto& s : segs) total += s.pixels.size();
-    EXPECT_EQ(total, 1200u);
-}
-
-TEST(RawSegments, EveryPixelCarriesItsSegmentsTruncatedMean) {
-    test::RecordingHost host;
-    UBUFFER pic = test::noise_picture(23, 17, 3);
-    auto segs = generate_raw_segments(pic, 60, host);
-    for (const auto& s : segs) {
-        const double bgra[4] = {s.mean[2], s.mean[1], s.mean[0], s.mean[3]};
-        for (const Pixel& p : s.pixels)
-            for (int k = 0; k < 4; ++k) ASSERT_EQ(pic.at(p.x, p.y, k), int(bgra[k]));
+TEST(RawSegments, EveryPixelOnceCarryingItsSegmentsTruncatedMean) {
+    for (const double thr : {0.0, 60.0}) {
+        test::RecordingHost host;
+        UBUFFER pic = test::noise_picture(23, 17, 3);
+        auto segs = generate_raw_segments(pic, thr, host);
+        std::size_t total = 0;
+        for (const auto& s : segs) {
+            total += s.pixels.size();
+            const double bgra[4] = {s.mean[2], s.mean[1], s.mean[0], s.mean[3]};  // stored red first
+            for (const Pixel& p : s.pixels)
+                for (int k = 0; k < 4; ++k) ASSERT_EQ(pic.at(p.x, p.y, k), int(bgra[k])) << thr;
+        }
+        EXPECT_EQ(total, 23u * 17u) << thr;
     }
 }
 

@@ -53,72 +53,27 @@ TEST(BrushSize, EqualsTheRingScanOnGeneratedPictures) {
     }
 }
 
-TEST(BrushSize, BandBordersChangeNothing) {
-    // Bands of 16 rows (the smallest), so rings cross many band borders and threads share the work.
+// Bands of 16 rows (the smallest), so rings cross many band borders and threads share the work; and
+// dots right next to every pixel or sparse, which the rings inside minpx never see.
+TEST(BrushSize, BandBordersAndInnerSquaresChangeNothing) {
     test::RecordingHost host;
     for (test::PictureKind kind :
          {test::PictureKind::Photo, test::PictureKind::Blocks, test::PictureKind::Flat}) {
         const UBUFFER pic = test::generated_picture(kind, 90, 140, 11);
-        for (int minpx : {0, 2}) {
-            const IBUFFER banded = detail::get_brush_size(host, pic, 24, 21, minpx, 1);
-            EXPECT_TRUE(same_map(banded, ring_scan(pic, 24, 21, minpx)))
+        for (int minpx : {0, 2})
+            EXPECT_TRUE(
+                same_map(detail::get_brush_size(host, pic, 24, 21, minpx, 1), ring_scan(pic, 24, 21, minpx)))
                 << test::kind_name(kind) << " " << minpx;
-        }
     }
-}
-
-TEST(BrushSize, InnerSquareFailuresAreIgnored) {
-    // Dots right next to every pixel but nothing further out: with minpx 1 or 2 the rings never see
-    // them, with minpx 0 the first ring stops at once.
-    const UBUFFER pic = test::make_picture(
+    const UBUFFER dots = test::make_picture(
         60, 50, [](int x, int y) { return (x % 2 == 0 && y % 2 == 0) ? 0xFF102030u : 0xFF808080u; });
-    test::RecordingHost host;
-    for (int minpx : {0, 1, 2, 3})
-        EXPECT_TRUE(same_map(get_brush_size(host, pic, 20, 30, minpx), ring_scan(pic, 20, 30, minpx)))
-            << "minpx " << minpx;
     const UBUFFER sparse = test::make_picture(
         70, 70, [](int x, int y) { return (x % 9 == 4 && y % 7 == 3) ? 0xFFFF0000u : 0xFF0000FFu; });
-    for (int minpx : {1, 2, 4, 6})
+    for (int minpx : {0, 1, 2, 3, 4, 6}) {
+        EXPECT_TRUE(same_map(get_brush_size(host, dots, 20, 30, minpx), ring_scan(dots, 20, 30, minpx)))
+            << minpx;
         EXPECT_TRUE(same_map(get_brush_size(host, sparse, 10, 34, minpx), ring_scan(sparse, 10, 34, minpx)))
-            << "sparse minpx " << minpx;
-}
-
-TEST(BrushSize, FlatColourReachesTheBorderCappedBelowMaxpx) {
-    struct Case {
-        int maxpx, minpx;
-    };
-    const UBUFFER pic = test::flat_picture(30, 20, 0xFF336699u);
-    test::RecordingHost host;
-    for (const Case c : {Case{50, 0}, Case{6, 0}, Case{6, 2}, Case{3, 2}, Case{2, 0}, Case{50, 12}}) {
-        const IBUFFER map = get_brush_size(host, pic, 0, c.maxpx, c.minpx);
-        const int s0 = std::max(c.minpx, 1);
-        for (int y = 0; y < 20; ++y) {
-            for (int x = 0; x < 30; ++x) {
-                const int border = std::min({x, y, 29 - x, 19 - y});
-                const int reach = std::min(border, c.maxpx - 1);
-                const int want = reach > c.minpx ? reach : s0;
-                ASSERT_EQ(int(map.at(x, y)), want)
-                    << x << "," << y << " maxpx " << c.maxpx << " minpx " << c.minpx;
-            }
-        }
-    }
-}
-
-TEST(BrushSize, ThresholdEqualityPasses) {
-    // Centre 100, neighbours 100 + d in one channel: sizes differ exactly at d = thr.
-    struct Case {
-        int d;
-        double thr;
-        unsigned want;
-    };
-    test::RecordingHost host;
-    for (const Case c : {Case{20, 20, 4}, Case{21, 20, 1}, Case{-20, 20, 4}, Case{0, 0, 4}, Case{1, 0, 1},
-                         Case{5, 4.5, 1}, Case{4, 4.5, 4}}) {
-        const UBUFFER pic = test::make_picture(9, 9, [&](int x, int y) {
-            const int v = (x == 4 && y == 4) ? 100 : 100 + c.d;
-            return 0xFF000000u | std::uint32_t(v) << 8;
-        });
-        EXPECT_EQ(get_brush_size(host, pic, c.thr, 10, 0).at(4, 4), c.want) << c.d << " thr " << c.thr;
+            << minpx;
     }
 }
 
@@ -127,12 +82,10 @@ TEST(BrushSize, ReportsItsStageAndStops) {
     test::RecordingHost host;
     const IBUFFER map = get_brush_size(host, pic, 20, 10, 0);
     ASSERT_TRUE(map);
-    const auto titles = host.titles();
-    ASSERT_EQ(titles.size(), 2u);
-    EXPECT_EQ(titles[0], "Velquinograph (Getting brush size...)");
-    EXPECT_EQ(titles[1], "Velquinograph");
+    EXPECT_EQ(host.titles(),
+              (std::vector<std::string>{"Velquinograph (Getting brush size...)", "Velquinograph"}));
     const auto percents = host.percents();
-    ASSERT_FALSE(percents.empty());
+    ASSERT_GE(percents.size(), 2u);
     EXPECT_EQ(percents.front(), 0);
     EXPECT_EQ(percents.back(), 0);
     EXPECT_TRUE(std::is_sorted(percents.begin(), percents.end() - 1));

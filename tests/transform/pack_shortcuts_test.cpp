@@ -22,20 +22,11 @@ using pack::GridEntry;
 using pack::Vec2;
 
 TEST(PackShortcuts, FloatStepsAreNextafter) {
-    const float inf = std::numeric_limits<float>::infinity();
-    const float cases[] = {0.0f,
-                           -0.0f,
-                           1.0f,
-                           -1.0f,
-                           3.5e-3f,
-                           -2195.75f,
-                           std::numeric_limits<float>::denorm_min(),
-                           -std::numeric_limits<float>::denorm_min(),
-                           std::numeric_limits<float>::min(),
-                           std::numeric_limits<float>::max(),
-                           -std::numeric_limits<float>::max(),
-                           inf,
-                           -inf};
+    using L = std::numeric_limits<float>;
+    const float inf = L::infinity();
+    const float cases[] = {
+        0.0f,     -0.0f,    1.0f,      -1.0f, 3.5e-3f, -2195.75f, L::denorm_min(), -L::denorm_min(),
+        L::min(), L::max(), -L::max(), inf,   -inf};
     for (const float f : cases) {
         EXPECT_EQ(std::bit_cast<std::uint32_t>(pack::float_below(f)),
                   std::bit_cast<std::uint32_t>(std::nextafter(f, -inf)))

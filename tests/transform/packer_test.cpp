@@ -9,6 +9,7 @@
 #include "generated.h"
 #include "image/resample.h"
 #include "reference_packer.h"
+#include "ring_checks.h"
 #include "support/recording_host.h"
 #include "transform/brush_size.h"
 #include "transform/packer.h"
@@ -72,44 +73,30 @@ Packing normal_setup(test::PictureKind kind, int w, int h, std::uint32_t seed, i
 }
 
 ::testing::AssertionResult same_circles(const std::vector<Circle>& a, const std::vector<Circle>& b) {
+    for (std::size_t i = 0; i < std::min(a.size(), b.size()); ++i)
+        if (a[i].x != b[i].x || a[i].y != b[i].y || a[i].radius != b[i].radius)
+            return ::testing::AssertionFailure() << "circle " << i << " differs";
     if (a.size() != b.size())
         return ::testing::AssertionFailure() << a.size() << " circles against " << b.size();
-    for (std::size_t i = 0; i < a.size(); ++i)
-        if (a[i].x != b[i].x || a[i].y != b[i].y || a[i].radius != b[i].radius)
-            return ::testing::AssertionFailure()
-                   << "circle " << i << " differs: (" << a[i].x << ", " << a[i].y << ", " << a[i].radius
-                   << ") against (" << b[i].x << ", " << b[i].y << ", " << b[i].radius << ")";
     return ::testing::AssertionSuccess();
 }
 
-TEST(Packer, PackingsOfGeneratedPicturesAreValidAndRepeatable) {
-    QuietHost host;
-    for (test::PictureKind kind : test::kAllKinds) {
-        for (std::uint32_t seed : {1u, 2u, 3u}) {
-            for (int gap : {0, 1, 3}) {
-                const int w = 90 + int(seed) * 7, h = 70 - int(seed) * 5;
-                Packing s = normal_setup(kind, w, h, seed, 3, gap);
-                const std::vector<Circle> circles = pack_circles(s.region, s.options, host);
-                const std::string what =
-                    test::kind_name(kind) + " seed " + std::to_string(seed) + " gap " + std::to_string(gap);
-                EXPECT_FALSE(circles.empty()) << what;
-                EXPECT_TRUE(valid_packing(circles, s.options, w, h)) << what;
-                EXPECT_TRUE(same_circles(circles, pack_circles(s.region, s.options, host))) << what;
-            }
-        }
-    }
-}
-
+// Every kind of picture, with and without gaps: the circles keep their bounds, stay in the picture
+// and apart, and are those of the plain search one for one.
 TEST(Packer, EqualsThePlainSearchCircleForCircle) {
     QuietHost host;
-    for (test::PictureKind kind : test::kAllKinds) {
-        for (std::uint32_t seed : {4u, 5u}) {
-            Packing s = normal_setup(kind, 48 + int(seed), 36, seed);
-            EXPECT_TRUE(same_circles(pack_circles(s.region, s.options, host),
-                                     test::reference_pack(s.region, s.options)))
-                << test::kind_name(kind) << " seed " << seed;
-        }
-    }
+    for (test::PictureKind kind : test::kAllKinds)
+        for (std::uint32_t seed : {4u, 5u})
+            for (int gap : {0, 1, 3}) {
+                SCOPED_TRACE(test::kind_name(kind) + " seed " + std::to_string(seed) + " gap " +
+                             std::to_string(gap));
+                const int w = 48 + int(seed) * 3, h = 40 - int(seed);
+                Packing s = normal_setup(kind, w, h, seed, 3, gap);
+                const std::vector<Circle> circles = pack_circles(s.region, s.options, host);
+                EXPECT_FALSE(circles.empty());
+                EXPECT_TRUE(valid_packing(circles, s.options, w, h));
+                EXPECT_TRUE(same_circles(circles, test::reference_pack(s.region, s.options)));
+            }
     // Without a map every candidate takes the largest radius the outline allows.
     for (double rmax : {3.0, 6.5}) {
         PackOptions o;
@@ -162,39 +149,13 @@ TEST(Packer, CircleListsArePinned) {
     }
 }
 
-PackRegion region_with_holes() {
+TEST(Packer, RegionsWithHolesArePackedAroundTheHoles) {
+    QuietHost host;
     PackRegion r;
     r.outer = {{0, 0}, {60, 2}, {64, 40}, {30, 50}, {2, 38}};
     r.holes.push_back({{15, 15}, {25, 15}, {25, 25}, {15, 25}});  // square, either orientation
     r.holes.push_back({{40, 30}, {45, 20}, {50, 30}});            // triangle
     r.holes.push_back({{30, 8}, {34, 8}, {34, 9}, {30, 9}});      // thin sliver near the edge
-    return r;
-}
-
-bool inside_polygon(const PackRing& ring, double x, double y) {
-    bool in = false;
-    for (std::size_t i = 0, j = ring.size() - 1; i < ring.size(); j = i++) {
-        const PackPoint a = ring[i], b = ring[j];
-        if ((a.y > y) != (b.y > y) && x < a.x + (y - a.y) * (b.x - a.x) / (b.y - a.y)) in = !in;
-    }
-    return in;
-}
-
-double distance_to_ring(const PackRing& ring, double x, double y) {
-    double best = 1e300;
-    for (std::size_t i = 0, j = ring.size() - 1; i < ring.size(); j = i++) {
-        const double ax = ring[j].x, ay = ring[j].y, bx = ring[i].x, by = ring[i].y;
-        const double dx = bx - ax, dy = by - ay, len2 = dx * dx + dy * dy;
-        double t = len2 > 0 ? ((x - ax) * dx + (y - ay) * dy) / len2 : 0;
-        t = std::clamp(t, 0.0, 1.0);
-        best = std::min(best, std::hypot(x - ax - t * dx, y - ay - t * dy));
-    }
-    return best;
-}
-
-TEST(Packer, RegionsWithHolesArePackedAroundTheHoles) {
-    QuietHost host;
-    const PackRegion r = region_with_holes();
     for (double rmax : {2.5, 5.0, 9.0}) {
         PackOptions o;
         o.min_radius = 0.8;
@@ -204,11 +165,11 @@ TEST(Packer, RegionsWithHolesArePackedAroundTheHoles) {
         ASSERT_GT(circles.size(), 10u) << rmax;
         EXPECT_TRUE(valid_packing(circles, o, 1e9, 1e9)) << rmax;
         for (const Circle& c : circles) {
-            ASSERT_TRUE(inside_polygon(r.outer, c.x, c.y));
-            ASSERT_GE(distance_to_ring(r.outer, c.x, c.y), c.radius - 1e-9);
+            ASSERT_TRUE(test::inside_ring(r.outer, c.x, c.y));
+            ASSERT_GE(test::distance_to_ring(r.outer, c.x, c.y), c.radius - 1e-9);
             for (const PackRing& hole : r.holes) {
-                ASSERT_FALSE(inside_polygon(hole, c.x, c.y)) << c.x << "," << c.y;
-                ASSERT_GE(distance_to_ring(hole, c.x, c.y), c.radius - 1e-9) << c.x << "," << c.y;
+                ASSERT_FALSE(test::inside_ring(hole, c.x, c.y)) << c.x << "," << c.y;
+                ASSERT_GE(test::distance_to_ring(hole, c.x, c.y), c.radius - 1e-9) << c.x << "," << c.y;
             }
         }
         EXPECT_TRUE(same_circles(circles, test::reference_pack(r, o))) << rmax;
@@ -245,18 +206,18 @@ TEST(Packer, GapShrinksAcceptedCirclesAndRefusesSmallOnes) {
 
 TEST(Packer, NothingToPackGivesNoCircles) {
     QuietHost host;
-    PackOptions o;
-    o.min_radius = 1;
-    o.max_radius = 5;
     PackRegion degenerate;
     degenerate.outer = {{0, 0}, {10, 0}, {20, 0}};
-    EXPECT_TRUE(pack_circles(degenerate, o, host).empty());
-    EXPECT_TRUE(pack_circles(PackRegion{}, o, host).empty());
-    o.max_radius = 0;
-    EXPECT_TRUE(pack_circles(frame(20, 20), o, host).empty());
-    o.max_radius = 5;
-    o.min_radius = 30;  // nothing this big fits
-    EXPECT_TRUE(pack_circles(frame(20, 20), o, host).empty());
+    struct Case {
+        PackRegion region;
+        double min, max;
+    } cases[] = {{degenerate, 1, 5}, {PackRegion{}, 1, 5}, {frame(20, 20), 1, 0}, {frame(20, 20), 30, 5}};
+    for (const Case& c : cases) {
+        PackOptions o;
+        o.min_radius = c.min;
+        o.max_radius = c.max;
+        EXPECT_TRUE(pack_circles(c.region, o, host).empty()) << c.min << " " << c.max;
+    }
 }
 
 // Stops the packing once it has been told about `after` circles.

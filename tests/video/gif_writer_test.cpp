@@ -73,18 +73,5 @@ TEST(GifWriter, WritesThirtyFramesASecondWithTheAnimationsColours) {
     EXPECT_TRUE(std::filesystem::exists(file));
 }
 
-TEST(GifWriter, RefusesAnEmptySizeAndLeavesNothing) {
-    const std::string dir = test::temp_dir("gif-bad");
-    test::RecordingHost host;
-    GifWriter gif(host);
-    testing::internal::CaptureStderr();
-    EXPECT_EQ(gif.init_video(dir + "/x.gif", 0, 10), -1);
-    EXPECT_EQ(testing::internal::GetCapturedStderr(), "Invalid encoding size! width = 0, height = 10\n");
-    EXPECT_TRUE(host.said("Failed to initialize an encoder"));
-    ASSERT_EQ(gif.init_video(dir + "/y.gif", 16, 16), 0);
-    gif.abandon();
-    EXPECT_TRUE(std::filesystem::is_empty(dir));
-}
-
 }  // namespace
 }  // namespace velq
