@@ -60,11 +60,4 @@ std::string video_file_name(std::string_view name, int entry) {
     return out;
 }
 
-std::string mime_type(std::string_view extension) {
-    if (!extension.empty() && extension.front() == '.') extension.remove_prefix(1);
-    std::string ext = lower(extension);
-    if (ext == "jpg") ext = "jpeg";
-    return "image/" + ext;
-}
-
 }  // namespace velq

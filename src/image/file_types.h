@@ -70,7 +70,4 @@ std::string save_file_name(std::string_view name, int entry);
 // extension appended (1 mp4, 2 mov, 3 avi, 4 webm, 5 wmv, 6 mpeg, 7 3gpp, 8 flv).
 std::string video_file_name(std::string_view name, int entry);
 
-// "image/" followed by the extension (without the dot, any case), "jpg" given as "jpeg".
-std::string mime_type(std::string_view extension);
-
 }  // namespace velq

@@ -42,7 +42,7 @@ TEST(FileTypes, VideoExportAppendsAnExtensionOnlyWhenThereIsNone) {
     EXPECT_EQ(video_file_name("clip", 9), "clip");
 }
 
-TEST(FileTypes, ExtensionsVideosAndMimeTypes) {
+TEST(FileTypes, ExtensionsAndVideos) {
     struct Ext {
         const char* path;
         const char* ext;
@@ -60,19 +60,6 @@ TEST(FileTypes, ExtensionsVideosAndMimeTypes) {
         EXPECT_EQ(is_video(e.path), e.video) << e.path;
         EXPECT_EQ(picture_type_of(e.path), e.type) << e.path;
     }
-    struct Mime {
-        const char* ext;
-        const char* mime;
-    } mimes[] = {{"JPG", "image/jpeg"}, {"jpeg", "image/jpeg"}, {".bmp", "image/bmp"}, {"tif", "image/tif"}};
-    for (const Mime& m : mimes) EXPECT_EQ(mime_type(m.ext), m.mime) << m.ext;
-}
-
-TEST(FileTypes, FileExistsOnlyForFilesThatAreThere) {
-    const std::string dir = test::temp_dir("file_exists");
-    test::put_file(dir + "/empty", {});
-    EXPECT_TRUE(file_exists(dir + "/empty"));
-    EXPECT_FALSE(file_exists(dir));
-    EXPECT_FALSE(file_exists(dir + "/missing.png"));
 }
 
 }  // namespace

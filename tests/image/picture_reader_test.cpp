@@ -17,12 +17,6 @@ namespace velq {
 namespace {
 
 using test::encoded;
-using test::handmade_png;
-
-std::uint32_t pixel(const UBUFFER& p, int x, int y) {
-    return std::uint32_t(p.at(x, y, 0)) | std::uint32_t(p.at(x, y, 1)) << 8 |
-           std::uint32_t(p.at(x, y, 2)) << 16 | std::uint32_t(p.at(x, y, 3)) << 24;
-}
 
 // The literal conversion: expand to BGRA at the source depth (grey+alpha by hand), then scale to
 // 8 bits by 1/255, then clear every pixel whose alpha is below 10. Slow and plain on purpose.
@@ -51,38 +45,6 @@ cv::Mat reference_bgra(const cv::Mat& in) {
             if (v[3] < 10) v = cv::Vec4b(0, 0, 0, 0);
         }
     return out;
-}
-
-TEST(PictureReader, ChannelLayoutsAndDepthsBecomeBgra) {
-    // Samples are big-endian in a PNG; 16-bit values scale by 1/255 and saturate.
-    struct Case {
-        const char* what;
-        int colour_type, bit_depth;
-        std::vector<std::uint8_t> samples;  // one pixel
-        std::uint32_t expected;             // 0xAARRGGBB
-    } cases[] = {
-        {"grey", 0, 8, {77}, 0xFF4D4D4Du},
-        {"grey+alpha", 4, 8, {127, 128}, 0x807F7F7Fu},
-        {"grey+faint alpha", 4, 8, {127, 9}, 0x00000000u},
-        {"rgb", 2, 8, {1, 2, 3}, 0xFF010203u},
-        {"rgba", 6, 8, {1, 2, 3, 200}, 0xC8010203u},
-        // 1000/255 = 3.9 -> 4; 2550 -> 10; 65535 -> 257 saturates; the added alpha is opaque.
-        {"rgb 16", 2, 16, {0x03, 0xE8, 0x09, 0xF6, 0xFF, 0xFF}, 0xFF040AFFu},
-        // alpha 2295 / 255 = 9 -> the pixel is cleared; 2550 -> 10 keeps it.
-        {"rgba 16 faint", 6, 16, {0x03, 0xE8, 0x09, 0xF6, 0xFF, 0xFF, 0x08, 0xF7}, 0x00000000u},
-        {"rgba 16", 6, 16, {0x03, 0xE8, 0x09, 0xF6, 0xFF, 0xFF, 0x09, 0xF6}, 0x0A040AFFu},
-        {"grey 16", 0, 16, {0x7F, 0xFF}, 0xFF808080u},
-    };
-    for (const Case& c : cases) {
-        const PictureRead r = decode_picture(handmade_png(1, 1, c.colour_type, c.bit_depth, c.samples));
-        ASSERT_TRUE(r) << c.what;
-        EXPECT_EQ(pixel(r.picture, 0, 0), c.expected) << c.what;
-    }
-    // A three-channel JPEG gains an opaque alpha.
-    const PictureRead jpeg = decode_picture(encoded(cv::Mat(8, 8, CV_8UC3, cv::Scalar(40, 80, 120)), ".jpg"));
-    ASSERT_TRUE(jpeg);
-    EXPECT_EQ(jpeg.picture.at(3, 3, 3), 255);
-    EXPECT_NEAR(jpeg.picture.at(3, 3, 2), 120, 2);
 }
 
 TEST(PictureReader, ConversionMatchesThePlainReferenceOnEveryLayout) {

@@ -11,8 +11,6 @@ namespace velq {
 namespace {
 
 using test::encoded;
-using test::quoted;
-using test::run_tool;
 
 TEST(Resolution, UnitsConvertToWholeDotsPerInch) {
     struct Case {
@@ -117,41 +115,6 @@ TEST(Resolution, ReadFromEachFormatsOwnField) {
             EXPECT_EQ(decode_picture(c.bytes).dpi, c.dpi) << c.what;
         }
     }
-}
-
-// Files made by ImageMagick and exiftool, read by us.
-TEST(Resolution, AgreesWithFilesMadeByIndependentTools) {
-    if (!test::have_tool("convert") || !test::have_tool("exiftool"))
-        GTEST_SKIP() << "ImageMagick or exiftool missing";
-    const std::string dir = test::temp_dir("resolution_tools");
-    struct Case {
-        const char* name;
-        const char* convert_options;
-        const char* exiftool_options;  // applied afterwards when not empty
-        int dpi;
-    } cases[] = {
-        {"a.jpg", "-units PixelsPerInch -density 300", "", 300},
-        {"b.jpg", "-units PixelsPerCentimeter -density 118", "", 299},
-        {"c.jpg", "-units PixelsPerInch -density 300", "-EXIF:XResolution=180 -EXIF:ResolutionUnit=inches",
-         180},
-        {"d.png", "-units PixelsPerCentimeter -density 118.11", "", 299},
-        // 72 dpi is stored as 2834 per metre, 71.98 dpi: truncated, as every fractional resolution.
-        {"e.png", "-units PixelsPerInch -density 72", "", 71},
-        {"f.bmp", "-units PixelsPerCentimeter -density 118.11", "", 299},
-        {"g.tif", "-units PixelsPerInch -density 600", "", 600},
-        {"h.tif", "-units PixelsPerCentimeter -density 40", "", 101},
-        {"i.png", "", "", 96},
-    };
-    for (const Case& c : cases) {
-        const std::string path = dir + "/" + c.name;
-        run_tool("convert -size 5x4 xc:orange " + std::string(c.convert_options) + " " + quoted(path));
-        if (*c.exiftool_options)
-            run_tool("exiftool -q -overwrite_original " + std::string(c.exiftool_options) + " " +
-                     quoted(path));
-        EXPECT_EQ(read_dpi(path), c.dpi) << c.name;
-    }
-    EXPECT_EQ(read_dpi(dir + "/missing.png"), 0);
-    EXPECT_EQ(read_dpi(dir), 0);
 }
 
 }  // namespace
