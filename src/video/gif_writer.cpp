@@ -140,7 +140,7 @@ bool GifWriter::start_palette() {
     const char* names[] = {"in"};
     return palette_in_ && palette_out_ &&
            link(palette_graph_.get(),
-                "[in]palettegen=max_colors=256:reserve_transparent=0:stats_mode=full[out]", &palette_in_,
+                "[in]palettegen=max_colors=255:reserve_transparent=0:stats_mode=full[out]", &palette_in_,
                 names, 1, palette_out_);
 }
 
@@ -196,6 +196,30 @@ bool GifWriter::start_mapping() {
     return push(map_palette_, palette_, 0) && av_buffersrc_add_frame(map_palette_, nullptr) >= 0;
 }
 
+void GifWriter::keep_shown(AVFrame* f) {
+    const auto* palette = reinterpret_cast<const std::uint32_t*>(f->data[1]);
+    const bool first = shown_.empty();
+    if (first) shown_.assign(std::size_t(width_) * height_, 0);
+    auto close = [&](std::uint32_t a, std::uint32_t b) {
+        for (int shift = 0; shift < 24; shift += 8) {
+            const int d = int((a >> shift) & 255) - int((b >> shift) & 255);
+            if (d > kKeepError || d < -kKeepError) return false;
+        }
+        return true;
+    };
+    for (int y = 0; y < height_; ++y) {
+        std::uint8_t* row = f->data[0] + std::size_t(y) * f->linesize[0];
+        std::uint8_t* shown = &shown_[std::size_t(y) * width_];
+        for (int x = 0; x < width_; ++x) {
+            if (!first && close(palette[row[x]], palette[shown[x]])) {
+                row[x] = shown[x];
+            } else {
+                shown[x] = row[x];
+            }
+        }
+    }
+}
+
 int GifWriter::encode(AVFrame* frame) {
     return send_and_write(enc_.get(), pkt_.get(), fmt_.get(), stream_, frame) < 0 ? -1 : 0;
 }
@@ -213,6 +237,8 @@ int GifWriter::write_video_frame(double& time_out) {
     if (!push(map_in_, source_, next_pts_)) return -1;
     while (av_buffersink_get_frame(map_out_, frame_.get()) >= 0) {
         frame_->pts = av_rescale_q(frame_->pts, kFrameTime, kGifTime);
+        if (av_frame_make_writable(frame_.get()) < 0) return -1;
+        keep_shown(frame_.get());
         const int r = encode(frame_.get());
         av_frame_unref(frame_.get());
         if (r < 0) return -1;
@@ -232,7 +258,9 @@ int GifWriter::finish() {
         if (av_buffersrc_add_frame(map_in_, nullptr) < 0) r = -1;
         while (r == 0 && av_buffersink_get_frame(map_out_, frame_.get()) >= 0) {
             frame_->pts = av_rescale_q(frame_->pts, kFrameTime, kGifTime);
-            r = encode(frame_.get());
+            r = av_frame_make_writable(frame_.get()) < 0 ? -1 : 0;
+            if (r == 0) keep_shown(frame_.get());
+            if (r == 0) r = encode(frame_.get());
             av_frame_unref(frame_.get());
         }
     }
@@ -262,6 +290,7 @@ void GifWriter::abandon() {
     source_.reset();
     samples_ = 0;
     next_pts_ = 0;
+    shown_.clear();
 }
 
 }  // namespace velq

@@ -7,6 +7,7 @@
 #include <cstdint>
 #include <optional>
 #include <string>
+#include <vector>
 
 #include "host/host.h"
 #include "image/buffer.h"
@@ -19,6 +20,8 @@ namespace velq {
 class GifWriter : public VideoSink {
 public:
     static constexpr int kSamples = 16;
+    // Largest difference per channel between a pixel's colour and the one left on show for it.
+    static constexpr int kKeepError = 10;
 
     explicit GifWriter(Host& host) : host_(host) {}
     ~GifWriter() override { abandon(); }
@@ -43,6 +46,10 @@ private:
     bool start_mapping();
     bool push(AVFilterContext* src, const UBUFFER& picture, std::int64_t pts);
     int encode(AVFrame* frame);
+    // Pixels whose colour is within kKeepError of what is already on show keep the index on show,
+    // so the encoder leaves them out of the frame (it marks pixels equal to the last frame
+    // transparent, with a palette entry the frame does not use: the palette has 255 colours).
+    void keep_shown(AVFrame* frame);
 
     Host& host_;
     std::optional<TempTarget> target_;
@@ -59,6 +66,7 @@ private:
     int width_ = 0, height_ = 0;
     int samples_ = 0;
     std::int64_t next_pts_ = 0;
+    std::vector<std::uint8_t> shown_;  // palette index on show at each pixel
     bool header_written_ = false;
 };
 

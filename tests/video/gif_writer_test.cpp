@@ -73,5 +73,40 @@ TEST(GifWriter, WritesThirtyFramesASecondWithTheAnimationsColours) {
     EXPECT_TRUE(std::filesystem::exists(file));
 }
 
+// Two flat halves whose colours drift by one level a frame: the writer leaves colours on show while
+// they stay within kKeepError, and every frame stays that close to the animation.
+TEST(GifWriter, ColoursCloseToWhatIsShownAreLeftOnShow) {
+    class Drift : public FrameSource {
+    public:
+        const UBUFFER* frame(double t, double, double) override {
+            const std::uint32_t k = std::uint32_t(t * 30 + 0.5);
+            picture_ = test::make_picture(
+                48, 32, [k](int x, int) { return x < 24 ? 0xFF643232u + (k << 16) : 0xFF1414C8u - k; });
+            return &picture_;
+        }
+        bool rewind() override { return true; }
+        UBUFFER picture_;
+    };
+    const std::string file = test::temp_dir("gif_keep") + "/drift.gif";
+    test::RecordingHost host;
+    GifWriter gif(host);
+    Drift src;
+    ASSERT_EQ(write_animation(host, gif, src, file, frame_layout(48, 32, 48, 32, FitMode::None), 1.0), 0);
+    const test::ReadBack r = test::read_back(file, nullptr, true);
+    ASSERT_EQ(r.frames.size(), 31u);
+    int kept = 0;
+    for (int f = 0; f < 31; ++f) {
+        const UBUFFER& want = *src.frame(f / 30.0, 0, 0);
+        for (int x : {0, 47}) {
+            for (int c = 0; c < 3; ++c) {
+                const int d = std::abs(r.frames[f].at(x, 5, c) - want.at(x, 5, c));
+                EXPECT_LE(d, GifWriter::kKeepError) << "frame " << f;
+                kept += d != 0;
+            }
+        }
+    }
+    EXPECT_GT(kept, 0) << "drifting colours are left on show for a while";
+}
+
 }  // namespace
 }  // namespace velq
