@@ -4,6 +4,9 @@
 
 #include "app/document_animation.h"
 #include "host/progress.h"
+#include "render/logo.h"
+#include "video/encoder.h"
+#include "video/export_loop.h"
 
 namespace velq {
 
@@ -25,6 +28,10 @@ int render_frame_at(Document& doc, Host& host, int width, int height, double t) 
     if (!scene.draw_fixed()) return -1;
     progress.retitle(stage_title("Rendering moving mesh"));
     if (!scene.draw_moving()) return -1;
+    if (doc.logo) {
+        const LogoBounce at = logo_at_frame(int(t * Encoder::kFps));
+        if (render_logo(host, scene.display(), doc.logo, doc.logo_transparency, at.a, at.b) != 0) return -1;
+    }
     doc.frame_buffer = std::move(scene.display());
     host.preview(doc.frame_buffer.data(), doc.frame_buffer.width(), doc.frame_buffer.height());
     return 0;

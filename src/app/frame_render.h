@@ -1,5 +1,5 @@
-// Render frame: one picture of the animation at a timestamp, drawn as the video export would draw
-// it (without the logo), into the Document's frame buffer.
+// Render frame: one picture of the animation at a timestamp, drawn as the video export draws it,
+// the logo where the video has it at that time, into the Document's frame buffer.
 #pragma once
 
 #include "app/document.h"

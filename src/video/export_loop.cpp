@@ -20,6 +20,12 @@ void LogoBounce::advance() {
     if (b <= 0 || b >= 1) step_b = -step_b;
 }
 
+LogoBounce logo_at_frame(int n) {
+    LogoBounce logo;
+    for (int i = 0; i < n; ++i) logo.advance();
+    return logo;
+}
+
 bool place_frame(const UBUFFER& picture, const FrameLayout& l, std::unique_ptr<FrameScaler>& scaler,
                  UBUFFER& frame) {
     // The scaled picture, clipped to the frame (it always fits when the layout came from

@@ -32,6 +32,9 @@ struct LogoBounce {
     void advance();
 };
 
+// Where the logo is on frame n of a video (frame 0 at time 0, 30 frames a second).
+LogoBounce logo_at_frame(int n);
+
 // Opens `file` through the sink at the layout's video size, then writes frames while
 // duration >= t and no stop is requested. A stopped export is still finished into a playable file.
 // Returns 0 when a file was written, -1 when none was (the sink or the source said why).

@@ -74,6 +74,16 @@ TEST(FrameRender, AFrameAtTheEndEqualsTheStillRender) {
     EXPECT_FALSE(same_bytes(a.doc.frame_buffer, a.doc.render_buffer));
 }
 
+TEST(FrameRender, TheLogoIsWhereTheVideoHasItAtThatTime) {
+    Animated a;
+    a.doc.logo = test::flat_picture(40, 20, 0xFF30C0F0);
+    ASSERT_EQ(render_frame_at(a.doc, a.host, 160, 120, 1.0), 0);
+    DocumentAnimation video(a.doc, a.host);
+    ASSERT_EQ(video.prepare(160, 120, ""), 0);
+    const LogoBounce at = logo_at_frame(30);
+    EXPECT_TRUE(same_bytes(a.doc.frame_buffer, *video.frame(1.0, at.a, at.b)));
+}
+
 TEST(FrameRender, TimestampsOutsideTheAnimationAreRefused) {
     Animated a;
     char expected[96];
