@@ -76,6 +76,7 @@ TEST(FrameRender, AFrameAtTheEndEqualsTheStillRender) {
 
 TEST(FrameRender, TheLogoIsWhereTheVideoHasItAtThatTime) {
     Animated a;
+    a.doc.seeds.fix(5);  // the same sparkle in both drawings
     a.doc.logo = test::flat_picture(40, 20, 0xFF30C0F0);
     ASSERT_EQ(render_frame_at(a.doc, a.host, 160, 120, 1.0), 0);
     DocumentAnimation video(a.doc, a.host);
