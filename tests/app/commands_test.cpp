@@ -15,47 +15,6 @@ Command working(const Command& c) {
     return w;
 }
 
-TEST(CommandTable, IdsAreUniqueAndFound) {
-    std::set<int> ids;
-    for (const Command& c : command_table()) {
-        EXPECT_TRUE(ids.insert(c.id).second) << "duplicate " << c.id;
-        EXPECT_EQ(find_command(c.id), &c);
-    }
-    EXPECT_EQ(find_command(12345), nullptr);
-}
-
-TEST(CommandTable, NeedsAreMetByARenderOrAMotionPackOrALayer) {
-    const Command& save = *find_command(cmd::kSave);
-    const Command& files = *find_command(cmd::kLoadShapesFiles);
-    struct Case {
-        bool rendered, motion_pack;
-        int layer;
-        bool save_acts, files_acts;
-    };
-    const Case cases[] = {
-        {false, false, 1, false, true}, {true, false, 1, true, true},   {false, true, 1, true, true},
-        {true, false, 0, true, false},  {true, false, -1, true, false},
-    };
-    for (const Case& c : cases) {
-        SCOPED_TRACE(testing::Message() << c.rendered << c.motion_pack << c.layer);
-        UiState s;
-        s.picture = true;
-        s.rendered = c.rendered;
-        s.motion_pack = c.motion_pack;
-        s.selected_layer = c.layer;
-        const auto save_refusal = command_refusal(save, s), files_refusal = command_refusal(files, s);
-        EXPECT_EQ(!save_refusal, c.save_acts);
-        EXPECT_EQ(!files_refusal, c.files_acts);
-        if (save_refusal) {
-            EXPECT_EQ(*save_refusal, "Please render the shape first!");
-        }
-        if (files_refusal) {
-            EXPECT_EQ(*files_refusal, "Please select layer!");
-        }
-    }
-    EXPECT_FALSE(command_refusal(*find_command(cmd::kOpen), UiState{}));
-}
-
 TEST(BusyModel, StartUpAndBusyOfferOnlyTheirCommands) {
     const std::set<int> at_start = {cmd::kOpen,
                                     cmd::kLoadLayers,

@@ -37,15 +37,5 @@ TEST(Units, WidthKeepsThePictureAspectAndWritesHeightInTheUnitsFormat) {
     EXPECT_EQ(s.out_height, 150);
 }
 
-TEST(Units, NoPictureMeansNoDivision) {
-    Settings s;
-    EXPECT_FALSE(set_width_field(s, 0, 0, 100));
-    EXPECT_FALSE(set_height_field(s, 0, 0, 100));
-    s.unit = Unit::Cm;
-    s.dpi = 0;
-    rewrite_size_fields(s);
-    EXPECT_EQ(s.wid, 0);
-}
-
 }  // namespace
 }  // namespace velq
