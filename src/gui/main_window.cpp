@@ -81,9 +81,7 @@ void MainWindow::connect_parts() {
         }
     });
     connect(&host_, &WindowHost::circles_arrived, &panel_->view(), &PictureView::add_live_circles);
-    connect(&host_, &WindowHost::preview_arrived, this, [this](const QImage& frame) {
-        panel_->view().set_picture(frame, frame.width(), frame.height(), false);
-    });
+    connect(&host_, &WindowHost::preview_arrived, &panel_->view(), &PictureView::show_live_picture);
     connect(jobs_.get(), &JobRunner::busy_changed, this, &MainWindow::busy_changed);
 
     connect(panel_, &PicturePanel::selection_changed, this, &MainWindow::update_ui);
