@@ -36,7 +36,59 @@ bool separator_before(int id) {
     }
 }
 
+// The title with an Alt+letter key: its first letter that no sibling menu has taken.
+QString with_mnemonic(std::string_view title, QString& taken) {
+    QString t = q(title);
+    for (int i = 0; i < t.size(); ++i) {
+        const QChar c = t[i].toLower();
+        if (!c.isLetter() || taken.contains(c)) continue;
+        taken += c;
+        return t.left(i) + '&' + t.mid(i);
+    }
+    return t;
+}
+
 }  // namespace
+
+bool CommandMenu::usable(const Command& c, const UiState& s) const {
+    // Exit stays offered while busy: closing then asks whether to stop the operation.
+    return (command_enabled(c, s) || (c.id == cmd::kExit && s.busy)) && handles(c.id);
+}
+
+QString CommandMenu::waits_for(const Command& c, const UiState& s) const {
+    if (!c.unavailable.empty()) return q(c.unavailable);
+    if (s.busy && !usable(c, s)) return QStringLiteral("Waits for the running operation to end (Run > Stop)");
+    if (!s.busy && !c.while_busy) {
+        if (c.gate != Gate::Always && !s.picture) return QStringLiteral("Waits for a picture: File > Open");
+        if (c.gate == Gate::Transformed && !s.transformed)
+            return QStringLiteral("Waits for a transform: Transform > Normal or Vectorize");
+    }
+    switch (c.id) {
+        case cmd::kSegmentDisable:
+        case cmd::kSegmentEnable:
+            if (s.segment_enabled < 0)
+                return QStringLiteral("Waits for a segment: double-click one in the picture");
+            if (!usable(c, s))
+                return c.id == cmd::kSegmentDisable
+                           ? QStringLiteral("The selected segment is disabled already")
+                           : QStringLiteral("The selected segment is enabled already");
+            break;
+        case cmd::kLayerDisable:
+        case cmd::kLayerEnable:
+            if (!usable(c, s) && s.selected_layer >= 0)
+                return c.id == cmd::kLayerDisable ? QStringLiteral("The selected layer is hidden already")
+                                                  : QStringLiteral("The selected layer is shown already");
+            break;
+        default:
+            break;
+    }
+    if (command_refusal(c, s)) {
+        if (c.need == Need::Result || c.need == Need::ResultFirst)
+            return QStringLiteral("Needs a render first: Transform > Render");
+        return QStringLiteral("Needs layer 1 or higher selected in the layer list");
+    }
+    return {};
+}
 
 CommandMenu::CommandMenu(MainWindow& window) : QObject(&window), window_(window) {
     for (auto group : {file_commands(), export_commands(), run_commands(), view_commands(), layer_commands(),
@@ -47,6 +99,7 @@ CommandMenu::CommandMenu(MainWindow& window) : QObject(&window), window_(window)
 
 void CommandMenu::build() {
     std::unordered_map<std::string, QMenu*> menus;
+    std::unordered_map<std::string, QString> taken_keys;  // per parent menu path, the Alt letters used
     auto menu_for = [&](std::string_view path) {
         std::string key;
         QMenu* parent = nullptr;
@@ -57,7 +110,9 @@ void CommandMenu::build() {
             key += (key.empty() ? "" : "/") + std::string(level);
             auto it = menus.find(key);
             if (it == menus.end()) {
-                QMenu* m = parent ? parent->addMenu(q(level)) : window_.menuBar()->addMenu(q(level));
+                const std::string parent_key = key.substr(0, key.size() - level.size());
+                const QString title = with_mnemonic(level, taken_keys[parent_key]);
+                QMenu* m = parent ? parent->addMenu(title) : window_.menuBar()->addMenu(title);
                 m->setToolTipsVisible(true);
                 m->setObjectName(QStringLiteral("menu:") + QString::fromStdString(key));
                 it = menus.emplace(key, m).first;
@@ -75,10 +130,6 @@ void CommandMenu::build() {
         a->setObjectName(action_name(c.id));
         a->setData(c.id);
         if (!c.shortcut.empty()) a->setShortcut(QKeySequence(q(c.shortcut)));
-        if (!c.unavailable.empty()) {
-            a->setToolTip(q(c.unavailable));
-            a->setStatusTip(q(c.unavailable));
-        }
         if (c.check != Check::Plain) {
             a->setCheckable(true);
             if (c.check != Check::Toggle) {
@@ -104,7 +155,7 @@ void CommandMenu::trigger(int id) {
     const Command* c = find_command(id);
     if (!c || !action(id)) return;
     const UiState& s = window_.ui_state();
-    if (!command_enabled(*c, s)) {
+    if (!usable(*c, s)) {
         window_.update_check_marks();  // a greyed checkable item must not keep a click's mark
         return;
     }
@@ -116,11 +167,39 @@ void CommandMenu::trigger(int id) {
         return;
     }
     handler->second(window_, id);
+    if (changes_work(id) && s.picture) window_.set_unsaved(true);
+}
+
+bool CommandMenu::changes_work(int id) {
+    switch (id) {
+        case cmd::kOpen:
+        case cmd::kSave:
+        case cmd::kExit:
+        case cmd::kCopyMetadata:
+        case cmd::kClearClipboard:
+        case cmd::kRenderFrame:
+        case cmd::kShowShapes:
+        case cmd::kSkip:
+        case cmd::kStop:
+        case cmd::kAbout:
+            return false;
+        default:
+            break;
+    }
+    const Command* c = find_command(id);
+    const std::string_view menu = c ? c->menu : std::string_view();
+    return !(menu.starts_with("File/") || menu == "View" || menu == "Memory" || id == cmd::kExportGif);
 }
 
 void CommandMenu::update_enabled(const UiState& s) {
-    for (const Command& c : command_table())
-        if (QAction* a = action(c.id)) a->setEnabled(command_enabled(c, s) && handles(c.id));
+    for (const Command& c : command_table()) {
+        QAction* a = action(c.id);
+        if (!a) continue;
+        a->setEnabled(usable(c, s));
+        const QString why = waits_for(c, s);
+        a->setToolTip(why);
+        a->setStatusTip(why);
+    }
 }
 
 void CommandMenu::update_marks(const ViewToggles& t, int filter_kind, int transform_mode,

@@ -7,6 +7,7 @@
 #include <unordered_map>
 
 #include <QObject>
+#include <QString>
 
 #include "app/commands.h"
 #include "app/document.h"
@@ -31,11 +32,16 @@ public:
     // not met, otherwise its handler.
     void trigger(int id);
     void update_enabled(const UiState& s);
+    // Why a command is greyed or would refuse now (its tooltip); empty when it would act.
+    QString waits_for(const Command& c, const UiState& s) const;
     // The marks of the toggles and of the chosen filter, transform and memory limit.
     void update_marks(const ViewToggles& t, int filter_kind, int transform_mode, std::int64_t memory_limit);
 
 private:
     void build();
+    bool usable(const Command& c, const UiState& s) const;
+    // Whether the command changes the work (settings, layers, segments or the result).
+    static bool changes_work(int id);
 
     MainWindow& window_;
     std::unordered_map<int, QAction*> actions_;

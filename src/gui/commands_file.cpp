@@ -2,7 +2,10 @@
 // Save, Exit and the settings block on the clipboard.
 #include <QApplication>
 #include <QClipboard>
+#include <QFileInfo>
 #include <QMimeData>
+
+#include <memory>
 
 #include "app/metadata.h"
 #include "app/save_result.h"
@@ -58,11 +61,20 @@ void save(MainWindow& w, int) {
     remember_folder(name);
     const std::string p = local_path(name);
     const int entry = chosen + 1;
-    w.start_job([&w, p, entry] { save_result(w.document(), w.host(), p, entry); });
+    auto saved = std::make_shared<bool>(false);
+    w.start_job([&w, p, entry, saved] { *saved = save_result(w.document(), w.host(), p, entry) == 0; },
+                [&w, saved, name, entry] {
+                    if (!*saved) return;
+                    w.set_unsaved(false);
+                    // save_result adds the chosen type's extension when the name has none
+                    const bool has_suffix = QFileInfo::exists(name);
+                    w.set_file_name(has_suffix ? name : name + q(kSaveTypes[entry - 1].pattern).mid(1));
+                });
 }
 
+// Closing asks what is worth asking: to stop a running operation, or to lose unsaved work.
 void ask_and_exit(MainWindow& w, int) {
-    if (w.presenter().ask(&w, QStringLiteral("Really quit?"))) w.quit();
+    w.close();
 }
 
 void copy_settings(MainWindow& w, int) {
@@ -75,6 +87,7 @@ void copy_settings(MainWindow& w, int) {
 }
 
 void paste_settings(MainWindow& w, int) {
+    if (!w.may_discard_work()) return;
     const QMimeData* data = QApplication::clipboard()->mimeData();
     const QByteArray bytes = data ? data->data(QString::fromLatin1(kSettingsMime)) : QByteArray();
     std::vector<std::uint8_t> copy(bytes.begin(), bytes.end());

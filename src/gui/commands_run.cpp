@@ -18,6 +18,9 @@ namespace velq::gui {
 namespace {
 
 void filter(MainWindow& w, int id) {
+    // A new filter throws the transform and the render away.
+    const Document& doc = w.document();
+    if ((doc.transformed || doc.rendered) && !w.may_discard_work()) return;
     static constexpr std::pair<int, FilterKind> kFilters[] = {
         {cmd::kFilterNormal, FilterKind::Normal},
         {cmd::kFilterHalfShuffle, FilterKind::HalfShuffle},
@@ -29,12 +32,15 @@ void filter(MainWindow& w, int id) {
     };
     const std::int64_t limit = w.memory_limit();
     for (auto [filter_id, kind] : kFilters)
-        if (filter_id == id)
+        if (filter_id == id) {
+            w.set_view_stale(QString());
             w.start_job([&w, kind = kind, limit] { do_filter(w.document(), w.host(), kind, limit); });
+        }
 }
 
 void transform(MainWindow& w, int id) {
     const TransformMode mode = id == cmd::kTransformNormal ? TransformMode::Normal : TransformMode::Vectorize;
+    w.set_view_stale(QString());
     w.start_job([&w, mode] { do_transform(w.document(), w.host(), mode, true); },
                 [&w] { w.picture_panel().reset_view(); });
 }
@@ -59,6 +65,7 @@ void render_frame(MainWindow& w, int) {
 }
 
 void stop(MainWindow& w, int) {
+    if (w.busy()) w.picture_panel().set_status(1, kStopping);
     w.jobs().stop();
 }
 

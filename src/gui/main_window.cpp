@@ -1,12 +1,17 @@
 #include "gui/main_window.h"
 
+#include <QApplication>
 #include <QCloseEvent>
+#include <QFileInfo>
 #include <QHBoxLayout>
 #include <QIcon>
+#include <QKeyEvent>
 #include <QMimeData>
+#include <QTimer>
 #include <QUrl>
 
 #include "app/metadata.h"
+#include "app/render_op.h"
 #include "app/units.h"
 #include "gui/command_menu.h"
 #include "gui/job_runner.h"
@@ -36,7 +41,13 @@ MainWindow::MainWindow(std::unique_ptr<Presenter> presenter, QWidget* parent)
     row->addWidget(settings_);
     setCentralWidget(central);
     menu_ = new CommandMenu(*this);
+    rerender_timer_ = new QTimer(this);
+    rerender_timer_->setSingleShot(true);
+    rerender_timer_->setInterval(400);
+    connect(rerender_timer_, &QTimer::timeout, this, &MainWindow::start_rerender);
     connect_parts();
+    // Esc stops the running operation whichever widget has the focus.
+    qApp->installEventFilter(this);
 
     // Start-up: layer 1 selected, its values shown, and only the start-up commands offered.
     doc_.selected_layer = 1;
@@ -47,17 +58,25 @@ MainWindow::MainWindow(std::unique_ptr<Presenter> presenter, QWidget* parent)
 }
 
 MainWindow::~MainWindow() {
+    qApp->removeEventFilter(this);
     quitting_ = true;
     stop_and_join();
     delete takeCentralWidget();  // the panel and the column refer to the Document, which goes first
 }
 
 void MainWindow::connect_parts() {
-    connect(&host_, &WindowHost::title_changed, this, [this](const QString& t) { setWindowTitle(t); });
+    connect(&host_, &WindowHost::title_changed, this, [this](const QString& t) {
+        if (t == q(kAppName))
+            update_title();
+        else
+            setWindowTitle(t);  // a stage title, as the operation gives it
+    });
     connect(&host_, &WindowHost::percent_changed, panel_, &PicturePanel::set_progress);
     connect(&host_, &WindowHost::status_changed, panel_, &PicturePanel::set_status);
     connect(&host_, &WindowHost::message_requested, this,
             [this](const QString& text) { presenter_->message(this, text); });
+    connect(&host_, &WindowHost::notice_requested, this,
+            [this](const QString& text) { panel_->set_status(1, text); });
     connect(&host_, &WindowHost::ask_requested, this,
             [this](const QString& question, std::shared_ptr<PendingAnswer> answer) {
                 const bool yes = presenter_->ask(this, question);
@@ -81,9 +100,7 @@ void MainWindow::connect_parts() {
         }
     });
     connect(&host_, &WindowHost::circles_arrived, &panel_->view(), &PictureView::add_live_circles);
-    connect(&host_, &WindowHost::preview_arrived, this, [this](const QImage& frame) {
-        panel_->view().set_picture(frame, frame.width(), frame.height(), false);
-    });
+    connect(&host_, &WindowHost::preview_arrived, &panel_->view(), &PictureView::show_live_picture);
     connect(jobs_.get(), &JobRunner::busy_changed, this, &MainWindow::busy_changed);
 
     connect(panel_, &PicturePanel::selection_changed, this, &MainWindow::update_ui);
@@ -94,6 +111,10 @@ void MainWindow::connect_parts() {
         update_check_marks();
         if (doc_.transformed) panel_->rebuild_overlay();
         panel_->redraw();
+    });
+    connect(settings_, &SettingsColumn::edited, this, &MainWindow::setting_edited);
+    connect(settings_, &SettingsColumn::about_to_edit, this, [this] {
+        if (rerendering_) stop_and_join();  // the edit would race with the render reading the layers
     });
     connect(settings_, &SettingsColumn::layer_activated, this, [this] {
         if (Layer* l = settings_->selected_layer(); l && l->has_shapes() && !ui_.busy)
@@ -115,6 +136,10 @@ bool MainWindow::handles(int id) const {
 }
 
 void MainWindow::start_job(std::function<void()> job, std::function<void()> then) {
+    rerender_timer_->stop();
+    // The previous operation's report and the segment line would be stale once this one runs.
+    panel_->set_status(1, QString());
+    panel_->set_status(2, QString());
     doc_.settings.memory_limit = memory_limit_;
     settings_->read_fields();
     panel_->view().clear_overlay();
@@ -138,6 +163,7 @@ void MainWindow::busy_changed(bool on) {
     t.filtered ^= x.filtered;
     t.final_result ^= x.final_result;
     toggled_while_busy_ = ViewToggles{false, false, false, false, false};
+    if (panel_->status(1) == kStopping) panel_->set_status(1, QStringLiteral("Stopped"));
     if (pending_logo_) {
         choose_logo(doc_, host_, *pending_logo_);
         pending_logo_.reset();
@@ -172,6 +198,7 @@ void MainWindow::update_ui() {
         (!ui_.busy && seg >= 0 && seg < int(doc_.segments.size())) ? int(doc_.segments[seg].enabled) : -1;
     menu_->update_enabled(ui_);
     settings_->update_enabled(ui_);
+    if (ui_.busy && rerendering_) settings_->enable_live_fields(ui_.selected_layer >= 1);
     panel_->set_state(ui_.busy, ui_.picture);
 }
 
@@ -196,13 +223,103 @@ void MainWindow::quit() {
 }
 
 void MainWindow::closeEvent(QCloseEvent* e) {
-    if (quitting_ || presenter_->ask(this, QStringLiteral("Really quit?"))) {
-        quitting_ = true;
-        stop_and_join();
-        e->accept();
-    } else {
+    bool leave = quitting_;
+    if (!leave && ui_.busy && !rerendering_)
+        leave = presenter_->ask(this, QStringLiteral("An operation is running. Stop it and quit?"));
+    else if (!leave)
+        leave = !unsaved_ || presenter_->ask(this, QStringLiteral("Really quit?"));
+    if (!leave) {
         e->ignore();
+        return;
     }
+    quitting_ = true;
+    stop_and_join();
+    e->accept();
+}
+
+bool MainWindow::eventFilter(QObject* watched, QEvent* e) {
+    if (e->type() == QEvent::ShortcutOverride || e->type() == QEvent::KeyPress) {
+        auto* key = static_cast<QKeyEvent*>(e);
+        auto* widget = qobject_cast<QWidget*>(watched);
+        if (key->key() == Qt::Key_Escape && key->modifiers() == Qt::NoModifier && ui_.busy && widget &&
+            widget->window() == this) {
+            if (e->type() == QEvent::KeyPress) menu_->trigger(cmd::kStop);
+            e->accept();
+            return e->type() == QEvent::KeyPress;  // the override claims the key for the press
+        }
+    }
+    return QMainWindow::eventFilter(watched, e);
+}
+
+void MainWindow::set_unsaved(bool on) {
+    unsaved_ = on;
+    setWindowModified(on);
+}
+
+void MainWindow::set_file_name(const QString& path) {
+    file_name_ = path.isEmpty() ? QString() : QFileInfo(path).fileName();
+    update_title();
+}
+
+void MainWindow::update_title() {
+    setWindowTitle(file_name_.isEmpty() ? QStringLiteral("Velquinograph[*]")
+                                        : file_name_ + QStringLiteral("[*] - Velquinograph"));
+    setWindowModified(unsaved_);
+}
+
+bool MainWindow::may_discard_work() {
+    return !unsaved_ || presenter_->ask(this, QStringLiteral("The current work is not saved. Discard it?"));
+}
+
+void MainWindow::set_view_stale(const QString& reason) {
+    panel_->view().set_stale(reason);
+}
+
+// A changed value: a re-render when only the render depends on it, else a note that the view is old.
+void MainWindow::setting_edited(int id) {
+    if (!ui_.picture) return;
+    set_unsaved(true);
+    switch (id) {
+        case ctl::kTrans:
+        case ctl::kSize:
+        case ctl::kBright:
+        case ctl::kPalette:
+        case ctl::kGlobalBrightness:
+            if (doc_.rendered || rerendering_) rerender_timer_->start();
+            return;
+        case ctl::kInt:
+        case ctl::kBlu:
+        case ctl::kKMean:
+            set_view_stale(QStringLiteral("Out of date: %1 changed; choose a filter to use it")
+                               .arg(q(find_control(id)->label)));
+            return;
+        case ctl::kThr:
+        case ctl::kGap:
+        case ctl::kMax:
+        case ctl::kMin:
+        case ctl::kDil:
+            if (doc_.transformed)
+                set_view_stale(QStringLiteral("Out of date: %1 changed; transform again to use it")
+                                   .arg(q(find_control(id)->label)));
+            return;
+        default:
+            return;
+    }
+}
+
+void MainWindow::start_rerender() {
+    if (ui_.busy && !rerendering_) return;  // an operation the user chose is running; it decides
+    if (!doc_.transformed || !ui_.picture) return;
+    int width = 0, height = 0;
+    render_size(doc_, width, height);
+    rerendering_ = true;
+    start_job([this, width, height] { generate_shaped_image(doc_, host_, width, height); },
+              [this] { end_rerender(); });
+}
+
+void MainWindow::end_rerender() {
+    rerendering_ = false;
+    update_ui();
 }
 
 void MainWindow::dragEnterEvent(QDragEnterEvent* e) {
@@ -217,14 +334,17 @@ void MainWindow::dropEvent(QDropEvent* e) {
 }
 
 void MainWindow::open_path(const QString& path) {
-    if (ui_.busy || path.isEmpty()) return;
+    if (ui_.busy || path.isEmpty() || !may_discard_work()) return;
     remember_folder(path);
     picture_view().state().dragging = false;
     doc_.hovered_outline = -1;
     const std::string p = local_path(path);
     start_job([this, p] { open_or_reuse(doc_, host_, p); },
-              [this] {
+              [this, path] {
                   if (!doc_.picture_loaded || !doc_.source) return;
+                  set_unsaved(false);
+                  set_file_name(path);
+                  set_view_stale(QString());
                   settings_->set_field_text(ctl::kMin,
                                             QString::fromStdString(format_double(doc_.settings.min_size)));
                   panel_->reset_view();

@@ -18,6 +18,7 @@
 #include "gui/window_names.h"
 
 class QAction;
+class QTimer;
 
 namespace velq::gui {
 
@@ -26,6 +27,9 @@ class JobRunner;
 class PicturePanel;
 class PictureView;
 class SettingsColumn;
+
+// What status line 1 says between Stop and the operation's end.
+inline const QString kStopping = QStringLiteral("Stopping...");
 
 class MainWindow : public QMainWindow {
     Q_OBJECT
@@ -74,14 +78,32 @@ public:
     // Closes without asking again (the question has been answered).
     void quit();
 
+    // Unsaved work: set by edits and by commands that change the result, cleared by Open and Save.
+    // The title shows it, and quitting, Open, Paste metadata and a new filter ask before losing it.
+    bool has_unsaved_work() const { return unsaved_; }
+    void set_unsaved(bool on);
+    // The file the work came from or went to, shown in the title.
+    void set_file_name(const QString& path);
+    // True when nothing unsaved would be lost, or the user agreed to lose it.
+    bool may_discard_work();
+    // A note over the view saying that it no longer matches the settings; empty clears it.
+    void set_view_stale(const QString& reason);
+    // Whether an automatic re-render (after a change of palette, Trans, Size or Bright) is running.
+    bool rerendering() const { return rerendering_; }
+
 protected:
     void closeEvent(QCloseEvent* e) override;
+    bool eventFilter(QObject* watched, QEvent* e) override;
     void dragEnterEvent(QDragEnterEvent* e) override;
     void dropEvent(QDropEvent* e) override;
 
 private:
     void connect_parts();
     void busy_changed(bool on);
+    void update_title();
+    void setting_edited(int id);
+    void start_rerender();
+    void end_rerender();
 
     std::unique_ptr<Presenter> presenter_;
     WindowHost host_;
@@ -95,6 +117,10 @@ private:
     ViewToggles toggled_while_busy_{false, false, false, false, false};
     std::optional<LogoChoice> pending_logo_;
     bool quitting_ = false;
+    bool unsaved_ = false;
+    QString file_name_;
+    QTimer* rerender_timer_ = nullptr;  // debounces the re-render after a change
+    bool rerendering_ = false;
 };
 
 }  // namespace velq::gui

@@ -51,6 +51,10 @@ void PicturePanel::set_status(int line, const QString& text) {
     status_[line == 2 ? 1 : 0]->setText(text);
 }
 
+QString PicturePanel::status(int line) const {
+    return status_[line == 2 ? 1 : 0]->text();
+}
+
 void PicturePanel::redraw() {
     if (busy_) return;  // the worker owns the Document until it reports the end
     if (!compose_view(doc_)) host_.message("Failed to allocate buffer in compose_view()");

@@ -26,6 +26,7 @@ public:
     void set_state(bool busy, bool picture);
     void set_progress(int percent);
     void set_status(int line, const QString& text);
+    QString status(int line) const;
 
     void redraw();  // compose the view picture and show it
     void rebuild_overlay();

@@ -1,5 +1,7 @@
 #include "gui/picture_view.h"
 
+#include <algorithm>
+
 #include <QMouseEvent>
 #include <QPainter>
 #include <QPainterPath>
@@ -12,6 +14,35 @@ PictureView::PictureView(QWidget* parent) : QWidget(parent) {
     setMinimumSize(320, 240);
     setSizePolicy(QSizePolicy::Expanding, QSizePolicy::Expanding);
     setAttribute(Qt::WA_OpaquePaintEvent);
+    refresh_timer_.setSingleShot(true);
+    connect(&refresh_timer_, &QTimer::timeout, this, [this] {
+        since_refresh_.restart();
+        update();
+    });
+    since_refresh_.start();
+}
+
+// At most one repaint per kRefreshMs for what a job sends; the waiting data is shown by the next one.
+void PictureView::schedule_refresh() {
+    if (refresh_timer_.isActive()) return;
+    refresh_timer_.start(int(std::max<qint64>(0, kRefreshMs - since_refresh_.elapsed())));
+}
+
+void PictureView::show_live_picture(const QImage& image) {
+    const bool new_size = image.width() != pic_w_ || image.height() != pic_h_;
+    image_ = image;
+    pic_w_ = image.width();
+    pic_h_ = image.height();
+    overlay_allowed_ = false;
+    if (new_size) reset_view();
+    schedule_refresh();
+}
+
+void PictureView::set_stale(const QString& reason) {
+    if (reason == stale_) return;
+    stale_ = reason;
+    setToolTip(reason);
+    update();
 }
 
 void PictureView::set_picture(const QImage& image, int pw, int ph, bool overlay_allowed) {
@@ -26,17 +57,19 @@ void PictureView::set_picture(const QImage& image, int pw, int ph, bool overlay_
 
 void PictureView::set_overlay(Overlay overlay) {
     overlay_ = std::move(overlay);
+    circle_layer_ = QImage();
     update();
 }
 
 void PictureView::clear_overlay() {
     overlay_ = {};
+    circle_layer_ = QImage();
     update();
 }
 
 void PictureView::add_live_circles(const QVector<LiveCircle>& batch) {
     overlay_.circles += batch;
-    update();
+    schedule_refresh();
 }
 
 void PictureView::set_outline_marks(QVector<int> selected, int hovered) {
@@ -62,6 +95,7 @@ void PictureView::resizeEvent(QResizeEvent*) {
 }
 
 void PictureView::paintEvent(QPaintEvent*) {
+    ++paints_;
     QPainter p(this);
     p.fillRect(rect(), QColor(48, 48, 48));
     if (image_.isNull()) return;
@@ -69,22 +103,56 @@ void PictureView::paintEvent(QPaintEvent*) {
     const QRectF target(r.left, r.top, r.width(), r.height());
     p.setRenderHint(QPainter::SmoothPixmapTransform, target.width() < image_.width());
     p.drawImage(target, image_);
-    if (!overlay_allowed_ || !show_edges_ || pic_w_ <= 0 || pic_h_ <= 0) return;
+    if (overlay_allowed_ && show_edges_ && pic_w_ > 0 && pic_h_ > 0) draw_overlay(p);
+    if (!stale_.isEmpty()) {
+        p.resetTransform();
+        const QRect band(0, 0, width(), fontMetrics().height() + 8);
+        p.fillRect(band, QColor(120, 80, 0, 200));
+        p.setPen(Qt::white);
+        p.drawText(band.adjusted(8, 0, -8, 0), Qt::AlignVCenter | Qt::AlignLeft, stale_);
+    }
+}
 
+void PictureView::draw_overlay(QPainter& p) {
+    const ViewRect& r = state_.rect;
     const double sx = double(r.width()) / pic_w_;
     const double sy = double(r.height()) / pic_h_;
-    p.setRenderHint(QPainter::Antialiasing, true);
-    p.translate(r.left, r.top);
-    p.scale(sx, sy);
+    auto to_picture = [&](QPainter& painter) {
+        painter.setRenderHint(QPainter::Antialiasing, true);
+        painter.translate(r.left, r.top);
+        painter.scale(sx, sy);
+        painter.setBrush(Qt::NoBrush);
+    };
+    // Circles go into a layer kept between paints, so a live view draws each new circle once.
+    if (circle_layer_.size() != size() || !(layer_rect_ == r) || layer_circles_ > overlay_.circles.size()) {
+        circle_layer_ = QImage(size(), QImage::Format_ARGB32_Premultiplied);
+        circle_layer_.fill(Qt::transparent);
+        layer_rect_ = r;
+        layer_circles_ = 0;
+    }
+    if (layer_circles_ < overlay_.circles.size()) {
+        QPainter layer(&circle_layer_);
+        to_picture(layer);
+        layer.setPen(
+            QPen(QColor(255, 220, 0, 140), 0));  // see-through: dense packings still show the picture
+        for (int i = layer_circles_; i < overlay_.circles.size(); ++i) {
+            const LiveCircle& c = overlay_.circles[i];
+            layer.drawEllipse(QPointF(c.x, c.y), c.r, c.r);
+        }
+        layer_circles_ = int(overlay_.circles.size());
+    }
+
+    to_picture(p);
     QPen outline_pen(QColor(0, 255, 0), 0);  // cosmetic: one pixel whatever the zoom
-    p.setBrush(Qt::NoBrush);
     for (int i = 0; i < overlay_.outlines.size(); ++i) {
         if (i == hovered_outline_ || selected_outlines_.contains(i)) continue;
         p.setPen(outline_pen);
         p.drawPolygon(overlay_.outlines[i]);
     }
-    p.setPen(QPen(QColor(255, 220, 0, 140), 0));  // see-through, so dense packings still show the picture
-    for (const LiveCircle& c : overlay_.circles) p.drawEllipse(QPointF(c.x, c.y), c.r, c.r);
+    p.save();
+    p.resetTransform();
+    p.drawImage(0, 0, circle_layer_);
+    p.restore();
     auto mark = [&](int i, QColor colour) {
         if (i < 0 || i >= overlay_.outlines.size()) return;
         QPen pen(colour, 2);

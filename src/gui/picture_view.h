@@ -1,11 +1,14 @@
 // The picture control: shows the composed view or the render inside the view rectangle, draws the
 // circles and segment outlines over the composed view, and turns the mouse into pan, wheel zoom and
 // picking. It reads the Document only through what the window hands it while idle, so a running
-// worker never races with a paint.
+// worker never races with a paint. What a running job sends is shown at most about 30 times a second:
+// a screen shows no more, and every repaint takes time from the job.
 #pragma once
 
+#include <QElapsedTimer>
 #include <QImage>
 #include <QPolygonF>
+#include <QTimer>
 #include <QVector>
 #include <QWidget>
 
@@ -36,6 +39,16 @@ public:
     // Whether mouse messages are handled (not while busy).
     void set_mouse_enabled(bool on) { mouse_enabled_ = on; }
     void set_show_edges(bool on);
+    // Shows a picture sent by a running job (an export's frames), throttled like the live circles.
+    void show_live_picture(const QImage& image);
+    // Marks the picture as out of date with the settings (drawn as a banner), with the reason shown.
+    void set_stale(const QString& reason);
+    const QString& stale() const { return stale_; }
+    // Paints so far, for checking the throttle.
+    int paint_count() const { return paints_; }
+
+    // Shortest time between two repaints asked for by a running job.
+    static constexpr int kRefreshMs = 33;
 
     // Fits the picture into the control, centred.
     void reset_view();
@@ -62,6 +75,9 @@ protected:
     void wheelEvent(QWheelEvent*) override;
 
 private:
+    void schedule_refresh();
+    void draw_overlay(QPainter& p);
+
     QImage image_;
     int pic_w_ = 0, pic_h_ = 0;
     bool overlay_allowed_ = false;
@@ -71,6 +87,14 @@ private:
     int hovered_outline_ = -1;
     ViewState state_;
     bool mouse_enabled_ = false;
+    QString stale_;
+    QTimer refresh_timer_;
+    QElapsedTimer since_refresh_;  // since the last throttled repaint was asked for
+    int paints_ = 0;
+    // The circles drawn so far, at the current view rectangle; only new ones are drawn into it.
+    QImage circle_layer_;
+    ViewRect layer_rect_{};
+    int layer_circles_ = 0;
 };
 
 }  // namespace velq::gui

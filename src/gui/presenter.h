@@ -49,8 +49,7 @@ public:
     virtual int exec(QDialog& dialog);
 };
 
-// "Portable Network Graphic (.png) (*.png)" for a Qt file dialog. Entries whose name already holds the
-// pattern after a '|' are shown as one entry named by the whole text.
+// "Portable Network Graphic (.png) (*.png)" for a Qt file dialog.
 QString filter_text(const FileType& type);
 
 }  // namespace velq::gui

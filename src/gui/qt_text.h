@@ -21,10 +21,12 @@ inline std::string local_path(const QString& path) {
     return QFile::encodeName(path).toStdString();
 }
 
-// A single-entry type list ("All Graphics Types|*.bmp;...") shown as one entry named by its whole text.
+// A single-entry type list ("All Graphics Types|*.bmp;...") as Qt shows it: the name before the bar,
+// the patterns after it ("All Graphics Types (*.bmp *.jpg ...)").
 inline FileType single_entry(std::string_view list) {
     const auto bar = list.find('|');
-    return {q(list), bar == std::string_view::npos ? QStringLiteral("*") : q(list.substr(bar + 1))};
+    if (bar == std::string_view::npos) return {q(list), QStringLiteral("*")};
+    return {q(list.substr(0, bar)), q(list.substr(bar + 1))};
 }
 
 }  // namespace velq::gui

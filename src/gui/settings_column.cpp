@@ -21,6 +21,47 @@
 
 namespace velq::gui {
 
+namespace {
+
+// What the cryptic fields mean, for their tooltips.
+QString field_tip(int id) {
+    switch (id) {
+        case ctl::kInt:
+            return QStringLiteral("Enlargement of the working picture (filters use it)");
+        case ctl::kBlu:
+            return QStringLiteral("Blur radius before segmentation, in enlarged pixels per INT");
+        case ctl::kThr:
+            return QStringLiteral("Colour threshold: larger values give larger segments and circles");
+        case ctl::kGap:
+            return QStringLiteral("Gap between circles, in pixels");
+        case ctl::kMax:
+            return QStringLiteral("Largest circle, as a fraction of the picture's larger side");
+        case ctl::kMin:
+            return QStringLiteral("Smallest circle, as a fraction of the picture's larger side");
+        case ctl::kDil:
+            return QStringLiteral("Dilation of segments, in pixels");
+        case ctl::kKMean:
+            return QStringLiteral("Number of colours for the K-mean filter (2 or more)");
+        case ctl::kTrans:
+            return QStringLiteral("Opacity of the selected layer's shapes, 0 (clear) to 255 (solid)");
+        case ctl::kSize:
+            return QStringLiteral("Size of the selected layer's shapes, in percent (0 to 300)");
+        case ctl::kBright:
+            return QStringLiteral("Brightness of the selected layer's shapes, in percent");
+        case ctl::kGlobalBrightness:
+            return QStringLiteral("Brightness added over all layers");
+        case ctl::kDpi:
+            return QStringLiteral("Dots per inch, for sizes in inch, cm or meter");
+        case ctl::kWid:
+        case ctl::kHgt:
+            return QStringLiteral("Size of the rendered picture, in the chosen unit");
+        default:
+            return {};
+    }
+}
+
+}  // namespace
+
 SettingsColumn::SettingsColumn(Document& doc, const UiState& ui, QWidget* parent)
     : QWidget(parent), doc_(doc), ui_(ui) {
     setFixedWidth(300);
@@ -42,6 +83,7 @@ void SettingsColumn::build() {
             case ControlKind::DoubleEdit: {
                 auto* edit = new QLineEdit(q(c.default_text), this);
                 edit->setObjectName(name);
+                edit->setToolTip(field_tip(c.id));
                 if (c.id == ctl::kShapeNumber) {
                     auto* select_row = new QHBoxLayout;
                     select_row->addWidget(new QLabel(q(c.label), this));
@@ -110,6 +152,9 @@ void SettingsColumn::build() {
     auto edited = [this](int id, auto slot) {
         connect(findChild<QLineEdit*>(control_name(id)), &QLineEdit::textEdited, this, slot);
     };
+    for (int id : {ctl::kInt, ctl::kBlu, ctl::kThr, ctl::kGap, ctl::kMax, ctl::kMin, ctl::kDil, ctl::kKMean,
+                   ctl::kGlobalBrightness, ctl::kWid, ctl::kHgt, ctl::kDpi})
+        edited(id, [this, id] { emit this->edited(id); });
     edited(ctl::kWid, [this] { on_side_edited(true); });
     edited(ctl::kHgt, [this] { on_side_edited(false); });
     edited(ctl::kDpi, [this] { on_dpi_edited(); });
@@ -129,7 +174,8 @@ QString SettingsColumn::field_text(int id) const {
 }
 
 void SettingsColumn::set_field_text(int id, const QString& text) {
-    if (auto* e = findChild<QLineEdit*>(control_name(id))) e->setText(text);
+    // The same text is left alone, so a field being typed in keeps its cursor.
+    if (auto* e = findChild<QLineEdit*>(control_name(id)); e && e->text() != text) e->setText(text);
 }
 
 void SettingsColumn::read_fields() {
@@ -181,6 +227,12 @@ void SettingsColumn::update_enabled(const UiState& s) {
         if (auto* w = findChild<QWidget*>(control_name(c.id))) w->setEnabled(control_enabled(c.id, s));
 }
 
+void SettingsColumn::enable_live_fields(bool layer_options) {
+    for (int id : {ctl::kTrans, ctl::kSize, ctl::kBright, ctl::kGlobalBrightness})
+        findChild<QWidget*>(control_name(id))->setEnabled(true);
+    palette_->setEnabled(layer_options);
+}
+
 // Typing one side keeps the picture's aspect and rewrites the other side.
 void SettingsColumn::on_side_edited(bool width) {
     if (filling_ || !ui_.picture || !doc_.working) return;
@@ -220,18 +272,24 @@ void SettingsColumn::on_layer_value_edited(int id) {
     Layer* l = selected_layer();
     if (filling_ || !l) return;
     const int value = parse_int(field_text(id).toStdString());
+    emit about_to_edit();
     const bool changed = id == ctl::kTrans  ? l->set_transparency(value)
                          : id == ctl::kSize ? l->set_size(value)
                                             : l->set_brightness(value);
-    if (changed) refresh_layer_texts();
+    if (changed) {
+        refresh_layer_texts();
+        emit edited(id);
+    }
 }
 
 void SettingsColumn::on_palette_changed(int index) {
     if (filling_ || index < 0 || index >= int(doc_.palettes.size()) || index == doc_.selected_palette) return;
+    emit about_to_edit();
     doc_.selected_palette = index;
     draw_palette_preview();
     if (Layer* l = selected_layer(); l && doc_.selected_layer >= 1) l->palette = index;
     emit redraw_needed();
+    emit edited(ctl::kPalette);
 }
 
 void SettingsColumn::on_layer_selected(int row) {
@@ -247,6 +305,7 @@ void SettingsColumn::on_layer_selected(int row) {
 
 void SettingsColumn::on_check_box_clicked() {
     if (filling_) return;
+    emit about_to_edit();
     Layer* l = selected_layer();
     if (l && doc_.selected_layer >= 1) {
         auto checked = [this](int id) { return findChild<QCheckBox*>(control_name(id))->isChecked(); };
@@ -257,6 +316,7 @@ void SettingsColumn::on_check_box_clicked() {
     }
     doc_.toggles.final_result = false;
     emit colour_options_changed();
+    emit edited(ctl::kRandom);
 }
 
 void SettingsColumn::refresh_layer_list() {
@@ -297,6 +357,8 @@ void SettingsColumn::refresh_layer_controls() {
                 palette_->setCurrentIndex(l->palette);
                 doc_.selected_palette = l->palette;
             }
+        } else {
+            palette_->setCurrentIndex(-1);  // layer 0 has no palette to show
         }
     }
     filling_ = false;
@@ -306,7 +368,7 @@ void SettingsColumn::refresh_layer_controls() {
 
 void SettingsColumn::draw_palette_preview() {
     const int i = doc_.selected_palette;
-    if (i < 0 || i >= int(doc_.palettes.size())) {
+    if (i < 0 || i >= int(doc_.palettes.size()) || doc_.selected_layer < 1) {
         palette_preview_->clear();
         return;
     }

@@ -33,6 +33,8 @@ public:
     void draw_palette_preview();
     Layer* selected_layer();
     void update_enabled(const UiState& s);
+    // While an automatic render runs, the values it follows stay editable (each edit cancels it).
+    void enable_live_fields(bool layer_options);
 
 signals:
     // The selected layer or one of its values changed: what the menus offer may follow.
@@ -42,6 +44,10 @@ signals:
     void colour_options_changed();
     void layer_activated();  // double click on the layer list
     void select_clicked(int number);
+    // Sent before a user edit changes the Document, so a job reading it can be ended first.
+    void about_to_edit();
+    // The user changed a field or a choice (its control number), after the Document took it.
+    void edited(int id);
 
 private:
     void build();

@@ -17,8 +17,17 @@ void WindowHost::title(std::string_view text) {
 void WindowHost::percent(int p) {
     emit percent_changed(p);
 }
+bool WindowHost::is_notice(std::string_view text) const {
+    if (text.starts_with("The number of circles is")) return true;
+    // Once the user has pressed Stop, what the ending operation says is no surprise to confirm.
+    return stopped() && std::this_thread::get_id() != gui_thread_;
+}
+
 void WindowHost::message(std::string_view text) {
-    emit message_requested(q(text));
+    if (is_notice(text))
+        emit notice_requested(q(text));
+    else
+        emit message_requested(q(text));
 }
 void WindowHost::status(int line, std::string_view text) {
     emit status_changed(line, q(text));

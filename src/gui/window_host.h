@@ -1,7 +1,9 @@
 // The Host that operations started from the window talk to. Calls may come from the worker thread:
 // every one becomes a signal, delivered on the window's thread by a queued connection, so the worker
 // never touches a widget. A question from the worker waits for the answer, but gives up (No) when
-// Stop is pressed, so quitting never waits on a question nobody will answer.
+// Stop is pressed, so quitting never waits on a question nobody will answer. Reports that need no
+// answer (the count after a transform, what a stopped operation says) become notices, which the
+// window shows in its status line instead of a box to click away.
 #pragma once
 
 #include <memory>
@@ -42,6 +44,7 @@ signals:
     void title_changed(const QString& text);
     void percent_changed(int p);
     void message_requested(const QString& text);
+    void notice_requested(const QString& text);
     // The receiver stores the answer into `answer` (the worker polls it).
     void ask_requested(const QString& question, std::shared_ptr<velq::gui::PendingAnswer> answer);
     void status_changed(int line, const QString& text);
@@ -51,6 +54,8 @@ signals:
     void busy_changed(bool on);
 
 private:
+    bool is_notice(std::string_view text) const;
+
     std::thread::id gui_thread_;
 };
 

@@ -2,10 +2,12 @@
 // shortcut, greyed exactly as the table says at start-up, with a picture, while busy and after a
 // render; a refused command shows its message instead of acting; Stop and quitting.
 #include <QAction>
+#include <QLabel>
 #include <QListWidget>
 #include <QMenu>
 #include <QMenuBar>
 #include <QProgressBar>
+#include <QSet>
 
 #include "app/commands.h"
 #include "gui/picture_view.h"
@@ -33,7 +35,8 @@ void collect(QMenu* menu, QList<QAction*>& out) {
 // The first command whose action or settings control disagrees with the table, or empty.
 QString compare_with_table(MainWindow& w, const UiState& s) {
     for (const Command& c : command_table())
-        if (w.action(c.id)->isEnabled() != (command_enabled(c, s) && w.handles(c.id)))
+        if (w.action(c.id)->isEnabled() !=
+            ((command_enabled(c, s) || (c.id == cmd::kExit && s.busy)) && w.handles(c.id)))
             return QString::number(c.id) + ' ' + text(c.text);
     for (const Control& c : control_table())
         if (w.findChild<QWidget*>(control_name(c.id))->isEnabled() != control_enabled(c.id, s))
@@ -62,6 +65,14 @@ private slots:
             if (!c.unavailable.empty()) QCOMPARE(a->toolTip(), text(c.unavailable));
         }
         QCOMPARE(f.window->action(cmd::kStop)->shortcut(), QKeySequence(Qt::Key_Escape));
+        // Every menu opens with its own Alt+letter.
+        QSet<QChar> keys;
+        for (QAction* top : f.window->menuBar()->actions()) {
+            const QString title = top->text();
+            QVERIFY2(title.count('&') == 1, qPrintable(title));
+            keys.insert(title[title.indexOf('&') + 1].toLower());
+        }
+        QCOMPARE(int(keys.size()), int(f.window->menuBar()->actions().size()));
     }
 
     void enabledStatesFollowTheTableThroughStartUpBusyAndRender() {
@@ -69,9 +80,15 @@ private slots:
         MainWindow& w = *f.window;
         UiState s;
         QCOMPARE(compare_with_table(w, s), QString());
+        QCOMPARE(w.action(cmd::kSave)->toolTip(), QStringLiteral("Waits for a picture: File > Open"));
         QVERIFY(f.load_picture(velq::test::noise_picture(40, 30, 7)));
         s.picture = true;
         QCOMPARE(compare_with_table(w, s), QString());
+        QCOMPARE(w.action(cmd::kRender)->toolTip(),
+                 QStringLiteral("Waits for a transform: Transform > Normal or Vectorize"));
+        QCOMPARE(w.action(cmd::kSave)->toolTip(), QStringLiteral("Needs a render first: Transform > Render"));
+        QCOMPARE(w.action(cmd::kSegmentDisable)->toolTip(),
+                 QStringLiteral("Waits for a transform: Transform > Normal or Vectorize"));
 
         HeldJob held;
         w.start_job(held.job(w.host()));
@@ -86,6 +103,9 @@ private slots:
         w.document_changed();
         s.transformed = s.rendered = true;
         QCOMPARE(compare_with_table(w, s), QString());
+        QCOMPARE(w.action(cmd::kSave)->toolTip(), QString(w.action(cmd::kSave)->text()));
+        QCOMPARE(w.action(cmd::kSegmentDisable)->toolTip(),
+                 QStringLiteral("Waits for a segment: double-click one in the picture"));
     }
 
     // With a picture, no render and layer 0 selected, every enabled command with a need says its
@@ -138,30 +158,53 @@ private slots:
         QVERIFY(!w.action(cmd::kViewEdges)->isChecked());
     }
 
-    void escapeStopsTheJobAndTheWindowIsUsableAgain() {
+    // Esc stops the job whichever widget has the focus, and the window says it stopped.
+    void escapeStopsTheJobFromAnyWidget() {
         WindowFixture f;
         MainWindow& w = *f.window;
         QVERIFY(f.load_picture(velq::test::noise_picture(40, 30, 7)));
-        HeldJob held;
-        w.start_job(held.job(w.host()));
-        QVERIFY(w.busy());
-        QTest::keyClick(&w, Qt::Key_Escape);
-        QTRY_VERIFY(!w.busy());
-        QVERIFY(held.ended_by_stop);
+        for (int id : {ctl::kShapeNumber, ctl::kSelect, ctl::kPicture, ctl::kLayerList}) {
+            HeldJob held;
+            w.start_job(held.job(w.host()));
+            QWidget* target = w.findChild<QWidget*>(control_name(id));
+            target->setFocus();
+            QTest::keyClick(QApplication::focusWidget() ? QApplication::focusWidget() : &w, Qt::Key_Escape);
+            QTRY_VERIFY(!w.busy());
+            QVERIFY2(held.ended_by_stop, qPrintable(control_name(id)));
+            QCOMPARE(w.findChild<QLabel*>(control_name(ctl::kStatus1))->text(), QStringLiteral("Stopped"));
+        }
         QVERIFY(w.action(cmd::kFilterNormal)->isEnabled());
     }
 
-    void exitAndCloseAskBeforeQuitting() {
+    // Quitting asks only what is worth asking: to stop a running job, or to lose unsaved work.
+    void quittingAsksOnlyWhatIsWorthAsking() {
+        {
+            WindowFixture f;
+            f.window->trigger(cmd::kExit);
+            QVERIFY(f.presenter->questions.isEmpty());
+            QVERIFY(!f.window->isVisible());
+        }
+        {
+            WindowFixture f;
+            f.window->set_unsaved(true);
+            f.presenter->answers = {false, true};
+            f.window->trigger(cmd::kExit);
+            QVERIFY(f.window->isVisible());
+            QVERIFY(f.window->close());
+            QCOMPARE(f.presenter->questions, (QStringList{"Really quit?", "Really quit?"}));
+        }
         WindowFixture f;
         MainWindow& w = *f.window;
-        f.presenter->answers = {false};
-        w.trigger(cmd::kExit);
-        QCOMPARE(f.presenter->questions, QStringList{QStringLiteral("Really quit?")});
-        QVERIFY(w.isVisible());
+        HeldJob held;
+        w.start_job(held.job(w.host()));
         f.presenter->answers = {false, true};
-        QVERIFY(!w.close());
+        QTest::keySequence(&w, QKeySequence(QStringLiteral("Ctrl+Q")));
+        QVERIFY(w.busy() && w.isVisible());
         QVERIFY(w.close());
-        QCOMPARE(f.presenter->questions.size(), 3);
+        const QString stop_and_quit = QStringLiteral("An operation is running. Stop it and quit?");
+        QCOMPARE(f.presenter->questions, (QStringList{stop_and_quit, stop_and_quit}));
+        QTRY_VERIFY(held.ended_by_stop);
+        QVERIFY(!w.isVisible());
     }
 };
 

@@ -4,6 +4,7 @@
 #include <QComboBox>
 #include <QDir>
 #include <QImage>
+#include <QLabel>
 #include <QLineEdit>
 #include <QListWidget>
 #include <QPainter>
@@ -48,9 +49,15 @@ private slots:
         w.trigger(cmd::kOpen);
         QTRY_VERIFY(!w.busy());
         QVERIFY(f.doc().source);
+        QCOMPARE(f.presenter->file_types, QStringList{QStringLiteral("All Graphics Types")});
+        QCOMPARE(w.windowTitle(), QStringLiteral("scene.png[*] - Velquinograph"));
+        QVERIFY(!w.isWindowModified());
+        auto status = [&w](int id) { return w.findChild<QLabel*>(control_name(id))->text(); };
+        QVERIFY(status(ctl::kStatus1).startsWith(QStringLiteral("Image Open completed")));
 
         w.trigger(cmd::kFilterHalfShuffle);
         QTRY_VERIFY(!w.busy());
+        QCOMPARE(status(ctl::kStatus1), QString());  // the open's report does not outlive the next job
         QVERIFY(w.action(cmd::kFilterHalfShuffle)->isChecked());
         w.trigger(cmd::kTransformNormal);
         QTRY_VERIFY_WITH_TIMEOUT(!w.busy(), 60000);
@@ -58,6 +65,17 @@ private slots:
         QVERIFY(w.action(cmd::kTransformNormal)->isChecked());
         QVERIFY(w.action(cmd::kRender)->isEnabled());
         QVERIFY(!w.picture_view().overlay().circles.isEmpty());
+        // The count is a quiet note, not a box to click away.
+        QCOMPARE(status(ctl::kStatus1),
+                 QStringLiteral("The number of circles is %1").arg(f.doc().circles.size()));
+        QVERIFY(f.presenter->messages.isEmpty());
+        QVERIFY(w.isWindowModified());
+        // A new filter would throw the transform away: it asks first, and No keeps it.
+        w.trigger(cmd::kFilterNormal);
+        QCOMPARE(f.presenter->questions,
+                 QStringList{QStringLiteral("The current work is not saved. Discard it?")});
+        QVERIFY(!w.busy() && f.doc().transformed);
+        f.presenter->questions.clear();
 
         // Layer 2 gets the disc, a palette and a smaller size; a text logo goes on top.
         w.control<QListWidget>(ctl::kLayerList)->setCurrentRow(2);
@@ -90,6 +108,21 @@ private slots:
                               "Portable Network Graphic (.png)", "Bitmap Files (*.bmp)"}));
         velq::test::RecordingHost probe;
         QVERIFY(detect_metadata(probe, saved.toStdString()));
+        QCOMPARE(w.windowTitle(), QStringLiteral("art.png[*] - Velquinograph"));
+        QVERIFY(!w.isWindowModified());
+
+        // Bright re-renders by itself (and marks the work unsaved); THR needs more, which the view says.
+        const QImage before = to_qimage(f.doc().render_buffer);
+        auto* bright = w.control<QLineEdit>(ctl::kBright);
+        bright->selectAll();
+        QTest::keyClicks(bright, QStringLiteral("40"));
+        QCOMPARE(f.doc().layers[2].brightness, 40);
+        QTRY_VERIFY_WITH_TIMEOUT(!w.busy() && f.doc().rendered && to_qimage(f.doc().render_buffer) != before,
+                                 60000);
+        QCOMPARE(w.picture_view().picture(), to_qimage(f.doc().render_buffer));
+        QVERIFY(w.isWindowModified());
+        QTest::keyClicks(w.control<QLineEdit>(ctl::kThr), QStringLiteral("5"));
+        QVERIFY(w.picture_view().stale().contains(QStringLiteral("THR")));
 
         // A new window reopens the result with its settings when asked.
         WindowFixture g;

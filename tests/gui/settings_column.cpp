@@ -3,6 +3,7 @@
 // when a job starts.
 #include <QCheckBox>
 #include <QComboBox>
+#include <QLabel>
 #include <QLineEdit>
 #include <QListWidget>
 
@@ -106,6 +107,11 @@ private slots:
         QVERIFY(!f.doc().toggles.final_result);
         QVERIFY(!w.action(cmd::kViewFinal)->isChecked());
         w.control<QComboBox>(ctl::kPalette)->setCurrentIndex(7);
+        QCOMPARE(f.doc().layers[3].palette, 7);
+        // Layer 0 has no palette: the box and its preview show none, not the last layer's.
+        list->setCurrentRow(0);
+        QCOMPARE(w.control<QComboBox>(ctl::kPalette)->currentIndex(), -1);
+        QVERIFY(w.control<QLabel>(ctl::kPalettePreview)->pixmap().isNull());
         QCOMPARE(f.doc().layers[3].palette, 7);
     }
 
