@@ -53,8 +53,10 @@ void customized_video(MainWindow& w, int) {
     if (size) export_video_to(w, size->width(), size->height(), false);
 }
 
+// GIFs are asked their size like a customized video, 640 x 480 offered: a smaller GIF is the usual wish.
 void gif(MainWindow& w, int) {
-    export_video_to(w, 640, 480, true);
+    if (auto size = w.presenter().ask_size(&w, QSize(640, 480)))
+        export_video_to(w, size->width(), size->height(), true);
 }
 
 void social(MainWindow& w, int id) {
