@@ -118,8 +118,9 @@ void LogoDialog::preview() {
         preview_->clear();
         return;
     }
-    preview_->setPixmap(
-        QPixmap::fromImage(img.scaled(preview_->size(), Qt::KeepAspectRatio, Qt::SmoothTransformation)));
+    // A margin all round, so a logo that fills the width is not read as cut at the edges.
+    const QSize room = preview_->size() - QSize(24, 16);
+    preview_->setPixmap(QPixmap::fromImage(img.scaled(room, Qt::KeepAspectRatio, Qt::SmoothTransformation)));
 }
 
 void LogoDialog::accept() {
