@@ -87,6 +87,21 @@ TEST(TransformDriver, NormalPacksTheFrameInThePicturesColours) {
     }
 }
 
+TEST(TransformDriver, ProgressOnlyMovesForwardAndEndsAt100) {
+    for (const TransformMode mode : {TransformMode::Normal, TransformMode::Vectorize}) {
+        SCOPED_TRACE(int(mode));
+        Opened o(quarters(160, 120), 2);
+        ASSERT_EQ(do_transform(o.doc, o.host, mode, false), 0);
+        const std::vector<int> p = o.host.percents();
+        ASSERT_FALSE(p.empty());
+        EXPECT_TRUE(std::is_sorted(p.begin(), p.end())) << ::testing::PrintToString(p);
+        EXPECT_EQ(p.back(), 100);
+        EXPECT_EQ(std::count(p.begin(), p.end(), 100), 1);
+        // The packing itself moves the bar: something between the start of packing and the end.
+        EXPECT_TRUE(std::any_of(p.begin(), p.end(), [](int v) { return v > 20 && v < 100; }));
+    }
+}
+
 TEST(TransformDriver, TheFilteredPictureShapesTheCircles) {
     // A 100 x 75 picture enlarged by 2: brush sizes up to 4 (maxpx 5), about 2 working pixels each.
     // Coarse noise (blocks of 4 working pixels, 2 after the picture is brought to the filter buffer's
