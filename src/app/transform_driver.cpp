@@ -42,6 +42,12 @@ BoundaryPiece circle_outline(double x, double y, double r) {
 
 }  // namespace
 
+std::string stopped_message(std::size_t circles) {
+    if (circles == 0) return "The transform was stopped before any circle was packed";
+    return "The transform was stopped after " + std::to_string(circles) +
+           (circles == 1 ? " circle" : " circles");
+}
+
 std::optional<std::size_t> fill_circle_algo1(Document& doc, Host& host) {
     const UBUFFER& picture = doc.filtered;
     const int w = picture.width(), h = picture.height();
@@ -140,7 +146,11 @@ int do_transform(Document& doc, Host& host, TransformMode mode, bool show_count)
     doc.transformed = true;
     if (count && !host.stopped()) run.finish();
     host.refresh(Refresh::Outlines);
-    if (show_count) {
+    if (host.stopped() && count) {
+        // Said whether or not the count was asked for: the user asked for the stop and hears how far
+        // the transform got, in the window and in the tool alike.
+        host.message(stopped_message(*count));
+    } else if (show_count) {
         char text[64];
         std::snprintf(text, sizeof text, "The number of circles is %zu", count.value_or(0));
         host.message(text);
