@@ -7,6 +7,7 @@
 #include <cstdint>
 #include <span>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "app/document.h"
@@ -64,18 +65,32 @@ int load_layers(Document& doc, Host& host, const std::string& path);
 int open_or_reuse(Document& doc, Host& host, const std::string& path);
 
 // Open with Yes: the stored settings into the fields, the stored source picture read, the layers
-// applied, then the stored filter, transform and render, at the stored output size and DPI. Returns 0,
-// or -1 after the message ("Failed to read meta data" when the block cannot be read).
+// applied, then the stored filter, transform and render, at the stored output size and DPI. When the
+// source picture cannot be read, the saved picture at `path` is opened instead, as No does, after one
+// message saying so (source_unreadable_message). Returns 0, or -1 after the message ("Failed to read
+// meta data" when the block cannot be read); the Document keeps what it had unless a picture came in.
 int read_metadata(Document& doc, Host& host, const std::string& path);
 
 // The whole of reopening from a block already read: reopen_from_block, then the stored filter,
-// transform and render at the stored output size. Returns 0, or -1 after the message.
-int remake_from_block(Document& doc, Host& host, const SettingsBlock& block);
+// transform and render at the stored output size. `saved`, when not empty, is the result the block
+// came from, opened as a picture when the source cannot be read (as read_metadata does). Returns 0,
+// or -1 after the message.
+int remake_from_block(Document& doc, Host& host, const SettingsBlock& block, const std::string& saved = "");
+
+enum class Reopen {
+    Done,
+    ShapeFileFailed,   // reported; the picture, settings and the other layers are in
+    SourceUnreadable,  // nothing said, the Document untouched: the caller explains what it does instead
+    Failed,            // after the message; the Document keeps what it had
+};
 
 // The first half of reopening: the stored settings and source picture, then the layers; nothing is
-// filtered. The tool uses it to let its options override the block before running. Returns 0, or -1
-// after the message (with the picture read when only a shape file failed).
-int reopen_from_block(Document& doc, Host& host, const SettingsBlock& block);
+// filtered. The stored source is read before anything of the Document changes. The tool uses it to
+// let its options override the block before running.
+Reopen reopen_from_block(Document& doc, Host& host, const SettingsBlock& block);
+
+// "The picture these settings were made from cannot be read (PATH)", and what is done instead.
+std::string source_unreadable_message(const std::string& source, std::string_view instead);
 
 // Paste metadata (the bytes that Copy put on the clipboard): the stored settings into the fields, the
 // layers replaced, then the stored filter and transform over the current picture. Messages: "Invalid

@@ -39,7 +39,19 @@ int read_result_settings(CliHost& host, const std::string& result, SettingsBlock
 }
 
 int open_with_settings(Document& doc, Host& host, const std::string& input, const SettingsBlock& block) {
-    if (input.empty()) return reopen_from_block(doc, host, block) == 0 ? 0 : 1;
+    if (input.empty()) {
+        switch (reopen_from_block(doc, host, block)) {
+            case Reopen::Done:
+                return 0;
+            case Reopen::SourceUnreadable:
+                host.message(source_unreadable_message(block.settings.source_path,
+                                                       "give INPUT to use the settings on another picture"));
+                return 1;
+            case Reopen::ShapeFileFailed:
+            case Reopen::Failed:
+                return 1;
+        }
+    }
     if (!block_fits_document(doc, block)) {
         host.message("Invalid metadata found!");
         return 1;

@@ -149,17 +149,36 @@ TEST(MetadataReuse, RefusalsSayWhy) {
         EXPECT_EQ(doc.settings.threshold, 77) << c.what;
     }
 
-    // A result whose source picture has gone.
+    // A result whose source picture has gone: the open work is kept until the saved picture itself
+    // comes in, as No would open it, after one message.
     const std::string saved = m.dir + "/result.png";
     ASSERT_EQ(save_result(m.doc, m.host, saved, 3), 0);
     fs::remove(m.source);
     test::RecordingHost host;
     Document doc(host);
-    EXPECT_EQ(read_metadata(doc, host, saved), -1);
+    const std::string other = m.dir + "/other.png";
+    ASSERT_EQ(write_picture(other, test::flat_picture(20, 10, 0xFF102030u), 96), PictureError::None);
+    ASSERT_EQ(open_picture(doc, host, other), 0);
+    doc.settings.threshold = 77;
+    host.clear();
+    host.answers = {true};
+    EXPECT_EQ(open_or_reuse(doc, host, saved), 0);
     const std::string abs = fs::absolute(m.source).lexically_normal().string();
-    EXPECT_EQ(host.messages(), (std::vector<std::string>{"Invalid filename in read_image - (" + abs + ")",
-                                                         "Failed to read image- " + abs}));
-    EXPECT_FALSE(doc.source);
+    EXPECT_EQ(host.messages(), std::vector<std::string>{
+                                   source_unreadable_message(abs, "the saved picture is opened instead")});
+    EXPECT_EQ(doc.path, saved);
+    EXPECT_EQ(doc.source.width(), m.doc.render_buffer.width());
+    EXPECT_EQ(doc.settings.threshold, 77) << "the block's settings are not taken";
+    EXPECT_FALSE(doc.transformed);
+    host.clear();
+    // Where no saved picture is named (a batch of results), nothing of the Document changes.
+    SettingsBlock block;
+    ASSERT_TRUE(read_metadata_block(host, saved, block));
+    EXPECT_EQ(remake_from_block(doc, host, block), -1);
+    EXPECT_EQ(host.messages(),
+              std::vector<std::string>{source_unreadable_message(abs, "nothing was opened")});
+    EXPECT_EQ(doc.path, saved);
+    EXPECT_TRUE(doc.source);
     host.clear();
     EXPECT_EQ(read_metadata(doc, host, m.dir + "/none.png"), -1);
     EXPECT_EQ(host.messages(), (std::vector<std::string>{"Failed to open file - " + m.dir + "/none.png",
