@@ -45,8 +45,9 @@ std::vector<std::uint8_t> copy_metadata(const Document& doc, Host& host);
 bool block_fits_document(const Document& doc, const SettingsBlock& block);
 
 // The window's fields from a block: INT, BLU, THR, GAP, DIL, K-Mn, Max, Min (through their "%f"
-// text), the filter kind and the transform mode, the unit set to pixel; the flag byte and the
-// cycling selections. The output size and DPI are left alone (see restore_output_size).
+// text), the global brightness, the filter kind and the transform mode, the unit set to pixel; the
+// background colour, the flag byte and the cycling selections. The output size and DPI are left
+// alone (see restore_output_size), and so is the logo (apply_block_logo).
 void apply_block_settings(Document& doc, const SettingsRecord& rec);
 // The stored output size in pixels and the DPI, as a reopened result had them.
 void restore_output_size(Document& doc, const SettingsRecord& rec);
@@ -55,6 +56,10 @@ void restore_output_size(Document& doc, const SettingsRecord& rec);
 // reloaded from the stored files). A shape file that cannot be read is reported and leaves its layer
 // with the shapes read before it; the result is then -1, else 0. Check block_fits_document first.
 int apply_block_layers(Document& doc, Host& host, const SettingsBlock& block);
+
+// The logo of a block made again: the text drawn in its face, or the picture read from its file; no
+// logo when the block has none. 0, or -1 after the message (the Document then has no logo).
+int apply_block_logo(Document& doc, Host& host, const SettingsRecord& rec);
 
 // Load layers: only the layers of the block at the end of `path` ("No metadata found!" when there is
 // none). Returns 0, or -1 after the message.
@@ -79,7 +84,7 @@ int remake_from_block(Document& doc, Host& host, const SettingsBlock& block, con
 
 enum class Reopen {
     Done,
-    ShapeFileFailed,   // reported; the picture, settings and the other layers are in
+    ShapeFileFailed,   // a shape or logo file was reported; the picture, settings and the rest are in
     SourceUnreadable,  // nothing said, the Document untouched: the caller explains what it does instead
     Failed,            // after the message; the Document keeps what it had
 };

@@ -34,7 +34,9 @@ Reopen reopen_from_block(Document& doc, Host& host, const SettingsBlock& block) 
     init_operation(doc);
     if (install_picture(doc, host, std::move(source), r.source_path) != 0) return Reopen::Failed;
     host.refresh(Refresh::View);
-    return apply_block_layers(doc, host, block) == 0 ? Reopen::Done : Reopen::ShapeFileFailed;
+    const bool layers = apply_block_layers(doc, host, block) == 0;
+    const bool logo = apply_block_logo(doc, host, r) == 0;
+    return layers && logo ? Reopen::Done : Reopen::ShapeFileFailed;
 }
 
 int remake_from_block(Document& doc, Host& host, const SettingsBlock& block, const std::string& saved) {
@@ -95,6 +97,7 @@ int paste_metadata(Document& doc, Host& host, std::span<const std::uint8_t> byte
     }
     apply_block_settings(doc, block.settings);
     apply_block_layers(doc, host, block);
+    apply_block_logo(doc, host, block.settings);
     // Without a picture the settings wait for the next one.
     if (!doc.source) return 0;
     const int result = filter_and_transform(doc, host);

@@ -58,7 +58,8 @@ int open_with_settings(Document& doc, Host& host, const std::string& input, cons
     }
     if (open_picture(doc, host, input) != 0) return 1;
     apply_block_settings(doc, block.settings);
-    return apply_block_layers(doc, host, block) == 0 ? 0 : 1;
+    if (apply_block_layers(doc, host, block) != 0) return 1;
+    return apply_block_logo(doc, host, block.settings) == 0 ? 0 : 1;
 }
 
 int write_result(Host& host, const UBUFFER& picture, const std::string& output, int dpi) {

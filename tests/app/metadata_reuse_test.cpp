@@ -3,6 +3,7 @@
 #include <filesystem>
 
 #include "app/filter_driver.h"
+#include "app/logo_choice.h"
 #include "app/metadata.h"
 #include "app/open_picture.h"
 #include "app/render_op.h"
@@ -68,12 +69,26 @@ bool same_pixels(const UBUFFER& a, const UBUFFER& b) {
 
 TEST(MetadataReuse, ReopeningASavedResultRendersTheSamePicture) {
     for (const bool larger : {false, true}) {
-        SCOPED_TRACE(larger ? "output twice the working size" : "working size");
+        SCOPED_TRACE(larger ? "output twice the working size, picture logo" : "working size, text logo");
         Made m("metadata_reopen");
         if (larger) {
             m.doc.settings.out_width = 2 * m.doc.working.width();
             m.doc.settings.out_height = 2 * m.doc.working.height();
         }
+        // The background, the global brightness and the logo come back too.
+        m.doc.background = 0x204080;
+        m.doc.settings.global_brightness = 30;
+        LogoChoice logo;
+        logo.transparency = 180;
+        if (larger) {
+            logo.text = false;
+            logo.path = m.dir + "/mark.png";
+            ASSERT_EQ(write_picture(logo.path, test::flat_picture(8, 4, 0xFFF0E000u), 96),
+                      PictureError::None);
+        } else {
+            logo.text_line = "Velq";
+        }
+        ASSERT_EQ(choose_logo(m.doc, m.host, logo), 0);
         m.render();
         const std::string saved = m.dir + "/result.png";
         ASSERT_EQ(save_result(m.doc, m.host, saved, 3), 0);
@@ -88,6 +103,9 @@ TEST(MetadataReuse, ReopeningASavedResultRendersTheSamePicture) {
         EXPECT_TRUE(again.rendered);
         EXPECT_TRUE(same_pixels(again.render_buffer, m.doc.render_buffer));
         EXPECT_EQ(again.settings.dpi, 200);
+        EXPECT_EQ(again.background, 0x204080u);
+        EXPECT_EQ(again.settings.global_brightness, 30);
+        EXPECT_EQ(again.logo_choice, m.doc.logo_choice);
         EXPECT_TRUE(host.messages().empty());
 
         // No opens the result as a plain picture.
