@@ -4,16 +4,18 @@
 
 #include <array>
 #include <cstdint>
+#include <optional>
 #include <string>
 #include <vector>
 
+#include "app/logo_source.h"
 #include "app/settings.h"
 #include "host/random.h"
 #include "image/buffer.h"
 #include "render/layer.h"
 #include "render/palette.h"
-#include "segments/segment.h"
 #include "segments/circle.h"
+#include "segments/segment.h"
 
 namespace velq {
 
@@ -56,6 +58,7 @@ struct Document {
     std::uint32_t background = 0;  // packed colour, red in the low byte; black at start
     UBUFFER logo;                  // BGRA; absent when no logo is chosen
     int logo_transparency = 255;
+    std::optional<LogoChoice> logo_choice;  // what made `logo`, so that a saved result can make it again
 
     std::string path;  // current picture
     ViewToggles toggles;
@@ -77,8 +80,11 @@ struct Document {
 
     // Frees everything that depends on the current picture (a new picture is coming).
     void reset();
-    // The settings snapshot taken when the last render finished (what Save records).
+    // The settings snapshot taken when the last render finished (what Save records), with the
+    // background and logo it was made with.
     Settings rendered_settings;
+    std::uint32_t rendered_background = 0;
+    std::optional<LogoChoice> rendered_logo;
 };
 
 }  // namespace velq

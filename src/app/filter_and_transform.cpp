@@ -11,7 +11,8 @@ int filter_and_transform(Document& doc, Host& host) {
     if (host.stopped()) return -1;
     // A loaded motion pack skips the transform without running it.
     if (do_transform(doc, host, TransformMode(s.transform_mode), false) != 0 || !doc.transformed) return -1;
-    return 0;
+    // A stopped transform has said so; what comes after it does not run on a part of the circles.
+    return host.stopped() ? -1 : 0;
 }
 
 }  // namespace velq

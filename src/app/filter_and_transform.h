@@ -7,7 +7,7 @@
 
 namespace velq {
 
-// 0, or -1 when either step failed (after the system's message) or a Stop came between them.
+// 0, or -1 when either step failed (after the system's message) or was stopped.
 int filter_and_transform(Document& doc, Host& host);
 
 }  // namespace velq

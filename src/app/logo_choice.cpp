@@ -27,6 +27,17 @@ int choose_logo(Document& doc, Host& host, const LogoChoice& choice) {
     }
     doc.logo = std::move(logo);
     doc.logo_transparency = std::clamp(choice.transparency, 0, 255);
+    LogoChoice kept = choice;
+    kept.transparency = doc.logo_transparency;
+    if (kept.text) {
+        kept.path.clear();
+    } else {
+        kept.text_line.clear();
+        std::error_code ec;
+        const auto abs = std::filesystem::absolute(kept.path, ec);
+        if (!ec) kept.path = abs.lexically_normal().string();
+    }
+    doc.logo_choice = std::move(kept);
     return 0;
 }
 

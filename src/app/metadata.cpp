@@ -1,5 +1,7 @@
 #include "app/metadata.h"
 
+#include <algorithm>
+#include <array>
 #include <filesystem>
 
 #include "app/layer_fields.h"
@@ -55,8 +57,17 @@ std::string make_settings_block(const Document& doc, bool rendered, SettingsBloc
     r.flag_byte = doc.flag_byte ? 1 : 0;
     for (int i = 0; i < kCyclingCount; ++i) r.cycling[i] = doc.cycling[i] ? 1 : 0;
     r.motion_pack = doc.motion_pack_loaded;
+    r.background = rendered ? doc.rendered_background : doc.background;
+    r.global_brightness = s.global_brightness;
+    if (const auto& logo = rendered ? doc.rendered_logo : doc.logo_choice) {
+        r.logo_kind = logo->text ? LogoKind::Text : LogoKind::Picture;
+        r.logo_transparency = std::uint8_t(std::clamp(logo->transparency, 0, 255));
+        r.logo_text = logo->text ? logo->text_line : logo->path;
+        if (logo->text) r.logo_face = logo->face;
+    }
     for (const Layer& layer : doc.layers) b.layers.push_back(entry_of(layer));
-    if (auto problem = stored_path_problem(r.source_path); !problem.empty()) return problem;
+    std::array<std::uint8_t, kSettingsRecordSize> scratch;
+    if (auto problem = encode_settings_record(r, scratch); !problem.empty()) return problem;
     block = std::move(b);
     return {};
 }

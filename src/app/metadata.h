@@ -7,6 +7,7 @@
 #include <cstdint>
 #include <span>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "app/document.h"
@@ -44,8 +45,9 @@ std::vector<std::uint8_t> copy_metadata(const Document& doc, Host& host);
 bool block_fits_document(const Document& doc, const SettingsBlock& block);
 
 // The window's fields from a block: INT, BLU, THR, GAP, DIL, K-Mn, Max, Min (through their "%f"
-// text), the filter kind and the transform mode, the unit set to pixel; the flag byte and the
-// cycling selections. The output size and DPI are left alone (see restore_output_size).
+// text), the global brightness, the filter kind and the transform mode, the unit set to pixel; the
+// background colour, the flag byte and the cycling selections. The output size and DPI are left
+// alone (see restore_output_size), and so is the logo (apply_block_logo).
 void apply_block_settings(Document& doc, const SettingsRecord& rec);
 // The stored output size in pixels and the DPI, as a reopened result had them.
 void restore_output_size(Document& doc, const SettingsRecord& rec);
@@ -54,6 +56,10 @@ void restore_output_size(Document& doc, const SettingsRecord& rec);
 // reloaded from the stored files). A shape file that cannot be read is reported and leaves its layer
 // with the shapes read before it; the result is then -1, else 0. Check block_fits_document first.
 int apply_block_layers(Document& doc, Host& host, const SettingsBlock& block);
+
+// The logo of a block made again: the text drawn in its face, or the picture read from its file; no
+// logo when the block has none. 0, or -1 after the message (the Document then has no logo).
+int apply_block_logo(Document& doc, Host& host, const SettingsRecord& rec);
 
 // Load layers: only the layers of the block at the end of `path` ("No metadata found!" when there is
 // none). Returns 0, or -1 after the message.
@@ -64,18 +70,32 @@ int load_layers(Document& doc, Host& host, const std::string& path);
 int open_or_reuse(Document& doc, Host& host, const std::string& path);
 
 // Open with Yes: the stored settings into the fields, the stored source picture read, the layers
-// applied, then the stored filter, transform and render, at the stored output size and DPI. Returns 0,
-// or -1 after the message ("Failed to read meta data" when the block cannot be read).
+// applied, then the stored filter, transform and render, at the stored output size and DPI. When the
+// source picture cannot be read, the saved picture at `path` is opened instead, as No does, after one
+// message saying so (source_unreadable_message). Returns 0, or -1 after the message ("Failed to read
+// meta data" when the block cannot be read); the Document keeps what it had unless a picture came in.
 int read_metadata(Document& doc, Host& host, const std::string& path);
 
 // The whole of reopening from a block already read: reopen_from_block, then the stored filter,
-// transform and render at the stored output size. Returns 0, or -1 after the message.
-int remake_from_block(Document& doc, Host& host, const SettingsBlock& block);
+// transform and render at the stored output size. `saved`, when not empty, is the result the block
+// came from, opened as a picture when the source cannot be read (as read_metadata does). Returns 0,
+// or -1 after the message.
+int remake_from_block(Document& doc, Host& host, const SettingsBlock& block, const std::string& saved = "");
+
+enum class Reopen {
+    Done,
+    ShapeFileFailed,   // a shape or logo file was reported; the picture, settings and the rest are in
+    SourceUnreadable,  // nothing said, the Document untouched: the caller explains what it does instead
+    Failed,            // after the message; the Document keeps what it had
+};
 
 // The first half of reopening: the stored settings and source picture, then the layers; nothing is
-// filtered. The tool uses it to let its options override the block before running. Returns 0, or -1
-// after the message (with the picture read when only a shape file failed).
-int reopen_from_block(Document& doc, Host& host, const SettingsBlock& block);
+// filtered. The stored source is read before anything of the Document changes. The tool uses it to
+// let its options override the block before running.
+Reopen reopen_from_block(Document& doc, Host& host, const SettingsBlock& block);
+
+// "The picture these settings were made from cannot be read (PATH)", and what is done instead.
+std::string source_unreadable_message(const std::string& source, std::string_view instead);
 
 // Paste metadata (the bytes that Copy put on the clipboard): the stored settings into the fields, the
 // layers replaced, then the stored filter and transform over the current picture. Messages: "Invalid

@@ -1,8 +1,10 @@
 #include <algorithm>
 
 #include "app/layer_fields.h"
+#include "app/logo_choice.h"
 #include "app/metadata.h"
 #include "app/units.h"
+#include "image/file_types.h"
 
 namespace velq {
 
@@ -55,6 +57,8 @@ void apply_block_settings(Document& doc, const SettingsRecord& r) {
     // The stored output size is in pixels, so the pixel unit shows it as it is.
     s.unit = Unit::Pixel;
     rewrite_size_fields(s);
+    s.global_brightness = r.global_brightness;
+    doc.background = r.background;
     doc.flag_byte = r.flag_byte != 0;
     for (int i = 0; i < kCyclingCount; ++i) doc.cycling[std::size_t(i)] = r.cycling[std::size_t(i)] != 0;
 }
@@ -80,6 +84,31 @@ int apply_block_layers(Document& doc, Host& host, const SettingsBlock& block) {
     doc.layers = std::move(layers);
     host.refresh(Refresh::Layers);
     return result;
+}
+
+int apply_block_logo(Document& doc, Host& host, const SettingsRecord& r) {
+    if (r.logo_kind == LogoKind::None) {
+        doc.logo.reset();
+        doc.logo_choice.reset();
+        doc.logo_transparency = 255;
+        return 0;
+    }
+    LogoChoice choice;
+    choice.text = r.logo_kind == LogoKind::Text;
+    choice.transparency = r.logo_transparency;
+    if (choice.text) {
+        choice.text_line = r.logo_text;
+        if (!r.logo_face.empty()) choice.face = r.logo_face;
+    } else {
+        choice.path = r.logo_text;
+        if (!file_exists(choice.path)) {
+            host.message("The logo picture cannot be read (" + choice.path + "); the result has no logo");
+            doc.logo.reset();
+            doc.logo_choice.reset();
+            return -1;
+        }
+    }
+    return choose_logo(doc, host, choice);
 }
 
 int load_layers(Document& doc, Host& host, const std::string& path) {

@@ -3,36 +3,59 @@
 #include "app/open_picture.h"
 #include "app/render_op.h"
 #include "image/file_types.h"
+#include "image/picture_reader.h"
 
 namespace velq {
 
-int reopen_from_block(Document& doc, Host& host, const SettingsBlock& block) {
+std::string source_unreadable_message(const std::string& source, std::string_view instead) {
+    return "The picture these settings were made from cannot be read (" + source + "); " +
+           std::string(instead);
+}
+
+Reopen reopen_from_block(Document& doc, Host& host, const SettingsBlock& block) {
     const SettingsRecord& r = block.settings;
     if (!block_fits_document(doc, block)) {
         host.message("Invalid metadata found!");
-        return -1;
+        return Reopen::Failed;
+    }
+    if (r.motion_pack) {
+        // Motion packs cannot be loaded yet, so a result made from one cannot be reopened.
+        host.message("Failed to load motion pack- " + r.source_path);
+        return Reopen::Failed;
+    }
+    host.status(1, "Reading from...");
+    PictureRead source = read_picture(r.source_path);
+    if (!source) {
+        host.status(1, "");
+        return Reopen::SourceUnreadable;
     }
     apply_block_settings(doc, r);
     doc.reset();
     init_operation(doc);
-    if (r.motion_pack) {
-        // Motion packs cannot be loaded yet, so a result made from one cannot be reopened.
-        host.message("Failed to load motion pack- " + r.source_path);
-        doc.reset();
-        return -1;
-    }
-    if (read_image(doc, host, r.source_path) != 0) {
-        host.message("Failed to read image- " + r.source_path);
-        doc.reset();
-        return -1;
-    }
+    if (install_picture(doc, host, std::move(source), r.source_path) != 0) return Reopen::Failed;
     host.refresh(Refresh::View);
-    return apply_block_layers(doc, host, block) == 0 ? 0 : -1;
+    const bool layers = apply_block_layers(doc, host, block) == 0;
+    const bool logo = apply_block_logo(doc, host, r) == 0;
+    return layers && logo ? Reopen::Done : Reopen::ShapeFileFailed;
 }
 
-int remake_from_block(Document& doc, Host& host, const SettingsBlock& block) {
+int remake_from_block(Document& doc, Host& host, const SettingsBlock& block, const std::string& saved) {
     // A layer whose shape file is gone was reported; the result is remade with what could be read.
-    if (reopen_from_block(doc, host, block) != 0 && !doc.source) return -1;
+    switch (reopen_from_block(doc, host, block)) {
+        case Reopen::Done:
+        case Reopen::ShapeFileFailed:
+            break;
+        case Reopen::SourceUnreadable:
+            if (saved.empty()) {
+                host.message(source_unreadable_message(block.settings.source_path, "nothing was opened"));
+                return -1;
+            }
+            host.message(
+                source_unreadable_message(block.settings.source_path, "the saved picture is opened instead"));
+            return open_picture(doc, host, saved);
+        case Reopen::Failed:
+            return -1;
+    }
     if (filter_and_transform(doc, host) != 0) return -1;
     restore_output_size(doc, block.settings);
     int width = 0, height = 0;
@@ -46,7 +69,7 @@ int read_metadata(Document& doc, Host& host, const std::string& path) {
         host.message("Failed to read meta data");
         return -1;
     }
-    return remake_from_block(doc, host, block);
+    return remake_from_block(doc, host, block, path);
 }
 
 int open_or_reuse(Document& doc, Host& host, const std::string& path) {
@@ -74,6 +97,7 @@ int paste_metadata(Document& doc, Host& host, std::span<const std::uint8_t> byte
     }
     apply_block_settings(doc, block.settings);
     apply_block_layers(doc, host, block);
+    apply_block_logo(doc, host, block.settings);
     // Without a picture the settings wait for the next one.
     if (!doc.source) return 0;
     const int result = filter_and_transform(doc, host);

@@ -5,7 +5,6 @@
 #include "app/filter_driver.h"
 #include "app/units.h"
 #include "image/file_types.h"
-#include "image/picture_reader.h"
 #include "image/working_pictures.h"
 
 namespace velq {
@@ -24,6 +23,7 @@ int read_image(Document& doc, Host& host, const std::string& path) {
     host.status(1, "Reading from...");
     PictureRead read = read_picture(path);
     if (!read) {
+        host.status(1, "");
         if (read.error == PictureError::Unreadable) {
             host.message("Invalid filename in read_image - (" + path + ")");
         } else {
@@ -31,10 +31,15 @@ int read_image(Document& doc, Host& host, const std::string& path) {
         }
         return -1;
     }
+    return install_picture(doc, host, std::move(read), path);
+}
+
+int install_picture(Document& doc, Host& host, PictureRead read, const std::string& path) {
     doc.source = std::move(read.picture);
     doc.settings.dpi = read.dpi;
     RebuiltPictures made;
     if (build_working_pictures(doc, host, doc.settings.memory_limit, made) != 0) {
+        host.status(1, "");
         host.message("Failed to reallocating filter_buffer");
         doc.reset();
         return -1;

@@ -42,6 +42,12 @@ BoundaryPiece circle_outline(double x, double y, double r) {
 
 }  // namespace
 
+std::string stopped_message(std::size_t circles) {
+    if (circles == 0) return "The transform was stopped before any circle was packed";
+    return "The transform was stopped after " + std::to_string(circles) +
+           (circles == 1 ? " circle" : " circles");
+}
+
 std::optional<std::size_t> fill_circle_algo1(Document& doc, Host& host) {
     const UBUFFER& picture = doc.filtered;
     const int w = picture.width(), h = picture.height();
@@ -67,6 +73,7 @@ std::optional<std::size_t> fill_circle_algo1(Document& doc, Host& host) {
     options.picture_height = h;
     {
         Progress progress(host, "Transforming");
+        options.progress = [&progress](double done) { progress.set(int(done * 100)); };
         doc.circles = pack_circles(region, options, host);
     }
 
@@ -104,6 +111,8 @@ int do_transform(Document& doc, Host& host, TransformMode mode, bool show_count)
     doc.settings.transform_mode = int(mode);
     host.refresh(Refresh::View);
 
+    // One bar over the stages; the brush-size map is quick next to the packing.
+    ProgressRun run(host);
     std::optional<std::size_t> count;
     switch (mode) {
         case TransformMode::Normal: {
@@ -111,12 +120,17 @@ int do_transform(Document& doc, Host& host, TransformMode mode, bool show_count)
             const int maxpx = int(larger * doc.settings.max_size + 0.5);
             const int minpx = int(larger * doc.settings.min_size + 0.5);
             doc.bs_buffer.reset();
-            const UBUFFER source = brush_source(doc, host);
-            if (source) doc.bs_buffer = get_brush_size(host, source, doc.settings.threshold, maxpx, minpx);
+            {
+                ProgressShare share(host, 0, 0.1);
+                const UBUFFER source = brush_source(doc, host);
+                if (source)
+                    doc.bs_buffer = get_brush_size(host, source, doc.settings.threshold, maxpx, minpx);
+            }
             if (!doc.bs_buffer) {
                 host.message("Failed to allocate bs_buffer in do_filter()");
                 return -1;
             }
+            ProgressShare share(host, 0.1, 1);
             count = fill_circle_algo1(doc, host);
             break;
         }
@@ -130,8 +144,13 @@ int do_transform(Document& doc, Host& host, TransformMode mode, bool show_count)
     // A refused packing still ends like a finished one in the window (flag, outlines, count); only the
     // result says it failed.
     doc.transformed = true;
+    if (count && !host.stopped()) run.finish();
     host.refresh(Refresh::Outlines);
-    if (show_count) {
+    if (host.stopped() && count) {
+        // Said whether or not the count was asked for: the user asked for the stop and hears how far
+        // the transform got, in the window and in the tool alike.
+        host.message(stopped_message(*count));
+    } else if (show_count) {
         char text[64];
         std::snprintf(text, sizeof text, "The number of circles is %zu", count.value_or(0));
         host.message(text);

@@ -1,14 +1,38 @@
 #include "cli/cli_host.h"
 
+#include <atomic>
+#include <csignal>
 #include <cstdio>
 
 #include <unistd.h>
 
 namespace velq::cli {
 
-CliHost::CliHost(bool quiet) : quiet_(quiet), tty_(::isatty(STDERR_FILENO) == 1) {}
+namespace {
+
+// The stop flag of the host that is alive, for the interrupt handler.
+std::atomic<std::atomic<bool>*> g_stop{nullptr};
+
+extern "C" void on_interrupt(int) {
+    std::atomic<bool>* stop = g_stop.load();
+    if (stop == nullptr || stop->load()) {
+        std::signal(SIGINT, SIG_DFL);
+        std::raise(SIGINT);
+        return;
+    }
+    stop->store(true);
+}
+
+}  // namespace
+
+CliHost::CliHost(bool quiet) : quiet_(quiet), tty_(::isatty(STDERR_FILENO) == 1) {
+    g_stop.store(&stop);
+    std::signal(SIGINT, on_interrupt);
+}
 
 CliHost::~CliHost() {
+    std::signal(SIGINT, SIG_DFL);
+    g_stop.store(nullptr);
     clear_line();
 }
 

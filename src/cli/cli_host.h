@@ -1,5 +1,6 @@
 // The tool's host: messages as "Velquinograph: text" on stderr, one progress line on stderr when it
-// is a terminal, no questions (the tool never waits for an answer).
+// is a terminal, no questions (the tool never waits for an answer). While it lives, the first Ctrl+C
+// is the window's Stop: the running operation ends early and says so; a second one ends the tool.
 #pragma once
 
 #include <string>

@@ -46,6 +46,28 @@ std::string shapes_text(const LayerEntry& e) {
     return s.empty() ? "none" : s;
 }
 
+// The background as RRGGBB, from the packed colour (red in the low byte).
+std::string background_text(std::uint32_t c) {
+    char text[8];
+    std::snprintf(text, sizeof text, "%02X%02X%02X", unsigned(c & 255), unsigned(c >> 8 & 255),
+                  unsigned(c >> 16 & 255));
+    return text;
+}
+
+std::string logo_text(const SettingsRecord& s) {
+    const std::string trans = ", transparency " + std::to_string(s.logo_transparency);
+    switch (s.logo_kind) {
+        case LogoKind::None:
+            break;
+        case LogoKind::Text:
+            return "text \"" + s.logo_text + "\" in " + (s.logo_face.empty() ? "Courier New" : s.logo_face) +
+                   trans;
+        case LogoKind::Picture:
+            return "picture " + s.logo_text + trans;
+    }
+    return "none";
+}
+
 void print_text(const std::string& file, const SettingsBlock& block) {
     const SettingsRecord& s = block.settings;
     std::printf("Settings of %s\n", file.c_str());
@@ -57,6 +79,9 @@ void print_text(const std::string& file, const SettingsBlock& block) {
     std::printf("  output       %d x %d pixels, %d dpi\n", s.out_width, s.out_height, s.dpi);
     std::printf("  filter       %s\n", std::string(filter_menu_text(FilterKind(s.filter_kind))).c_str());
     std::printf("  transform    %s\n", kTransformNames[s.transform_mode]);
+    std::printf("  background   %s\n", background_text(s.background).c_str());
+    std::printf("  brightness   %d\n", s.global_brightness);
+    std::printf("  logo         %s\n", logo_text(s).c_str());
     std::printf("Layers\n");
     const auto palettes = make_palettes();
     for (std::size_t i = 0; i < block.layers.size(); ++i) {
@@ -88,6 +113,21 @@ void print_json(const SettingsBlock& block) {
     j["transform"] = s.transform_mode;
     j["max"] = restored_size_fraction(s.max_size);
     j["min"] = restored_size_fraction(s.min_size);
+    j["background"] = background_text(s.background);
+    j["global_brightness"] = s.global_brightness;
+    if (s.logo_kind == LogoKind::None) {
+        j["logo"] = nullptr;
+    } else {
+        nlohmann::ordered_json logo;
+        if (s.logo_kind == LogoKind::Text) {
+            logo["text"] = s.logo_text;
+            logo["font"] = s.logo_face.empty() ? "Courier New" : s.logo_face;
+        } else {
+            logo["picture"] = s.logo_text;
+        }
+        logo["transparency"] = s.logo_transparency;
+        j["logo"] = std::move(logo);
+    }
     auto layers = nlohmann::ordered_json::array();
     for (std::size_t i = 0; i < block.layers.size(); ++i) {
         const LayerEntry& e = block.layers[i];

@@ -39,14 +39,27 @@ int read_result_settings(CliHost& host, const std::string& result, SettingsBlock
 }
 
 int open_with_settings(Document& doc, Host& host, const std::string& input, const SettingsBlock& block) {
-    if (input.empty()) return reopen_from_block(doc, host, block) == 0 ? 0 : 1;
+    if (input.empty()) {
+        switch (reopen_from_block(doc, host, block)) {
+            case Reopen::Done:
+                return 0;
+            case Reopen::SourceUnreadable:
+                host.message(source_unreadable_message(block.settings.source_path,
+                                                       "give INPUT to use the settings on another picture"));
+                return 1;
+            case Reopen::ShapeFileFailed:
+            case Reopen::Failed:
+                return 1;
+        }
+    }
     if (!block_fits_document(doc, block)) {
         host.message("Invalid metadata found!");
         return 1;
     }
     if (open_picture(doc, host, input) != 0) return 1;
     apply_block_settings(doc, block.settings);
-    return apply_block_layers(doc, host, block) == 0 ? 0 : 1;
+    if (apply_block_layers(doc, host, block) != 0) return 1;
+    return apply_block_logo(doc, host, block.settings) == 0 ? 0 : 1;
 }
 
 int write_result(Host& host, const UBUFFER& picture, const std::string& output, int dpi) {

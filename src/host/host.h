@@ -22,6 +22,15 @@ struct LiveCircle {
     double x = 0, y = 0, r = 0;
 };
 
+// The part of the bar the running stage fills while a driver runs several stages as one operation
+// (see ProgressRun): from..to in percent of the whole bar, and the last value sent, below which the
+// bar never goes back.
+struct ProgressBand {
+    bool on = false;
+    double from = 0, to = 100;
+    int sent = 0;
+};
+
 // What changed, so a view can redraw only what it needs.
 enum class Refresh { View, Outlines, Result, Layers };
 
@@ -56,6 +65,9 @@ public:
     std::atomic<bool> skip{false};
 
     bool stopped() const { return stop.load(std::memory_order_relaxed); }
+
+    // Set by ProgressRun and ProgressShare on the worker thread; read by Progress.
+    ProgressBand band;
 };
 
 // A host that shows nothing and answers No: for library calls that need no feedback.

@@ -19,14 +19,29 @@ void Host::debug(std::string_view text) {
 
 Progress::Progress(Host& host, std::string_view what) : Progress(host, stage_title(what), Raw{}) {}
 
+void send_progress(Host& host, double p) {
+    ProgressBand& b = host.band;
+    if (!b.on) {
+        host.percent(int(p));
+        return;
+    }
+    const int v = int(b.from + p * (b.to - b.from) / 100.0);
+    if (v <= b.sent) return;
+    b.sent = v;
+    host.percent(v);
+}
+
 Progress::Progress(Host& host, std::string_view full_title, Raw) : host_(host) {
     host_.title(full_title);
-    host_.percent(0);
+    send_progress(host_, 0);
 }
 
 Progress::~Progress() {
     host_.title(kAppName);
-    host_.percent(0);
+    if (!host_.band.on)
+        host_.percent(0);
+    else if (!host_.stopped())
+        send_progress(host_, 100);
 }
 
 void Progress::update(std::int64_t i, std::int64_t n) {
@@ -37,11 +52,40 @@ void Progress::update(std::int64_t i, std::int64_t n) {
 void Progress::set(int p) {
     if (p == last_) return;
     last_ = p;
-    host_.percent(p);
+    send_progress(host_, p);
 }
 
 void Progress::retitle(std::string_view full_title) {
     host_.title(full_title);
+}
+
+ProgressRun::ProgressRun(Host& host) : host_(host), saved_(host.band) {
+    if (saved_.on) return;
+    host_.band = ProgressBand{true, 0, 100, 0};
+    host_.percent(0);
+}
+
+ProgressRun::~ProgressRun() {
+    if (!saved_.on) host_.band = saved_;
+}
+
+void ProgressRun::finish() {
+    send_progress(host_, 100);
+}
+
+ProgressShare::ProgressShare(Host& host, double from, double to) : host_(host), saved_(host.band) {
+    if (!saved_.on) return;
+    const double span = saved_.to - saved_.from;
+    host_.band.from = saved_.from + from * span;
+    host_.band.to = saved_.from + to * span;
+}
+
+ProgressShare::~ProgressShare() {
+    if (!saved_.on) return;
+    if (!host_.stopped()) send_progress(host_, 100);
+    const int sent = host_.band.sent;
+    host_.band = saved_;
+    host_.band.sent = sent;
 }
 
 }  // namespace velq

@@ -1,5 +1,7 @@
 // The progress convention of every long stage: the title names the stage while it runs, the bar
-// gets trunc(i * 100 / n) only when that changes, and both are reset when the stage ends.
+// gets trunc(i * 100 / n) only when that changes, and both are reset when the stage ends. A driver
+// that runs several stages as one operation opens a ProgressRun and gives each stage its share of
+// the bar (ProgressShare): the bar then moves forward only, across all stages, and ends at 100.
 #pragma once
 
 #include <cstdint>
@@ -16,7 +18,8 @@ public:
     Progress(Host& host, std::string_view what);
     struct Raw {};
     Progress(Host& host, std::string_view full_title, Raw);
-    // Title back to "Velquinograph", bar to 0.
+    // Title back to "Velquinograph", bar to 0 (inside a run: to the end of the stage's share, unless
+    // stopped).
     ~Progress();
     Progress(const Progress&) = delete;
     Progress& operator=(const Progress&) = delete;
@@ -34,6 +37,41 @@ public:
 private:
     Host& host_;
     int last_ = 0;
+};
+
+// Sends `p` percent of the current share of the bar (the whole bar outside a run), never less than
+// what a run already sent.
+void send_progress(Host& host, double p);
+
+// One bar over a whole operation. Sends 0 when it starts the bar; finish() sends 100. Inside another
+// run it is simply a share of all of the enclosing one. Lives on the worker thread.
+class ProgressRun {
+public:
+    explicit ProgressRun(Host& host);
+    // Stages report on their own again (or within the enclosing run); the bar stays where it is.
+    ~ProgressRun();
+    ProgressRun(const ProgressRun&) = delete;
+    ProgressRun& operator=(const ProgressRun&) = delete;
+
+    void finish();
+
+private:
+    Host& host_;
+    ProgressBand saved_;
+};
+
+// Gives the stages within its scope the fractions from..to (0..1) of the enclosing share; outside a
+// run it does nothing. On leaving, the bar is at the share's end unless the operation was stopped.
+class ProgressShare {
+public:
+    ProgressShare(Host& host, double from, double to);
+    ~ProgressShare();
+    ProgressShare(const ProgressShare&) = delete;
+    ProgressShare& operator=(const ProgressShare&) = delete;
+
+private:
+    Host& host_;
+    ProgressBand saved_;
 };
 
 }  // namespace velq

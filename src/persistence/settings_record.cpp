@@ -17,9 +17,27 @@ std::string stored_path_problem(std::string_view path) {
            " bytes, at most " + std::to_string(kPathFieldSize - 1) + "): " + std::string(path);
 }
 
+namespace {
+
+std::string logo_field_problem(std::string_view what, std::string_view text, std::size_t width) {
+    if (fits_text_field(text, width)) return {};
+    if (text.find('\0') != std::string_view::npos)
+        return "A logo " + std::string(what) + " with a zero byte cannot be stored with the settings";
+    return "The logo " + std::string(what) + " is too long to be stored with the settings (" +
+           std::to_string(text.size()) + " bytes, at most " + std::to_string(width - 1) + ")";
+}
+
+}  // namespace
+
 std::string encode_settings_record(const SettingsRecord& rec,
                                    std::span<std::uint8_t, kSettingsRecordSize> out) {
     if (auto problem = stored_path_problem(rec.source_path); !problem.empty()) return problem;
+    const bool picture_logo = rec.logo_kind == LogoKind::Picture;
+    if (auto problem = logo_field_problem(picture_logo ? "path" : "text", rec.logo_text, kLogoTextFieldSize);
+        !problem.empty())
+        return problem;
+    if (auto problem = logo_field_problem("font", rec.logo_face, kLogoFaceFieldSize); !problem.empty())
+        return problem;
     std::memset(out.data(), 0, out.size());
     std::memcpy(out.data() + o::signature, kSignature.data(), kSignatureSize);
     put_text(out, o::path, kPathFieldSize, rec.source_path);
@@ -40,6 +58,14 @@ std::string encode_settings_record(const SettingsRecord& rec,
     put_u8(out, o::flag_byte, rec.flag_byte);
     for (int i = 0; i < kCyclingCount; ++i) put_u8(out, o::cycling + i, rec.cycling[i] ? 1 : 0);
     put_u8(out, o::motion_pack, rec.motion_pack ? 1 : 0);
+    put_u32(out, o::background, rec.background);
+    put_i32(out, o::global_brightness, rec.global_brightness);
+    if (rec.logo_kind != LogoKind::None) {
+        put_u8(out, o::logo_kind, std::uint8_t(rec.logo_kind));
+        put_u8(out, o::logo_transparency, rec.logo_transparency);
+        put_text(out, o::logo_text, kLogoTextFieldSize, rec.logo_text);
+        put_text(out, o::logo_face, kLogoFaceFieldSize, rec.logo_face);
+    }
     return {};
 }
 
@@ -82,6 +108,17 @@ RecordStatus decode_settings_record(std::span<const std::uint8_t, kSettingsRecor
     r.flag_byte = in[o::flag_byte];
     for (int i = 0; i < kCyclingCount; ++i) r.cycling[i] = in[o::cycling + i];
     const std::uint8_t pack = in[o::motion_pack];
+    r.background = get_u32(in, o::background);
+    r.global_brightness = get_i32(in, o::global_brightness);
+    const std::uint8_t logo = in[o::logo_kind];
+    if (logo > std::uint8_t(LogoKind::Picture)) return RecordStatus::Invalid;
+    r.logo_kind = LogoKind(logo);
+    if (r.logo_kind != LogoKind::None) {
+        r.logo_transparency = in[o::logo_transparency];
+        if (!get_text(in, o::logo_text, kLogoTextFieldSize, r.logo_text) ||
+            !get_text(in, o::logo_face, kLogoFaceFieldSize, r.logo_face))
+            return RecordStatus::Invalid;
+    }
 
     // Values that no window could have produced: refusing them here keeps a hostile block from
     // steering later stages into huge allocations or out-of-range tables.
@@ -89,7 +126,8 @@ RecordStatus decode_settings_record(std::span<const std::uint8_t, kSettingsRecor
                     in_range(r.out_width, 0, kMaxOutputSide) && in_range(r.out_height, 0, kMaxOutputSide) &&
                     r.dpi >= 0 && r.dilation >= 0 && r.gap >= 0 && r.k_mean >= 0 &&
                     in_range(r.filter_kind, 0, 8) && in_range(r.transform_mode, 0, 2) &&
-                    size_fraction(r.max_size) && size_fraction(r.min_size) && pack <= 1;
+                    size_fraction(r.max_size) && size_fraction(r.min_size) && pack <= 1 &&
+                    r.background <= 0xFFFFFFu;
     if (!ok) return RecordStatus::Invalid;
     for (auto c : r.cycling)
         if (c > 1) return RecordStatus::Invalid;

@@ -29,8 +29,15 @@ inline constexpr std::size_t signature = 0, path = 14, version = 4112, interpola
                              threshold = 4124, out_width = 4128, out_height = 4132, dpi = 4136,
                              dilation = 4140, gap = 4144, k_mean = 4148, filter_kind = 4152,
                              transform_mode = 4156, max_size = 4164, min_size = 4168, flag_byte = 4172,
-                             cycling = 4173, motion_pack = 4194, reserved = 4195;
+                             cycling = 4173, motion_pack = 4194, logo_kind = 4195, background = 4196,
+                             global_brightness = 4200, logo_transparency = 4204, logo_text = 4208,
+                             logo_face = 4976, reserved = 5104;
 }
+// The logo's text (or picture path) and font face fields; each holds one byte less of text.
+inline constexpr std::size_t kLogoTextFieldSize = 768, kLogoFaceFieldSize = 128;
+
+// What made the logo of a result: none (every logo field zero), a line of text, or a picture file.
+enum class LogoKind : std::uint8_t { None = 0, Text = 1, Picture = 2 };
 
 struct SettingsRecord {
     std::string source_path;  // UTF-8; the source picture, or the motion pack when one is loaded
@@ -52,6 +59,13 @@ struct SettingsRecord {
     // Motions 0-4, scan orders 0-7, filters 1-8: one byte each, 0 or 1.
     std::array<std::uint8_t, kCyclingCount> cycling{};
     bool motion_pack = false;
+    // Kept in bytes that older blocks leave zero, which reads as these defaults.
+    std::uint32_t background = 0;  // packed colour, red in the low byte; black
+    std::int32_t global_brightness = 0;
+    LogoKind logo_kind = LogoKind::None;
+    std::uint8_t logo_transparency = 0;  // 0..255, with a logo
+    std::string logo_text;               // UTF-8: the text logo's line, or the picture logo's path
+    std::string logo_face;               // UTF-8: the text logo's font face
 
     bool operator==(const SettingsRecord&) const = default;
 };

@@ -9,6 +9,7 @@
 
 #include <algorithm>
 #include <chrono>
+#include <cmath>
 #include <cstddef>
 
 #include "transform/corner.h"
@@ -124,11 +125,34 @@ double cell_size(double max_radius) {
     return std::clamp(max_radius, 4.0, 8.0);
 }
 
+// Twice the signed area of a ring (shoelace), either orientation.
+double twice_area(const PackRing& ring) {
+    double a = 0;
+    for (std::size_t i = 0, j = ring.size() - 1; i < ring.size(); j = i++)
+        a += ring[j].x * ring[i].y - ring[i].x * ring[j].y;
+    return ring.size() < 3 ? 0 : a;
+}
+
+double region_area(const PackRegion& region) {
+    double a = std::fabs(twice_area(region.outer));
+    for (const PackRing& h : region.holes) a -= std::fabs(twice_area(h));
+    return std::max(0.0, a / 2);
+}
+
+// The live view's batches and the progress estimate, sent together at most every `interval` seconds.
+// Progress is the area the accepted candidates cover against the share of a region that a finished
+// packing typically covers.
 class LiveFeed {
 public:
-    LiveFeed(Host& host, double interval) : host_(host), interval_(interval), last_(Clock::now()) {}
-    void add(const Circle& c) {
+    LiveFeed(Host& host, const PackOptions& options, double area)
+        : host_(host),
+          interval_(options.live_interval_seconds),
+          progress_(options.progress),
+          area_(area * kTypicalCoverage),
+          last_(Clock::now()) {}
+    void add(const Circle& c, double candidate_radius) {
         batch_.push_back(LiveCircle{c.x, c.y, c.radius});
+        covered_ += candidate_radius * candidate_radius;
         const auto now = Clock::now();
         if (std::chrono::duration<double>(now - last_).count() >= interval_) {
             flush();
@@ -139,12 +163,18 @@ public:
         if (batch_.empty()) return;
         host_.circles_added(batch_);
         batch_.clear();
+        if (progress_ && area_ > 0) progress_(std::min(1.0, covered_ * kPi / area_));
     }
 
 private:
     using Clock = std::chrono::steady_clock;
+    static constexpr double kPi = 3.141592653589793;
+    static constexpr double kTypicalCoverage = 0.85;
     Host& host_;
     double interval_;
+    const std::function<void(double)>& progress_;
+    double area_;
+    double covered_ = 0;
     Clock::time_point last_;
     std::vector<LiveCircle> batch_;
 };
@@ -199,7 +229,7 @@ public:
             circle.y = c.centre.y;
             circle.radius = c.radius - rules_.gap * 0.5;
             out.push_back(circle);
-            live.add(circle);
+            live.add(circle, c.radius);
             absorb(v, report);
         }
         return out;
@@ -328,7 +358,7 @@ std::vector<Circle> pack_circles(const PackRegion& region, const PackOptions& op
     const CornerRules rules = pack::corner_rules(options);
     if (!(rules.max_radius > 0)) return {};
     OutlineSet set(region, cell_size(rules.max_radius));
-    LiveFeed live(host, options.live_interval_seconds);
+    LiveFeed live(host, options, region_area(region));
     FastPacker packer(set, rules, stats);
     std::vector<Circle> out = packer.run(host, live);
     live.flush();

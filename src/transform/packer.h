@@ -4,6 +4,7 @@
 #pragma once
 
 #include <cstddef>
+#include <functional>
 #include <vector>
 
 #include "host/host.h"
@@ -44,6 +45,9 @@ struct PackOptions {
     int picture_width = 0, picture_height = 0;
     // Live view: accepted circles are passed to Host::circles_added in batches, at most this often.
     double live_interval_seconds = 0.04;
+    // Progress: called with an estimate of the share of the packing done (0..1, never decreasing),
+    // together with the live view's batches.
+    std::function<void(double)> progress;
     PackStats* stats = nullptr;  // filled when given
 };
 

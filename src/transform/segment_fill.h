@@ -3,6 +3,7 @@
 #pragma once
 
 #include <cstddef>
+#include <functional>
 #include <optional>
 #include <vector>
 
@@ -21,9 +22,11 @@ struct SegmentFillParams {
 
 // Packs one Segment's regions into its circle list (replacing it): centres in pixels of the
 // width x height picture, radii `min_radius`..`max_radius` pixels, own colour the Segment's colour.
-// False, with the described message, when memory runs out.
+// `progress`, when given, hears the share of the Segment done so far (0..1). False, with the
+// described message, when memory runs out.
 bool fill_circle_into_segment_algo3(Segment& segment, double min_radius, double max_radius, double gap,
-                                    int width, int height, Host& host);
+                                    int width, int height, Host& host,
+                                    const std::function<void(double)>& progress = {});
 
 // Packs every Segment in order (title "Transforming"), then turns the centres into fractions of the
 // picture. Returns the number of circles over all Segments (after a Stop, those packed so far);

@@ -3,6 +3,7 @@
 #include <filesystem>
 
 #include "app/filter_driver.h"
+#include "app/logo_choice.h"
 #include "app/metadata.h"
 #include "app/open_picture.h"
 #include "app/render_op.h"
@@ -68,12 +69,26 @@ bool same_pixels(const UBUFFER& a, const UBUFFER& b) {
 
 TEST(MetadataReuse, ReopeningASavedResultRendersTheSamePicture) {
     for (const bool larger : {false, true}) {
-        SCOPED_TRACE(larger ? "output twice the working size" : "working size");
+        SCOPED_TRACE(larger ? "output twice the working size, picture logo" : "working size, text logo");
         Made m("metadata_reopen");
         if (larger) {
             m.doc.settings.out_width = 2 * m.doc.working.width();
             m.doc.settings.out_height = 2 * m.doc.working.height();
         }
+        // The background, the global brightness and the logo come back too.
+        m.doc.background = 0x204080;
+        m.doc.settings.global_brightness = 30;
+        LogoChoice logo;
+        logo.transparency = 180;
+        if (larger) {
+            logo.text = false;
+            logo.path = m.dir + "/mark.png";
+            ASSERT_EQ(write_picture(logo.path, test::flat_picture(8, 4, 0xFFF0E000u), 96),
+                      PictureError::None);
+        } else {
+            logo.text_line = "Velq";
+        }
+        ASSERT_EQ(choose_logo(m.doc, m.host, logo), 0);
         m.render();
         const std::string saved = m.dir + "/result.png";
         ASSERT_EQ(save_result(m.doc, m.host, saved, 3), 0);
@@ -88,6 +103,9 @@ TEST(MetadataReuse, ReopeningASavedResultRendersTheSamePicture) {
         EXPECT_TRUE(again.rendered);
         EXPECT_TRUE(same_pixels(again.render_buffer, m.doc.render_buffer));
         EXPECT_EQ(again.settings.dpi, 200);
+        EXPECT_EQ(again.background, 0x204080u);
+        EXPECT_EQ(again.settings.global_brightness, 30);
+        EXPECT_EQ(again.logo_choice, m.doc.logo_choice);
         EXPECT_TRUE(host.messages().empty());
 
         // No opens the result as a plain picture.
@@ -149,17 +167,36 @@ TEST(MetadataReuse, RefusalsSayWhy) {
         EXPECT_EQ(doc.settings.threshold, 77) << c.what;
     }
 
-    // A result whose source picture has gone.
+    // A result whose source picture has gone: the open work is kept until the saved picture itself
+    // comes in, as No would open it, after one message.
     const std::string saved = m.dir + "/result.png";
     ASSERT_EQ(save_result(m.doc, m.host, saved, 3), 0);
     fs::remove(m.source);
     test::RecordingHost host;
     Document doc(host);
-    EXPECT_EQ(read_metadata(doc, host, saved), -1);
+    const std::string other = m.dir + "/other.png";
+    ASSERT_EQ(write_picture(other, test::flat_picture(20, 10, 0xFF102030u), 96), PictureError::None);
+    ASSERT_EQ(open_picture(doc, host, other), 0);
+    doc.settings.threshold = 77;
+    host.clear();
+    host.answers = {true};
+    EXPECT_EQ(open_or_reuse(doc, host, saved), 0);
     const std::string abs = fs::absolute(m.source).lexically_normal().string();
-    EXPECT_EQ(host.messages(), (std::vector<std::string>{"Invalid filename in read_image - (" + abs + ")",
-                                                         "Failed to read image- " + abs}));
-    EXPECT_FALSE(doc.source);
+    EXPECT_EQ(host.messages(), std::vector<std::string>{
+                                   source_unreadable_message(abs, "the saved picture is opened instead")});
+    EXPECT_EQ(doc.path, saved);
+    EXPECT_EQ(doc.source.width(), m.doc.render_buffer.width());
+    EXPECT_EQ(doc.settings.threshold, 77) << "the block's settings are not taken";
+    EXPECT_FALSE(doc.transformed);
+    host.clear();
+    // Where no saved picture is named (a batch of results), nothing of the Document changes.
+    SettingsBlock block;
+    ASSERT_TRUE(read_metadata_block(host, saved, block));
+    EXPECT_EQ(remake_from_block(doc, host, block), -1);
+    EXPECT_EQ(host.messages(),
+              std::vector<std::string>{source_unreadable_message(abs, "nothing was opened")});
+    EXPECT_EQ(doc.path, saved);
+    EXPECT_TRUE(doc.source);
     host.clear();
     EXPECT_EQ(read_metadata(doc, host, m.dir + "/none.png"), -1);
     EXPECT_EQ(host.messages(), (std::vector<std::string>{"Failed to open file - " + m.dir + "/none.png",

@@ -87,6 +87,21 @@ TEST(TransformDriver, NormalPacksTheFrameInThePicturesColours) {
     }
 }
 
+TEST(TransformDriver, ProgressOnlyMovesForwardAndEndsAt100) {
+    for (const TransformMode mode : {TransformMode::Normal, TransformMode::Vectorize}) {
+        SCOPED_TRACE(int(mode));
+        Opened o(quarters(160, 120), 2);
+        ASSERT_EQ(do_transform(o.doc, o.host, mode, false), 0);
+        const std::vector<int> p = o.host.percents();
+        ASSERT_FALSE(p.empty());
+        EXPECT_TRUE(std::is_sorted(p.begin(), p.end())) << ::testing::PrintToString(p);
+        EXPECT_EQ(p.back(), 100);
+        EXPECT_EQ(std::count(p.begin(), p.end(), 100), 1);
+        // The packing itself moves the bar: something between the start of packing and the end.
+        EXPECT_TRUE(std::any_of(p.begin(), p.end(), [](int v) { return v > 20 && v < 100; }));
+    }
+}
+
 TEST(TransformDriver, TheFilteredPictureShapesTheCircles) {
     // A 100 x 75 picture enlarged by 2: brush sizes up to 4 (maxpx 5), about 2 working pixels each.
     // Coarse noise (blocks of 4 working pixels, 2 after the picture is brought to the filter buffer's
@@ -143,9 +158,21 @@ TEST(TransformDriver, AStoppedPackingKeepsItsCirclesWithTheirColours) {
     Opened<StopAtFirstCircles> stopped(quarters(400, 300), 2);
     Opened<> full(quarters(400, 300), 2);
     ASSERT_EQ(do_transform(full.doc, full.host, TransformMode::Normal, false), 0);
-    ASSERT_EQ(do_transform(stopped.doc, stopped.host, TransformMode::Normal, false), 0);
+    ASSERT_EQ(do_transform(stopped.doc, stopped.host, TransformMode::Normal, true), 0);
     ASSERT_FALSE(stopped.doc.circles.empty());
     EXPECT_LT(stopped.doc.circles.size(), full.doc.circles.size());
+    EXPECT_EQ(stopped.host.messages(),
+              std::vector<std::string>{"The transform was stopped after " +
+                                       std::to_string(stopped.doc.circles.size()) + " circles"})
+        << "said instead of the count";
+    EXPECT_LT(stopped.host.percents().back(), 100);
+
+    Opened<> early;
+    early.host.stop = true;
+    ASSERT_EQ(do_transform(early.doc, early.host, TransformMode::Vectorize, false), 0);
+    EXPECT_EQ(early.host.messages(),
+              std::vector<std::string>{"The transform was stopped before any circle was packed"})
+        << "said even when no count was asked for";
     EXPECT_EQ(stopped.doc.pieces.size(), 1u) << "outline paths stop with Stop";
     for (std::size_t i = 0; i < stopped.doc.circles.size(); ++i) {
         SCOPED_TRACE("circle " + std::to_string(i) + ": the same circles, in the same order");

@@ -14,7 +14,12 @@ namespace {
 TEST(InfoCli, PrintsTheBlockAsJsonAndAsText) {
     const std::string path = test::temp_dir("cli-info") + "/result.png";
     std::vector<std::uint8_t> bytes = test::fake_picture(500), tail;
-    const SettingsBlock block = test::sample_block();
+    SettingsBlock block = test::sample_block();
+    block.settings.background = 0x302010;
+    block.settings.global_brightness = -15;
+    block.settings.logo_kind = LogoKind::Picture;
+    block.settings.logo_text = "/logos/mark.png";
+    block.settings.logo_transparency = 90;
     ASSERT_EQ(encode_file_block(block, tail), "");
     bytes.insert(bytes.end(), tail.begin(), tail.end());
     std::ofstream(path, std::ios::binary)
@@ -31,6 +36,9 @@ TEST(InfoCli, PrintsTheBlockAsJsonAndAsText) {
                 {"dpi", 300},   {"dil", 2}, {"gap", 4}, {"k", 6},    {"filter", 8},   {"transform", 1}};
     for (auto c : ints) EXPECT_EQ(j[c.key], c.want) << c.key;
     EXPECT_EQ(j["max"].get<double>(), 0.03);
+    EXPECT_EQ(j["background"], "102030");
+    EXPECT_EQ(j["global_brightness"], -15);
+    EXPECT_EQ(j["logo"], nlohmann::json::parse(R"({"picture": "/logos/mark.png", "transparency": 90})"));
     EXPECT_EQ(j["min"].get<double>(), 0.001);
     ASSERT_EQ(j["layers"].size(), 9u);
     EXPECT_EQ(j["layers"][2], nlohmann::json::parse(R"({"index": 2, "shown": true, "trans": 215, "size": 150,
@@ -42,6 +50,11 @@ TEST(InfoCli, PrintsTheBlockAsJsonAndAsText) {
     EXPECT_NE(text.out.find("Ly4 - Hidden T(175)-S(200)-B(300)"), std::string::npos) << text.out;
     EXPECT_NE(text.out.find("shapes: /shapes/leaf.png, /shapes/star.png"), std::string::npos);
     EXPECT_NE(text.out.find("filter       K-mean"), std::string::npos);
+    EXPECT_NE(
+        text.out.find("background   102030\n  brightness   -15\n  logo         picture /logos/mark.png, "
+                      "transparency 90\n"),
+        std::string::npos)
+        << text.out;
 }
 
 }  // namespace

@@ -30,12 +30,36 @@ struct Files {
         EXPECT_EQ(write_picture(source, picture(0xFFE04010u, 0xFF1030C0u), 150), PictureError::None);
         EXPECT_EQ(write_picture(other, picture(0xFF20C060u, 0xFFF0F0F0u), 72), PictureError::None);
         const std::string star = std::string("1=") + VELQ_DATA_DIR + "/shapes/star.png";
-        const test::CliResult r =
-            test::run_cli({"render",   source,         "-o",     first,     "--int",
-                           "2",        "--blu",        "0",      "--thr",   "14",
-                           "--max",    "0.05",         "--min",  "0.0125",  "--width",
-                           "160",      "--background", "102030", "--layer", "1:palette=7,size=70,invert",
-                           "--shapes", star,           "--seed", "5"});
+        const test::CliResult r = test::run_cli({"render",
+                                                 source,
+                                                 "-o",
+                                                 first,
+                                                 "--int",
+                                                 "2",
+                                                 "--blu",
+                                                 "0",
+                                                 "--thr",
+                                                 "14",
+                                                 "--max",
+                                                 "0.05",
+                                                 "--min",
+                                                 "0.0125",
+                                                 "--width",
+                                                 "160",
+                                                 "--background",
+                                                 "102030",
+                                                 "--layer",
+                                                 "1:palette=7,size=70,invert",
+                                                 "--shapes",
+                                                 star,
+                                                 "--seed",
+                                                 "5",
+                                                 "--global-brightness",
+                                                 "20",
+                                                 "--logo-text",
+                                                 "Velq",
+                                                 "--logo-transparency",
+                                                 "200"});
         EXPECT_EQ(r.exit_code, 0) << r.err;
     }
     ~Files() { fs::remove_all(dir); }
@@ -50,11 +74,9 @@ TEST(RenderCli, TheResultCarriesItsSettingsAndRendersAgainTheSame) {
     EXPECT_EQ(first.picture.at(0, 0, 0), 0x30) << "--background shows between the shapes";
     EXPECT_EQ(first.picture.at(0, 0, 1), 0x20);
     EXPECT_EQ(first.picture.at(0, 0, 2), 0x10);
-    // The block holds no background: the line gives it again.
-
+    // The background, the global brightness and the logo come back from the block.
     const std::string again = f.dir + "/again.png";
-    const test::CliResult r = test::run_cli(
-        {"render", "--settings", f.first, "-o", again, "--seed", "5", "--background", "102030"});
+    const test::CliResult r = test::run_cli({"render", "--settings", f.first, "-o", again, "--seed", "5"});
     ASSERT_EQ(r.exit_code, 0) << r.err;
     const PictureRead second = read_picture(again);
     ASSERT_TRUE(second);
@@ -65,6 +87,10 @@ TEST(RenderCli, TheResultCarriesItsSettingsAndRendersAgainTheSame) {
     EXPECT_EQ(j, info_of(f.first));
     EXPECT_EQ(j["int"], 2);
     EXPECT_EQ(j["thr"], 14);
+    EXPECT_EQ(j["background"], "102030");
+    EXPECT_EQ(j["global_brightness"], 20);
+    EXPECT_EQ(j["logo"],
+              nlohmann::json::parse(R"({"text": "Velq", "font": "Courier New", "transparency": 200})"));
     EXPECT_EQ(j["source"], fs::absolute(f.source).lexically_normal().string());
     ASSERT_EQ(j["layers"][1]["shapes"].size(), 1u);
 }

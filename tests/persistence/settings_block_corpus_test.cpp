@@ -38,6 +38,10 @@ TEST(SettingsBlockCorpus, SeedBlocksStillReadAsWritten) {
     ASSERT_EQ(decode_file_block(slurp(kSeeds / "default_file_block.bin"), block), BlockStatus::Ok);
     EXPECT_EQ(block.settings.source_path, "/tmp/picture.png");
     EXPECT_TRUE(block.layers[0].record.first_shape_only);
+    // Blocks written before the background, brightness and logo were kept read as their defaults.
+    EXPECT_EQ(block.settings.background, 0u);
+    EXPECT_EQ(block.settings.global_brightness, 0);
+    EXPECT_EQ(block.settings.logo_kind, LogoKind::None);
 }
 
 TEST(SettingsBlockCorpus, EverySeedAndKeptInputDecodesWithoutHarm) {

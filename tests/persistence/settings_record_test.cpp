@@ -35,6 +35,60 @@ TEST(SettingsRecord, RoundTripsPathsUpTo4095Bytes) {
     EXPECT_NE(encode_settings_record(rec, out), "");
 }
 
+TEST(SettingsRecord, BackgroundBrightnessAndLogoLiveInTheReservedBytes) {
+    struct Case {
+        const char* what;
+        std::uint32_t background;
+        std::int32_t brightness;
+        LogoKind kind;
+        std::string text, face;
+        std::string problem;  // a part of the refusal, "" when it is stored
+    };
+    const Case cases[] = {
+        {"defaults", 0, 0, LogoKind::None, "", "", ""},
+        {"text logo", 0xFF8040, -20, LogoKind::Text, "Velquinograph \xC3\xA9", "DejaVu Sans", ""},
+        {"picture logo", 0x10, 300, LogoKind::Picture, "/logos/" + std::string(760, 'm'), "", ""},
+        {"text too long", 0, 0, LogoKind::Text, std::string(768, 't'), "", "at most 767"},
+        {"face too long", 0, 0, LogoKind::Text, "Velq", std::string(128, 'f'), "at most 127"},
+    };
+    Record plain;
+    ASSERT_EQ(encode_settings_record(test::sample_block().settings, plain), "");
+    for (const Case& c : cases) {
+        SCOPED_TRACE(c.what);
+        SettingsRecord rec = test::sample_block().settings;
+        rec.background = c.background;
+        rec.global_brightness = c.brightness;
+        rec.logo_kind = c.kind;
+        rec.logo_text = c.text;
+        rec.logo_face = c.face;
+        rec.logo_transparency = c.kind == LogoKind::None ? 0 : 77;
+        Record out;
+        const std::string problem = encode_settings_record(rec, out);
+        if (!c.problem.empty()) {
+            EXPECT_NE(problem.find(c.problem), std::string::npos) << problem;
+            continue;
+        }
+        ASSERT_EQ(problem, "");
+        // Everything before the reserved bytes is laid out as before.
+        EXPECT_TRUE(std::equal(out.begin(), out.begin() + 4195, plain.begin()));
+        SettingsRecord back;
+        ASSERT_EQ(decode_settings_record(out, back), RecordStatus::Ok);
+        EXPECT_EQ(back, rec);
+        if (c.kind == LogoKind::None) {
+            EXPECT_EQ(out, plain) << "the defaults leave the reserved bytes zero";
+        } else {
+            EXPECT_EQ(out[4195], std::uint8_t(c.kind));
+            EXPECT_EQ(out[4204], 77);
+            std::int32_t at[2];
+            std::memcpy(at, &out[4196], 8);
+            EXPECT_EQ(std::uint32_t(at[0]), c.background);
+            EXPECT_EQ(at[1], c.brightness);
+            EXPECT_EQ(std::string(reinterpret_cast<const char*>(&out[4208])), c.text);
+            EXPECT_EQ(std::string(reinterpret_cast<const char*>(&out[4976])), c.face);
+        }
+    }
+}
+
 TEST(SettingsRecord, DecodingSortsRecordsByWhatIsWrong) {
     Record good;
     ASSERT_EQ(encode_settings_record(test::sample_block().settings, good), "");
@@ -63,7 +117,23 @@ TEST(SettingsRecord, DecodingSortsRecordsByWhatIsWrong) {
         {"Min negative", i32(4168, 0xBF800000), RecordStatus::Invalid},
         {"cycling 2", [](Record& r) { r[4180] = 2; }, RecordStatus::Invalid},
         {"motion pack 7", [](Record& r) { r[4194] = 7; }, RecordStatus::Invalid},
-        {"reserved bytes", [](Record& r) { r[5000] = 9; }, RecordStatus::Ok},
+        {"logo kind 3", [](Record& r) { r[4195] = 3; }, RecordStatus::Invalid},
+        {"background above 24 bits", i32(4196, 0x01000000), RecordStatus::Invalid},
+        {"unterminated logo text",
+         [](Record& r) {
+             r[4195] = 1;
+             std::memset(r.data() + 4208, 'x', 768);
+         },
+         RecordStatus::Invalid},
+        {"unterminated logo face",
+         [](Record& r) {
+             r[4195] = 1;
+             std::memset(r.data() + 4976, 'x', 128);
+         },
+         RecordStatus::Invalid},
+        {"logo text without a logo", [](Record& r) { std::memset(r.data() + 4208, 'x', 768); },
+         RecordStatus::Ok},
+        {"reserved bytes", [](Record& r) { r[5150] = 9; }, RecordStatus::Ok},
     };
     for (const auto& c : cases) {
         SCOPED_TRACE(c.what);
