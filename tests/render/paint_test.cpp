@@ -53,13 +53,8 @@ std::vector<std::unique_ptr<SHAPE>> test_shapes(Host& host) {
 Placement placement(const SHAPE* shape, double x, double y, double r, ColourRecord paint,
                     int transparency = 255, double brightness = 100) {
     Placement p;
-    p.shape = shape;
-    p.x = x;
-    p.y = y;
-    p.radius = r;
-    p.paint = paint;
-    p.transparency = transparency;
-    p.brightness = brightness;
+    p.shape = shape, p.x = x, p.y = y, p.radius = r, p.paint = paint;
+    p.transparency = transparency, p.brightness = brightness;
     return p;
 }
 

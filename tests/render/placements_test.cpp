@@ -1,5 +1,8 @@
 #include <gtest/gtest.h>
 
+#include <tuple>
+
+#include "render/palette.h"
 #include "render/renderer.h"
 #include "support/recording_host.h"
 
@@ -33,23 +36,20 @@ TEST(MakePlacements, FreeCirclesGeometryShapesAndColours) {
     Fixture f;
     f.layer.size = 150;
     f.layer.transparency = 99;
-    std::vector<Segment> none;
     const std::vector<Circle> circles = {circle(0.5, 0.25, 4, rgb(12, 200, 99)),
                                          circle(0.1, 1.0, 2, rgb(1, 2, 3)),
                                          circle(0.0, 0.0, 1, rgb(9, 9, 9))};
-    const auto p = make_placements(f.host, f.layer, f.palettes, none, circles, 200, 100, 2.0, f.random);
+    const auto p = make_placements(f.host, f.layer, f.palettes, f.none, circles, 200, 100, 2.0, f.random);
     ASSERT_EQ(p.size(), 3u);
-    EXPECT_EQ(p[0].x, 100.0);
-    EXPECT_EQ(p[0].y, 25.0);
-    EXPECT_EQ(p[0].radius, 4 * 2.0 * 150 / 100);  // output scale, then the size percent
-    EXPECT_EQ(p[0].initial.radius, 8.0);          // the initial state is taken before the size
-    EXPECT_EQ(p[1].y, 100.0);
-    EXPECT_EQ(p[0].transparency, 99);
-    EXPECT_EQ(p[0].paint, rgb(12, 200, 99));  // "Bright" passes the circle's colour through
+    // x and y scaled to the picture; the radius by the output scale, then by the size percent (the
+    // initial state is taken before the size); "Bright" passes the circle's colour through.
+    EXPECT_EQ(std::tuple(p[0].x, p[0].y, p[0].radius, p[0].initial.radius, p[1].y, p[0].transparency),
+              std::tuple(100.0, 25.0, 4 * 2.0 * 150 / 100, 8.0, 100.0, 99));
+    EXPECT_EQ(p[0].paint, rgb(12, 200, 99));
     // The shape cursor starts on the first shape and steps once per circle.
-    EXPECT_EQ(p[0].shape, f.layer.shapes[0].get());
-    EXPECT_EQ(p[1].shape, f.layer.shapes[1].get());
-    EXPECT_EQ(p[2].shape, f.layer.shapes[0].get());
+    const SHAPE* a = f.layer.shapes[0].get();
+    EXPECT_EQ(std::vector({p[0].shape, p[1].shape, p[2].shape}),
+              std::vector<const SHAPE*>({a, f.layer.shapes[1].get(), a}));
 }
 
 TEST(MakePlacements, ColourOptionsInTheirOrder) {
@@ -108,17 +108,79 @@ TEST(MakePlacements, SegmentsTakePrecedenceAndKeepTheirDisplayColour) {
     make_placements(f.host, f.layer, f.palettes, segs, free_circles, 10, 10, 1.0, f.random);
     EXPECT_EQ(segs[0].display, rgb(0, 255, 170));
     EXPECT_EQ(segs[2].display, rgb(0, 43, 74));  // the darkest entry: 4/5 of the way to 001F3D
-}
-
-TEST(MakePlacements, HiddenLayerAndStopYieldNone) {
-    Fixture f;
-    std::vector<Segment> segs(1);
-    segs[0].circles = {circle(0.5, 0.5, 1, rgb(1, 1, 1))};
+    // A hidden layer, or a stopped run, gives none.
     f.layer.shown = false;
     EXPECT_TRUE(make_placements(f.host, f.layer, f.palettes, segs, {}, 10, 10, 1.0, f.random).empty());
     f.layer.shown = true;
     f.host.stop = true;
     EXPECT_TRUE(make_placements(f.host, f.layer, f.palettes, segs, {}, 10, 10, 1.0, f.random).empty());
+}
+
+TEST(Palettes, GradientEntriesTruncateAndStopShortOfTheLastKey) {
+    const auto p = make_palettes();
+    const std::tuple<int, std::size_t, ColourRecord> cases[] = {
+        {7, 0, rgb(0, 255, 170)},  // "Neon Cyber" starts on its first key
+        {7, 1, rgb(0, 239, 168)},  // a fifth of the way to 00B3A1: 239.8 and 168.2
+        {7, 5, rgb(0, 0xB3, 0xA1)},
+        // "Sorbet Sky": 4/5 of the way from CCB9AC to D4266D: 210.4, 67.4, 121.4
+        {10, 24, rgb(210, 67, 121)},
+        {1, 19, rgb(194, 187, 179)},  // 4/5 from EDDCCC to B8B3AD: 194.6, 187.2, 179.2
+    };
+    for (const auto& [palette, entry, expected] : cases)
+        EXPECT_EQ(p[palette].entries[entry], expected) << p[palette].name << " entry " << entry;
+    // The last key colour never appears.
+    for (std::size_t i = 1; i < p.size(); ++i)
+        for (const ColourRecord& e : p[i].entries) EXPECT_FALSE(e == p[i].keys.back()) << p[i].name;
+}
+
+TEST(Palettes, MapColourTakesTheFirstNearestEntry) {
+    const auto p = make_palettes();
+    Palette two("two", false, {0x000000, 0x0A0A0A});  // entries 0, 2, 4, 6, 8 in every channel
+    const std::tuple<const Palette*, ColourRecord, ColourRecord> cases[] = {
+        {&p[0], ColourRecord{12, 200, 99, 17, 3, false}, ColourRecord{12, 200, 99, 17, 3, false}},
+        {&two, rgb(3, 3, 3), rgb(2, 2, 2)},  // 2 and 4 are equally near: the first wins
+        {&two, rgb(7, 7, 7), rgb(6, 6, 6)},
+        {&two, rgb(250, 0, 0), rgb(8, 8, 8)},
+        {&p[7], rgb(0, 250, 170), rgb(0, 255, 170)},
+    };
+    for (const auto& [palette, in, out] : cases)
+        EXPECT_EQ(map_colour(*palette, in), out) << palette->name << " " << in.c0;
+}
+
+TEST(Palettes, ToHslScalesHueSaturationLightness) {
+    const std::tuple<ColourRecord, double, double, double> cases[] = {
+        {rgb(128, 128, 128), 0, 0, 128},
+        {rgb(255, 0, 0), 0, 255, 127.5},
+        {rgb(0, 255, 0), 255.0 / 3, 255, 127.5},
+        {rgb(0, 0, 255), 255.0 * 2 / 3, 255, 127.5},
+        {rgb(255, 0, 255), 255.0 * 5 / 6, 255, 127.5},  // red is the maximum: (g - b) / d + 6
+        {rgb(255, 255, 204), 255.0 / 6, 255, 229.5},    // lightness above one half
+    };
+    for (auto [c, h, s, l] : cases) {
+        SCOPED_TRACE(testing::Message() << c.c0 << "," << c.c1 << "," << c.c2);
+        to_hsl(c);
+        EXPECT_NEAR(c.c0, h, 1e-9);
+        EXPECT_NEAR(c.c1, s, 1e-9);
+        EXPECT_EQ(c.c2, l);
+    }
+}
+
+TEST(Palettes, PreviewPictures) {
+    const auto p = make_palettes();
+    const UBUFFER bright = palette_preview(p[0]);
+    ASSERT_EQ(bright.width(), 200);
+    // Row 0 has no saturation: mid grey across. Column 0 at full saturation is red (hue 0).
+    EXPECT_EQ(bright.at(150, 0, 2), 128);
+    EXPECT_EQ(bright.at(0, 199, 2), 254);
+    EXPECT_LT(bright.at(0, 199, 1), 3);
+    // Hue a third of the way round is green.
+    EXPECT_GT(bright.at(67, 199, 1), 250);
+
+    const UBUFFER neon = palette_preview(p[7]);  // five keys: one step per column
+    EXPECT_EQ(neon.at(0, 10, 0), 170);           // 00FFAA
+    EXPECT_EQ(neon.at(50, 10, 1), 0xB3);         // the second key at a quarter
+    EXPECT_EQ(neon.at(50, 199, 0), 0xA1);
+    EXPECT_EQ(neon.at(199, 0, 0), 62);  // 49/50 of the way from 005B80 to 001F3D
 }
 
 }  // namespace
