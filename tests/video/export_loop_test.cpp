@@ -1,14 +1,18 @@
+#include <gtest/gtest.h>
+
+#include <cmath>
 #include <filesystem>
+#include <set>
 #include <string>
 #include <vector>
-
-#include <gtest/gtest.h>
 
 #include "support/pictures.h"
 #include "support/recording_host.h"
 #include "support/video_read_back.h"
 #include "video/encoder.h"
 #include "video/export_loop.h"
+#include "video/frame_scaler.h"
+#include "video/gif_writer.h"
 
 namespace velq {
 namespace {
@@ -198,6 +202,121 @@ TEST(ExportLoop, StopKeepsAPlayableFileAndFailuresKeepNothing) {
     std::vector<std::string> names;
     for (const auto& e : fs::directory_iterator(dir)) names.push_back(e.path().filename().string());
     EXPECT_EQ(names, std::vector<std::string>{"stopped.mp4"});
+}
+
+// Three colour bands that slide one pixel a frame, over a transparent corner.
+class BandSource : public FrameSource {
+public:
+    const UBUFFER* frame(double t, double, double) override {
+        const int shift = int(t * 30 + 0.5);
+        picture_ = test::make_picture(48, 32, [shift](int x, int y) -> std::uint32_t {
+            if (x < 8 && y < 8) return 0x00000000;  // transparent: written black
+            const std::uint32_t colours[] = {0xFFE01030, 0xFF20C040, 0xFF3050F0};
+            return colours[((x + shift) / 6) % 3];
+        });
+        ++frames;
+        return &picture_;
+    }
+    bool rewind() override {
+        ++rewinds;
+        return true;
+    }
+    int frames = 0, rewinds = 0;
+
+private:
+    UBUFFER picture_;
+};
+
+TEST(GifWriter, WritesThirtyFramesASecondWithTheAnimationsColours) {
+    const std::string dir = test::temp_dir("gif");
+    test::RecordingHost host;
+    GifWriter gif(host);
+    BandSource src;
+    const std::string file = dir + "/clip.gif";
+    ASSERT_EQ(write_animation(host, gif, src, file, frame_layout(48, 32, 48, 32, FitMode::None), 1.0), 0);
+    EXPECT_EQ(src.rewinds, 1);
+    EXPECT_EQ(src.frames, GifWriter::kSamples + 31);
+    // Palette: the three colours and black are in it exactly.
+    std::set<std::uint32_t> entries;
+    const UBUFFER& pal = gif.palette();
+    for (int y = 0; y < pal.height(); ++y)
+        for (int x = 0; x < pal.width(); ++x)
+            entries.insert(std::uint32_t(pal.at(x, y, 2)) << 16 | pal.at(x, y, 1) << 8 | pal.at(x, y, 0));
+    for (std::uint32_t c : {0xE01030u, 0x20C040u, 0x3050F0u, 0x000000u})
+        EXPECT_TRUE(entries.count(c)) << std::hex << c;
+
+    const test::ReadBack r = test::read_back(file, nullptr, true);
+    EXPECT_EQ(r.format, "gif");
+    ASSERT_EQ(r.frames.size(), 31u);
+    EXPECT_TRUE(test::frame_times_are_thirtieths(r));
+    // Frame 10: band edges moved by ten pixels; colours exact, the transparent corner black.
+    BandSource again;
+    const UBUFFER& expected = *again.frame(10.0 / 30, 0, 0);
+    int wrong = 0;
+    for (int y = 0; y < 32; ++y)
+        for (int x = 0; x < 48; ++x)
+            for (int c = 0; c < 3; ++c) {
+                const int want = (x < 8 && y < 8) ? 0 : expected.at(x, y, c);
+                wrong += r.frames[10].at(x, y, c) != want;
+            }
+    EXPECT_EQ(wrong, 0);
+    EXPECT_TRUE(std::filesystem::exists(file));
+}
+
+// The plain way, one output pixel at a time in doubles: the mean over the source area it covers
+// when a side shrinks, the two nearest samples by distance when it grows.
+double ref_axis_weight(int src, int dst, int i, int k) {
+    const double s = double(src) / dst;
+    if (src == dst) return i == k ? 1 : 0;
+    if (src > dst) {
+        const double lo = i * s, hi = std::min(double(src), (i + 1) * s);
+        return std::max(0.0, std::min(hi, k + 1.0) - std::max(lo, double(k))) / (hi - lo);
+    }
+    const double x = std::clamp((i + 0.5) * s - 0.5, 0.0, double(src - 1));
+    const int k0 = int(x);
+    if (k == k0) return 1 - (x - k0);
+    if (k == k0 + 1) return x - k0;
+    return 0;
+}
+
+TEST(FrameScaler, MatchesThePlainAreaMeanAndInterpolation) {
+    struct Case {
+        int sw, sh, dw, dh;
+    } cases[] = {{37, 29, 20, 15}, {64, 48, 64, 48}, {30, 20, 47, 33},
+                 {50, 40, 17, 40}, {9, 7, 3, 11},    {5, 5, 1, 1}};
+    for (const Case& c : cases) {
+        const UBUFFER src = test::noise_picture(c.sw, c.sh, 42, false);
+        UBUFFER dst;
+        dst.allocate(c.dw, c.dh, 4);
+        FrameScaler(c.sw, c.sh, c.dw, c.dh).scale(src, dst.data(), std::size_t(c.dw) * 4);
+        int worst = 0;
+        for (int y = 0; y < c.dh; ++y)
+            for (int x = 0; x < c.dw; ++x)
+                for (int ch = 0; ch < 4; ++ch) {
+                    double v = 0;
+                    for (int j = 0; j < c.sh; ++j) {
+                        const double wy = ref_axis_weight(c.sh, c.dh, y, j);
+                        if (wy == 0) continue;
+                        for (int i = 0; i < c.sw; ++i)
+                            v += wy * ref_axis_weight(c.sw, c.dw, x, i) * src.at(i, j, ch);
+                    }
+                    worst = std::max(worst, std::abs(int(dst.at(x, y, ch)) - int(std::floor(v + 0.5))));
+                }
+        // Floats against doubles: a rounding apart at most; same sizes copy exactly.
+        EXPECT_LE(worst, (c.sw == c.dw && c.sh == c.dh) ? 0 : 1)
+            << c.sw << "x" << c.sh << " -> " << c.dw << "x" << c.dh;
+    }
+}
+
+TEST(FrameScaler, WritesIntoARectangleOfALargerFrame) {
+    const UBUFFER src = test::flat_picture(40, 40, 0xFF808080);
+    UBUFFER frame = test::flat_picture(64, 48, 0);
+    FrameScaler(40, 40, 20, 20).scale(src, &frame.at(10, 5), std::size_t(64) * 4);
+    for (int y = 0; y < 48; ++y)
+        for (int x = 0; x < 64; ++x) {
+            const bool inside = x >= 10 && x < 30 && y >= 5 && y < 25;
+            ASSERT_EQ(frame.at(x, y, 1), inside ? 0x80 : 0) << x << "," << y;
+        }
 }
 
 }  // namespace
