@@ -1,8 +1,18 @@
+// The packer's shortcuts must answer exactly as the plain formulas they stand in for: the float box
+// test of the edge grid against the double one, the float steps against std::nextafter, and the
+// corner-side test against the angle worked out with atan2 and pi taken as 3.141592. A single
+// different answer would change which circles are packed.
+// The local splice of the outline checked against Boost.Geometry: after every cut, the remaining
+// region must be the starting region minus every cut polygon, up to the simplification tolerance.
 #include <gtest/gtest.h>
 
 #include <bit>
+#include <boost/geometry.hpp>
+#include <boost/geometry/geometries/point_xy.hpp>
+#include <boost/geometry/geometries/polygon.hpp>
 #include <cmath>
 #include <cstdint>
+#include <limits>
 #include <string>
 #include <vector>
 
@@ -12,6 +22,9 @@
 #include "ring_checks.h"
 #include "support/recording_host.h"
 #include "transform/brush_size.h"
+#include "transform/cell_grid.h"
+#include "transform/corner.h"
+#include "transform/outline_set.h"
 #include "transform/packer.h"
 
 namespace velq {
@@ -250,6 +263,224 @@ TEST(Packer, ReportsCirclesLiveAndStopsKeepingThem) {
     test::RecordingHost stopped;
     stopped.stop = true;
     EXPECT_TRUE(pack_circles(s.region, s.options, stopped).empty());
+}
+
+using pack::Box;
+using pack::FloatQuery;
+using pack::GridEntry;
+using pack::Vec2;
+
+TEST(PackShortcuts, FloatStepsAreNextafter) {
+    using L = std::numeric_limits<float>;
+    const float inf = L::infinity();
+    const float cases[] = {
+        0.0f,     -0.0f,    1.0f,      -1.0f, 3.5e-3f, -2195.75f, L::denorm_min(), -L::denorm_min(),
+        L::min(), L::max(), -L::max(), inf,   -inf};
+    for (const float f : cases) {
+        EXPECT_EQ(std::bit_cast<std::uint32_t>(pack::float_below(f)),
+                  std::bit_cast<std::uint32_t>(std::nextafter(f, -inf)))
+            << f;
+        EXPECT_EQ(std::bit_cast<std::uint32_t>(pack::float_above(f)),
+                  std::bit_cast<std::uint32_t>(std::nextafter(f, inf)))
+            << f;
+    }
+}
+
+TEST(PackShortcuts, FloatQueryMeetsAsTheDoubleBoxTest) {
+    // Entry boxes and query boxes whose sides fall on, just beside and between float values.
+    const double one_up = std::nextafter(1.0, 2.0), one_down = std::nextafter(1.0, 0.0);
+    const float f1 = 1.0f, f1_up = std::nextafter(f1, 2.0f);
+    const double between = (double(f1) + double(f1_up)) / 2;  // no float
+    const std::vector<Box> entries = {
+        {0.0, 0.0, 1.0, 1.0},     {1.0, 1.0, 2.0, 2.0},        {-3.25, 0.5, -1.0, 0.75},
+        {between, 0.0, 5.0, 1.0}, {0.1, 0.2, 0.30000001, 0.4}, {1e-30, -1e-30, 2e-30, 1e-30},
+    };
+    const std::vector<double> sides = {-1.0,   0.0,     0.1,     0.30000001, 0.3, one_down, 1.0,
+                                       one_up, between, 1.0e-30, 2.0e-30,    2.0, -3.25,    5.0};
+    int checked = 0, met = 0;
+    for (const Box& eb : entries) {
+        const GridEntry e = GridEntry::make(0, 0, eb);
+        // Also the entry's own (float) sides exactly, and the doubles right beside them.
+        std::vector<double> xs = sides, ys = {-1.0, 0.0, 0.4, one_up, 0.5, 1.0, 2.0};
+        for (const float f : {e.x0, e.x1})
+            xs.insert(xs.end(), {f, std::nextafter(double(f), -1e9), std::nextafter(double(f), 1e9)});
+        for (const float f : {e.y0, e.y1})
+            ys.insert(ys.end(), {f, std::nextafter(double(f), -1e9), std::nextafter(double(f), 1e9)});
+        for (const double x0 : xs)
+            for (const double x1 : xs) {
+                if (x1 < x0) continue;
+                for (const double y0 : ys)
+                    for (const double y1 : ys) {
+                        if (y1 < y0) continue;
+                        const Box q{x0, y0, x1, y1};
+                        const bool meets = FloatQuery(q).meets(e);
+                        EXPECT_EQ(meets, e.meets(q)) << x0 << " " << y0 << " " << x1 << " " << y1;
+                        ++checked;
+                        met += meets;
+                    }
+            }
+    }
+    EXPECT_GT(met, 0);
+    EXPECT_LT(met, checked);
+}
+
+// The corner's side the long way, as the angle in degrees.
+bool reflex_by_angle(Vec2 u1, Vec2 u2) {
+    double degrees = std::atan2(pack::cross(u2, u1), pack::dot(u1, u2)) * 180.0 / pack::kPi;
+    if (degrees < 0) degrees += 360.0;
+    return !(degrees * 0.5 * pack::kPi / 180.0 < pack::kHalfPi);
+}
+
+TEST(PackShortcuts, CornerSideAsTheAngle) {
+    // Turns all round, and close to a straight angle on both sides of pi and of 3.141592, where the
+    // shortened pi decides; each at several orientations.
+    std::vector<double> turns;
+    for (int i = 0; i < 720; ++i) turns.push_back(2 * M_PI * i / 720);
+    for (const double centre : {M_PI, -M_PI, pack::kPi, -pack::kPi, 0.0})
+        for (const double d : {0.0, 1e-12, 1e-9, 3e-7, 6e-7, 7e-7, 1e-6, 9e-6, 1e-5, 1.1e-5, 1e-4}) {
+            turns.push_back(centre + d);
+            turns.push_back(centre - d);
+        }
+    int reflex = 0, checked = 0;
+    for (const double base : {0.0, 0.3, 1.9, -2.5}) {
+        for (const double turn : turns) {
+            const Vec2 u1{std::cos(base), std::sin(base)};
+            const Vec2 u2{std::cos(base + turn), std::sin(base + turn)};
+            const bool expected = reflex_by_angle(u1, u2);
+            EXPECT_EQ(pack::is_reflex(u1, u2), expected) << "base " << base << " turn " << turn;
+            reflex += expected;
+            ++checked;
+        }
+    }
+    EXPECT_GT(reflex, checked / 4);
+    EXPECT_LT(reflex, 3 * checked / 4);
+}
+
+namespace bg = boost::geometry;
+using BPoint = bg::model::d2::point_xy<double>;
+using BPolygon = bg::model::polygon<BPoint, false, true>;  // counter-clockwise outer rings, closed
+using BMulti = bg::model::multi_polygon<BPolygon>;
+
+BPolygon to_boost(const PackRegion& r) {
+    BPolygon p;
+    for (const PackPoint& q : r.outer) bg::append(p.outer(), BPoint(q.x, q.y));
+    for (const PackRing& h : r.holes) {
+        p.inners().emplace_back();
+        for (const PackPoint& q : h) bg::append(p.inners().back(), BPoint(q.x, q.y));
+    }
+    bg::correct(p);
+    return p;
+}
+
+// The region the outline set holds now: every live piece, outer ring and holes.
+BMulti to_boost(const pack::OutlineSet& set) {
+    BMulti m;
+    auto ring_of = [&](int r, auto& out) {
+        const int head = set.ring(r).head;
+        int v = head;
+        do {
+            bg::append(out, BPoint(set.vertex(v).p.x, set.vertex(v).p.y));
+            v = set.vertex(v).next;
+        } while (v != head);
+        bg::append(out, BPoint(set.vertex(head).p.x, set.vertex(head).p.y));
+    };
+    for (int p = 0; p < set.piece_count(); ++p) {
+        const pack::Piece& piece = set.piece(p);
+        if (!piece.alive || piece.rings.empty() || piece.rings[0] < 0) continue;
+        BPolygon poly;
+        ring_of(piece.rings[0], poly.outer());
+        for (std::size_t k = 1; k < piece.rings.size(); ++k) {
+            poly.inners().emplace_back();
+            ring_of(piece.rings[k], poly.inners().back());
+        }
+        m.push_back(std::move(poly));
+    }
+    return m;
+}
+
+// The polygon a cut takes out (its first attempt), and its perimeter.
+BPolygon boost_cut(const pack::Candidate& c, double& perimeter) {
+    const std::vector<pack::Vec2> q = pack::cut_polygon(c.centre, c.radius, 0);
+    BPolygon p;
+    perimeter = 0;
+    for (std::size_t j = 0; j <= q.size(); ++j) {
+        bg::append(p.outer(), BPoint(q[j % q.size()].x, q[j % q.size()].y));
+        if (j > 0) perimeter += pack::dist(q[j - 1], q[j % q.size()]);
+    }
+    return p;
+}
+
+void check_cuts(const PackRegion& region, const pack::CornerRules& rules, int max_cuts,
+                const std::string& what) {
+    pack::OutlineSet set(region, 6.0);
+    pack::CornerEvaluator eval(set, rules);
+    PackStats stats;
+    BMulti expected;
+    expected.push_back(to_boost(region));
+    double spans = 0;
+    int cuts = 0;
+    for (int p = set.current_piece(); p >= 0 && cuts < max_cuts; p = set.current_piece()) {
+        bool found = false;
+        if (set.piece(p).alive) {
+            for (int v : set.corners_in_order(p)) {
+                const pack::Candidate c = eval.evaluate(v, pack::EdgeSearch::All);
+                if (!c.ok) continue;
+                ASSERT_TRUE(set.cut(p, c.centre, c.radius, v, stats).done) << what;
+                ASSERT_EQ(stats.retried_cuts, 0u) << what;
+                set.take_relabelled();
+                double perimeter = 0;
+                const BPolygon hole = boost_cut(c, perimeter);
+                spans += perimeter;
+                BMulti next;
+                bg::difference(expected, hole, next);
+                expected = std::move(next);
+                ++cuts;
+                found = true;
+                const BMulti ours = to_boost(set);
+                BMulti diff;
+                bg::sym_difference(ours, expected, diff);
+                const double allowed = pack::kSimplify * spans + 1e-6;
+                ASSERT_LE(bg::area(diff), allowed) << what << " after cut " << cuts << ": ours "
+                                                   << bg::area(ours) << ", Boost " << bg::area(expected);
+                ASSERT_TRUE(bg::is_valid(ours)) << what << " after cut " << cuts;
+                break;
+            }
+        }
+        if (!found) set.finish_current();
+    }
+    EXPECT_GT(cuts, 5) << what;
+}
+
+TEST(OutlineCut, AgreesWithBoostDifference) {
+    QuietHost host;
+    for (test::PictureKind kind :
+         {test::PictureKind::Photo, test::PictureKind::Blocks, test::PictureKind::Flat}) {
+        const int w = 72, h = 54;
+        const UBUFFER working = test::generated_picture(kind, w, h, 21);
+        UBUFFER small;
+        small.allocate(24, 18, 4);
+        get_resized(host, working, small);
+        const IBUFFER map = get_brush_size(host, small, 20, 4, 0);
+        pack::CornerRules rules;
+        rules.min_radius = 1.1;
+        rules.max_radius = 6;
+        rules.gap = 1;
+        rules.map = &map;
+        rules.map_sx = 24.0 / w;
+        rules.map_sy = 18.0 / h;
+        PackRegion frame;
+        frame.outer = {{0, 0}, {double(w), 0}, {double(w), double(h)}, {0, double(h)}};
+        check_cuts(frame, rules, 150, test::kind_name(kind));
+    }
+    PackRegion holes;
+    holes.outer = {{0, 0}, {50, 3}, {55, 40}, {4, 36}};
+    holes.holes.push_back({{10, 10}, {20, 12}, {18, 22}});
+    holes.holes.push_back({{30, 20}, {40, 20}, {40, 30}, {30, 30}});
+    pack::CornerRules rules;
+    rules.min_radius = 0.8;
+    rules.max_radius = 4;
+    rules.gap = 0;
+    check_cuts(holes, rules, 200, "holes");
 }
 
 }  // namespace
