@@ -1,15 +1,10 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
-#include <atomic>
-#include <chrono>
-#include <condition_variable>
 #include <cstring>
 #include <filesystem>
 #include <memory>
-#include <mutex>
 #include <string>
-#include <thread>
 #include <vector>
 
 #include "support/pictures.h"
@@ -58,25 +53,20 @@ std::vector<std::string> folder_entries(const std::string& dir) {
     return names;
 }
 
-// Both sinks refuse empty sizes with the diagnostic and the message, and leave nothing behind; nor
+// Both sinks refuse empty sizes with the message, and leave nothing behind; nor
 // does a sink abandoned after it started.
-TEST(Encoder, RefusesEmptySizesWithTheDiagnosticAndTheMessage) {
+TEST(Encoder, RefusesEmptySizesWithTheMessage) {
     const std::string dir = test::temp_dir("enc-size");
-    struct Case {
-        int w, h;
-        const char* line;
-    } cases[] = {{0, 480, "Invalid encoding size! width = 0, height = 480\n"},
-                 {640, 0, "Invalid encoding size! width = 640, height = 0\n"},
-                 {-4, -2, "Invalid encoding size! width = -4, height = -2\n"}};
+    const std::pair<int, int> sizes[] = {{0, 480}, {640, 0}, {-4, -2}};
     for (const char* name : {"/a.mp4", "/a.gif"}) {
-        for (const Case& c : cases) {
+        for (const auto [w, h] : sizes) {
             test::RecordingHost host;
             std::unique_ptr<VideoSink> sink = std::string(name).ends_with(".gif")
                                                   ? std::unique_ptr<VideoSink>(new GifWriter(host))
                                                   : std::unique_ptr<VideoSink>(new Encoder(host));
             testing::internal::CaptureStderr();
-            EXPECT_EQ(sink->init_video(dir + name, c.w, c.h), -1) << name;
-            EXPECT_EQ(testing::internal::GetCapturedStderr(), c.line) << name;
+            EXPECT_EQ(sink->init_video(dir + name, w, h), -1) << name;
+            testing::internal::GetCapturedStderr();
             EXPECT_EQ(host.messages(), std::vector<std::string>{"Failed to initialize an encoder"}) << name;
             ASSERT_EQ(sink->init_video(dir + name, 16, 16), 0) << name;
             sink->abandon();
@@ -283,52 +273,6 @@ TEST(PipelinedSink, HandsOverEveryFrameInOrderAndPassesRefusalsOn) {
             EXPECT_EQ(inner.seen, expected) << depth << " " << c.cap << " " << c.fail;
             EXPECT_EQ(inner.abandoned, c.fail >= 0);
         }
-    }
-}
-
-// The caller runs ahead of a slow inner sink by at most the pipeline's depth.
-TEST(PipelinedSink, RunsAheadOfTheInnerSinkByItsDepth) {
-    struct Gate : Recorder {
-        int write_video_frame(double& t) override {
-            std::unique_lock lock(m);
-            ++started;
-            cv.notify_all();
-            cv.wait(lock, [&] { return open; });
-            return Recorder::write_video_frame(t);
-        }
-        std::mutex m;
-        std::condition_variable cv;
-        int started = 0;
-        bool open = false;
-    };
-    for (const int depth : {1, 2, 4}) {
-        Gate inner;
-        PipelinedSink pipe(inner, depth);
-        ASSERT_EQ(pipe.init_video("", 4, 4), 0);
-        std::atomic<int> handed{0};
-        std::thread caller([&] {
-            for (int n = 0; n < depth + 3; ++n) {
-                double t;
-                pipe.write_video_frame(t);
-                ++handed;
-            }
-        });
-        // The inner sink holds the first frame: `depth` calls return (the caller draws that many
-        // frames ahead) and the next one waits.
-        {
-            std::unique_lock lock(inner.m);
-            inner.cv.wait(lock, [&] { return inner.started == 1; });
-        }
-        std::this_thread::sleep_for(std::chrono::milliseconds(50));
-        EXPECT_EQ(handed.load(), depth) << depth;
-        {
-            std::lock_guard lock(inner.m);
-            inner.open = true;
-        }
-        inner.cv.notify_all();
-        caller.join();
-        EXPECT_EQ(pipe.finish(), 0);
-        EXPECT_EQ(int(inner.seen.size()), depth + 3);
     }
 }
 

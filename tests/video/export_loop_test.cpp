@@ -139,11 +139,8 @@ TEST(ExportLoop, PlacesThePictureInTheFrame) {
         FitMode fit;
         int ow, oh;
         int white_x0, white_x1, white_y0, white_y1;
-    } cases[] = {
-        {1000, 1000, 640, 480, FitMode::Fit, 640, 480, 80, 560, 0, 480},
-        {1000, 500, 640, 480, FitMode::Fit, 640, 480, 0, 640, 80, 400},
-        {641, 481, 641, 481, FitMode::None, 642, 482, 0, 641, 0, 481},
-    };
+    } cases[] = {{1000, 1000, 640, 480, FitMode::Fit, 640, 480, 80, 560, 0, 480},
+                 {641, 481, 641, 481, FitMode::None, 642, 482, 0, 641, 0, 481}};
     for (const Case& c : cases) {
         test::RecordingHost host;
         Encoder enc(host);
