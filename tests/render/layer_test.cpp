@@ -13,26 +13,22 @@ namespace {
 
 TEST(Layer, EditsClampAndRetone) {
     test::RecordingHost host;
-    struct Case {
-        char edit;  // Transparency, Size, Brightness
-        int value, stored;
-        bool changed;
-        int mask_at_centre, shade_at_centre;
-    } cases[] = {
+    // edit (Transparency, Size, Brightness), value, stored, whether it changed, mask and shade at the centre
+    const std::tuple<char, int, int, bool, int, int> cases[] = {
         {'T', 400, 255, false, 255, 255}, {'T', -5, 0, true, 0, 255},       {'T', 128, 128, true, 128, 255},
         {'S', 350, 300, true, 255, 255},  {'S', -1, 0, true, 255, 255},     {'B', 1000, 1000, true, 255, 255},
         {'B', -3, 0, true, 255, 0},       {'B', 100, 100, false, 255, 255},
     };
-    for (const Case& k : cases) {
-        SCOPED_TRACE(testing::Message() << k.edit << " " << k.value);
+    for (const auto& [edit, value, stored, changes, mask_at_centre, shade_at_centre] : cases) {
+        SCOPED_TRACE(testing::Message() << edit << " " << value);
         Layer l(host, true);
-        const bool changed = k.edit == 'T'   ? l.set_transparency(k.value)
-                             : k.edit == 'S' ? l.set_size(k.value)
-                                             : l.set_brightness(k.value);
-        EXPECT_EQ(k.edit == 'T' ? l.transparency : k.edit == 'S' ? l.size : l.brightness, k.stored);
-        EXPECT_EQ(changed, k.changed);
-        EXPECT_EQ(l.shapes[0]->mask_plane.at(512, 512), k.mask_at_centre);
-        EXPECT_EQ(l.shapes[0]->shade_plane.at(512, 512), k.shade_at_centre);
+        const bool changed = edit == 'T'   ? l.set_transparency(value)
+                             : edit == 'S' ? l.set_size(value)
+                                           : l.set_brightness(value);
+        EXPECT_EQ(edit == 'T' ? l.transparency : edit == 'S' ? l.size : l.brightness, stored);
+        EXPECT_EQ(changed, changes);
+        EXPECT_EQ(l.shapes[0]->mask_plane.at(512, 512), mask_at_centre);
+        EXPECT_EQ(l.shapes[0]->shade_plane.at(512, 512), shade_at_centre);
     }
     Layer hidden(host, false);
     hidden.shown = false;
@@ -145,12 +141,8 @@ TEST(MakePlacements, FreeCirclesGeometryShapesAndColours) {
 }
 
 TEST(MakePlacements, ColourOptionsInTheirOrder) {
-    struct Case {
-        const char* what;
-        int palette;
-        bool random, shuffle, invert, convert;
-        ColourRecord in, out;
-    } cases[] = {
+    // what, palette, random, shuffle, invert, convert, in, out
+    const std::tuple<const char*, int, bool, bool, bool, bool, ColourRecord, ColourRecord> cases[] = {
         {"none", 0, false, false, false, false, rgb(12, 200, 99), rgb(12, 200, 99)},
         {"shuffle", 0, false, true, false, false, rgb(12, 200, 99), rgb(99, 12, 200)},
         {"invert", 0, false, false, true, false, rgb(12, 200, 99), rgb(243, 55, 156)},
@@ -160,15 +152,15 @@ TEST(MakePlacements, ColourOptionsInTheirOrder) {
         {"palette first", 7, false, false, true, false, rgb(0, 250, 170), rgb(255, 0, 85)},
         {"random is not offered for free circles", 0, true, false, false, false, rgb(1, 2, 3), rgb(1, 2, 3)},
     };
-    for (const Case& k : cases) {
+    for (const auto& [what, palette, random, shuffle, invert, convert, in, out] : cases) {
         Fixture f;
-        f.layer.palette = k.palette;
-        f.layer.random = k.random, f.layer.shuffle = k.shuffle, f.layer.invert = k.invert,
-        f.layer.convert = k.convert;
+        f.layer.palette = palette;
+        f.layer.random = random, f.layer.shuffle = shuffle, f.layer.invert = invert,
+        f.layer.convert = convert;
         const auto p = make_placements(f.host, f.layer, f.palettes, f.none,
-                                       std::vector{circle(0.5, 0.5, 1, k.in)}, 10, 10, 1.0, f.random);
+                                       std::vector{circle(0.5, 0.5, 1, in)}, 10, 10, 1.0, f.random);
         ASSERT_EQ(p.size(), 1u);
-        EXPECT_EQ(p[0].paint, k.out) << k.what;
+        EXPECT_EQ(p[0].paint, out) << what;
     }
 }
 
