@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cmath>
 #include <cstdlib>
+#include <tuple>
 #include <vector>
 
 #include "generated.h"
@@ -22,12 +23,8 @@ std::vector<std::uint32_t> cells(const IBUFFER& m) {
 }
 
 TEST(BrushSize, EqualsTheRingScanOnGeneratedPictures) {
-    struct Case {
-        int w, h;
-        double thr;
-        int maxpx, minpx;
-    };
-    const Case cases[] = {
+    // w, h, thr, maxpx, minpx
+    const std::tuple<int, int, double, int, int> cases[] = {
         {40, 30, 20, 12, 0}, {40, 30, 20, 12, 1},  {33, 47, 0, 20, 0},  {33, 47, 255, 9, 2},
         {50, 50, 30, 30, 3}, {21, 64, 12.5, 8, 1}, {64, 21, 20, 64, 0}, {17, 17, 20, 5, 4},
         {31, 29, 20, 40, 7}, {12, 40, 60, 3, 1},   {40, 12, 20, 2, 1},  {25, 25, 20, 1, 0},
@@ -35,15 +32,15 @@ TEST(BrushSize, EqualsTheRingScanOnGeneratedPictures) {
         {1, 40, 20, 10, 0},  {40, 2, 20, 10, 0},   {3, 3, 20, 10, 0},   {45, 38, 20, 25, -4},
     };
     test::RecordingHost host;
-    for (const Case& c : cases) {
+    for (const auto& [w, h, thr, maxpx, minpx] : cases) {
         for (test::PictureKind kind : test::kAllKinds) {
             for (std::uint32_t seed : {1u, 7u}) {
-                const UBUFFER pic = test::generated_picture(kind, c.w, c.h, seed);
-                const IBUFFER fast = get_brush_size(host, pic, c.thr, c.maxpx, c.minpx);
-                ASSERT_TRUE(fast.same_shape(ring_scan(pic, c.thr, c.maxpx, c.minpx)));
-                EXPECT_EQ(cells(fast), cells(ring_scan(pic, c.thr, c.maxpx, c.minpx)))
-                    << test::kind_name(kind) << " seed " << seed << " " << c.w << "x" << c.h << " thr "
-                    << c.thr << " maxpx " << c.maxpx << " minpx " << c.minpx;
+                const UBUFFER pic = test::generated_picture(kind, w, h, seed);
+                const IBUFFER fast = get_brush_size(host, pic, thr, maxpx, minpx);
+                ASSERT_TRUE(fast.same_shape(ring_scan(pic, thr, maxpx, minpx)));
+                EXPECT_EQ(cells(fast), cells(ring_scan(pic, thr, maxpx, minpx)))
+                    << test::kind_name(kind) << " seed " << seed << " " << w << "x" << h << " thr " << thr
+                    << " maxpx " << maxpx << " minpx " << minpx;
             }
         }
     }

@@ -189,22 +189,21 @@ TEST(Packer, RegionsWithHolesArePackedAroundTheHoles) {
 
 TEST(Packer, GapShrinksAcceptedCirclesAndRefusesSmallOnes) {
     // A square of side 10 without a map: the first corner's candidate is the largest radius.
-    struct Case {
-        double rmax, gap;
-        double first;  // stored radius of the first circle; 0: no circle at all
-    } cases[] = {{2.0, 0.0, 2.0}, {2.0, 1.0, 1.5}, {0.5, 1.0, 0.0}, {0.5, 0.98, 0.01}, {0.5, 0.0, 0.5}};
+    // rmax, gap, first; first: stored radius of the first circle; 0: no circle at all
+    const std::tuple<double, double, double> cases[] = {
+        {2.0, 0.0, 2.0}, {2.0, 1.0, 1.5}, {0.5, 1.0, 0.0}, {0.5, 0.98, 0.01}, {0.5, 0.0, 0.5}};
     QuietHost host;
-    for (const Case& c : cases) {
+    for (const auto& [rmax, gap, first] : cases) {
         PackOptions o;
         o.min_radius = 0.1;
-        o.max_radius = c.rmax;
-        o.gap = c.gap;
+        o.max_radius = rmax;
+        o.gap = gap;
         const std::vector<Circle> circles = pack_circles(frame(10, 10), o, host);
-        ASSERT_EQ(circles.empty(), c.first == 0) << c.rmax << " " << c.gap;
-        if (c.first == 0) continue;
-        EXPECT_NEAR(circles[0].radius, c.first, 1e-12) << c.rmax << " " << c.gap;
-        EXPECT_NEAR(circles[0].x, c.rmax, 1e-9);  // in the first corner, touching both edges
-        EXPECT_NEAR(circles[0].y, c.rmax, 1e-9);
+        ASSERT_EQ(circles.empty(), first == 0) << rmax << " " << gap;
+        if (first == 0) continue;
+        EXPECT_NEAR(circles[0].radius, first, 1e-12) << rmax << " " << gap;
+        EXPECT_NEAR(circles[0].x, rmax, 1e-9);  // in the first corner, touching both edges
+        EXPECT_NEAR(circles[0].y, rmax, 1e-9);
     }
 }
 
@@ -212,15 +211,14 @@ TEST(Packer, NothingToPackGivesNoCircles) {
     QuietHost host;
     PackRegion degenerate;
     degenerate.outer = {{0, 0}, {10, 0}, {20, 0}};
-    struct Case {
-        PackRegion region;
-        double min, max;
-    } cases[] = {{degenerate, 1, 5}, {PackRegion{}, 1, 5}, {frame(20, 20), 1, 0}, {frame(20, 20), 30, 5}};
-    for (const Case& c : cases) {
+    // region, min, max
+    const std::tuple<PackRegion, double, double> cases[] = {
+        {degenerate, 1, 5}, {PackRegion{}, 1, 5}, {frame(20, 20), 1, 0}, {frame(20, 20), 30, 5}};
+    for (const auto& [region, min, max] : cases) {
         PackOptions o;
-        o.min_radius = c.min;
-        o.max_radius = c.max;
-        EXPECT_TRUE(pack_circles(c.region, o, host).empty()) << c.min << " " << c.max;
+        o.min_radius = min;
+        o.max_radius = max;
+        EXPECT_TRUE(pack_circles(region, o, host).empty()) << min << " " << max;
     }
 }
 
