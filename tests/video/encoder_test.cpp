@@ -5,6 +5,7 @@
 #include <filesystem>
 #include <memory>
 #include <string>
+#include <tuple>
 #include <vector>
 
 #include "support/pictures.h"
@@ -77,17 +78,16 @@ TEST(Encoder, RefusesEmptySizesWithTheMessage) {
 
 TEST(Encoder, OnlyALowerCaseWebmNameGetsAnAlphaChannel) {
     const std::string dir = test::temp_dir("enc-alpha");
-    struct Case {
-        const char* name;
-        bool alpha;
-    } cases[] = {{"clip.webm", true}, {"clip.WEBM", false}, {"clip.webm.mp4", false}, {"webm", false}};
-    for (const Case& c : cases) {
-        SCOPED_TRACE(c.name);
+    // name, alpha
+    const std::tuple<const char*, bool> cases[] = {
+        {"clip.webm", true}, {"clip.WEBM", false}, {"clip.webm.mp4", false}, {"webm", false}};
+    for (const auto& [name, alpha] : cases) {
+        SCOPED_TRACE(name);
         test::RecordingHost host;
-        const std::string file = dir + "/" + c.name;
+        const std::string file = dir + "/" + name;
         Encoder enc(host);
         ASSERT_EQ(enc.init_video(file, 64, 32), 0);
-        EXPECT_EQ(enc.alpha(), c.alpha);
+        EXPECT_EQ(enc.alpha(), alpha);
         // Left half fully transparent, right half opaque.
         for (int n = 0; n < 3; ++n) {
             UBUFFER& s = enc.source();
@@ -100,25 +100,21 @@ TEST(Encoder, OnlyALowerCaseWebmNameGetsAnAlphaChannel) {
             ASSERT_EQ(enc.write_video_frame(t), 0);
         }
         ASSERT_EQ(enc.finish(), 0);
-        if (std::string(c.name).ends_with(".mp4") || std::string(c.name) == "webm") continue;
+        if (std::string(name).ends_with(".mp4") || std::string(name) == "webm") continue;
         // FFmpeg's own VP9 decoder drops the alpha plane; libvpx keeps it.
         const test::ReadBack r = test::read_back(file, "libvpx-vp9", true);
         ASSERT_EQ(r.frames.size(), 3u);
-        EXPECT_EQ(r.decoded_format == AV_PIX_FMT_YUVA420P, c.alpha);
-        EXPECT_EQ(r.alpha_mode == "1", c.alpha);
-        EXPECT_EQ(r.frames[2].at(8, 16, 3) <= 8, c.alpha);
+        EXPECT_EQ(r.decoded_format == AV_PIX_FMT_YUVA420P, alpha);
+        EXPECT_EQ(r.alpha_mode == "1", alpha);
+        EXPECT_EQ(r.frames[2].at(8, 16, 3) <= 8, alpha);
         EXPECT_GE(r.frames[2].at(56, 16, 3), 247);
     }
 }
 
 TEST(Encoder, ChoosesTheMuxerFromTheFinalName) {
     const std::string dir = test::temp_dir("enc-mux");
-    struct Case {
-        const char* name;
-        const char* muxer;
-        const char* codec;  // the codec read back
-        bool says_fallback;
-    } cases[] = {
+    // name, muxer, codec, says_fallback; codec: the codec read back
+    const std::tuple<const char*, const char*, const char*, bool> cases[] = {
         {"a.xyz", "mpeg", "mpeg1video", false},  // nothing guessed: MPEG program stream
         {"a", "mpeg", "mpeg1video", false},
         {"a.3gpp", "3gp", "mpeg4", true},  // H.263 refuses 640 x 480
@@ -127,25 +123,25 @@ TEST(Encoder, ChoosesTheMuxerFromTheFinalName) {
         {"a.wmv", "asf", "msmpeg4v3", false},
         {"a.mpeg", "mpeg", "mpeg1video", false},
     };
-    for (const Case& c : cases) {
-        SCOPED_TRACE(c.name);
+    for (const auto& [name, muxer, codec, says_fallback] : cases) {
+        SCOPED_TRACE(name);
         test::RecordingHost host;
-        const bool small = std::string(c.name) == "c.3gpp";
+        const bool small = std::string(name) == "3gpp";
         const int w = small ? 176 : 640, h = small ? 144 : 480;
-        const std::string file = dir + "/" + c.name;
+        const std::string file = dir + "/" + name;
         Encoder enc(host);
         testing::internal::CaptureStderr();
         const int r = enc.init_video(file, w, h);
         const std::string err = testing::internal::GetCapturedStderr();
         ASSERT_EQ(r, 0);
-        EXPECT_STREQ(enc.format_name(), c.muxer);
-        EXPECT_EQ(err.find("does not take") != std::string::npos, c.says_fallback) << err;
+        EXPECT_STREQ(enc.format_name(), muxer);
+        EXPECT_EQ(err.find("does not take") != std::string::npos, says_fallback) << err;
         double t;
         paint_frame(enc, 0);
         ASSERT_EQ(enc.write_video_frame(t), 0);
         ASSERT_EQ(enc.finish(), 0);
         const test::ReadBack back = test::read_back(file);
-        EXPECT_EQ(back.codec, c.codec);
+        EXPECT_EQ(back.codec, codec);
         EXPECT_EQ(back.pts.size(), 1u);
     }
 }
@@ -235,21 +231,18 @@ private:
 };
 
 TEST(PipelinedSink, HandsOverEveryFrameInOrderAndPassesRefusalsOn) {
-    struct Case {
-        int cap, fail;
-        int answer;  // what the pipeline says once the inner sink has refused or failed a frame
-        int first;   // the first frame that the inner sink refuses or fails (6: none)
-        int finish;
-    } cases[] = {
+    // cap, fail, answer, first, finish; answer: what the pipeline says once the inner sink has refused or
+    // failed a frame; first: the first frame that the inner sink refuses or fails (6: none)
+    const std::tuple<int, int, int, int, int> cases[] = {
         {1000, -1, 0, 6, 0},
         {3, -1, 1, 3, 0},
         {1000, 2, -1, 2, -1},
     };
     for (const int depth : {1, 3}) {
-        for (const Case& c : cases) {
+        for (const auto& [cap, fail, answer, first, finish] : cases) {
             Recorder inner;
-            inner.cap = c.cap;
-            inner.fail = c.fail;
+            inner.cap = cap;
+            inner.fail = fail;
             PipelinedSink pipe(inner, depth);
             ASSERT_EQ(pipe.init_video("", 4, 4), 0);
             std::vector<int> results;
@@ -264,14 +257,14 @@ TEST(PipelinedSink, HandsOverEveryFrameInOrderAndPassesRefusalsOn) {
             // A refusal comes back with a later call (how much later depends on the worker), and
             // from then on every call gives it.
             const auto answered = std::find_if(results.begin(), results.end(), [](int r) { return r != 0; });
-            EXPECT_GE(answered - results.begin(), std::min(c.first + 1, 6))
-                << depth << " " << c.cap << " " << c.fail;
-            EXPECT_TRUE(std::all_of(answered, results.end(), [&](int r) { return r == c.answer; }));
-            EXPECT_EQ(pipe.finish(), c.finish);
+            EXPECT_GE(answered - results.begin(), std::min(first + 1, 6))
+                << depth << " " << cap << " " << fail;
+            EXPECT_TRUE(std::all_of(answered, results.end(), [&](int r) { return r == answer; }));
+            EXPECT_EQ(pipe.finish(), finish);
             std::vector<int> expected;
-            for (int n = 0; n < c.first; ++n) expected.push_back(10 + n);
-            EXPECT_EQ(inner.seen, expected) << depth << " " << c.cap << " " << c.fail;
-            EXPECT_EQ(inner.abandoned, c.fail >= 0);
+            for (int n = 0; n < first; ++n) expected.push_back(10 + n);
+            EXPECT_EQ(inner.seen, expected) << depth << " " << cap << " " << fail;
+            EXPECT_EQ(inner.abandoned, fail >= 0);
         }
     }
 }

@@ -46,11 +46,8 @@ struct WhiteExport : FrameSource {
 };
 
 TEST(FrameLayout, FitModesSizesAndOffsets) {
-    struct Case {
-        int pw, ph, vw, vh;
-        FitMode fit;
-        FrameLayout expected;
-    } cases[] = {
+    // pw, ph, vw, vh, fit, expected
+    const std::tuple<int, int, int, int, FitMode, FrameLayout> cases[] = {
         {1000, 1000, 640, 480, FitMode::Fit, {480, 480, 640, 480, 80, 0}},
         {1000, 500, 640, 480, FitMode::Fit, {640, 320, 640, 480, 0, 80}},  // wider: scaled to the width
         {1000, 1000, 640, 480, FitMode::None, {480, 480, 480, 480, 0, 0}},
@@ -61,9 +58,9 @@ TEST(FrameLayout, FitModesSizesAndOffsets) {
         {333, 100, 1920, 1080, FitMode::None, {3596, 1080, 3596, 1080, 0, 0}},
     };
     auto fields = [](const FrameLayout& l) { return std::vector<int>{l.sw, l.sh, l.ow, l.oh, l.x0, l.y0}; };
-    for (const Case& c : cases)
-        EXPECT_EQ(fields(frame_layout(c.pw, c.ph, c.vw, c.vh, c.fit)), fields(c.expected))
-            << c.pw << "x" << c.ph << " mode " << int(c.fit);
+    for (const auto& [pw, ph, vw, vh, fit, expected] : cases)
+        EXPECT_EQ(fields(frame_layout(pw, ph, vw, vh, fit)), fields(expected))
+            << pw << "x" << ph << " mode " << int(fit);
 }
 
 // floor(30 D) + 1 frames, as the doubles compare, each at n / 30 s; from 200 s on the loop stops (the
@@ -235,31 +232,29 @@ double ref_axis_weight(int src, int dst, int i, int k) {
 }
 
 TEST(FrameScaler, MatchesThePlainAreaMeanAndInterpolation) {
-    struct Case {
-        int sw, sh, dw, dh;
-    } cases[] = {{37, 29, 20, 15}, {64, 48, 64, 48}, {30, 20, 47, 33},
-                 {50, 40, 17, 40}, {9, 7, 3, 11},    {5, 5, 1, 1}};
-    for (const Case& c : cases) {
-        const UBUFFER src = test::noise_picture(c.sw, c.sh, 42, false);
+    // sw, sh, dw, dh
+    const std::tuple<int, int, int, int> cases[] = {{37, 29, 20, 15}, {64, 48, 64, 48}, {30, 20, 47, 33},
+                                                    {50, 40, 17, 40}, {9, 7, 3, 11},    {5, 5, 1, 1}};
+    for (const auto& [sw, sh, dw, dh] : cases) {
+        const UBUFFER src = test::noise_picture(sw, sh, 42, false);
         UBUFFER dst;
-        dst.allocate(c.dw, c.dh, 4);
-        FrameScaler(c.sw, c.sh, c.dw, c.dh).scale(src, dst.data(), std::size_t(c.dw) * 4);
+        dst.allocate(dw, dh, 4);
+        FrameScaler(sw, sh, dw, dh).scale(src, dst.data(), std::size_t(dw) * 4);
         int worst = 0;
-        for (int y = 0; y < c.dh; ++y)
-            for (int x = 0; x < c.dw; ++x)
+        for (int y = 0; y < dh; ++y)
+            for (int x = 0; x < dw; ++x)
                 for (int ch = 0; ch < 4; ++ch) {
                     double v = 0;
-                    for (int j = 0; j < c.sh; ++j) {
-                        const double wy = ref_axis_weight(c.sh, c.dh, y, j);
+                    for (int j = 0; j < sh; ++j) {
+                        const double wy = ref_axis_weight(sh, dh, y, j);
                         if (wy == 0) continue;
-                        for (int i = 0; i < c.sw; ++i)
-                            v += wy * ref_axis_weight(c.sw, c.dw, x, i) * src.at(i, j, ch);
+                        for (int i = 0; i < sw; ++i)
+                            v += wy * ref_axis_weight(sw, dw, x, i) * src.at(i, j, ch);
                     }
                     worst = std::max(worst, std::abs(int(dst.at(x, y, ch)) - int(std::floor(v + 0.5))));
                 }
         // Floats against doubles: a rounding apart at most; same sizes copy exactly.
-        EXPECT_LE(worst, (c.sw == c.dw && c.sh == c.dh) ? 0 : 1)
-            << c.sw << "x" << c.sh << " -> " << c.dw << "x" << c.dh;
+        EXPECT_LE(worst, (sw == dw && sh == dh) ? 0 : 1) << sw << "x" << sh << " -> " << dw << "x" << dh;
     }
 }
 
