@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cstdint>
 #include <random>
+#include <tuple>
 #include <utility>
 #include <vector>
 
@@ -33,10 +34,8 @@ TEST(ScanOrder, OrdersByPlaceWithTiesInTransformOrder) {
     // In a 100 x 100 frame (centre 50, 50). Items 0 and 3 share x; 1 and 4 share the distance.
     const std::vector<std::pair<double, double>> xy = {{10, 50}, {50, 20}, {70, 90},
                                                        {10, 5},  {80, 50}, {50, 50}};
-    struct Case {
-        int order;
-        std::vector<std::uint32_t> expected;
-    } cases[] = {
+    // order, expected
+    const std::tuple<int, std::vector<std::uint32_t>> cases[] = {
         {0, {0, 1, 2, 3, 4, 5}},  // Transformed
         {2, {5, 1, 4, 0, 2, 3}},  // Circular out: 0, 30, 30, 40, 44.7, 60.2
         {3, {3, 2, 0, 1, 4, 5}},  // Circular in
@@ -46,11 +45,11 @@ TEST(ScanOrder, OrdersByPlaceWithTiesInTransformOrder) {
         {7, {2, 0, 4, 5, 1, 3}},  // Bottom to top
         {8, {0, 1, 2, 3, 4, 5}},  // the "To to bottom" label orders nothing
     };
-    for (const Case& c : cases) {
+    for (const auto& [order, expected] : cases) {
         auto items = items_at(xy);
         Random rng;
-        apply_scan_order(items, c.order, rng, 1234, 100, 100);
-        EXPECT_EQ(orders(items), c.expected) << kScanNames[c.order];
+        apply_scan_order(items, order, rng, 1234, 100, 100);
+        EXPECT_EQ(orders(items), expected) << kScanNames[order];
     }
 }
 
@@ -95,21 +94,19 @@ TEST(ScanOrder, StartTimesSpreadOverTheDurationAfterTheTimestamp) {
 }
 
 TEST(AnimationSettings, NamesAndNumbersFindTheirIndex) {
-    struct Case {
-        const char* text;
-        int motion, scan;
-    } cases[] = {{"Basic", 0, -1},
-                 {"firefly", 5, -1},
-                 {"left-to-right", -1, 4},
-                 {"Bottom_to_top", -1, 7},
-                 {"3", 3, 3},
-                 {"To to bottom", -1, -1},
-                 {"8", -1, -1},
-                 {"", -1, -1},
-                 {"circular out", -1, 2}};
-    for (const Case& c : cases) {
-        EXPECT_EQ(motion_index(c.text), c.motion) << c.text;
-        EXPECT_EQ(scan_index(c.text), c.scan) << c.text;
+    // text, motion, scan
+    const std::tuple<const char*, int, int> cases[] = {{"Basic", 0, -1},
+                                                       {"firefly", 5, -1},
+                                                       {"left-to-right", -1, 4},
+                                                       {"Bottom_to_top", -1, 7},
+                                                       {"3", 3, 3},
+                                                       {"To to bottom", -1, -1},
+                                                       {"8", -1, -1},
+                                                       {"", -1, -1},
+                                                       {"circular out", -1, 2}};
+    for (const auto& [text, motion, scan] : cases) {
+        EXPECT_EQ(motion_index(text), motion) << text;
+        EXPECT_EQ(scan_index(text), scan) << text;
     }
     // Out-of-range numbers become 0; settings in range stay as they are.
     AnimationSettings s, clean;

@@ -2,6 +2,7 @@
 #include <cstring>
 #include <memory>
 #include <random>
+#include <tuple>
 #include <vector>
 
 #include <gtest/gtest.h>
@@ -328,18 +329,15 @@ TEST(Rasteriser, DepthOrderAndPerspective) {
         rasterise(m, cam, painter, pic, depth, &touched);
         return pic;
     };
-    struct Case {
-        double z1, z2;
-        int red_at_centre;
-    } cases[] = {
+    // z1, z2, red_at_centre
+    const std::tuple<double, double, int> cases[] = {
         {-100, -50, 10},  // first is nearer: it shows although the second comes later
         {-50, -100, 20},  // second nearer
         {-80, -80, 20},   // coplanar: painting order decides
         {0, 0, 20},
     };
-    for (const Case& c : cases)
-        EXPECT_EQ(draw({prim(c.z1, 10, 0), prim(c.z2, 20, 1)}).at(80, 60, 2), c.red_at_centre)
-            << c.z1 << " " << c.z2;
+    for (const auto& [z1, z2, red_at_centre] : cases)
+        EXPECT_EQ(draw({prim(z1, 10, 0), prim(z2, 20, 1)}).at(80, 60, 2), red_at_centre) << z1 << " " << z2;
     // Nearer than the limit: nothing painted.
     EXPECT_EQ(draw({prim(-cam.distance() + 0.5, 10, 0)}).at(80, 60, 3), 0);
     EXPECT_TRUE(touched.empty());
