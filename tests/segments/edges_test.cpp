@@ -1,6 +1,7 @@
 #include <gtest/gtest.h>
 
 #include <cmath>
+#include <tuple>
 
 #include "art.h"
 #include "segments/edges.h"
@@ -23,12 +24,8 @@ std::vector<std::pair<double, double>> xy(const std::vector<BoundaryPoint>& pts)
 // border running to the picture's edge is open and ends there; pieces meeting at a junction end on
 // the same point; no borders, no pieces.
 TEST(SegmentEdges, PiecesFollowTheBorders) {
-    struct Case {
-        const char* name;
-        std::vector<std::string> art;
-        std::size_t pieces;
-        bool closed;
-    } cases[] = {
+    // name, art, number of pieces, closed
+    const std::tuple<const char*, std::vector<std::string>, std::size_t, bool> cases[] = {
         {"island", {"1111111", "1111111", "1122111", "1122111", "1111111"}, 1, true},
         {"vertical", {"1122", "1122", "1122"}, 1, false},
         {"horizontal", {"111", "111", "222", "222"}, 1, false},
@@ -36,26 +33,26 @@ TEST(SegmentEdges, PiecesFollowTheBorders) {
         {"T junction", {"1122", "1122", "3333", "3333"}, 3, false},
         {"none", {"000", "000"}, 0, false},
     };
-    for (const Case& c : cases) {
-        SCOPED_TRACE(c.name);
+    for (const auto& [name, art, count, closed] : cases) {
+        SCOPED_TRACE(name);
         test::RecordingHost host;
-        const IBUFFER map = test::art_labels(c.art);
+        const IBUFFER map = test::art_labels(art);
         const int w = map.width(), h = map.height();
-        auto pieces = get_segment_edges(map, 0.7, c.closed, host);
-        EXPECT_EQ(host.titles().empty(), !c.closed);  // the stage is shown when asked
-        ASSERT_EQ(pieces.size(), c.pieces);
+        auto pieces = get_segment_edges(map, 0.7, closed, host);
+        EXPECT_EQ(host.titles().empty(), !closed);  // the stage is shown when asked
+        ASSERT_EQ(pieces.size(), count);
         for (const BoundaryPiece& p : pieces) {
-            EXPECT_EQ(p.closed, c.closed);
+            EXPECT_EQ(p.closed, closed);
             for (const BoundaryPoint& q : p.points) {
                 EXPECT_TRUE(q.x == 0 || q.x == w - 0.5 || std::fmod(q.x, 1.0) == 0.75) << q.x;
                 EXPECT_TRUE(q.y == 0 || q.y == h - 0.5 || std::fmod(q.y, 1.0) == 0.75) << q.y;
             }
-            if (c.closed) continue;
+            if (closed) continue;
             auto on_frame = [&](const BoundaryPoint& q) {
                 return q.x == 0 || q.y == 0 || q.x == w - 0.5 || q.y == h - 0.5;
             };
             auto at_junction = [&](const BoundaryPoint& q) { return q.x == 1.75 && q.y == 1.75; };
-            if (c.pieces == 3)
+            if (count == 3)
                 EXPECT_NE(at_junction(p.points.front()), at_junction(p.points.back()));
             else
                 EXPECT_TRUE(on_frame(p.points.front()) && on_frame(p.points.back()));
@@ -64,22 +61,18 @@ TEST(SegmentEdges, PiecesFollowTheBorders) {
 }
 
 TEST(SegmentEdges, SimplificationKeepsEndsAndPointsFartherThanTolerance) {
-    struct Case {
-        const char* name;
-        P in;
-        double tol;
-        P out;
-    } cases[] = {
+    // name, in, tol, out
+    const std::tuple<const char*, P, double, P> cases[] = {
         {"short", {{0, 0}, {1, 5}}, 0.7, {{0, 0}, {1, 5}}},
         {"straight", {{0, 0}, {1, 0.5}, {2, 0}, {3, 0.2}, {4, 0}}, 0.7, {{0, 0}, {4, 0}}},
         {"bump", {{0, 0}, {1, 0}, {2, 1}, {3, 0}, {4, 0}}, 0.7, {{0, 0}, {2, 1}, {4, 0}}},
         {"exactly tolerance stays out", {{0, 0}, {1, 0.7}, {2, 0}}, 0.7, {{0, 0}, {2, 0}}},
         {"beyond the end", {{0, 0}, {5, 0}, {6, 0}, {1, 0}}, 0.7, {{0, 0}, {6, 0}, {1, 0}}},
     };
-    for (const Case& c : cases) {
-        P pts = c.in;
-        simplify_polyline(pts, c.tol);
-        EXPECT_EQ(xy(pts), xy(c.out)) << c.name;
+    for (const auto& [name, in, tol, out] : cases) {
+        P pts = in;
+        simplify_polyline(pts, tol);
+        EXPECT_EQ(xy(pts), xy(out)) << name;
     }
 }
 
@@ -108,21 +101,17 @@ BoundaryPiece piece(P pts, bool closed = false) {
 }
 
 TEST(ClosedPath, TurningSumOfTable) {
-    struct Case {
-        const char* name;
-        P pts;
-        double degrees;
-        bool passes;
-    } cases[] = {
+    // name, pts, degrees, passes
+    const std::tuple<const char*, P, double, bool> cases[] = {
         {"clockwise on screen", {{0, 0}, {2, 0}, {2, 2}, {0, 2}}, 360, true},
         {"anticlockwise on screen", {{0, 0}, {0, 2}, {2, 2}, {2, 0}}, -360, false},
         {"repeated points skipped", {{0, 0}, {2, 0}, {2, 0}, {2, 2}, {0, 2}, {0, 0}}, 360, true},
         {"figure eight", {{0, 0}, {2, 2}, {2, 0}, {0, 2}}, 0, false},
         {"triangle", {{0, 0}, {3, 0}, {0, 4}}, 360, true},
     };
-    for (const Case& c : cases) {
-        EXPECT_NEAR(turning_degrees(c.pts), c.degrees, 1e-9) << c.name;
-        EXPECT_EQ(is_closed_path(c.pts), c.passes) << c.name;
+    for (const auto& [name, pts, degrees, passes] : cases) {
+        EXPECT_NEAR(turning_degrees(pts), degrees, 1e-9) << name;
+        EXPECT_EQ(is_closed_path(pts), passes) << name;
     }
 }
 

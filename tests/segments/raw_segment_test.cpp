@@ -1,5 +1,7 @@
 #include <gtest/gtest.h>
 
+#include <tuple>
+
 #include "art.h"
 #include "segments/raw_segment.h"
 #include "segments/refine.h"
@@ -129,30 +131,28 @@ TEST(MinorSegments, RaggedSegmentsGoCompactOnesStayBackgroundNeverKept) {
 }
 
 TEST(Dilation, OneRingInNeighbourOrderSkippingBorderPixelsAndTakenCells) {
-    struct Case {
-        const char* name;
-        int x, y;
-        std::vector<std::pair<int, int>> added;
-    } cases[] = {
+    // name, x, y, pixels added
+    const std::tuple<const char*, int, int, std::vector<std::pair<int, int>>> cases[] = {
         {"inner", 2, 2, {{2, 1}, {2, 3}, {1, 2}, {3, 2}}},
         {"left border", 0, 2, {}},
         {"bottom border", 2, 4, {}},
+        {"top border", 2, 0, {}},
         {"next to taken", 3, 1, {{3, 2}, {2, 1}, {4, 1}}},
     };
-    for (const Case& c : cases) {
+    for (const auto& [name, x, y, want] : cases) {
         IBUFFER map;
         map.allocate(5, 5);
         map.at(3, 0) = 9;  // someone else's cell
         RawSegment s;
-        s.pixels.push_back(Pixel{1, c.x, c.y});
-        map.at(c.x, c.y) = 2;
+        s.pixels.push_back(Pixel{1, x, y});
+        map.at(x, y) = 2;
         dilate_segment(map, s);
         std::vector<std::pair<int, int>> added;
         for (std::size_t i = 1; i < s.pixels.size(); ++i) {
             added.emplace_back(s.pixels[i].x, s.pixels[i].y);
-            EXPECT_EQ(map.at(s.pixels[i].x, s.pixels[i].y), 1u) << c.name;  // "taken"
+            EXPECT_EQ(map.at(s.pixels[i].x, s.pixels[i].y), 1u) << name;  // "taken"
         }
-        EXPECT_EQ(added, c.added) << c.name;
+        EXPECT_EQ(added, want) << name;
     }
 }
 
