@@ -3,6 +3,7 @@
 #include <array>
 #include <cmath>
 #include <cstring>
+#include <tuple>
 #include <vector>
 
 #include "filters/channel_rotation.h"
@@ -53,50 +54,44 @@ int run(FilterKind kind, UBUFFER& p, std::uint32_t seed, test::RecordingHost& ho
 // Pictures 9 pixels wide keep their pixels through local contrast, so the rotations show plainly.
 // Each row must read as zones of the given forms from left to right, changing at the given ranges.
 TEST(Shuffle, RowsSplitAtTheCutLinesIntoRotatedZones) {
-    struct Case {
-        FilterKind kind;
-        std::vector<std::pair<int, int>> cut_ranges;  // allowed first column of each later zone
-    } cases[] = {
+    // kind, cut_ranges; cut_ranges: allowed first column of each later zone
+    const std::tuple<FilterKind, std::vector<std::pair<int, int>>> cases[] = {
         {FilterKind::HalfShuffle, {{4, 5}}},
         {FilterKind::TripleShuffle, {{2, 4}, {5, 7}}},
     };
-    for (const Case& c : cases) {
+    for (const auto& [kind, cut_ranges] : cases) {
         for (std::uint32_t seed : {1u, 77u, 4000u}) {
             const UBUFFER in = ramp(9, 60);
             UBUFFER p = in.clone();
             test::RecordingHost host;
-            ASSERT_EQ(run(c.kind, p, seed, host), 0);
+            ASSERT_EQ(run(kind, p, seed, host), 0);
             for (int y = 0; y < in.height(); ++y) {
                 int zone = 0;
                 for (int x = 0; x < in.width(); ++x) {
                     const auto [b, g, r] = bgr(in, x, y);
                     const Bgr forms[] = {{g, r, up(b)}, {r, up(b), down(g)}, {up(b), down(g), up(r)}};
-                    if (zone < int(c.cut_ranges.size()) && bgr(p, x, y) == forms[zone + 1]) {
-                        EXPECT_GE(x, c.cut_ranges[zone].first) << "row " << y;
-                        EXPECT_LE(x, c.cut_ranges[zone].second) << "row " << y;
+                    if (zone < int(cut_ranges.size()) && bgr(p, x, y) == forms[zone + 1]) {
+                        EXPECT_GE(x, cut_ranges[zone].first) << "row " << y;
+                        EXPECT_LE(x, cut_ranges[zone].second) << "row " << y;
                         ++zone;
                     }
                     ASSERT_EQ(bgr(p, x, y), forms[zone]) << "seed " << seed << " at " << x << "," << y;
                     ASSERT_EQ(p.at(x, y, 3), in.at(x, y, 3));
                 }
-                EXPECT_EQ(zone, int(c.cut_ranges.size())) << "row " << y;
+                EXPECT_EQ(zone, int(cut_ranges.size())) << "row " << y;
             }
         }
     }
 }
 
 TEST(Matrix, BandCountFollowsLargestCircleAndGap) {
-    struct Case {
-        int width;
-        double max;
-        int gap, bands;
-    } cases[] = {
+    // width, max, gap, bands
+    const std::tuple<int, double, int, int> cases[] = {
         {1000, 0.02, 1, 24}, {1000, 0.02, 0, 25}, {10, 0.02, 1, 7},     {100, 0.5, 1, 1},
         {100, 1.0, 1, 0},    {50, 0.0, 0, 50},    {1000, 0.02, -41, 0},
     };
-    for (const Case& c : cases) {
-        EXPECT_EQ(matrix_band_count(c.width, c.max, c.gap), c.bands)
-            << c.width << " " << c.max << " " << c.gap;
+    for (const auto& [width, max, gap, bands] : cases) {
+        EXPECT_EQ(matrix_band_count(width, max, gap), bands) << width << " " << max << " " << gap;
     }
     // The 24 bands of the 1000-pixel picture tile it without gaps.
     for (int j = 1, begin = 0; j <= 24; begin = matrix_band_end(1000, 24, j++)) {
@@ -226,19 +221,18 @@ TEST(CutLine, RunsTopToBottomWithOneDrawPerInnerPoint) {
 }
 
 TEST(CutLine, WalkMeetsEveryRowOnceInOrder) {
-    struct Case {
-        int width, height;
-        std::uint32_t seed;
-    } cases[] = {{9, 40, 1}, {100, 100, 7}, {640, 33, 99}, {30, 1, 5}, {2000, 1500, 3}};
-    for (const Case& c : cases) {
-        Random rng(c.seed);
-        const CutLine px = scale_cut_line(make_cut_line(rng, 0.5), c.width, c.height);
-        const std::vector<CutStep> steps = walk_cut_line(px, c.height);
-        ASSERT_EQ(int(steps.size()), c.height) << c.width << "x" << c.height;
-        for (int i = 0; i < c.height; ++i) {
-            const int col = cut_column(steps[i], c.width);
+    // width, height, seed
+    const std::tuple<int, int, std::uint32_t> cases[] = {
+        {9, 40, 1}, {100, 100, 7}, {640, 33, 99}, {30, 1, 5}, {2000, 1500, 3}};
+    for (const auto& [width, height, seed] : cases) {
+        Random rng(seed);
+        const CutLine px = scale_cut_line(make_cut_line(rng, 0.5), width, height);
+        const std::vector<CutStep> steps = walk_cut_line(px, height);
+        ASSERT_EQ(int(steps.size()), height) << width << "x" << height;
+        for (int i = 0; i < height; ++i) {
+            const int col = cut_column(steps[i], width);
             ASSERT_EQ(steps[i].row, i);
-            ASSERT_TRUE(col >= int(0.4 * c.width) - 1 && col <= int(0.6 * c.width) + 1) << col;
+            ASSERT_TRUE(col >= int(0.4 * width) - 1 && col <= int(0.6 * width) + 1) << col;
         }
     }
 }

@@ -3,6 +3,7 @@
 #include <array>
 #include <cstring>
 #include <set>
+#include <tuple>
 #include <vector>
 
 #include "filters/k_mean.h"
@@ -82,22 +83,22 @@ UBUFFER palette_noise(int w, int h, std::uint32_t seed, int levels) {
 }
 
 TEST(KMean, AgreesWithThePlainClusteringByteForByte) {
-    struct Case {
-        int w, h, levels, k;
-    } cases[] = {{40, 30, 4, 2},     {40, 30, 4, 5},  {64, 64, 16, 3}, {50, 70, 256, 8},
-                 {300, 200, 256, 4}, {13, 11, 3, 40}, {20, 20, 2, 7}};
+    // w, h, levels, k
+    const std::tuple<int, int, int, int> cases[] = {{40, 30, 4, 2},   {40, 30, 4, 5},     {64, 64, 16, 3},
+                                                    {50, 70, 256, 8}, {300, 200, 256, 4}, {13, 11, 3, 40},
+                                                    {20, 20, 2, 7}};
     std::uint32_t seed = 11;
-    for (const Case& c : cases) {
-        const UBUFFER in = palette_noise(c.w, c.h, seed++, c.levels);
+    for (const auto& [w, h, levels, k] : cases) {
+        const UBUFFER in = palette_noise(w, h, seed++, levels);
         UBUFFER got = in.clone();
         test::RecordingHost host;
-        ASSERT_EQ(reduce_color_by_k_mean(host, got, c.k), 0);
-        EXPECT_TRUE(same_bytes(got, plain_k_mean(in, c.k))) << c.w << "x" << c.h << " K " << c.k;
-        EXPECT_LE(colour_set(got).size(), std::size_t(c.k));
+        ASSERT_EQ(reduce_color_by_k_mean(host, got, k), 0);
+        EXPECT_TRUE(same_bytes(got, plain_k_mean(in, k))) << w << "x" << h << " K " << k;
+        EXPECT_LE(colour_set(got).size(), std::size_t(k));
         for (std::size_t i = 3; i < got.size(); i += 4) ASSERT_EQ(got.data()[i], 255);
         // A second run gives the same bytes.
         UBUFFER again = in.clone();
-        ASSERT_EQ(reduce_color_by_k_mean(host, again, c.k), 0);
+        ASSERT_EQ(reduce_color_by_k_mean(host, again, k), 0);
         EXPECT_TRUE(same_bytes(got, again));
     }
 }
