@@ -39,8 +39,10 @@ TEST(Logo, SizeAndPlacement) {
         const UBUFFER before = pic.clone();
         ASSERT_EQ(render_logo(host, pic, logo, 255, k.fx, k.fy), 0);
         EXPECT_EQ(changed(before, pic), k.box) << k.w << "x" << k.h << " at " << k.fx << "," << k.fy;
-        if (k.box[2] >= 0)  // opaque white over the picture
-            EXPECT_EQ(pic.at(k.box[2], k.box[3], 2) + pic.at(k.box[2], k.box[3], 3), 510);
+        // Opaque white over the picture.
+        if (k.box[2] >= 0) {
+            EXPECT_EQ(pic.at(k.box[2], k.box[3], 2) + pic.at(k.box[2], k.box[3], 3), 510) << k.w;
+        }
     }
 }
 
@@ -49,7 +51,7 @@ TEST(Logo, TransparencyBlendsAndZeroOnlySetsAlpha) {
     const UBUFFER logo = test::flat_picture(100, 100, 0xC8FFFFFFu);  // white, alpha 200
     const std::pair<int, int> cases[] = {
         {0, 100}, {255, 100 + 155 * 200 / 255}, {128, (255 * 100 + 100 * 155) / 255}};
-    for (const auto [transparency, value] : cases) {
+    for (const auto& [transparency, value] : cases) {
         UBUFFER pic = test::flat_picture(200, 200, 0x10646464u);  // grey 100, alpha 16
         ASSERT_EQ(render_logo(host, pic, logo, transparency, 0.5, 0.5), 0);
         EXPECT_EQ(std::tuple(pic.at(100, 100, 0), pic.at(100, 100, 3), pic.at(10, 10, 3)),

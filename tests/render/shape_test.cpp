@@ -29,7 +29,7 @@ TEST(Shape, DefaultDiscIncludesItsRim) {
     SHAPE s(host);
     const std::tuple<int, int, int> cases[] = {{512, 512, 255}, {0, 512, 255},   {512, 0, 255}, {1, 1, 0},
                                                {1023, 1023, 0}, {150, 150, 255}, {149, 149, 0}};
-    for (const auto [x, y, value] : cases) {
+    for (const auto& [x, y, value] : cases) {
         const int got[] = {s.org_buffer.at(x, y, 0), s.org_buffer.at(x, y, 1), s.mask_plane.at(x, y),
                            s.preview_buffer.at(x, y, 3)};
         EXPECT_THAT(got, testing::Each(value)) << x << "," << y;
@@ -99,7 +99,7 @@ TEST(Shape, LayerToneClampsShadeAndScalesOpacity) {
                                                               {50, 255, 201, 255, 100, 255},
                                                               {1000000, 255, 3, 255, 255, 255},
                                                               {200, 10, 100, 0, 100, 0}};
-    for (const auto [b, t, shade, opacity, want_shade, want_opacity] : cases) {
+    for (const auto& [b, t, shade, opacity, want_shade, want_opacity] : cases) {
         SHAPE s(host);
         s.org_buffer.at(512, 512, 0) = std::uint8_t(shade);
         s.org_buffer.at(512, 512, 1) = std::uint8_t(opacity);
