@@ -166,7 +166,8 @@ TEST(Filter, DispatchTitlesAndRefusals) {
         EXPECT_EQ(!same_bytes(p, in), staged);
         using Lines = std::vector<std::string>;
         const Lines titles =
-            staged ? Lines{"Velquinograph (" + std::string(c.stage) + "...)", "Velquinograph"} : Lines{};
+            staged ? Lines{std::string("Velquinograph (").append(c.stage).append("...)"), "Velquinograph"}
+                   : Lines{};
         EXPECT_EQ(host.titles(), titles);
         EXPECT_EQ(host.messages(), c.refusal ? Lines{c.refusal} : Lines{});
         EXPECT_EQ(filter_available(c.kind), !c.refusal);
