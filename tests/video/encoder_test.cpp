@@ -23,14 +23,11 @@ namespace fs = std::filesystem;
 // Fills the encoder's source with a picture that changes from frame to frame.
 void paint_frame(Encoder& enc, int n) {
     UBUFFER& s = enc.source();
-    for (int y = 0; y < s.height(); ++y)
-        for (int x = 0; x < s.width(); ++x) {
-            std::uint8_t* p = &s.at(x, y);
-            p[0] = std::uint8_t(x * 4 + n * 8);
-            p[1] = std::uint8_t(y * 4);
-            p[2] = std::uint8_t((x + y + n) * 2);
-            p[3] = 255;
-        }
+    const UBUFFER pic = test::make_picture(s.width(), s.height(), [n](int x, int y) {
+        return 0xFF000000u | std::uint32_t((x + y + n) * 2 & 255) << 16 | std::uint32_t(y * 4 & 255) << 8 |
+               std::uint32_t((x * 4 + n * 8) & 255);
+    });
+    std::memcpy(s.data(), pic.data(), pic.size());
 }
 
 // Writes `frames` frames and finishes; the out-times seen after each frame are returned.
@@ -60,7 +57,7 @@ TEST(Encoder, RefusesEmptySizesWithTheMessage) {
     const std::string dir = test::temp_dir("enc-size");
     const std::pair<int, int> sizes[] = {{0, 480}, {640, 0}, {-4, -2}};
     for (const char* name : {"/a.mp4", "/a.gif"}) {
-        for (const auto [w, h] : sizes) {
+        for (const auto& [w, h] : sizes) {
             test::RecordingHost host;
             std::unique_ptr<VideoSink> sink = std::string(name).ends_with(".gif")
                                                   ? std::unique_ptr<VideoSink>(new GifWriter(host))
@@ -89,13 +86,10 @@ TEST(Encoder, OnlyALowerCaseWebmNameGetsAnAlphaChannel) {
         ASSERT_EQ(enc.init_video(file, 64, 32), 0);
         EXPECT_EQ(enc.alpha(), alpha);
         // Left half fully transparent, right half opaque.
+        const UBUFFER half =
+            test::make_picture(64, 32, [](int x, int) { return x < 32 ? 0x003264C8u : 0xFF3264C8u; });
         for (int n = 0; n < 3; ++n) {
-            UBUFFER& s = enc.source();
-            for (int y = 0; y < 32; ++y)
-                for (int x = 0; x < 64; ++x) {
-                    std::uint8_t* p = &s.at(x, y);
-                    p[0] = 200, p[1] = 100, p[2] = 50, p[3] = x < 32 ? 0 : 255;
-                }
+            std::memcpy(enc.source().data(), half.data(), half.size());
             double t;
             ASSERT_EQ(enc.write_video_frame(t), 0);
         }
@@ -126,7 +120,7 @@ TEST(Encoder, ChoosesTheMuxerFromTheFinalName) {
     for (const auto& [name, muxer, codec, says_fallback] : cases) {
         SCOPED_TRACE(name);
         test::RecordingHost host;
-        const bool small = std::string(name) == "3gpp";
+        const bool small = std::string(name) == "c.3gpp";
         const int w = small ? 176 : 640, h = small ? 144 : 480;
         const std::string file = dir + "/" + name;
         Encoder enc(host);

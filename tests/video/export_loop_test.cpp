@@ -70,7 +70,7 @@ TEST(ExportLoop, WritesAFrameForEveryThirtiethUpToTheDuration) {
     const std::tuple<double, std::size_t, std::size_t> cases[] = {
         {0.0, 1, 1},   {1.0 / 30, 2, 2}, {0.0333, 1, 1},     {0.5, 16, 16},
         {1.0, 31, 31}, {2.0, 61, 61},    {250.0, 6002, 6001}};
-    for (const auto [d, drawn, written] : cases) {
+    for (const auto& [d, drawn, written] : cases) {
         SCOPED_TRACE(d);
         WhiteExport e(16, 16);
         const std::string file = dir + "/d" + std::to_string(d) + ".avi";
@@ -102,7 +102,7 @@ TEST(ExportLoop, TitlesProgressAndTheBouncingLogo) {
     ASSERT_EQ(e.logo.size(), 301u);
     const std::tuple<int, double, double> logo[] = {{0, 1.0, 0.0},    {50, 0.5, 0.25}, {100, 0.0, 0.5},
                                                     {150, 0.5, 0.75}, {200, 1.0, 1.0}, {250, 0.5, 0.75}};
-    for (const auto [n, a, b] : logo) {
+    for (const auto& [n, a, b] : logo) {
         EXPECT_NEAR(e.logo[n].first, a, 1e-9) << n;
         EXPECT_NEAR(e.logo[n].second, b, 1e-9) << n;
     }
