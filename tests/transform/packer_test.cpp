@@ -1,9 +1,3 @@
-// The packer's shortcuts must answer exactly as the plain formulas they stand in for: the float box
-// test of the edge grid against the double one, the float steps against std::nextafter, and the
-// corner-side test against the angle worked out with atan2 and pi taken as 3.141592. A single
-// different answer would change which circles are packed.
-// The local splice of the outline checked against Boost.Geometry: after every cut, the remaining
-// region must be the starting region minus every cut polygon, up to the simplification tolerance.
 #include <gtest/gtest.h>
 
 #include <bit>
@@ -259,6 +253,10 @@ using pack::FloatQuery;
 using pack::GridEntry;
 using pack::Vec2;
 
+// The packer's shortcuts must answer exactly as the plain formulas they stand in for: the float box
+// test of the edge grid against the double one, the float steps against std::nextafter, and the
+// corner-side test against the angle worked out with atan2 and pi taken as 3.141592. A single
+// different answer would change which circles are packed.
 TEST(PackShortcuts, FloatStepsAreNextafter) {
     using L = std::numeric_limits<float>;
     const float inf = L::infinity();
@@ -350,6 +348,8 @@ using BPoint = bg::model::d2::point_xy<double>;
 using BPolygon = bg::model::polygon<BPoint, false, true>;  // counter-clockwise outer rings, closed
 using BMulti = bg::model::multi_polygon<BPolygon>;
 
+// The local splice of the outline checked against Boost.Geometry: after every cut, the remaining
+// region must be the starting region minus every cut polygon, up to the simplification tolerance.
 BPolygon to_boost(const PackRegion& r) {
     BPolygon p;
     for (const PackPoint& q : r.outer) bg::append(p.outer(), BPoint(q.x, q.y));
