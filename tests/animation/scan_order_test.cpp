@@ -86,11 +86,10 @@ TEST(ScanOrder, StartTimesSpreadOverTheDurationAfterTheTimestamp) {
     s.duration = 2.0;
     s.motion_time = 0.5;
     assign_times(items, s);
-    const double starts[] = {1.0, 1.5, 2.0, 2.5};
-    for (int i = 0; i < 4; ++i) {
-        EXPECT_DOUBLE_EQ(items[i].start, starts[i]);
-        EXPECT_DOUBLE_EQ(items[i].end, starts[i] + 0.5);
-    }
+    std::vector<std::pair<double, double>> times;
+    for (const auto& it : items) times.emplace_back(it.start, it.end);
+    EXPECT_EQ(times,
+              (std::vector<std::pair<double, double>>{{1.0, 1.5}, {1.5, 2.0}, {2.0, 2.5}, {2.5, 3.0}}));
 }
 
 TEST(AnimationSettings, NamesAndNumbersFindTheirIndex) {
