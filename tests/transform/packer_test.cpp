@@ -25,6 +25,13 @@
 namespace velq {
 namespace {
 
+// Options without a brush-size map.
+PackOptions options(double min_radius, double max_radius, double gap) {
+    PackOptions o;
+    o.min_radius = min_radius, o.max_radius = max_radius, o.gap = gap;
+    return o;
+}
+
 PackRegion frame(double w, double h) {
     PackRegion r;
     r.outer = {{0, 0}, {w, 0}, {w, h}, {0, h}};
@@ -105,10 +112,7 @@ TEST(Packer, EqualsThePlainSearchCircleForCircle) {
             }
     // Without a map every candidate takes the largest radius the outline allows.
     for (double rmax : {3.0, 6.5}) {
-        PackOptions o;
-        o.min_radius = 1.1;
-        o.max_radius = rmax;
-        o.gap = 1;
+        const PackOptions o = options(1.1, rmax, 1);
         const PackRegion r = frame(41, 29);
         EXPECT_EQ(xyr(pack_circles(r, o, host)), xyr(test::reference_pack(r, o))) << "no map, rmax " << rmax;
     }
@@ -162,10 +166,7 @@ TEST(Packer, RegionsWithHolesArePackedAroundTheHoles) {
     r.holes.push_back({{40, 30}, {45, 20}, {50, 30}});            // triangle
     r.holes.push_back({{30, 8}, {34, 8}, {34, 9}, {30, 9}});      // thin sliver near the edge
     for (double rmax : {2.5, 5.0, 9.0}) {
-        PackOptions o;
-        o.min_radius = 0.8;
-        o.max_radius = rmax;
-        o.gap = 0.5;
+        const PackOptions o = options(0.8, rmax, 0.5);
         const std::vector<Circle> circles = pack_circles(r, o, host);
         ASSERT_GT(circles.size(), 10u) << rmax;
         EXPECT_TRUE(valid_packing(circles, o, 1e9, 1e9)) << rmax;
@@ -188,11 +189,7 @@ TEST(Packer, GapShrinksAcceptedCirclesAndRefusesSmallOnes) {
         {2.0, 0.0, 2.0}, {2.0, 1.0, 1.5}, {0.5, 1.0, 0.0}, {0.5, 0.98, 0.01}, {0.5, 0.0, 0.5}};
     QuietHost host;
     for (const auto& [rmax, gap, first] : cases) {
-        PackOptions o;
-        o.min_radius = 0.1;
-        o.max_radius = rmax;
-        o.gap = gap;
-        const std::vector<Circle> circles = pack_circles(frame(10, 10), o, host);
+        const std::vector<Circle> circles = pack_circles(frame(10, 10), options(0.1, rmax, gap), host);
         ASSERT_EQ(circles.empty(), first == 0) << rmax << " " << gap;
         if (first == 0) continue;
         EXPECT_NEAR(circles[0].radius, first, 1e-12) << rmax << " " << gap;
@@ -209,10 +206,8 @@ TEST(Packer, NothingToPackGivesNoCircles) {
     const std::tuple<PackRegion, double, double> cases[] = {
         {degenerate, 1, 5}, {PackRegion{}, 1, 5}, {frame(20, 20), 1, 0}, {frame(20, 20), 30, 5}};
     for (const auto& [region, min, max] : cases) {
-        PackOptions o;
-        o.min_radius = min;
-        o.max_radius = max;
-        EXPECT_TRUE(pack_circles(region, o, host).empty()) << min << " " << max;
+        EXPECT_TRUE(pack_circles(region, options(min, max, PackOptions{}.gap), host).empty())
+            << min << " " << max;
     }
 }
 
@@ -263,14 +258,11 @@ TEST(PackShortcuts, FloatStepsAreNextafter) {
     const float cases[] = {
         0.0f,     -0.0f,    1.0f,      -1.0f, 3.5e-3f, -2195.75f, L::denorm_min(), -L::denorm_min(),
         L::min(), L::max(), -L::max(), inf,   -inf};
-    for (const float f : cases) {
-        EXPECT_EQ(std::bit_cast<std::uint32_t>(pack::float_below(f)),
-                  std::bit_cast<std::uint32_t>(std::nextafter(f, -inf)))
+    auto bits = [](float f) { return std::bit_cast<std::uint32_t>(f); };
+    for (const float f : cases)
+        EXPECT_EQ(std::pair(bits(pack::float_below(f)), bits(pack::float_above(f))),
+                  std::pair(bits(std::nextafter(f, -inf)), bits(std::nextafter(f, inf))))
             << f;
-        EXPECT_EQ(std::bit_cast<std::uint32_t>(pack::float_above(f)),
-                  std::bit_cast<std::uint32_t>(std::nextafter(f, inf)))
-            << f;
-    }
 }
 
 TEST(PackShortcuts, FloatQueryMeetsAsTheDoubleBoxTest) {
