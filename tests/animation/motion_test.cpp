@@ -1,5 +1,6 @@
 #include <cmath>
 #include <memory>
+#include <tuple>
 #include <vector>
 
 #include <gtest/gtest.h>
@@ -49,16 +50,14 @@ TEST(Motion, BasicGrowsFromFourTimesItsSizeAndMovesOnlyBeforeItsEnd) {
     auto a = f.prepared(0, 1, s);
     EXPECT_EQ(f.host.titles(),
               (std::vector<std::string>{"Velquinograph (Snow animation Pre_operation...)", "Velquinograph"}));
-    struct Case {
-        double t;
-        std::size_t moving;
-        double half;  // of the moving primitive
-    } cases[] = {{0.0, 1, 24.0}, {1.0, 1, 15.0}, {1.5, 1, 10.5}, {2.0, 1, 6.0}, {3.0, 1, 6.0}};
-    for (const Case& c : cases) {
+    // t, moving, half; half: of the moving primitive
+    const std::tuple<double, std::size_t, double> cases[] = {
+        {0.0, 1, 24.0}, {1.0, 1, 15.0}, {1.5, 1, 10.5}, {2.0, 1, 6.0}, {3.0, 1, 6.0}};
+    for (const auto& [t, moving, half] : cases) {
         Mesh m;
-        a->moving_mesh(Camera(200, 100), c.t, false, m);
-        ASSERT_EQ(m.size(), c.moving) << c.t;
-        EXPECT_DOUBLE_EQ(m.primitives()[0].half, c.half) << c.t;
+        a->moving_mesh(Camera(200, 100), t, false, m);
+        ASSERT_EQ(m.size(), moving) << t;
+        EXPECT_DOUBLE_EQ(m.primitives()[0].half, half) << t;
     }
     // Settling: from t = e on the fixed mesh takes it once, and the moving mesh no longer has it.
     SettleBoard board;

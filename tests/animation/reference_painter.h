@@ -8,6 +8,7 @@
 
 #include "animation/shape_painter.h"
 #include "host/host.h"
+#include "render/reference.h"
 #include "render/shape.h"
 
 namespace velq::test {
@@ -15,8 +16,16 @@ namespace velq::test {
 class ReferencePainter : public ShapePainter {
 public:
     explicit ReferencePainter(int global_brightness = 0) : g_(global_brightness) {}
-    int paint(const Circle& c, UBUFFER& buffer) override;
-    std::shared_ptr<const UBUFFER> stencil(const SHAPE& shape, int side) override;
+    int paint(const Circle& c, UBUFFER& buffer) override {
+        const int d = int(2 * c.radius + 0.5);
+        if (d > 0 && c.shape) reference_blend(c, *stencil(*c.shape, d), buffer, g_);
+        return 0;
+    }
+    std::shared_ptr<const UBUFFER> stencil(const SHAPE& shape, int side) override {
+        auto& slot = cache_[{&shape, side}];
+        if (!slot) slot = std::make_shared<UBUFFER>(reference_stencil(host_, shape, side));
+        return slot;
+    }
     int global_brightness() const override { return g_; }
 
 private:

@@ -1,10 +1,15 @@
-#include <algorithm>
-#include <vector>
-
 #include <gtest/gtest.h>
 
-#include "render/animation_settings.h"
+#include <algorithm>
+#include <cstdint>
+#include <random>
+#include <tuple>
+#include <utility>
+#include <vector>
+
+#include "animation/order_sort.h"
 #include "animation/scan_order.h"
+#include "render/animation_settings.h"
 
 namespace velq {
 namespace {
@@ -29,10 +34,8 @@ TEST(ScanOrder, OrdersByPlaceWithTiesInTransformOrder) {
     // In a 100 x 100 frame (centre 50, 50). Items 0 and 3 share x; 1 and 4 share the distance.
     const std::vector<std::pair<double, double>> xy = {{10, 50}, {50, 20}, {70, 90},
                                                        {10, 5},  {80, 50}, {50, 50}};
-    struct Case {
-        int order;
-        std::vector<std::uint32_t> expected;
-    } cases[] = {
+    // order, expected
+    const std::tuple<int, std::vector<std::uint32_t>> cases[] = {
         {0, {0, 1, 2, 3, 4, 5}},  // Transformed
         {2, {5, 1, 4, 0, 2, 3}},  // Circular out: 0, 30, 30, 40, 44.7, 60.2
         {3, {3, 2, 0, 1, 4, 5}},  // Circular in
@@ -42,11 +45,11 @@ TEST(ScanOrder, OrdersByPlaceWithTiesInTransformOrder) {
         {7, {2, 0, 4, 5, 1, 3}},  // Bottom to top
         {8, {0, 1, 2, 3, 4, 5}},  // the "To to bottom" label orders nothing
     };
-    for (const Case& c : cases) {
+    for (const auto& [order, expected] : cases) {
         auto items = items_at(xy);
         Random rng;
-        apply_scan_order(items, c.order, rng, 1234, 100, 100);
-        EXPECT_EQ(orders(items), c.expected) << kScanNames[c.order];
+        apply_scan_order(items, order, rng, 1234, 100, 100);
+        EXPECT_EQ(orders(items), expected) << kScanNames[order];
     }
 }
 
@@ -83,29 +86,26 @@ TEST(ScanOrder, StartTimesSpreadOverTheDurationAfterTheTimestamp) {
     s.duration = 2.0;
     s.motion_time = 0.5;
     assign_times(items, s);
-    const double starts[] = {1.0, 1.5, 2.0, 2.5};
-    for (int i = 0; i < 4; ++i) {
-        EXPECT_DOUBLE_EQ(items[i].start, starts[i]);
-        EXPECT_DOUBLE_EQ(items[i].end, starts[i] + 0.5);
-    }
+    std::vector<std::pair<double, double>> times;
+    for (const auto& it : items) times.emplace_back(it.start, it.end);
+    EXPECT_EQ(times,
+              (std::vector<std::pair<double, double>>{{1.0, 1.5}, {1.5, 2.0}, {2.0, 2.5}, {2.5, 3.0}}));
 }
 
 TEST(AnimationSettings, NamesAndNumbersFindTheirIndex) {
-    struct Case {
-        const char* text;
-        int motion, scan;
-    } cases[] = {{"Basic", 0, -1},
-                 {"firefly", 5, -1},
-                 {"left-to-right", -1, 4},
-                 {"Bottom_to_top", -1, 7},
-                 {"3", 3, 3},
-                 {"To to bottom", -1, -1},
-                 {"8", -1, -1},
-                 {"", -1, -1},
-                 {"circular out", -1, 2}};
-    for (const Case& c : cases) {
-        EXPECT_EQ(motion_index(c.text), c.motion) << c.text;
-        EXPECT_EQ(scan_index(c.text), c.scan) << c.text;
+    // text, motion, scan
+    const std::tuple<const char*, int, int> cases[] = {{"Basic", 0, -1},
+                                                       {"firefly", 5, -1},
+                                                       {"left-to-right", -1, 4},
+                                                       {"Bottom_to_top", -1, 7},
+                                                       {"3", 3, 3},
+                                                       {"To to bottom", -1, -1},
+                                                       {"8", -1, -1},
+                                                       {"", -1, -1},
+                                                       {"circular out", -1, 2}};
+    for (const auto& [text, motion, scan] : cases) {
+        EXPECT_EQ(motion_index(text), motion) << text;
+        EXPECT_EQ(scan_index(text), scan) << text;
     }
     // Out-of-range numbers become 0; settings in range stay as they are.
     AnimationSettings s, clean;
@@ -113,6 +113,26 @@ TEST(AnimationSettings, NamesAndNumbersFindTheirIndex) {
     clean.duration = 0, clean.motion_time = 0, clean.motion = 0, clean.count = 0;
     EXPECT_EQ(sanitised(s), clean);
     EXPECT_EQ(sanitised(AnimationSettings{}), AnimationSettings{});
+}
+
+// Short and long lists (narrow and wide digits), orders that need one to four passes, many repeats:
+// the same as a stable comparison sort.
+TEST(OrderSort, SortsByOrderAndKeepsEqualOrdersAsTheyWere) {
+    using Entry = std::pair<std::uint32_t, std::uint32_t>;  // order, place in the list
+    std::mt19937 gen(11);
+    for (const std::size_t n : {0u, 1u, 7u, 600u, 4095u, 4096u, 20000u}) {
+        for (const std::uint32_t top : {0u, 255u, 256u, 70000u, 4000000000u}) {
+            std::vector<Entry> items(n), spare;
+            for (std::uint32_t i = 0; i < n; ++i)
+                items[i] = {std::uniform_int_distribution<std::uint32_t>(0, top)(gen) / (i % 3 ? 1 : 1000),
+                            i};
+            std::vector<Entry> expected = items;
+            std::stable_sort(expected.begin(), expected.end(),
+                             [](const Entry& a, const Entry& b) { return a.first < b.first; });
+            sort_by_order(items, spare, [](const Entry& e) { return e.first; });
+            EXPECT_EQ(items, expected) << n << " " << top;
+        }
+    }
 }
 
 }  // namespace

@@ -2,6 +2,7 @@
 #include <cstring>
 #include <memory>
 #include <random>
+#include <tuple>
 #include <vector>
 
 #include <gtest/gtest.h>
@@ -40,11 +41,9 @@ struct World {
         int i = 0;
         for (double y = 10; y < H - 5; y += pitch)
             for (double x = 10 + dx; x < W - 5; x += pitch, ++i) {
-                Circle c;
-                c.x = x, c.y = y, c.radius = radius, c.shape = &disc, c.transparency = 200;
-                c.paint = {
+                const ColourRecord tint{
                     double(40 + i * 13 % 200), double(i * 7 % 255), double(255 - i * 11 % 200), 255, 0, true};
-                out.push_back(c);
+                out.push_back(Circle{x, y, radius, {}, tint, 100, 200, &disc});
             }
         return out;
     }
@@ -117,18 +116,11 @@ TEST(Scene, FrameAtTheEndEqualsTheStillRender) {
         std::vector<Layer> layers;
         bool every_frame;
     };
-    std::vector<Case> cases = {
-        {"three layers, one finishing long before the others",
-         {{0, 7, 0, 0, timing(1.0, 2.0, 0.7, 1)},
-          {5, 7, 3, 0, timing(0.0, 0.5, 0.4, 3)},
-          {2, 4, 1, 0, timing(0.3, 2.5, 1.0, 4)}},
-         true},
-        {"the same, only the last frame drawn",
-         {{0, 7, 0, 0, timing(1.0, 2.0, 0.7, 1)},
-          {5, 7, 3, 0, timing(0.0, 0.5, 0.4, 3)},
-          {2, 4, 1, 0, timing(0.3, 2.5, 1.0, 4)}},
-         false},
-    };
+    const std::vector<Layer> three = {{0, 7, 0, 0, timing(1.0, 2.0, 0.7, 1)},
+                                      {5, 7, 3, 0, timing(0.0, 0.5, 0.4, 3)},
+                                      {2, 4, 1, 0, timing(0.3, 2.5, 1.0, 4)}};
+    std::vector<Case> cases = {{"three layers, one finishing long before the others", three, true},
+                               {"the same, only the last frame drawn", three, false}};
     // Overlapping shapes of one layer settling in one frame paint in the still render's order, not in
     // their scan order, however many settle at once.
     for (const int scan : {1, 3, 6, 7})
@@ -247,13 +239,8 @@ TEST(Scene, RewindStartsTheSameAnimationAgain) {
 TEST(Mesh, FlatPrimitivesKeepTheirSquareAtThePlanesDepth) {
     const Camera cam(W, H);
     Mesh m;
-    Primitive flat;
-    flat.centre = {37.25, 81.5, 0};
-    flat.half = 6.75;
-    m.add(flat);
-    Primitive turned = flat;
-    turned.spin = 1e-9;
-    m.add(turned);
+    m.add(Primitive{{}, {37.25, 81.5, 0}, 6.75, 0, 0, 0, 0});
+    m.add(Primitive{{}, {37.25, 81.5, 0}, 6.75, 1e-9, 0, 0, 0});  // spun: not flat
     m.transform(cam);
     const ProjectedQuad& q = m.quads()[0];
     const double xs[4] = {30.5, 44.0, 44.0, 30.5}, ys[4] = {74.75, 74.75, 88.25, 88.25};
@@ -289,13 +276,14 @@ TEST(Rasteriser, FlatShapesGoInPaintingOrderThenMeshOrder) {
             Mesh m;
             std::vector<std::pair<std::uint32_t, double>> expected;  // order, half
             for (int i = 0; i < count; ++i) {
+                const auto order = std::uint32_t(gen() % (std::uint64_t(largest) + 1));
+                // The half side names the primitive.
                 Primitive p;
                 p.look.shape = &disc;
                 p.centre = {80, 60, 0};
-                p.half = 1 + i;  // names the primitive
-                p.order = std::uint32_t(gen() % (std::uint64_t(largest) + 1));
+                p.half = 1.0 + i, p.order = order;
                 m.add(p);
-                expected.emplace_back(p.order, p.half);
+                expected.emplace_back(order, 1.0 + i);
             }
             std::stable_sort(expected.begin(), expected.end(),
                              [](const auto& a, const auto& b) { return a.first < b.first; });
@@ -321,14 +309,11 @@ TEST(Rasteriser, DepthOrderAndPerspective) {
     SHAPE disc(host);
     test::ReferencePainter painter;
     const Camera cam(W, H);
+    // Spun, so not flat: drawn as a quad.
     auto prim = [&](double z, double red, std::uint32_t order, double spin = 0.3, double half = 20) {
-        Primitive p;
+        Primitive p{{}, {80, 60, z}, half, spin, 0, 0, order};
         p.look.shape = &disc;
         p.look.paint = {red, 0, 0, 255, 0, true};
-        p.centre = {80, 60, z};
-        p.half = half;
-        p.spin = spin;  // not flat: drawn as a quad
-        p.order = order;
         return p;
     };
     DBUFFER depth;
@@ -344,18 +329,15 @@ TEST(Rasteriser, DepthOrderAndPerspective) {
         rasterise(m, cam, painter, pic, depth, &touched);
         return pic;
     };
-    struct Case {
-        double z1, z2;
-        int red_at_centre;
-    } cases[] = {
+    // z1, z2, red_at_centre
+    const std::tuple<double, double, int> cases[] = {
         {-100, -50, 10},  // first is nearer: it shows although the second comes later
         {-50, -100, 20},  // second nearer
         {-80, -80, 20},   // coplanar: painting order decides
         {0, 0, 20},
     };
-    for (const Case& c : cases)
-        EXPECT_EQ(draw({prim(c.z1, 10, 0), prim(c.z2, 20, 1)}).at(80, 60, 2), c.red_at_centre)
-            << c.z1 << " " << c.z2;
+    for (const auto& [z1, z2, red_at_centre] : cases)
+        EXPECT_EQ(draw({prim(z1, 10, 0), prim(z2, 20, 1)}).at(80, 60, 2), red_at_centre) << z1 << " " << z2;
     // Nearer than the limit: nothing painted.
     EXPECT_EQ(draw({prim(-cam.distance() + 0.5, 10, 0)}).at(80, 60, 3), 0);
     EXPECT_TRUE(touched.empty());

@@ -1,8 +1,13 @@
 #include <gtest/gtest.h>
 
 #include <array>
+#include <cmath>
 #include <cstring>
+#include <tuple>
+#include <vector>
 
+#include "filters/channel_rotation.h"
+#include "filters/cut_line.h"
 #include "filters/filter.h"
 #include "filters/matrix.h"
 #include "support/pictures.h"
@@ -49,50 +54,44 @@ int run(FilterKind kind, UBUFFER& p, std::uint32_t seed, test::RecordingHost& ho
 // Pictures 9 pixels wide keep their pixels through local contrast, so the rotations show plainly.
 // Each row must read as zones of the given forms from left to right, changing at the given ranges.
 TEST(Shuffle, RowsSplitAtTheCutLinesIntoRotatedZones) {
-    struct Case {
-        FilterKind kind;
-        std::vector<std::pair<int, int>> cut_ranges;  // allowed first column of each later zone
-    } cases[] = {
+    // kind, cut_ranges; cut_ranges: allowed first column of each later zone
+    const std::tuple<FilterKind, std::vector<std::pair<int, int>>> cases[] = {
         {FilterKind::HalfShuffle, {{4, 5}}},
         {FilterKind::TripleShuffle, {{2, 4}, {5, 7}}},
     };
-    for (const Case& c : cases) {
+    for (const auto& [kind, cut_ranges] : cases) {
         for (std::uint32_t seed : {1u, 77u, 4000u}) {
             const UBUFFER in = ramp(9, 60);
             UBUFFER p = in.clone();
             test::RecordingHost host;
-            ASSERT_EQ(run(c.kind, p, seed, host), 0);
+            ASSERT_EQ(run(kind, p, seed, host), 0);
             for (int y = 0; y < in.height(); ++y) {
                 int zone = 0;
                 for (int x = 0; x < in.width(); ++x) {
                     const auto [b, g, r] = bgr(in, x, y);
                     const Bgr forms[] = {{g, r, up(b)}, {r, up(b), down(g)}, {up(b), down(g), up(r)}};
-                    if (zone < int(c.cut_ranges.size()) && bgr(p, x, y) == forms[zone + 1]) {
-                        EXPECT_GE(x, c.cut_ranges[zone].first) << "row " << y;
-                        EXPECT_LE(x, c.cut_ranges[zone].second) << "row " << y;
+                    if (zone < int(cut_ranges.size()) && bgr(p, x, y) == forms[zone + 1]) {
+                        EXPECT_GE(x, cut_ranges[zone].first) << "row " << y;
+                        EXPECT_LE(x, cut_ranges[zone].second) << "row " << y;
                         ++zone;
                     }
                     ASSERT_EQ(bgr(p, x, y), forms[zone]) << "seed " << seed << " at " << x << "," << y;
                     ASSERT_EQ(p.at(x, y, 3), in.at(x, y, 3));
                 }
-                EXPECT_EQ(zone, int(c.cut_ranges.size())) << "row " << y;
+                EXPECT_EQ(zone, int(cut_ranges.size())) << "row " << y;
             }
         }
     }
 }
 
 TEST(Matrix, BandCountFollowsLargestCircleAndGap) {
-    struct Case {
-        int width;
-        double max;
-        int gap, bands;
-    } cases[] = {
+    // width, max, gap, bands
+    const std::tuple<int, double, int, int> cases[] = {
         {1000, 0.02, 1, 24}, {1000, 0.02, 0, 25}, {10, 0.02, 1, 7},     {100, 0.5, 1, 1},
         {100, 1.0, 1, 0},    {50, 0.0, 0, 50},    {1000, 0.02, -41, 0},
     };
-    for (const Case& c : cases) {
-        EXPECT_EQ(matrix_band_count(c.width, c.max, c.gap), c.bands)
-            << c.width << " " << c.max << " " << c.gap;
+    for (const auto& [width, max, gap, bands] : cases) {
+        EXPECT_EQ(matrix_band_count(width, max, gap), bands) << width << " " << max << " " << gap;
     }
     // The 24 bands of the 1000-pixel picture tile it without gaps.
     for (int j = 1, begin = 0; j <= 24; begin = matrix_band_end(1000, 24, j++)) {
@@ -138,47 +137,104 @@ TEST(Filter, RandomKindsRepeatUnderOneSeedAndDifferUnderAnother) {
     }
 }
 
+// Each filter runs under its stage title; the ones not offered, or unknown, refuse with a message and
+// leave the picture alone.
 TEST(Filter, DispatchTitlesAndRefusals) {
     struct Case {
         FilterKind kind;
-        int k;
-        int result;
-        bool changes;
-        std::vector<std::string> titles, messages;
+        const char* stage;  // nullptr: no stage; "": Normal, which changes nothing
+        const char* refusal;
     } cases[] = {
-        {FilterKind::Normal, 2, 0, false, {}, {}},
-        {FilterKind::HalfShuffle, 2, 0, true, {"Velquinograph (Half shuffle...)", "Velquinograph"}, {}},
-        {FilterKind::TripleShuffle, 2, 0, true, {"Velquinograph (Triple shuffle...)", "Velquinograph"}, {}},
-        {FilterKind::Matrix, 2, 0, true, {"Velquinograph (Matrix...)", "Velquinograph"}, {}},
-        {FilterKind::InverseContrast,
-         2,
-         0,
-         true,
-         {"Velquinograph (Inverse contrast...)", "Velquinograph"},
-         {}},
-        {FilterKind::ContrastUp, 2, 0, true, {"Velquinograph (Contrast up...)", "Velquinograph"}, {}},
-        {FilterKind::Prism, 2, -1, false, {}, {"The Prism filter is not available yet"}},
-        {FilterKind::BrokenGlass, 2, -1, false, {}, {"The Broken glass filter is not available yet"}},
-        {FilterKind::KMean,
-         3,
-         0,
-         true,
-         {"Velquinograph (Reducing colors by k-mean...)", "Velquinograph"},
-         {}},
-        {FilterKind(9), 2, -1, false, {}, {"Unknown filter"}},
+        {FilterKind::Normal, "", nullptr},
+        {FilterKind::HalfShuffle, "Half shuffle", nullptr},
+        {FilterKind::TripleShuffle, "Triple shuffle", nullptr},
+        {FilterKind::Matrix, "Matrix", nullptr},
+        {FilterKind::InverseContrast, "Inverse contrast", nullptr},
+        {FilterKind::ContrastUp, "Contrast up", nullptr},
+        {FilterKind::Prism, nullptr, "The Prism filter is not available yet"},
+        {FilterKind::BrokenGlass, nullptr, "The Broken glass filter is not available yet"},
+        {FilterKind::KMean, "Reducing colors by k-mean", nullptr},
+        {FilterKind(9), nullptr, "Unknown filter"},
     };
     const UBUFFER in = test::noise_picture(40, 30, 2, false);
     for (const Case& c : cases) {
         SCOPED_TRACE(int(c.kind));
         UBUFFER p = in.clone();
         test::RecordingHost host;
-        FilterParams params;
-        params.k_mean = c.k;
-        EXPECT_EQ(run(c.kind, p, 1, host, params), c.result);
-        EXPECT_EQ(!same_bytes(p, in), c.changes);
-        EXPECT_EQ(host.titles(), c.titles);
-        EXPECT_EQ(host.messages(), c.messages);
-        EXPECT_EQ(filter_available(c.kind), c.messages.empty());
+        const bool staged = c.stage && *c.stage;
+        EXPECT_EQ(run(c.kind, p, 1, host, {0.02, 1, 3}), c.refusal ? -1 : 0);
+        EXPECT_EQ(!same_bytes(p, in), staged);
+        using Lines = std::vector<std::string>;
+        const Lines titles =
+            staged ? Lines{std::string("Velquinograph (").append(c.stage).append("...)"), "Velquinograph"}
+                   : Lines{};
+        EXPECT_EQ(host.titles(), titles);
+        EXPECT_EQ(host.messages(), c.refusal ? Lines{c.refusal} : Lines{});
+        EXPECT_EQ(filter_available(c.kind), !c.refusal);
+    }
+}
+
+using Rotation = void (*)(std::uint8_t*, int, int);
+
+TEST(ChannelRotation, MovesChannelsAndShiftsTheWrappedOneBySixty) {
+    struct Case {
+        const char* name;
+        Rotation fn;
+        std::uint8_t in[4];
+        std::uint8_t out[4];
+    } cases[] = {
+        {"up", rotate_up, {10, 20, 30, 7}, {20, 30, 70, 7}},
+        {"up caps 200 at 255", rotate_up, {200, 1, 2, 0}, {1, 2, 255, 0}},
+        {"up 195 is exactly 255", rotate_up, {195, 1, 2, 9}, {1, 2, 255, 9}},
+        {"down 59 becomes 0", rotate_down, {59, 1, 2, 3}, {1, 2, 0, 3}},
+        {"down 60 becomes 0", rotate_down, {60, 1, 2, 3}, {1, 2, 0, 3}},
+        {"down 61 becomes 1", rotate_down, {61, 1, 2, 3}, {1, 2, 1, 3}},
+        {"down 255", rotate_down, {255, 4, 5, 255}, {4, 5, 195, 255}},
+        {"matrix up", matrix_rotate_up, {10, 20, 30, 40}, {30, 70, 20, 40}},
+        {"matrix up caps 200", matrix_rotate_up, {200, 20, 30, 40}, {30, 255, 20, 40}},
+        {"matrix down 59", matrix_rotate_down, {59, 20, 30, 40}, {30, 0, 20, 40}},
+        {"matrix down 60", matrix_rotate_down, {60, 20, 30, 40}, {30, 0, 20, 40}},
+        {"matrix down 61", matrix_rotate_down, {61, 20, 30, 40}, {30, 1, 20, 40}},
+    };
+    for (const Case& c : cases) {
+        // The pixel sits between two others that the range leaves alone.
+        std::vector<std::uint8_t> row = {1, 2, 3, 4, c.in[0], c.in[1], c.in[2], c.in[3], 5, 6, 7, 8};
+        c.fn(row.data(), 1, 2);
+        const std::vector<std::uint8_t> want = {1,        2,        3, 4, c.out[0], c.out[1],
+                                                c.out[2], c.out[3], 5, 6, 7,        8};
+        EXPECT_EQ(row, want) << c.name;
+    }
+}
+
+TEST(CutLine, RunsTopToBottomWithOneDrawPerInnerPoint) {
+    for (double x0 : {0.3, 0.5, 0.65}) {
+        Random rng(1234), check(1234);
+        const CutLine line = make_cut_line(rng, x0);
+        EXPECT_EQ(std::pair(line.front().x, line.front().y), std::pair(x0, 0.0));
+        EXPECT_EQ(std::pair(line.back().x, line.back().y), std::pair(x0, 1.0));
+        for (int i = 1; i < kCutPoints - 1; ++i) {
+            EXPECT_DOUBLE_EQ(line[i].x, x0 + 0.1 - check.next() * 0.2 / 32767.0) << i;
+            EXPECT_DOUBLE_EQ(line[i].y, i * 0.02);
+        }
+        // The next line made from this generator would start where the 48 draws left it.
+        EXPECT_EQ(rng.next(), check.next());
+    }
+}
+
+TEST(CutLine, WalkMeetsEveryRowOnceInOrder) {
+    // width, height, seed
+    const std::tuple<int, int, std::uint32_t> cases[] = {
+        {9, 40, 1}, {100, 100, 7}, {640, 33, 99}, {30, 1, 5}, {2000, 1500, 3}};
+    for (const auto& [width, height, seed] : cases) {
+        Random rng(seed);
+        const CutLine px = scale_cut_line(make_cut_line(rng, 0.5), width, height);
+        const std::vector<CutStep> steps = walk_cut_line(px, height);
+        ASSERT_EQ(int(steps.size()), height) << width << "x" << height;
+        for (int i = 0; i < height; ++i) {
+            const int col = cut_column(steps[i], width);
+            ASSERT_EQ(steps[i].row, i);
+            ASSERT_TRUE(col >= int(0.4 * width) - 1 && col <= int(0.6 * width) + 1) << col;
+        }
     }
 }
 

@@ -3,6 +3,7 @@
 #include <array>
 #include <cstring>
 #include <set>
+#include <tuple>
 #include <vector>
 
 #include "filters/k_mean.h"
@@ -82,55 +83,47 @@ UBUFFER palette_noise(int w, int h, std::uint32_t seed, int levels) {
 }
 
 TEST(KMean, AgreesWithThePlainClusteringByteForByte) {
-    struct Case {
-        int w, h, levels, k;
-    } cases[] = {{40, 30, 4, 2},     {40, 30, 4, 5},  {64, 64, 16, 3}, {50, 70, 256, 8},
-                 {300, 200, 256, 4}, {13, 11, 3, 40}, {20, 20, 2, 7}};
+    // w, h, levels, k
+    const std::tuple<int, int, int, int> cases[] = {{40, 30, 4, 2},   {40, 30, 4, 5},     {64, 64, 16, 3},
+                                                    {50, 70, 256, 8}, {300, 200, 256, 4}, {13, 11, 3, 40},
+                                                    {20, 20, 2, 7}};
     std::uint32_t seed = 11;
-    for (const Case& c : cases) {
-        const UBUFFER in = palette_noise(c.w, c.h, seed++, c.levels);
+    for (const auto& [w, h, levels, k] : cases) {
+        const UBUFFER in = palette_noise(w, h, seed++, levels);
         UBUFFER got = in.clone();
         test::RecordingHost host;
-        ASSERT_EQ(reduce_color_by_k_mean(host, got, c.k), 0);
-        EXPECT_TRUE(same_bytes(got, plain_k_mean(in, c.k))) << c.w << "x" << c.h << " K " << c.k;
-        EXPECT_LE(colour_set(got).size(), std::size_t(c.k));
+        ASSERT_EQ(reduce_color_by_k_mean(host, got, k), 0);
+        EXPECT_TRUE(same_bytes(got, plain_k_mean(in, k))) << w << "x" << h << " K " << k;
+        EXPECT_LE(colour_set(got).size(), std::size_t(k));
         for (std::size_t i = 3; i < got.size(); i += 4) ASSERT_EQ(got.data()[i], 255);
         // A second run gives the same bytes.
         UBUFFER again = in.clone();
-        ASSERT_EQ(reduce_color_by_k_mean(host, again, c.k), 0);
+        ASSERT_EQ(reduce_color_by_k_mean(host, again, k), 0);
         EXPECT_TRUE(same_bytes(got, again));
     }
 }
 
-TEST(KMean, OneColourIsKeptWithOpaqueAlpha) {
-    const std::uint32_t colours[] = {0x00000000u, 0x7F102030u, 0xFFFFFFFFu, 0x01FE01FEu};
-    for (std::uint32_t argb : colours)
-        for (int k : {2, 3, 100}) {
-            UBUFFER p = test::flat_picture(7, 5, argb);
-            test::RecordingHost host;
-            ASSERT_EQ(reduce_color_by_k_mean(host, p, k), 0);
-            EXPECT_TRUE(same_bytes(p, test::flat_picture(7, 5, argb | 0xFF000000u)))
-                << std::hex << argb << " K " << k;
-        }
-}
-
-TEST(KMean, FewerColoursThanKLeavesRepeatedCentresEmpty) {
-    // With 3 colours and K = 8 the draws pick colours 0, 1, 0, 2, 1, 2, 2, 2: every colour is its own
-    // centre's, the repeats attract nothing, and the picture keeps its colours.
-    const std::uint32_t palette[] = {0xFF0A0B0Cu, 0xFF808080u, 0xFFF0E0D0u};
-    const UBUFFER in = test::make_picture(9, 6, [&](int x, int y) { return palette[(x + 2 * y) % 3]; });
-    UBUFFER got = in.clone();
-    test::RecordingHost host;
-    ASSERT_EQ(reduce_color_by_k_mean(host, got, 8), 0);
-    EXPECT_TRUE(same_bytes(got, in));
-
-    // Two colours with K = 3: draws 38, 7719, 21238 give 2, 0, 1 mod 3, and 2 wraps to colour 0, so
-    // centre 0 and centre 1 are both the darker colour; the lower one takes it and both colours stay.
-    const UBUFFER two =
-        test::make_picture(4, 4, [](int x, int) { return x < 2 ? 0xFF101010u : 0xFF202020u; });
-    got = two.clone();
-    ASSERT_EQ(reduce_color_by_k_mean(host, got, 3), 0);
-    EXPECT_TRUE(same_bytes(got, two));
+// Pictures with no more colours than centres keep them, made opaque. One colour, whatever its alpha;
+// three colours with K = 8, where the draws pick colours 0, 1, 0, 2, 1, 2, 2, 2 and the repeats attract
+// nothing; two with K = 3, where draws 38, 7719, 21238 give 2, 0, 1 mod 3 and 2 wraps to colour 0, so
+// two centres share the darker colour and the lower one takes it.
+TEST(KMean, FewColoursAreKept) {
+    std::vector<std::tuple<UBUFFER, UBUFFER, int>> cases;  // picture, result, K
+    for (const std::uint32_t argb : {0x00000000u, 0x7F102030u, 0xFFFFFFFFu, 0x01FE01FEu})
+        for (const int k : {2, 3, 100})
+            cases.emplace_back(test::flat_picture(7, 5, argb), test::flat_picture(7, 5, argb | 0xFF000000u),
+                               k);
+    const std::uint32_t three[] = {0xFF0A0B0Cu, 0xFF808080u, 0xFFF0E0D0u};
+    cases.emplace_back(test::make_picture(9, 6, [&](int x, int y) { return three[(x + 2 * y) % 3]; }),
+                       UBUFFER(), 8);
+    cases.emplace_back(test::make_picture(4, 4, [](int x, int) { return x < 2 ? 0xFF101010u : 0xFF202020u; }),
+                       UBUFFER(), 3);
+    for (auto& [in, want, k] : cases) {
+        UBUFFER got = in.clone();
+        test::RecordingHost host;
+        ASSERT_EQ(reduce_color_by_k_mean(host, got, k), 0);
+        EXPECT_TRUE(same_bytes(got, want ? want : in)) << std::hex << colour_index(in.data()) << " K " << k;
+    }
 }
 
 TEST(KMean, ReportsItsStageAndRefusesKBelowTwo) {

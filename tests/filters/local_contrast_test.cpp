@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cstring>
+#include <tuple>
 
 #include "filters/local_contrast.h"
 #include "support/pictures.h"
@@ -39,11 +40,8 @@ bool same_bytes(const UBUFFER& a, const UBUFFER& b) {
 }
 
 TEST(LocalContrast, MatchesDirectBoxSumsByteForByte) {
-    struct Case {
-        int w, h;
-        double k;
-        ContrastDirection dir;
-    } cases[] = {
+    // w, h, k, dir
+    const std::tuple<int, int, double, ContrastDirection> cases[] = {
         {10, 10, 3.0, ContrastDirection::Up},
         {23, 17, 3.0, ContrastDirection::TowardsMean},
         {64, 40, 1.5, ContrastDirection::Up},
@@ -56,11 +54,11 @@ TEST(LocalContrast, MatchesDirectBoxSumsByteForByte) {
         {37, 1, 3.0, ContrastDirection::Up},
     };
     std::uint32_t seed = 1;
-    for (const Case& c : cases) {
+    for (const auto& [w, h, k, dir] : cases) {
         // Noise with any alpha, and a smooth picture, whose means are far from the extremes.
         for (int kind = 0; kind < 2; ++kind) {
-            const UBUFFER in = kind == 0 ? test::noise_picture(c.w, c.h, seed++, false)
-                                         : test::make_picture(c.w, c.h, [](int x, int y) {
+            const UBUFFER in = kind == 0 ? test::noise_picture(w, h, seed++, false)
+                                         : test::make_picture(w, h, [](int x, int y) {
                                                return 0x80000000u | std::uint32_t((x * 3) & 255) << 16 |
                                                       std::uint32_t((y * 5) & 255) << 8 | ((x + y) & 255);
                                            });
@@ -68,11 +66,11 @@ TEST(LocalContrast, MatchesDirectBoxSumsByteForByte) {
             test::RecordingHost host;
             {
                 Progress progress(host, "Contrast up");
-                ASSERT_EQ(local_contrast(progress, got, c.k, c.dir), 0);
+                ASSERT_EQ(local_contrast(progress, got, k, dir), 0);
             }
-            SCOPED_TRACE(testing::Message() << c.w << "x" << c.h << " k " << c.k << " kind " << kind);
-            EXPECT_TRUE(same_bytes(got, plain_local_contrast(in, c.k, c.dir)));
-            EXPECT_EQ(same_bytes(got, in), c.w < 10 || c.h < 2);
+            SCOPED_TRACE(testing::Message() << w << "x" << h << " k " << k << " kind " << kind);
+            EXPECT_TRUE(same_bytes(got, plain_local_contrast(in, k, dir)));
+            EXPECT_EQ(same_bytes(got, in), w < 10 || h < 2);
             const std::vector<int> percents = host.percents();
             EXPECT_EQ(percents.back(), 0);
             EXPECT_EQ(*std::max_element(percents.begin(), percents.end()), 100);

@@ -1,8 +1,11 @@
 #include <gtest/gtest.h>
 
 #include <functional>
+#include <tuple>
 
 #include "render/layer.h"
+#include "render/palette.h"
+#include "render/renderer.h"
 #include "support/recording_host.h"
 
 namespace velq {
@@ -10,26 +13,22 @@ namespace {
 
 TEST(Layer, EditsClampAndRetone) {
     test::RecordingHost host;
-    struct Case {
-        char edit;  // Transparency, Size, Brightness
-        int value, stored;
-        bool changed;
-        int mask_at_centre, shade_at_centre;
-    } cases[] = {
+    // edit (Transparency, Size, Brightness), value, stored, whether it changed, mask and shade at the centre
+    const std::tuple<char, int, int, bool, int, int> cases[] = {
         {'T', 400, 255, false, 255, 255}, {'T', -5, 0, true, 0, 255},       {'T', 128, 128, true, 128, 255},
         {'S', 350, 300, true, 255, 255},  {'S', -1, 0, true, 255, 255},     {'B', 1000, 1000, true, 255, 255},
         {'B', -3, 0, true, 255, 0},       {'B', 100, 100, false, 255, 255},
     };
-    for (const Case& k : cases) {
-        SCOPED_TRACE(testing::Message() << k.edit << " " << k.value);
+    for (const auto& [edit, value, stored, changes, mask_at_centre, shade_at_centre] : cases) {
+        SCOPED_TRACE(testing::Message() << edit << " " << value);
         Layer l(host, true);
-        const bool changed = k.edit == 'T'   ? l.set_transparency(k.value)
-                             : k.edit == 'S' ? l.set_size(k.value)
-                                             : l.set_brightness(k.value);
-        EXPECT_EQ(k.edit == 'T' ? l.transparency : k.edit == 'S' ? l.size : l.brightness, k.stored);
-        EXPECT_EQ(changed, k.changed);
-        EXPECT_EQ(l.shapes[0]->mask_plane.at(512, 512), k.mask_at_centre);
-        EXPECT_EQ(l.shapes[0]->shade_plane.at(512, 512), k.shade_at_centre);
+        const bool changed = edit == 'T'   ? l.set_transparency(value)
+                             : edit == 'S' ? l.set_size(value)
+                                           : l.set_brightness(value);
+        EXPECT_EQ(edit == 'T' ? l.transparency : edit == 'S' ? l.size : l.brightness, stored);
+        EXPECT_EQ(changed, changes);
+        EXPECT_EQ(l.shapes[0]->mask_plane.at(512, 512), mask_at_centre);
+        EXPECT_EQ(l.shapes[0]->shade_plane.at(512, 512), shade_at_centre);
     }
     Layer hidden(host, false);
     hidden.shown = false;
@@ -96,6 +95,176 @@ TEST(Layer, ShapeCursorSteps) {
     negative.shape_cursor = -4;
     negative.next_shape();
     EXPECT_EQ(negative.current, negative.shapes[2].get());
+}
+
+ColourRecord rgb(double r, double g, double b) {
+    return ColourRecord{r, g, b, 255, 0, true};
+}
+
+Circle circle(double x, double y, double r, ColourRecord own) {
+    Circle c;
+    c.x = x, c.y = y, c.radius = r, c.own = own;
+    return c;
+}
+
+struct Fixture {
+    test::RecordingHost host;
+    std::vector<Palette> palettes = make_palettes();
+    Layer layer{host, false};
+    Random random{1};
+    std::vector<Segment> none;
+
+    Fixture() {
+        for (int i = 0; i < 2; ++i) layer.shapes.push_back(std::make_unique<SHAPE>(host));
+        layer.rewind();
+    }
+};
+
+TEST(MakePlacements, FreeCirclesGeometryShapesAndColours) {
+    Fixture f;
+    f.layer.size = 150;
+    f.layer.transparency = 99;
+    const std::vector<Circle> circles = {circle(0.5, 0.25, 4, rgb(12, 200, 99)),
+                                         circle(0.1, 1.0, 2, rgb(1, 2, 3)),
+                                         circle(0.0, 0.0, 1, rgb(9, 9, 9))};
+    const auto p = make_placements(f.host, f.layer, f.palettes, f.none, circles, 200, 100, 2.0, f.random);
+    ASSERT_EQ(p.size(), 3u);
+    // x and y scaled to the picture; the radius by the output scale, then by the size percent (the
+    // initial state is taken before the size); "Bright" passes the circle's colour through.
+    EXPECT_EQ(std::tuple(p[0].x, p[0].y, p[0].radius, p[0].initial.radius, p[1].y, p[0].transparency),
+              std::tuple(100.0, 25.0, 4 * 2.0 * 150 / 100, 8.0, 100.0, 99));
+    EXPECT_EQ(p[0].paint, rgb(12, 200, 99));
+    // The shape cursor starts on the first shape and steps once per circle.
+    const SHAPE* a = f.layer.shapes[0].get();
+    EXPECT_EQ(std::vector({p[0].shape, p[1].shape, p[2].shape}),
+              std::vector<const SHAPE*>({a, f.layer.shapes[1].get(), a}));
+}
+
+TEST(MakePlacements, ColourOptionsInTheirOrder) {
+    // what, palette, random, shuffle, invert, convert, in, out
+    const std::tuple<const char*, int, bool, bool, bool, bool, ColourRecord, ColourRecord> cases[] = {
+        {"none", 0, false, false, false, false, rgb(12, 200, 99), rgb(12, 200, 99)},
+        {"shuffle", 0, false, true, false, false, rgb(12, 200, 99), rgb(99, 12, 200)},
+        {"invert", 0, false, false, true, false, rgb(12, 200, 99), rgb(243, 55, 156)},
+        {"shuffle then invert", 0, false, true, true, false, rgb(12, 200, 99), rgb(156, 243, 55)},
+        {"convert grey", 0, false, false, false, true, rgb(128, 128, 128), rgb(0, 0, 128)},
+        {"invert then convert", 0, false, false, true, true, rgb(127, 127, 127), rgb(0, 0, 128)},
+        {"palette first", 7, false, false, true, false, rgb(0, 250, 170), rgb(255, 0, 85)},
+        {"random is not offered for free circles", 0, true, false, false, false, rgb(1, 2, 3), rgb(1, 2, 3)},
+    };
+    for (const auto& [what, palette, random, shuffle, invert, convert, in, out] : cases) {
+        Fixture f;
+        f.layer.palette = palette;
+        f.layer.random = random, f.layer.shuffle = shuffle, f.layer.invert = invert,
+        f.layer.convert = convert;
+        const auto p = make_placements(f.host, f.layer, f.palettes, f.none,
+                                       std::vector{circle(0.5, 0.5, 1, in)}, 10, 10, 1.0, f.random);
+        ASSERT_EQ(p.size(), 1u);
+        EXPECT_EQ(p[0].paint, out) << what;
+    }
+}
+
+TEST(MakePlacements, SegmentsTakePrecedenceAndKeepTheirDisplayColour) {
+    Fixture f;
+    f.layer.palette = 7;  // "Neon Cyber"
+    f.layer.random = true;
+    std::vector<Segment> segs(3);
+    segs[0].colour = rgb(0, 250, 170);
+    segs[0].circles = {circle(0.5, 0.5, 1, rgb(1, 1, 1)), circle(0.2, 0.2, 1, rgb(1, 1, 1))};
+    segs[1].enabled = false;
+    segs[1].circles = {circle(0.3, 0.3, 1, rgb(1, 1, 1))};
+    segs[2].colour = rgb(0, 0, 0);
+    segs[2].circles = {circle(0.7, 0.7, 1, rgb(1, 1, 1))};
+    const std::vector<Circle> free_circles = {circle(0.9, 0.9, 1, rgb(5, 5, 5))};
+    const auto p = make_placements(f.host, f.layer, f.palettes, segs, free_circles, 10, 10, 1.0, f.random);
+    ASSERT_EQ(p.size(), 3u);  // the disabled segment and the free list are skipped
+    // Random draws blue, then green, then red, rand() * 255 / 32767, once per segment.
+    Random r(1);
+    const int b = r.next() * 255 / 32767, g = r.next() * 255 / 32767, red = r.next() * 255 / 32767;
+    EXPECT_EQ(segs[0].display, (ColourRecord{double(red), double(g), double(b), 255, 0, true}));
+    EXPECT_EQ(p[0].paint, segs[0].display);
+    EXPECT_EQ(p[1].paint, segs[0].display);
+    EXPECT_NE(p[2].paint, segs[0].display);
+    EXPECT_EQ(p[2].x, 7.0);
+
+    // Without the random option the display colour is the palette's nearest entry, every render anew.
+    f.layer.random = false;
+    make_placements(f.host, f.layer, f.palettes, segs, free_circles, 10, 10, 1.0, f.random);
+    EXPECT_EQ(segs[0].display, rgb(0, 255, 170));
+    EXPECT_EQ(segs[2].display, rgb(0, 43, 74));  // the darkest entry: 4/5 of the way to 001F3D
+    // A hidden layer, or a stopped run, gives none.
+    f.layer.shown = false;
+    EXPECT_TRUE(make_placements(f.host, f.layer, f.palettes, segs, {}, 10, 10, 1.0, f.random).empty());
+    f.layer.shown = true;
+    f.host.stop = true;
+    EXPECT_TRUE(make_placements(f.host, f.layer, f.palettes, segs, {}, 10, 10, 1.0, f.random).empty());
+}
+
+TEST(Palettes, GradientEntriesTruncateAndStopShortOfTheLastKey) {
+    const auto p = make_palettes();
+    const std::tuple<int, std::size_t, ColourRecord> cases[] = {
+        {7, 0, rgb(0, 255, 170)},  // "Neon Cyber" starts on its first key
+        {7, 1, rgb(0, 239, 168)},  // a fifth of the way to 00B3A1: 239.8 and 168.2
+        {7, 5, rgb(0, 0xB3, 0xA1)},
+        // "Sorbet Sky": 4/5 of the way from CCB9AC to D4266D: 210.4, 67.4, 121.4
+        {10, 24, rgb(210, 67, 121)},
+        {1, 19, rgb(194, 187, 179)},  // 4/5 from EDDCCC to B8B3AD: 194.6, 187.2, 179.2
+    };
+    for (const auto& [palette, entry, expected] : cases)
+        EXPECT_EQ(p[palette].entries[entry], expected) << p[palette].name << " entry " << entry;
+    // The last key colour never appears.
+    for (std::size_t i = 1; i < p.size(); ++i)
+        for (const ColourRecord& e : p[i].entries) EXPECT_FALSE(e == p[i].keys.back()) << p[i].name;
+}
+
+TEST(Palettes, MapColourTakesTheFirstNearestEntry) {
+    const auto p = make_palettes();
+    Palette two("two", false, {0x000000, 0x0A0A0A});  // entries 0, 2, 4, 6, 8 in every channel
+    const std::tuple<const Palette*, ColourRecord, ColourRecord> cases[] = {
+        {&p[0], ColourRecord{12, 200, 99, 17, 3, false}, ColourRecord{12, 200, 99, 17, 3, false}},
+        {&two, rgb(3, 3, 3), rgb(2, 2, 2)},  // 2 and 4 are equally near: the first wins
+        {&two, rgb(7, 7, 7), rgb(6, 6, 6)},
+        {&two, rgb(250, 0, 0), rgb(8, 8, 8)},
+        {&p[7], rgb(0, 250, 170), rgb(0, 255, 170)},
+    };
+    for (const auto& [palette, in, out] : cases)
+        EXPECT_EQ(map_colour(*palette, in), out) << palette->name << " " << in.c0;
+}
+
+TEST(Palettes, ToHslScalesHueSaturationLightness) {
+    const std::tuple<ColourRecord, double, double, double> cases[] = {
+        {rgb(128, 128, 128), 0, 0, 128},
+        {rgb(255, 0, 0), 0, 255, 127.5},
+        {rgb(0, 255, 0), 255.0 / 3, 255, 127.5},
+        {rgb(0, 0, 255), 255.0 * 2 / 3, 255, 127.5},
+        {rgb(255, 0, 255), 255.0 * 5 / 6, 255, 127.5},  // red is the maximum: (g - b) / d + 6
+        {rgb(255, 255, 204), 255.0 / 6, 255, 229.5},    // lightness above one half
+    };
+    for (auto [c, h, s, l] : cases) {
+        SCOPED_TRACE(testing::Message() << c.c0 << "," << c.c1 << "," << c.c2);
+        to_hsl(c);
+        EXPECT_NEAR(c.c0, h, 1e-9);
+        EXPECT_NEAR(c.c1, s, 1e-9);
+        EXPECT_EQ(c.c2, l);
+    }
+}
+
+TEST(Palettes, PreviewPictures) {
+    const auto p = make_palettes();
+    const UBUFFER bright = palette_preview(p[0]);
+    ASSERT_EQ(bright.width(), 200);
+    // Row 0 has no saturation: mid grey across. Column 0 at full saturation is red (hue 0).
+    EXPECT_EQ(bright.at(150, 0, 2), 128);
+    EXPECT_EQ(bright.at(0, 199, 2), 254);
+    EXPECT_LT(bright.at(0, 199, 1), 3);
+    // Hue a third of the way round is green.
+    EXPECT_GT(bright.at(67, 199, 1), 250);
+
+    const UBUFFER neon = palette_preview(p[7]);  // five keys: one step per column
+    EXPECT_EQ(neon.at(0, 10, 0), 170);           // 00FFAA
+    EXPECT_EQ(neon.at(50, 10, 1), 0xB3);         // the second key at a quarter
+    EXPECT_EQ(neon.at(50, 199, 0), 0xA1);
+    EXPECT_EQ(neon.at(199, 0, 0), 62);  // 49/50 of the way from 005B80 to 001F3D
 }
 
 }  // namespace

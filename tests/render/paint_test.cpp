@@ -2,6 +2,7 @@
 
 #include <cmath>
 #include <random>
+#include <tuple>
 
 #include "reference.h"
 #include "render/band_paint.h"
@@ -53,13 +54,8 @@ std::vector<std::unique_ptr<SHAPE>> test_shapes(Host& host) {
 Placement placement(const SHAPE* shape, double x, double y, double r, ColourRecord paint,
                     int transparency = 255, double brightness = 100) {
     Placement p;
-    p.shape = shape;
-    p.x = x;
-    p.y = y;
-    p.radius = r;
-    p.paint = paint;
-    p.transparency = transparency;
-    p.brightness = brightness;
+    p.shape = shape, p.x = x, p.y = y, p.radius = r, p.paint = paint;
+    p.transparency = transparency, p.brightness = brightness;
     return p;
 }
 
@@ -129,25 +125,23 @@ TEST(FillShape, MatchesTheDirectFormula) {
 TEST(FillShape, EveryShadeAndOpacityPairMatchesTheFormula) {
     test::RecordingHost host;
     auto shape = test::make_shape(host, [](int x, int y) { return std::pair{x & 255, y & 255}; });
-    struct Case {
-        int tint, transparency, global;
-        double brightness;
-    } cases[] = {{0, 204, 0, 100},      {255, 255, 0, 100},  {255, 128, 0, 100},
-                 {17, 77, -30, 100},    {200, 1, 50, 100},   {128, 255, 512, 100},
-                 {254, 230, -512, 100}, {99, 255, 600, 100}, {31, 128, 0, 73.5}};
-    for (const Case& k : cases) {
-        SCOPED_TRACE(testing::Message() << "tint " << k.tint << " T " << k.transparency << " G " << k.global);
-        const ColourRecord tint{double(k.tint), double(255 - k.tint), double(k.tint / 2), 255, 0, true};
-        const Placement p =
-            placement(shape.get(), 511.75, 511.75, 511.75, tint, k.transparency, k.brightness);
+    // tint level, transparency, global, brightness
+    const std::tuple<int, int, int, double> cases[] = {
+        {0, 204, 0, 100},      {255, 255, 0, 100},  {255, 128, 0, 100},
+        {17, 77, -30, 100},    {200, 1, 50, 100},   {128, 255, 512, 100},
+        {254, 230, -512, 100}, {99, 255, 600, 100}, {31, 128, 0, 73.5}};
+    for (const auto& [level, transparency, global, brightness] : cases) {
+        SCOPED_TRACE(testing::Message() << "tint " << level << " T " << transparency << " G " << global);
+        const ColourRecord tint{double(level), double(255 - level), double(level / 2), 255, 0, true};
+        const Placement p = placement(shape.get(), 511.75, 511.75, 511.75, tint, transparency, brightness);
         // The old value runs through all 256 across each 256 x 256 tile, differently per tile.
         UBUFFER fast = test::make_picture(1024, 1024, [](int x, int y) {
             const std::uint32_t o = std::uint32_t(x * 7 + (y >> 8) * 61 + (x >> 8) * 13) & 255;
             return 0xFF000000u | o << 16 | (255 - o) << 8 | ((o * 3) & 255);
         });
         UBUFFER slow = fast.clone();
-        fill_shape(host, p, fast, k.global);
-        test::reference_fill_shape(host, p, slow, k.global);
+        fill_shape(host, p, fast, global);
+        test::reference_fill_shape(host, p, slow, global);
         EXPECT_TRUE(same(fast, slow));
     }
 }

@@ -1,4 +1,7 @@
+#include <gmock/gmock.h>
 #include <gtest/gtest.h>
+
+#include <tuple>
 
 #include <opencv2/core.hpp>
 #include <opencv2/imgcodecs.hpp>
@@ -24,15 +27,12 @@ std::string write_picture(const std::string& dir, const std::string& name, int w
 TEST(Shape, DefaultDiscIncludesItsRim) {
     test::RecordingHost host;
     SHAPE s(host);
-    struct Case {
-        int x, y, value;
-    } cases[] = {{512, 512, 255}, {0, 512, 255},   {512, 0, 255}, {1, 1, 0},
-                 {1023, 1023, 0}, {150, 150, 255}, {149, 149, 0}};
-    for (const Case& k : cases) {
-        EXPECT_EQ(s.org_buffer.at(k.x, k.y, 0), k.value) << k.x << "," << k.y;
-        EXPECT_EQ(s.org_buffer.at(k.x, k.y, 1), k.value);
-        EXPECT_EQ(s.mask_plane.at(k.x, k.y), k.value);
-        EXPECT_EQ(s.preview_buffer.at(k.x, k.y, 3), k.value);
+    const std::tuple<int, int, int> cases[] = {{512, 512, 255}, {0, 512, 255},   {512, 0, 255}, {1, 1, 0},
+                                               {1023, 1023, 0}, {150, 150, 255}, {149, 149, 0}};
+    for (const auto& [x, y, value] : cases) {
+        const int got[] = {s.org_buffer.at(x, y, 0), s.org_buffer.at(x, y, 1), s.mask_plane.at(x, y),
+                           s.preview_buffer.at(x, y, 3)};
+        EXPECT_THAT(got, testing::Each(value)) << x << "," << y;
     }
 }
 
@@ -93,21 +93,21 @@ TEST(Shape, ReadShape) {
 
 TEST(Shape, LayerToneClampsShadeAndScalesOpacity) {
     test::RecordingHost host;
-    struct Case {
-        int brightness, transparency, shade, opacity, want_shade, want_opacity;
-    } cases[] = {
-        {200, 255, 200, 255, 255, 255},  // clamped
-        {100, 128, 200, 255, 200, 128},   {50, 255, 201, 255, 100, 255},
-        {1000000, 255, 3, 255, 255, 255}, {200, 10, 100, 0, 100, 0},  // transparent pixels are left untouched
-    };
-    for (const Case& k : cases) {
+    // brightness, transparency, shade, opacity -> shade and opacity planes; transparent pixels stay.
+    const std::tuple<int, int, int, int, int, int> cases[] = {{200, 255, 200, 255, 255, 255},
+                                                              {100, 128, 200, 255, 200, 128},
+                                                              {50, 255, 201, 255, 100, 255},
+                                                              {1000000, 255, 3, 255, 255, 255},
+                                                              {200, 10, 100, 0, 100, 0}};
+    for (const auto& [b, t, shade, opacity, want_shade, want_opacity] : cases) {
         SHAPE s(host);
-        s.org_buffer.at(512, 512, 0) = std::uint8_t(k.shade);
-        s.org_buffer.at(512, 512, 1) = std::uint8_t(k.opacity);
-        s.apply_layer_tone(k.brightness, k.transparency);
-        EXPECT_EQ(s.shade_plane.at(512, 512), k.want_shade) << k.brightness << "/" << k.transparency;
-        EXPECT_EQ(s.mask_plane.at(512, 512), k.want_opacity);
-        EXPECT_EQ(s.org_buffer.at(512, 512, 0), k.shade);  // the shape as read never changes
+        s.org_buffer.at(512, 512, 0) = std::uint8_t(shade);
+        s.org_buffer.at(512, 512, 1) = std::uint8_t(opacity);
+        s.apply_layer_tone(b, t);
+        EXPECT_EQ(
+            std::tuple(s.shade_plane.at(512, 512), s.mask_plane.at(512, 512), s.org_buffer.at(512, 512, 0)),
+            std::tuple(want_shade, want_opacity, shade))
+            << b << "/" << t;  // the shape as read never changes
     }
 }
 

@@ -1,13 +1,17 @@
 #include <gtest/gtest.h>
 
 #include <cmath>
+#include <tuple>
 
 #include "art.h"
 #include "segments/edges.h"
+#include "segments/loops.h"
 #include "support/recording_host.h"
 
 namespace velq {
 namespace {
+
+using P = std::vector<BoundaryPoint>;
 
 // Points as (x, y) pairs, for comparing and printing.
 std::vector<std::pair<double, double>> xy(const std::vector<BoundaryPoint>& pts) {
@@ -20,12 +24,8 @@ std::vector<std::pair<double, double>> xy(const std::vector<BoundaryPoint>& pts)
 // border running to the picture's edge is open and ends there; pieces meeting at a junction end on
 // the same point; no borders, no pieces.
 TEST(SegmentEdges, PiecesFollowTheBorders) {
-    struct Case {
-        const char* name;
-        std::vector<std::string> art;
-        std::size_t pieces;
-        bool closed;
-    } cases[] = {
+    // name, art, number of pieces, closed
+    const std::tuple<const char*, std::vector<std::string>, std::size_t, bool> cases[] = {
         {"island", {"1111111", "1111111", "1122111", "1122111", "1111111"}, 1, true},
         {"vertical", {"1122", "1122", "1122"}, 1, false},
         {"horizontal", {"111", "111", "222", "222"}, 1, false},
@@ -33,26 +33,26 @@ TEST(SegmentEdges, PiecesFollowTheBorders) {
         {"T junction", {"1122", "1122", "3333", "3333"}, 3, false},
         {"none", {"000", "000"}, 0, false},
     };
-    for (const Case& c : cases) {
-        SCOPED_TRACE(c.name);
+    for (const auto& [name, art, count, closed] : cases) {
+        SCOPED_TRACE(name);
         test::RecordingHost host;
-        const IBUFFER map = test::art_labels(c.art);
+        const IBUFFER map = test::art_labels(art);
         const int w = map.width(), h = map.height();
-        auto pieces = get_segment_edges(map, 0.7, c.closed, host);
-        EXPECT_EQ(host.titles().empty(), !c.closed);  // the stage is shown when asked
-        ASSERT_EQ(pieces.size(), c.pieces);
+        auto pieces = get_segment_edges(map, 0.7, closed, host);
+        EXPECT_EQ(host.titles().empty(), !closed);  // the stage is shown when asked
+        ASSERT_EQ(pieces.size(), count);
         for (const BoundaryPiece& p : pieces) {
-            EXPECT_EQ(p.closed, c.closed);
+            EXPECT_EQ(p.closed, closed);
             for (const BoundaryPoint& q : p.points) {
                 EXPECT_TRUE(q.x == 0 || q.x == w - 0.5 || std::fmod(q.x, 1.0) == 0.75) << q.x;
                 EXPECT_TRUE(q.y == 0 || q.y == h - 0.5 || std::fmod(q.y, 1.0) == 0.75) << q.y;
             }
-            if (c.closed) continue;
+            if (closed) continue;
             auto on_frame = [&](const BoundaryPoint& q) {
                 return q.x == 0 || q.y == 0 || q.x == w - 0.5 || q.y == h - 0.5;
             };
             auto at_junction = [&](const BoundaryPoint& q) { return q.x == 1.75 && q.y == 1.75; };
-            if (c.pieces == 3)
+            if (count == 3)
                 EXPECT_NE(at_junction(p.points.front()), at_junction(p.points.back()));
             else
                 EXPECT_TRUE(on_frame(p.points.front()) && on_frame(p.points.back()));
@@ -61,23 +61,18 @@ TEST(SegmentEdges, PiecesFollowTheBorders) {
 }
 
 TEST(SegmentEdges, SimplificationKeepsEndsAndPointsFartherThanTolerance) {
-    using P = std::vector<BoundaryPoint>;
-    struct Case {
-        const char* name;
-        P in;
-        double tol;
-        P out;
-    } cases[] = {
+    // name, in, tol, out
+    const std::tuple<const char*, P, double, P> cases[] = {
         {"short", {{0, 0}, {1, 5}}, 0.7, {{0, 0}, {1, 5}}},
         {"straight", {{0, 0}, {1, 0.5}, {2, 0}, {3, 0.2}, {4, 0}}, 0.7, {{0, 0}, {4, 0}}},
         {"bump", {{0, 0}, {1, 0}, {2, 1}, {3, 0}, {4, 0}}, 0.7, {{0, 0}, {2, 1}, {4, 0}}},
         {"exactly tolerance stays out", {{0, 0}, {1, 0.7}, {2, 0}}, 0.7, {{0, 0}, {2, 0}}},
         {"beyond the end", {{0, 0}, {5, 0}, {6, 0}, {1, 0}}, 0.7, {{0, 0}, {6, 0}, {1, 0}}},
     };
-    for (const Case& c : cases) {
-        P pts = c.in;
-        simplify_polyline(pts, c.tol);
-        EXPECT_EQ(xy(pts), xy(c.out)) << c.name;
+    for (const auto& [name, in, tol, out] : cases) {
+        P pts = in;
+        simplify_polyline(pts, tol);
+        EXPECT_EQ(xy(pts), xy(out)) << name;
     }
 }
 
@@ -96,6 +91,92 @@ TEST(FramePieces, SplitAtOpenEndsRunningClockwiseFromTopLeft) {
     islands[0].points = {{1, 1}, {2, 1}, {2, 2}};
     add_frame_pieces(islands, 4, 3);
     EXPECT_EQ(islands.size(), 1u);
+}
+
+BoundaryPiece piece(P pts, bool closed = false) {
+    BoundaryPiece p;
+    p.points = std::move(pts);
+    p.closed = closed;
+    return p;
+}
+
+TEST(ClosedPath, TurningSumOfTable) {
+    // name, pts, degrees, passes
+    const std::tuple<const char*, P, double, bool> cases[] = {
+        {"clockwise on screen", {{0, 0}, {2, 0}, {2, 2}, {0, 2}}, 360, true},
+        {"anticlockwise on screen", {{0, 0}, {0, 2}, {2, 2}, {2, 0}}, -360, false},
+        {"repeated points skipped", {{0, 0}, {2, 0}, {2, 0}, {2, 2}, {0, 2}, {0, 0}}, 360, true},
+        {"figure eight", {{0, 0}, {2, 2}, {2, 0}, {0, 2}}, 0, false},
+        {"triangle", {{0, 0}, {3, 0}, {0, 4}}, 360, true},
+    };
+    for (const auto& [name, pts, degrees, passes] : cases) {
+        EXPECT_NEAR(turning_degrees(pts), degrees, 1e-9) << name;
+        EXPECT_EQ(is_closed_path(pts), passes) << name;
+    }
+}
+
+TEST(LoopAssembly, TwoRegionsSharingABorderGiveTwoLoopsEachOnce) {
+    // A vertical border and the frame split at its ends (as the traced edges and the frame give).
+    std::vector<BoundaryPiece> pieces = {
+        piece({{1.75, 0}, {1.75, 2.5}}),
+        piece({{1.75, 0}, {3.5, 0}, {3.5, 2.5}, {1.75, 2.5}}),
+        piece({{1.75, 2.5}, {0, 2.5}, {0, 0}, {1.75, 0}}),
+    };
+    test::RecordingHost host;
+    auto segs = detect_segments(pieces, host);
+    ASSERT_EQ(segs.size(), 2u);
+    EXPECT_EQ(xy(segs[0].loop.points), xy({{1.75, 0}, {1.75, 2.5}, {0, 2.5}, {0, 0}}));
+    EXPECT_EQ(xy(segs[1].loop.points), xy({{1.75, 0}, {3.5, 0}, {3.5, 2.5}, {1.75, 2.5}}));
+    EXPECT_TRUE(segs[0].loop.closed && segs[1].loop.closed);
+    EXPECT_EQ(pieces[0].uses + 10 * pieces[1].uses + 100 * pieces[2].uses, 112u);  // 2, 1 and 1
+    EXPECT_TRUE(host.debug_lines().empty());
+}
+
+// A closed piece is a loop, taken reversed when it turns the other way; one too small is none; the
+// stop flag leaves none.
+TEST(LoopAssembly, ClosedPieceIsALoopTakenReversedWhenItTurnsTheOtherWay) {
+    std::vector<BoundaryPiece> pieces = {piece({{0, 0}, {0, 2}, {2, 2}, {2, 0}}, true)};
+    test::RecordingHost host;
+    auto segs = detect_segments(pieces, host);
+    ASSERT_EQ(segs.size(), 1u);
+    EXPECT_EQ(xy(segs[0].loop.points), xy({{2, 0}, {2, 2}, {0, 2}, {0, 0}}));
+    EXPECT_EQ(pieces[0].uses, 1u);
+    std::vector<BoundaryPiece> tiny = {piece({{0, 0}, {1, 0}}, true)};
+    EXPECT_TRUE(detect_segments(tiny, host).empty());
+    EXPECT_TRUE(host.debug_lines().empty());
+    host.stop = true;
+    EXPECT_TRUE(detect_segments(pieces, host).empty());
+}
+
+TEST(LoopAssembly, EqualScoresGoToTheEarlierPieceInListOrder) {
+    // From (2, 0) two pieces leave straight down: the first listed closes a square, the other a
+    // triangle.
+    const BoundaryPiece start = piece({{0, 0}, {2, 0}});
+    const BoundaryPiece square = piece({{2, 0}, {2, 2}, {0, 2}, {0, 0}});
+    const BoundaryPiece triangle = piece({{2, 0}, {2, 1}, {0, 0}});
+    for (bool square_first : {true, false}) {
+        std::vector<BoundaryPiece> pieces = {start, square_first ? square : triangle,
+                                             square_first ? triangle : square};
+        test::RecordingHost host;
+        auto segs = detect_segments(pieces, host);
+        ASSERT_FALSE(segs.empty());
+        EXPECT_EQ(segs[0].loop.points.size(), square_first ? 4u : 3u);
+    }
+}
+
+TEST(LoopAssembly, PieceFailingBothWaysEndsTheStageWithWhatWasMade) {
+    std::vector<BoundaryPiece> pieces = {
+        piece({{0, 0}, {2, 0}, {2, 2}, {0, 2}}, true),
+        piece({{10, 10}, {12, 10}}),  // leads nowhere either way
+        piece({{20, 20}, {22, 20}, {22, 22}, {20, 22}}, true),
+    };
+    test::RecordingHost host;
+    auto segs = detect_segments(pieces, host);
+    EXPECT_EQ(segs.size(), 1u);
+    ASSERT_EQ(host.debug_lines().size(), 1u);
+    EXPECT_EQ(host.debug_lines()[0], "Too many retrying...\n");
+    EXPECT_TRUE(host.messages().empty());
+    EXPECT_EQ(host.titles().back(), "Velquinograph");
 }
 
 }  // namespace

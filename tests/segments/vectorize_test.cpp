@@ -1,5 +1,7 @@
 #include <gtest/gtest.h>
 
+#include <tuple>
+
 #include "art.h"
 #include "segments/loops.h"
 #include "segments/segment_pixels.h"
@@ -79,24 +81,22 @@ TEST(Vectorize, BlobInsideRingIsAChildAndLeavesItsParentsColour) {
 }
 
 TEST(SegmentOrder, ExchangeSortIsDescendingAndMovesEqualsOnlyThroughThirdSwaps) {
-    struct Case {
-        std::vector<int> counts;
-        std::vector<int> order;  // original positions after sorting
-    } cases[] = {
+    // counts, order; order: original positions after sorting
+    const std::tuple<std::vector<int>, std::vector<int>> cases[] = {
         {{1, 2, 3}, {2, 1, 0}},
         {{5, 5, 9}, {2, 1, 0}},  // the 9's swap moves the first 5 behind the second
         {{3, 1, 3}, {0, 2, 1}},  // equal 3s keep their order
         {{2, 7, 2, 7}, {1, 3, 2, 0}},
     };
-    for (const Case& c : cases) {
-        std::vector<Segment> segs(c.counts.size());
+    for (const auto& [counts, order] : cases) {
+        std::vector<Segment> segs(counts.size());
         for (std::size_t i = 0; i < segs.size(); ++i) {
-            segs[i].pixels.resize(std::size_t(c.counts[i]));
+            segs[i].pixels.resize(std::size_t(counts[i]));
             segs[i].colour.index = int(i);
         }
         test::RecordingHost host;
         sort_segments(segs, false, host);
-        for (std::size_t i = 0; i < segs.size(); ++i) EXPECT_EQ(segs[i].colour.index, c.order[i]);
+        for (std::size_t i = 0; i < segs.size(); ++i) EXPECT_EQ(segs[i].colour.index, order[i]);
         EXPECT_TRUE(host.titles().empty());
     }
 }

@@ -20,10 +20,8 @@ UBUFFER generated_picture(PictureKind kind, int w, int h, std::uint32_t seed) {
         return (c(a) << 24) | (c(r) << 16) | (c(g) << 8) | c(b);
     };
     switch (kind) {
-        case PictureKind::Flat: {
-            const std::uint32_t c = gen() | 0xFF000000u;
-            return flat_picture(w, h, c);
-        }
+        case PictureKind::Flat:
+            return flat_picture(w, h, gen() | 0xFF000000u);
         case PictureKind::Stripes: {
             const int period = 2 + int(gen() % 9);
             const bool vertical = gen() & 1;

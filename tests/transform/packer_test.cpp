@@ -1,9 +1,14 @@
 #include <gtest/gtest.h>
 
 #include <bit>
+#include <boost/geometry.hpp>
+#include <boost/geometry/geometries/point_xy.hpp>
+#include <boost/geometry/geometries/polygon.hpp>
 #include <cmath>
 #include <cstdint>
+#include <limits>
 #include <string>
+#include <tuple>
 #include <vector>
 
 #include "generated.h"
@@ -12,10 +17,20 @@
 #include "ring_checks.h"
 #include "support/recording_host.h"
 #include "transform/brush_size.h"
+#include "transform/cell_grid.h"
+#include "transform/corner.h"
+#include "transform/outline_set.h"
 #include "transform/packer.h"
 
 namespace velq {
 namespace {
+
+// Options without a brush-size map.
+PackOptions options(double min_radius, double max_radius, double gap) {
+    PackOptions o;
+    o.min_radius = min_radius, o.max_radius = max_radius, o.gap = gap;
+    return o;
+}
 
 PackRegion frame(double w, double h) {
     PackRegion r;
@@ -72,13 +87,11 @@ Packing normal_setup(test::PictureKind kind, int w, int h, std::uint32_t seed, i
     return ::testing::AssertionSuccess();
 }
 
-::testing::AssertionResult same_circles(const std::vector<Circle>& a, const std::vector<Circle>& b) {
-    for (std::size_t i = 0; i < std::min(a.size(), b.size()); ++i)
-        if (a[i].x != b[i].x || a[i].y != b[i].y || a[i].radius != b[i].radius)
-            return ::testing::AssertionFailure() << "circle " << i << " differs";
-    if (a.size() != b.size())
-        return ::testing::AssertionFailure() << a.size() << " circles against " << b.size();
-    return ::testing::AssertionSuccess();
+// Centres and radii in packing order, so two packings compare as one vector.
+std::vector<std::tuple<double, double, double>> xyr(const std::vector<Circle>& circles) {
+    std::vector<std::tuple<double, double, double>> out;
+    for (const Circle& c : circles) out.emplace_back(c.x, c.y, c.radius);
+    return out;
 }
 
 // Every kind of picture, with and without gaps: the circles keep their bounds, stay in the picture
@@ -95,17 +108,13 @@ TEST(Packer, EqualsThePlainSearchCircleForCircle) {
                 const std::vector<Circle> circles = pack_circles(s.region, s.options, host);
                 EXPECT_FALSE(circles.empty());
                 EXPECT_TRUE(valid_packing(circles, s.options, w, h));
-                EXPECT_TRUE(same_circles(circles, test::reference_pack(s.region, s.options)));
+                EXPECT_EQ(xyr(circles), xyr(test::reference_pack(s.region, s.options)));
             }
     // Without a map every candidate takes the largest radius the outline allows.
     for (double rmax : {3.0, 6.5}) {
-        PackOptions o;
-        o.min_radius = 1.1;
-        o.max_radius = rmax;
-        o.gap = 1;
+        const PackOptions o = options(1.1, rmax, 1);
         const PackRegion r = frame(41, 29);
-        EXPECT_TRUE(same_circles(pack_circles(r, o, host), test::reference_pack(r, o)))
-            << "no map, rmax " << rmax;
+        EXPECT_EQ(xyr(pack_circles(r, o, host)), xyr(test::reference_pack(r, o))) << "no map, rmax " << rmax;
     }
 }
 
@@ -157,10 +166,7 @@ TEST(Packer, RegionsWithHolesArePackedAroundTheHoles) {
     r.holes.push_back({{40, 30}, {45, 20}, {50, 30}});            // triangle
     r.holes.push_back({{30, 8}, {34, 8}, {34, 9}, {30, 9}});      // thin sliver near the edge
     for (double rmax : {2.5, 5.0, 9.0}) {
-        PackOptions o;
-        o.min_radius = 0.8;
-        o.max_radius = rmax;
-        o.gap = 0.5;
+        const PackOptions o = options(0.8, rmax, 0.5);
         const std::vector<Circle> circles = pack_circles(r, o, host);
         ASSERT_GT(circles.size(), 10u) << rmax;
         EXPECT_TRUE(valid_packing(circles, o, 1e9, 1e9)) << rmax;
@@ -172,35 +178,23 @@ TEST(Packer, RegionsWithHolesArePackedAroundTheHoles) {
                 ASSERT_GE(test::distance_to_ring(hole, c.x, c.y), c.radius - 1e-9) << c.x << "," << c.y;
             }
         }
-        EXPECT_TRUE(same_circles(circles, test::reference_pack(r, o))) << rmax;
+        EXPECT_EQ(xyr(circles), xyr(test::reference_pack(r, o))) << rmax;
     }
 }
 
 TEST(Packer, GapShrinksAcceptedCirclesAndRefusesSmallOnes) {
     // A square of side 10 without a map: the first corner's candidate is the largest radius.
-    struct Case {
-        double rmax, gap;
-        std::size_t at_least;
-        double first;  // stored radius of the first circle; 0: no circle at all
-    };
-    const Case cases[] = {
-        {2.0, 0.0, 1, 2.0}, {2.0, 1.0, 1, 1.5}, {0.5, 1.0, 0, 0.0}, {0.5, 0.98, 1, 0.01}, {0.5, 0.0, 1, 0.5},
-    };
+    // rmax, gap, first; first: stored radius of the first circle; 0: no circle at all
+    const std::tuple<double, double, double> cases[] = {
+        {2.0, 0.0, 2.0}, {2.0, 1.0, 1.5}, {0.5, 1.0, 0.0}, {0.5, 0.98, 0.01}, {0.5, 0.0, 0.5}};
     QuietHost host;
-    for (const Case& c : cases) {
-        PackOptions o;
-        o.min_radius = 0.1;
-        o.max_radius = c.rmax;
-        o.gap = c.gap;
-        const std::vector<Circle> circles = pack_circles(frame(10, 10), o, host);
-        ASSERT_GE(circles.size(), c.at_least) << c.rmax << " " << c.gap;
-        if (c.first == 0) {
-            EXPECT_TRUE(circles.empty());
-            continue;
-        }
-        EXPECT_NEAR(circles[0].radius, c.first, 1e-12) << c.rmax << " " << c.gap;
-        EXPECT_NEAR(circles[0].x, c.rmax, 1e-9);  // in the first corner, touching both edges
-        EXPECT_NEAR(circles[0].y, c.rmax, 1e-9);
+    for (const auto& [rmax, gap, first] : cases) {
+        const std::vector<Circle> circles = pack_circles(frame(10, 10), options(0.1, rmax, gap), host);
+        ASSERT_EQ(circles.empty(), first == 0) << rmax << " " << gap;
+        if (first == 0) continue;
+        EXPECT_NEAR(circles[0].radius, first, 1e-12) << rmax << " " << gap;
+        EXPECT_NEAR(circles[0].x, rmax, 1e-9);  // in the first corner, touching both edges
+        EXPECT_NEAR(circles[0].y, rmax, 1e-9);
     }
 }
 
@@ -208,15 +202,12 @@ TEST(Packer, NothingToPackGivesNoCircles) {
     QuietHost host;
     PackRegion degenerate;
     degenerate.outer = {{0, 0}, {10, 0}, {20, 0}};
-    struct Case {
-        PackRegion region;
-        double min, max;
-    } cases[] = {{degenerate, 1, 5}, {PackRegion{}, 1, 5}, {frame(20, 20), 1, 0}, {frame(20, 20), 30, 5}};
-    for (const Case& c : cases) {
-        PackOptions o;
-        o.min_radius = c.min;
-        o.max_radius = c.max;
-        EXPECT_TRUE(pack_circles(c.region, o, host).empty()) << c.min << " " << c.max;
+    // region, min, max
+    const std::tuple<PackRegion, double, double> cases[] = {
+        {degenerate, 1, 5}, {PackRegion{}, 1, 5}, {frame(20, 20), 1, 0}, {frame(20, 20), 30, 5}};
+    for (const auto& [region, min, max] : cases) {
+        EXPECT_TRUE(pack_circles(region, options(min, max, PackOptions{}.gap), host).empty())
+            << min << " " << max;
     }
 }
 
@@ -250,6 +241,227 @@ TEST(Packer, ReportsCirclesLiveAndStopsKeepingThem) {
     test::RecordingHost stopped;
     stopped.stop = true;
     EXPECT_TRUE(pack_circles(s.region, s.options, stopped).empty());
+}
+
+using pack::Box;
+using pack::FloatQuery;
+using pack::GridEntry;
+using pack::Vec2;
+
+// The packer's shortcuts must answer exactly as the plain formulas they stand in for: the float box
+// test of the edge grid against the double one, the float steps against std::nextafter, and the
+// corner-side test against the angle worked out with atan2 and pi taken as 3.141592. A single
+// different answer would change which circles are packed.
+TEST(PackShortcuts, FloatStepsAreNextafter) {
+    using L = std::numeric_limits<float>;
+    const float inf = L::infinity();
+    const float cases[] = {
+        0.0f,     -0.0f,    1.0f,      -1.0f, 3.5e-3f, -2195.75f, L::denorm_min(), -L::denorm_min(),
+        L::min(), L::max(), -L::max(), inf,   -inf};
+    auto bits = [](float f) { return std::bit_cast<std::uint32_t>(f); };
+    for (const float f : cases)
+        EXPECT_EQ(std::pair(bits(pack::float_below(f)), bits(pack::float_above(f))),
+                  std::pair(bits(std::nextafter(f, -inf)), bits(std::nextafter(f, inf))))
+            << f;
+}
+
+TEST(PackShortcuts, FloatQueryMeetsAsTheDoubleBoxTest) {
+    // Entry boxes and query boxes whose sides fall on, just beside and between float values.
+    const double one_up = std::nextafter(1.0, 2.0), one_down = std::nextafter(1.0, 0.0);
+    const float f1 = 1.0f, f1_up = std::nextafter(f1, 2.0f);
+    const double between = (double(f1) + double(f1_up)) / 2;  // no float
+    const std::vector<Box> entries = {
+        {0.0, 0.0, 1.0, 1.0},     {1.0, 1.0, 2.0, 2.0},        {-3.25, 0.5, -1.0, 0.75},
+        {between, 0.0, 5.0, 1.0}, {0.1, 0.2, 0.30000001, 0.4}, {1e-30, -1e-30, 2e-30, 1e-30},
+    };
+    const std::vector<double> sides = {-1.0,   0.0,     0.1,     0.30000001, 0.3, one_down, 1.0,
+                                       one_up, between, 1.0e-30, 2.0e-30,    2.0, -3.25,    5.0};
+    int checked = 0, met = 0;
+    for (const Box& eb : entries) {
+        const GridEntry e = GridEntry::make(0, 0, eb);
+        // Also the entry's own (float) sides exactly, and the doubles right beside them.
+        std::vector<double> xs = sides, ys = {-1.0, 0.0, 0.4, one_up, 0.5, 1.0, 2.0};
+        for (const float f : {e.x0, e.x1})
+            xs.insert(xs.end(), {f, std::nextafter(double(f), -1e9), std::nextafter(double(f), 1e9)});
+        for (const float f : {e.y0, e.y1})
+            ys.insert(ys.end(), {f, std::nextafter(double(f), -1e9), std::nextafter(double(f), 1e9)});
+        for (const double x0 : xs)
+            for (const double x1 : xs) {
+                if (x1 < x0) continue;
+                for (const double y0 : ys)
+                    for (const double y1 : ys) {
+                        if (y1 < y0) continue;
+                        const Box q{x0, y0, x1, y1};
+                        const bool meets = FloatQuery(q).meets(e);
+                        EXPECT_EQ(meets, e.meets(q)) << x0 << " " << y0 << " " << x1 << " " << y1;
+                        ++checked;
+                        met += meets;
+                    }
+            }
+    }
+    EXPECT_GT(met, 0);
+    EXPECT_LT(met, checked);
+}
+
+// The corner's side the long way, as the angle in degrees.
+bool reflex_by_angle(Vec2 u1, Vec2 u2) {
+    double degrees = std::atan2(pack::cross(u2, u1), pack::dot(u1, u2)) * 180.0 / pack::kPi;
+    if (degrees < 0) degrees += 360.0;
+    return !(degrees * 0.5 * pack::kPi / 180.0 < pack::kHalfPi);
+}
+
+TEST(PackShortcuts, CornerSideAsTheAngle) {
+    // Turns all round, and close to a straight angle on both sides of pi and of 3.141592, where the
+    // shortened pi decides; each at several orientations.
+    std::vector<double> turns;
+    for (int i = 0; i < 720; ++i) turns.push_back(2 * M_PI * i / 720);
+    for (const double centre : {M_PI, -M_PI, pack::kPi, -pack::kPi, 0.0})
+        for (const double d : {0.0, 1e-12, 1e-9, 3e-7, 6e-7, 7e-7, 1e-6, 9e-6, 1e-5, 1.1e-5, 1e-4}) {
+            turns.push_back(centre + d);
+            turns.push_back(centre - d);
+        }
+    int reflex = 0, checked = 0;
+    for (const double base : {0.0, 0.3, 1.9, -2.5}) {
+        for (const double turn : turns) {
+            const Vec2 u1{std::cos(base), std::sin(base)};
+            const Vec2 u2{std::cos(base + turn), std::sin(base + turn)};
+            const bool expected = reflex_by_angle(u1, u2);
+            EXPECT_EQ(pack::is_reflex(u1, u2), expected) << "base " << base << " turn " << turn;
+            reflex += expected;
+            ++checked;
+        }
+    }
+    EXPECT_GT(reflex, checked / 4);
+    EXPECT_LT(reflex, 3 * checked / 4);
+}
+
+namespace bg = boost::geometry;
+using BPoint = bg::model::d2::point_xy<double>;
+using BPolygon = bg::model::polygon<BPoint, false, true>;  // counter-clockwise outer rings, closed
+using BMulti = bg::model::multi_polygon<BPolygon>;
+
+// The local splice of the outline checked against Boost.Geometry: after every cut, the remaining
+// region must be the starting region minus every cut polygon, up to the simplification tolerance.
+BPolygon to_boost(const PackRegion& r) {
+    BPolygon p;
+    for (const PackPoint& q : r.outer) bg::append(p.outer(), BPoint(q.x, q.y));
+    for (const PackRing& h : r.holes) {
+        p.inners().emplace_back();
+        for (const PackPoint& q : h) bg::append(p.inners().back(), BPoint(q.x, q.y));
+    }
+    bg::correct(p);
+    return p;
+}
+
+// The region the outline set holds now: every live piece, outer ring and holes.
+BMulti to_boost(const pack::OutlineSet& set) {
+    BMulti m;
+    auto ring_of = [&](int r, auto& out) {
+        const int head = set.ring(r).head;
+        int v = head;
+        do {
+            bg::append(out, BPoint(set.vertex(v).p.x, set.vertex(v).p.y));
+            v = set.vertex(v).next;
+        } while (v != head);
+        bg::append(out, BPoint(set.vertex(head).p.x, set.vertex(head).p.y));
+    };
+    for (int p = 0; p < set.piece_count(); ++p) {
+        const pack::Piece& piece = set.piece(p);
+        if (!piece.alive || piece.rings.empty() || piece.rings[0] < 0) continue;
+        BPolygon poly;
+        ring_of(piece.rings[0], poly.outer());
+        for (std::size_t k = 1; k < piece.rings.size(); ++k) {
+            poly.inners().emplace_back();
+            ring_of(piece.rings[k], poly.inners().back());
+        }
+        m.push_back(std::move(poly));
+    }
+    return m;
+}
+
+// The polygon a cut takes out (its first attempt), and its perimeter.
+BPolygon boost_cut(const pack::Candidate& c, double& perimeter) {
+    const std::vector<pack::Vec2> q = pack::cut_polygon(c.centre, c.radius, 0);
+    BPolygon p;
+    perimeter = 0;
+    for (std::size_t j = 0; j <= q.size(); ++j) {
+        bg::append(p.outer(), BPoint(q[j % q.size()].x, q[j % q.size()].y));
+        if (j > 0) perimeter += pack::dist(q[j - 1], q[j % q.size()]);
+    }
+    return p;
+}
+
+void check_cuts(const PackRegion& region, const pack::CornerRules& rules, int max_cuts,
+                const std::string& what) {
+    pack::OutlineSet set(region, 6.0);
+    pack::CornerEvaluator eval(set, rules);
+    PackStats stats;
+    BMulti expected;
+    expected.push_back(to_boost(region));
+    double spans = 0;
+    int cuts = 0;
+    for (int p = set.current_piece(); p >= 0 && cuts < max_cuts; p = set.current_piece()) {
+        bool found = false;
+        if (set.piece(p).alive) {
+            for (int v : set.corners_in_order(p)) {
+                const pack::Candidate c = eval.evaluate(v, pack::EdgeSearch::All);
+                if (!c.ok) continue;
+                ASSERT_TRUE(set.cut(p, c.centre, c.radius, v, stats).done) << what;
+                ASSERT_EQ(stats.retried_cuts, 0u) << what;
+                set.take_relabelled();
+                double perimeter = 0;
+                const BPolygon hole = boost_cut(c, perimeter);
+                spans += perimeter;
+                BMulti next;
+                bg::difference(expected, hole, next);
+                expected = std::move(next);
+                ++cuts;
+                found = true;
+                const BMulti ours = to_boost(set);
+                BMulti diff;
+                bg::sym_difference(ours, expected, diff);
+                const double allowed = pack::kSimplify * spans + 1e-6;
+                ASSERT_LE(bg::area(diff), allowed) << what << " after cut " << cuts << ": ours "
+                                                   << bg::area(ours) << ", Boost " << bg::area(expected);
+                ASSERT_TRUE(bg::is_valid(ours)) << what << " after cut " << cuts;
+                break;
+            }
+        }
+        if (!found) set.finish_current();
+    }
+    EXPECT_GT(cuts, 5) << what;
+}
+
+TEST(OutlineCut, AgreesWithBoostDifference) {
+    QuietHost host;
+    for (test::PictureKind kind :
+         {test::PictureKind::Photo, test::PictureKind::Blocks, test::PictureKind::Flat}) {
+        const int w = 72, h = 54;
+        const UBUFFER working = test::generated_picture(kind, w, h, 21);
+        UBUFFER small;
+        small.allocate(24, 18, 4);
+        get_resized(host, working, small);
+        const IBUFFER map = get_brush_size(host, small, 20, 4, 0);
+        pack::CornerRules rules;
+        rules.min_radius = 1.1;
+        rules.max_radius = 6;
+        rules.gap = 1;
+        rules.map = &map;
+        rules.map_sx = 24.0 / w;
+        rules.map_sy = 18.0 / h;
+        PackRegion frame;
+        frame.outer = {{0, 0}, {double(w), 0}, {double(w), double(h)}, {0, double(h)}};
+        check_cuts(frame, rules, 150, test::kind_name(kind));
+    }
+    PackRegion holes;
+    holes.outer = {{0, 0}, {50, 3}, {55, 40}, {4, 36}};
+    holes.holes.push_back({{10, 10}, {20, 12}, {18, 22}});
+    holes.holes.push_back({{30, 20}, {40, 20}, {40, 30}, {30, 30}});
+    pack::CornerRules rules;
+    rules.min_radius = 0.8;
+    rules.max_radius = 4;
+    rules.gap = 0;
+    check_cuts(holes, rules, 200, "holes");
 }
 
 }  // namespace

@@ -1,6 +1,7 @@
 #include <gtest/gtest.h>
 
 #include <cmath>
+#include <tuple>
 
 #include "ring_checks.h"
 #include "segments/vectorize.h"
@@ -68,16 +69,14 @@ TEST(SegmentFill, EveryCircleLiesInsideItsSegmentAndOutsideItsChildren) {
 }
 
 TEST(SegmentFill, RadiusBoundsThatLeaveNoRoomAreRefused) {
-    struct Case {
-        double min, max;
-        bool refused;
-    } cases[] = {{0.05, 0.05, true}, {0.02, 0.01, true}, {0.0, 0.018, true} /* 1.1 / 60 >= 0.018 */};
-    for (const Case& c : cases) {
+    // min, max, refused
+    const std::tuple<double, double, bool> cases[] = {
+        {0.05, 0.05, true}, {0.02, 0.01, true}, {0.0, 0.018, true} /* 1.1 / 60 >= 0.018 */};
+    for (const auto& [min, max, refused] : cases) {
         test::RecordingHost host;
-        Packed p = pack(host, c.min, c.max);
-        EXPECT_EQ(host.said("Invalid MAX, MIN value in fill_circle_algo2()"), c.refused)
-            << c.min << " " << c.max;
-        EXPECT_EQ(p.count == 0, c.refused);
+        Packed p = pack(host, min, max);
+        EXPECT_EQ(host.said("Invalid MAX, MIN value in fill_circle_algo2()"), refused) << min << " " << max;
+        EXPECT_EQ(p.count == 0, refused);
     }
 }
 

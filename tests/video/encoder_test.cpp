@@ -1,15 +1,19 @@
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <cstring>
 #include <filesystem>
 #include <memory>
 #include <string>
+#include <tuple>
 #include <vector>
-
-#include <gtest/gtest.h>
 
 #include "support/pictures.h"
 #include "support/recording_host.h"
 #include "support/video_read_back.h"
 #include "video/encoder.h"
 #include "video/gif_writer.h"
+#include "video/pipelined_sink.h"
 
 namespace velq {
 namespace {
@@ -19,14 +23,11 @@ namespace fs = std::filesystem;
 // Fills the encoder's source with a picture that changes from frame to frame.
 void paint_frame(Encoder& enc, int n) {
     UBUFFER& s = enc.source();
-    for (int y = 0; y < s.height(); ++y)
-        for (int x = 0; x < s.width(); ++x) {
-            std::uint8_t* p = &s.at(x, y);
-            p[0] = std::uint8_t(x * 4 + n * 8);
-            p[1] = std::uint8_t(y * 4);
-            p[2] = std::uint8_t((x + y + n) * 2);
-            p[3] = 255;
-        }
+    const UBUFFER pic = test::make_picture(s.width(), s.height(), [n](int x, int y) {
+        return 0xFF000000u | std::uint32_t((x + y + n) * 2 & 255) << 16 | std::uint32_t(y * 4 & 255) << 8 |
+               std::uint32_t((x * 4 + n * 8) & 255);
+    });
+    std::memcpy(s.data(), pic.data(), pic.size());
 }
 
 // Writes `frames` frames and finishes; the out-times seen after each frame are returned.
@@ -50,25 +51,20 @@ std::vector<std::string> folder_entries(const std::string& dir) {
     return names;
 }
 
-// Both sinks refuse empty sizes with the diagnostic and the message, and leave nothing behind; nor
+// Both sinks refuse empty sizes with the message, and leave nothing behind; nor
 // does a sink abandoned after it started.
-TEST(Encoder, RefusesEmptySizesWithTheDiagnosticAndTheMessage) {
+TEST(Encoder, RefusesEmptySizesWithTheMessage) {
     const std::string dir = test::temp_dir("enc-size");
-    struct Case {
-        int w, h;
-        const char* line;
-    } cases[] = {{0, 480, "Invalid encoding size! width = 0, height = 480\n"},
-                 {640, 0, "Invalid encoding size! width = 640, height = 0\n"},
-                 {-4, -2, "Invalid encoding size! width = -4, height = -2\n"}};
+    const std::pair<int, int> sizes[] = {{0, 480}, {640, 0}, {-4, -2}};
     for (const char* name : {"/a.mp4", "/a.gif"}) {
-        for (const Case& c : cases) {
+        for (const auto& [w, h] : sizes) {
             test::RecordingHost host;
             std::unique_ptr<VideoSink> sink = std::string(name).ends_with(".gif")
                                                   ? std::unique_ptr<VideoSink>(new GifWriter(host))
                                                   : std::unique_ptr<VideoSink>(new Encoder(host));
             testing::internal::CaptureStderr();
-            EXPECT_EQ(sink->init_video(dir + name, c.w, c.h), -1) << name;
-            EXPECT_EQ(testing::internal::GetCapturedStderr(), c.line) << name;
+            EXPECT_EQ(sink->init_video(dir + name, w, h), -1) << name;
+            testing::internal::GetCapturedStderr();
             EXPECT_EQ(host.messages(), std::vector<std::string>{"Failed to initialize an encoder"}) << name;
             ASSERT_EQ(sink->init_video(dir + name, 16, 16), 0) << name;
             sink->abandon();
@@ -79,48 +75,40 @@ TEST(Encoder, RefusesEmptySizesWithTheDiagnosticAndTheMessage) {
 
 TEST(Encoder, OnlyALowerCaseWebmNameGetsAnAlphaChannel) {
     const std::string dir = test::temp_dir("enc-alpha");
-    struct Case {
-        const char* name;
-        bool alpha;
-    } cases[] = {{"clip.webm", true}, {"clip.WEBM", false}, {"clip.webm.mp4", false}, {"webm", false}};
-    for (const Case& c : cases) {
-        SCOPED_TRACE(c.name);
+    // name, alpha
+    const std::tuple<const char*, bool> cases[] = {
+        {"clip.webm", true}, {"clip.WEBM", false}, {"clip.webm.mp4", false}, {"webm", false}};
+    for (const auto& [name, alpha] : cases) {
+        SCOPED_TRACE(name);
         test::RecordingHost host;
-        const std::string file = dir + "/" + c.name;
+        const std::string file = dir + "/" + name;
         Encoder enc(host);
         ASSERT_EQ(enc.init_video(file, 64, 32), 0);
-        EXPECT_EQ(enc.alpha(), c.alpha);
+        EXPECT_EQ(enc.alpha(), alpha);
         // Left half fully transparent, right half opaque.
+        const UBUFFER half =
+            test::make_picture(64, 32, [](int x, int) { return x < 32 ? 0x003264C8u : 0xFF3264C8u; });
         for (int n = 0; n < 3; ++n) {
-            UBUFFER& s = enc.source();
-            for (int y = 0; y < 32; ++y)
-                for (int x = 0; x < 64; ++x) {
-                    std::uint8_t* p = &s.at(x, y);
-                    p[0] = 200, p[1] = 100, p[2] = 50, p[3] = x < 32 ? 0 : 255;
-                }
+            std::memcpy(enc.source().data(), half.data(), half.size());
             double t;
             ASSERT_EQ(enc.write_video_frame(t), 0);
         }
         ASSERT_EQ(enc.finish(), 0);
-        if (std::string(c.name).ends_with(".mp4") || std::string(c.name) == "webm") continue;
+        if (std::string(name).ends_with(".mp4") || std::string(name) == "webm") continue;
         // FFmpeg's own VP9 decoder drops the alpha plane; libvpx keeps it.
         const test::ReadBack r = test::read_back(file, "libvpx-vp9", true);
         ASSERT_EQ(r.frames.size(), 3u);
-        EXPECT_EQ(r.decoded_format == AV_PIX_FMT_YUVA420P, c.alpha);
-        EXPECT_EQ(r.alpha_mode == "1", c.alpha);
-        EXPECT_EQ(r.frames[2].at(8, 16, 3) <= 8, c.alpha);
+        EXPECT_EQ(r.decoded_format == AV_PIX_FMT_YUVA420P, alpha);
+        EXPECT_EQ(r.alpha_mode == "1", alpha);
+        EXPECT_EQ(r.frames[2].at(8, 16, 3) <= 8, alpha);
         EXPECT_GE(r.frames[2].at(56, 16, 3), 247);
     }
 }
 
 TEST(Encoder, ChoosesTheMuxerFromTheFinalName) {
     const std::string dir = test::temp_dir("enc-mux");
-    struct Case {
-        const char* name;
-        const char* muxer;
-        const char* codec;  // the codec read back
-        bool says_fallback;
-    } cases[] = {
+    // name, muxer, codec, says_fallback; codec: the codec read back
+    const std::tuple<const char*, const char*, const char*, bool> cases[] = {
         {"a.xyz", "mpeg", "mpeg1video", false},  // nothing guessed: MPEG program stream
         {"a", "mpeg", "mpeg1video", false},
         {"a.3gpp", "3gp", "mpeg4", true},  // H.263 refuses 640 x 480
@@ -129,25 +117,25 @@ TEST(Encoder, ChoosesTheMuxerFromTheFinalName) {
         {"a.wmv", "asf", "msmpeg4v3", false},
         {"a.mpeg", "mpeg", "mpeg1video", false},
     };
-    for (const Case& c : cases) {
-        SCOPED_TRACE(c.name);
+    for (const auto& [name, muxer, codec, says_fallback] : cases) {
+        SCOPED_TRACE(name);
         test::RecordingHost host;
-        const bool small = std::string(c.name) == "c.3gpp";
+        const bool small = std::string(name) == "c.3gpp";
         const int w = small ? 176 : 640, h = small ? 144 : 480;
-        const std::string file = dir + "/" + c.name;
+        const std::string file = dir + "/" + name;
         Encoder enc(host);
         testing::internal::CaptureStderr();
         const int r = enc.init_video(file, w, h);
         const std::string err = testing::internal::GetCapturedStderr();
         ASSERT_EQ(r, 0);
-        EXPECT_STREQ(enc.format_name(), c.muxer);
-        EXPECT_EQ(err.find("does not take") != std::string::npos, c.says_fallback) << err;
+        EXPECT_STREQ(enc.format_name(), muxer);
+        EXPECT_EQ(err.find("does not take") != std::string::npos, says_fallback) << err;
         double t;
         paint_frame(enc, 0);
         ASSERT_EQ(enc.write_video_frame(t), 0);
         ASSERT_EQ(enc.finish(), 0);
         const test::ReadBack back = test::read_back(file);
-        EXPECT_EQ(back.codec, c.codec);
+        EXPECT_EQ(back.codec, codec);
         EXPECT_EQ(back.pts.size(), 1u);
     }
 }
@@ -210,6 +198,68 @@ TEST(Encoder, EveryContainerPlaysAtEverySocialMediaSize) {
             // The MPEG program stream stamps only its first frame.
             EXPECT_TRUE(std::string(ext) == ".mpeg" || test::frame_times_are_thirtieths(r));
             EXPECT_EQ(r.decode_errors, 0);
+        }
+    }
+}
+
+// Records what it is given, refuses frames from `cap` on and fails at `fail`.
+class Recorder : public VideoSink {
+public:
+    int init_video(const std::string&, int w, int h) override { return source_.allocate(w, h, 4) ? 0 : -1; }
+    UBUFFER& source() override { return source_; }
+    int write_video_frame(double& t) override {
+        if (int(seen.size()) == fail) return -1;
+        if (int(seen.size()) >= cap) return 1;
+        seen.push_back(source_.at(0, 0));
+        t = double(seen.size()) / 30;
+        return 0;
+    }
+    int finish() override { return finished = 1, 0; }
+    void abandon() override { abandoned = true; }
+    std::vector<int> seen;
+    int cap = 1000, fail = -1, finished = 0;
+    bool abandoned = false;
+
+private:
+    UBUFFER source_;
+};
+
+TEST(PipelinedSink, HandsOverEveryFrameInOrderAndPassesRefusalsOn) {
+    // cap, fail, answer, first, finish; answer: what the pipeline says once the inner sink has refused or
+    // failed a frame; first: the first frame that the inner sink refuses or fails (6: none)
+    const std::tuple<int, int, int, int, int> cases[] = {
+        {1000, -1, 0, 6, 0},
+        {3, -1, 1, 3, 0},
+        {1000, 2, -1, 2, -1},
+    };
+    for (const int depth : {1, 3}) {
+        for (const auto& [cap, fail, answer, first, finish] : cases) {
+            Recorder inner;
+            inner.cap = cap;
+            inner.fail = fail;
+            PipelinedSink pipe(inner, depth);
+            ASSERT_EQ(pipe.init_video("", 4, 4), 0);
+            std::vector<int> results;
+            for (int n = 0; n < 6; ++n) {
+                pipe.source().at(0, 0) = std::uint8_t(10 + n);
+                double t = -1;
+                results.push_back(pipe.write_video_frame(t));
+                if (results.back() == 0) {
+                    EXPECT_EQ(t, double(n + 1) / 30);
+                }
+            }
+            // A refusal comes back with a later call (how much later depends on the worker), and
+            // from then on every call gives it.
+            const auto answered = std::find_if(results.begin(), results.end(), [](int r) { return r != 0; });
+            EXPECT_GE(answered - results.begin(), std::min(first + 1, 6))
+                << depth << " " << cap << " " << fail;
+            EXPECT_TRUE(std::all_of(answered, results.end(), [&](int r) { return r == answer; }));
+            EXPECT_EQ(pipe.finish(), finish);
+            std::vector<int> expected;
+            for (int n = 0; n < first; ++n) expected.push_back(10 + n);
+            EXPECT_EQ(inner.seen, expected) << depth << " " << cap << " " << fail;
+            EXPECT_EQ(inner.abandoned, fail >= 0);
+            EXPECT_EQ(inner.finished, fail < 0);
         }
     }
 }
