@@ -1,0 +1,73 @@
+// Broken glass: the picture behind a shattered pane. Straight radial cracks leave an impact point,
+// broken ring cracks run as straight chords between neighbouring rays (some missing, so shards
+// merge), every shard is shifted and turned a little and made a little brighter or darker, and the
+// cracks are drawn as thin bevels: dark on the side that faces down-right, lit on the other.
+#pragma once
+
+#include <cstdint>
+#include <vector>
+
+#include "host/progress.h"
+#include "host/random.h"
+#include "image/buffer.h"
+
+namespace velq {
+
+struct BrokenGlassParams {
+    double impact_x = 0, impact_y = 0;  // impact point as fractions of the picture; 0 = from the seed
+    double motion = 1;                  // scale of every shard's shift and turn; 0 keeps shards still
+    double gain = 0.12;                 // largest brightness change of a shard
+    int crack_width = -1;               // bevel width per side in pixels; -1 from the size, 0 none
+};
+
+// The pane's geometry and each shard's motion, worked out once from the picture size and the seed.
+class Shatter {
+public:
+    Shatter(int width, int height, const BrokenGlassParams& params, std::uint32_t seed);
+
+    // Read-only map from output position to shard: the source position and gain of shard `id`.
+    struct Motion {
+        double m00 = 1, m01 = 0, m10 = 0, m11 = 1, tx = 0, ty = 0;  // source = M * q + t
+        float gain = 1;
+    };
+
+    // Shard of the pixel centred at (x, y); 0 is the crushed spot at the impact.
+    int shard_at(double x, double y) const;
+    const Motion& motion(int shard) const { return motions_[std::size_t(shard)]; }
+    int shard_count() const { return int(motions_.size()); }
+    int ray_count() const { return int(rays_.size()); }
+    double impact_x() const { return cx_; }
+    double impact_y() const { return cy_; }
+    double crater_radius() const { return crater_; }
+    int crack_width() const { return crack_width_; }
+
+    // The sector that holds direction (dx, dy) from the impact, searched from sector `hint` on.
+    int sector_of(double dx, double dy, int hint) const;
+    // The shard of a point at (dx, dy) from the impact that lies in `sector`.
+    int shard_in(int sector, double dx, double dy) const;
+
+private:
+    struct Ray {
+        double dx, dy;
+    };
+    struct Chord {
+        double nx, ny, t;  // beyond the chord when nx * dx + ny * dy > t
+        int band;          // the shard band that starts beyond it
+    };
+    double cx_ = 0, cy_ = 0, crater_ = 0;
+    int crack_width_ = 0, bands_ = 0;
+    std::vector<Ray> rays_;
+    std::vector<std::vector<Chord>> chords_;  // per sector, inner to outer
+    std::vector<Motion> motions_;
+};
+
+// Writes the broken-glass view of `src` into `dst` (both BGRA, same size) and the shard of every
+// pixel into `labels`, rows cut into `blocks` parallel pieces per band. False when stopped.
+bool broken_glass_warp(Progress& progress, const UBUFFER& src, UBUFFER& dst, IBUFFER& labels,
+                       const Shatter& shatter, int blocks);
+
+// The filter: returns 0, or -1 when stopped or out of memory (the picture is then unchanged).
+int broken_glass_filter(Progress& progress, UBUFFER& picture, const BrokenGlassParams& params,
+                        const SeedSource& seeds);
+
+}  // namespace velq

@@ -1,0 +1,70 @@
+// What the two refraction filters (Prism, Broken glass) share: per-piece random numbers that depend
+// only on the run's seed and the piece, bilinear reads with mirrored borders, and the row loop that
+// reports progress, polls Stop and splits rows over the cores without changing a byte.
+#pragma once
+
+#include <cmath>
+#include <cstdint>
+#include <functional>
+
+#include "host/progress.h"
+#include "image/buffer.h"
+
+namespace velq {
+
+// A well-mixed 64-bit value for piece `id` of a run seeded with `seed`; no order of evaluation
+// can change it, so threads may draw in any order.
+std::uint64_t piece_hash(std::uint64_t seed, std::uint64_t id);
+// Draw number `n` of a piece, uniform in [0, 1).
+double piece_unit(std::uint64_t hash, int n);
+// The same in [-1, 1).
+inline double piece_signed(std::uint64_t hash, int n) {
+    return 2.0 * piece_unit(hash, n) - 1.0;
+}
+
+// Index i mirrored into [0, n) the way "fedcba|abcdef|fedcba" repeats a row.
+inline int mirror_index(int i, int n) {
+    if (n == 1) return 0;
+    const int period = 2 * n;
+    i %= period;
+    if (i < 0) i += period;
+    return i < n ? i : period - 1 - i;
+}
+
+// Where one bilinear read of a picture starts and how its four samples weigh, for a read at
+// (x + dx, y + dy) where (dx, dy) stays the same over many pixels.
+struct BilinearStep {
+    int ix = 0, iy = 0;                        // whole-pixel part of the offset
+    float w00 = 1, w10 = 0, w01 = 0, w11 = 0;  // weights of (0,0) (1,0) (0,1) (1,1)
+    static BilinearStep of(double dx, double dy);
+};
+
+// Channel c of `src` read bilinearly at (x + step.ix + fraction, y + ...), borders mirrored.
+inline float read_channel(const UBUFFER& src, int x, int y, const BilinearStep& s, int c) {
+    const int w = src.width(), h = src.height();
+    int x0 = x + s.ix, y0 = y + s.iy, x1 = x0 + 1, y1 = y0 + 1;
+    if (x0 < 0 || y0 < 0 || x1 >= w || y1 >= h) {
+        x0 = mirror_index(x0, w), x1 = mirror_index(x1, w);
+        y0 = mirror_index(y0, h), y1 = mirror_index(y1, h);
+    }
+    const std::uint8_t* r0 = src.row(y0);
+    const std::uint8_t* r1 = src.row(y1);
+    return s.w00 * r0[x0 * 4 + c] + s.w10 * r0[x1 * 4 + c] + s.w01 * r1[x0 * 4 + c] + s.w11 * r1[x1 * 4 + c];
+}
+
+// All four channels of `src` read bilinearly at the real position (sx, sy), borders mirrored.
+void read_pixel(const UBUFFER& src, double sx, double sy, float out[4]);
+
+// A sample value times a gain, rounded to the nearest byte.
+inline std::uint8_t to_byte(float v) {
+    v += 0.5f;
+    return v <= 0.f ? 0 : v >= 255.f ? 255 : std::uint8_t(v);
+}
+
+// Calls rows(y0, y1) over [0, height) in bands of rows, each band cut into `blocks` pieces that run
+// in parallel, with a progress report and a Stop check per band. False when Stop cut it short. A
+// filter of several passes numbers them (pass of passes) so that the bar runs once from 0 to 100.
+bool run_row_bands(Progress& progress, int height, int blocks, const std::function<void(int, int)>& rows,
+                   int pass = 0, int passes = 1);
+
+}  // namespace velq
