@@ -41,7 +41,10 @@ PrismLayout prism_layout(int width, int height, double max_size, std::uint32_t s
     const double d = 2 * max_size * l;
     PrismLayout p;
     p.side = std::clamp(4 * d, 24.0, std::max(24.0, l / 3));
-    p.angle = piece_unit(piece_hash(seed, 0xA4C1E), 0) * std::numbers::pi / 3;
+    const std::uint64_t h = piece_hash(seed, 0xA4C1E);
+    p.angle = piece_unit(h, 0) * std::numbers::pi / 3;
+    p.shift_u = piece_unit(h, 1) * p.side;
+    p.shift_v = piece_unit(h, 2) * p.side;
     p.offset = 0.6 * d;
     p.spread = 0.12 * d;
     p.shade = 0.10;
@@ -53,16 +56,18 @@ namespace {
 
 // The lattice's turn and cell sizes, worked out once per run.
 struct Lattice {
-    double cos_a, sin_a, inv_side, inv_height;
+    double cos_a, sin_a, inv_side, inv_height, shift_u, shift_v;
     explicit Lattice(const PrismLayout& l)
         : cos_a(std::cos(l.angle)),
           sin_a(std::sin(l.angle)),
           inv_side(1 / l.side),
-          inv_height(2 / (l.side * kSqrt3)) {}
+          inv_height(2 / (l.side * kSqrt3)),
+          shift_u(l.shift_u),
+          shift_v(l.shift_v) {}
 
     // Rows of triangles along u; odd rows shifted half a side so that the edges meet.
     FacetPlace place(double x, double y) const {
-        const double u = x * cos_a + y * sin_a, v = -x * sin_a + y * cos_a;
+        const double u = x * cos_a + y * sin_a + shift_u, v = -x * sin_a + y * cos_a + shift_v;
         const double rv = std::floor(v * inv_height);
         const double fy = v * inv_height - rv;
         const std::int64_t row = std::int64_t(rv);

@@ -13,11 +13,12 @@
 namespace velq {
 
 struct PrismLayout {
-    double side = 24;   // facet side in pixels
-    double angle = 0;   // turn of the lattice, radians
-    double offset = 0;  // largest displacement of a facet's picture along each axis, pixels
-    double spread = 0;  // distance between neighbouring channels' reads, pixels
-    double shade = 0;   // gain from base (1 - shade/2) to apex (1 + shade/2)
+    double side = 24;                 // facet side in pixels
+    double angle = 0;                 // turn of the lattice, radians
+    double offset = 0;                // largest displacement of a facet's picture along each axis, pixels
+    double spread = 0;                // distance between neighbouring channels' reads, pixels
+    double shade = 0;                 // gain from base (1 - shade/2) to apex (1 + shade/2)
+    double shift_u = 0, shift_v = 0;  // where the lattice starts, along and across its rows
     std::uint32_t seed = 0;
 };
 

@@ -32,8 +32,7 @@ BilinearStep BilinearStep::of(double dx, double dy) {
     BilinearStep s;
     const double fx = std::floor(dx), fy = std::floor(dy);
     s.ix = int(fx), s.iy = int(fy);
-    const float ax = float(dx - fx), ay = float(dy - fy);
-    s.w00 = (1 - ax) * (1 - ay), s.w10 = ax * (1 - ay), s.w01 = (1 - ax) * ay, s.w11 = ax * ay;
+    s.ax = float(dx - fx), s.ay = float(dy - fy);
     return s;
 }
 
@@ -50,8 +49,7 @@ void read_pixel(const UBUFFER& src, double sx, double sy, float out[4]) {
     const std::uint8_t* b = src.row(y0) + x1 * 4;
     const std::uint8_t* c = src.row(y1) + x0 * 4;
     const std::uint8_t* d = src.row(y1) + x1 * 4;
-    const float w00 = (1 - ax) * (1 - ay), w10 = ax * (1 - ay), w01 = (1 - ax) * ay, w11 = ax * ay;
-    for (int k = 0; k < 4; ++k) out[k] = w00 * a[k] + w10 * b[k] + w01 * c[k] + w11 * d[k];
+    for (int k = 0; k < 4; ++k) out[k] = blend(a[k], b[k], c[k], d[k], ax, ay);
 }
 
 bool run_row_bands(Progress& progress, int height, int blocks, const std::function<void(int, int)>& rows,

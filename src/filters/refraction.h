@@ -31,11 +31,18 @@ inline int mirror_index(int i, int n) {
     return i < n ? i : period - 1 - i;
 }
 
-// Where one bilinear read of a picture starts and how its four samples weigh, for a read at
+// Bilinear blend of four samples as two steps between neighbours, so that equal samples (and a
+// whole-pixel read) give back the sample exactly.
+inline float blend(float a, float b, float c, float d, float ax, float ay) {
+    const float top = a + ax * (b - a), bottom = c + ax * (d - c);
+    return top + ay * (bottom - top);
+}
+
+// Where one bilinear read of a picture starts and how far between pixels it lies, for a read at
 // (x + dx, y + dy) where (dx, dy) stays the same over many pixels.
 struct BilinearStep {
-    int ix = 0, iy = 0;                        // whole-pixel part of the offset
-    float w00 = 1, w10 = 0, w01 = 0, w11 = 0;  // weights of (0,0) (1,0) (0,1) (1,1)
+    int ix = 0, iy = 0;    // whole-pixel part of the offset
+    float ax = 0, ay = 0;  // fractional part
     static BilinearStep of(double dx, double dy);
 };
 
@@ -49,7 +56,7 @@ inline float read_channel(const UBUFFER& src, int x, int y, const BilinearStep& 
     }
     const std::uint8_t* r0 = src.row(y0);
     const std::uint8_t* r1 = src.row(y1);
-    return s.w00 * r0[x0 * 4 + c] + s.w10 * r0[x1 * 4 + c] + s.w01 * r1[x0 * 4 + c] + s.w11 * r1[x1 * 4 + c];
+    return blend(r0[x0 * 4 + c], r0[x1 * 4 + c], r1[x0 * 4 + c], r1[x1 * 4 + c], s.ax, s.ay);
 }
 
 // All four channels of `src` read bilinearly at the real position (sx, sy), borders mirrored.
