@@ -88,58 +88,80 @@ Shatter::Shatter(int width, int height, const BrokenGlassParams& p, std::uint32_
             m.m00 = c, m.m01 = sn, m.m10 = -sn, m.m11 = c;
             m.tx = mx - (c * (mx + tx) + sn * (my + ty));
             m.ty = my - (-sn * (mx + tx) + c * (my + ty));
-            m.gain = float(1 + p.gain * piece_signed(h, 3));
+            m.gain = int(std::lround(256 * (1 + p.gain * piece_signed(h, 3))));
         }
     }
     motions_ = std::move(motions);
 }
 
-int Shatter::sector_of(double dx, double dy, int hint) const {
+Shatter::Place Shatter::locate(double dx, double dy, int hint) const {
+    Place place;
+    if (dx * dx + dy * dy < crater_ * crater_) return {0, 0, -1};
     const int k = int(rays_.size());
     for (int t = 0; t < k; ++t) {
         const int s = (hint + t) % k, e = (s + 1) % k;
-        if (cross(rays_[s].dx, rays_[s].dy, dx, dy) >= 0 && cross(rays_[e].dx, rays_[e].dy, dx, dy) < 0)
-            return s;
+        if (cross(rays_[s].dx, rays_[s].dy, dx, dy) >= 0 && cross(rays_[e].dx, rays_[e].dy, dx, dy) < 0) {
+            place.sector = s;
+            break;
+        }
     }
-    return 0;
-}
-
-int Shatter::shard_in(int sector, double dx, double dy) const {
-    if (dx * dx + dy * dy < crater_ * crater_) return 0;
+    // Chords are nested: the shard starts beyond the last one the point lies beyond.
+    const std::vector<Chord>& chords = chords_[std::size_t(place.sector)];
     int band = 0;
-    for (const Chord& c : chords_[std::size_t(sector)]) {
-        if (c.nx * dx + c.ny * dy <= c.t) break;
-        band = c.band;
-    }
-    return 1 + sector * bands_ + band;
+    for (int i = 0; i < int(chords.size()) && chords[i].nx * dx + chords[i].ny * dy > chords[i].t; ++i)
+        place.chord = i, band = chords[i].band;
+    place.shard = 1 + place.sector * bands_ + band;
+    return place;
 }
 
-int Shatter::shard_at(double x, double y) const {
-    const double dx = x - cx_, dy = y - cy_;
-    return shard_in(sector_of(dx, dy, 0), dx, dy);
+bool Shatter::holds(const Place& place, double dx, double dy) const {
+    const bool crushed = dx * dx + dy * dy < crater_ * crater_;
+    if (place.shard == 0 || crushed) return place.shard == 0 && crushed;
+    const int k = int(rays_.size()), s = place.sector, e = (s + 1) % k;
+    if (cross(rays_[s].dx, rays_[s].dy, dx, dy) < 0 || cross(rays_[e].dx, rays_[e].dy, dx, dy) >= 0)
+        return false;
+    const std::vector<Chord>& chords = chords_[std::size_t(s)];
+    if (place.chord >= 0) {
+        const Chord& c = chords[std::size_t(place.chord)];
+        if (c.nx * dx + c.ny * dy <= c.t) return false;
+    }
+    if (place.chord + 1 < int(chords.size())) {
+        const Chord& c = chords[std::size_t(place.chord + 1)];
+        if (c.nx * dx + c.ny * dy > c.t) return false;
+    }
+    return true;
 }
 
 namespace {
 
 // The bevels: a pixel with another shard within `w` to its right or below is on the dark side, one
 // with another shard within `w` to its left or above on the lit side (lit wins where both hold).
+// Each comparison runs as a straight loop over a row, marking a side mask per pixel.
 void draw_cracks(const IBUFFER& labels, UBUFFER& dst, int w, int y0, int y1) {
+    constexpr std::uint8_t kLit = 1, kDark = 2;
     const int width = labels.width(), height = labels.height();
+    std::vector<std::uint8_t> side(static_cast<std::size_t>(width));
     for (int y = y0; y < y1; ++y) {
         const std::uint32_t* row = labels.row(y);
-        std::uint8_t* out = dst.row(y);
-        for (int x = 0; x < width; ++x) {
-            const std::uint32_t id = row[x];
-            bool lit = false, dark = false;
-            for (int d = 1; d <= w && !lit; ++d) {
-                lit = (x - d >= 0 && row[x - d] != id) || (y - d >= 0 && labels.at(x, y - d) != id);
-                dark = dark || (x + d < width && row[x + d] != id) ||
-                       (y + d < height && labels.at(x, y + d) != id);
+        std::fill(side.begin(), side.end(), 0);
+        std::uint8_t* mark = side.data();
+        for (int d = 1; d <= w; ++d) {
+            if (y - d >= 0) {
+                const std::uint32_t* up = labels.row(y - d);
+                for (int x = 0; x < width; ++x) mark[x] |= row[x] != up[x] ? kLit : 0;
             }
-            std::uint8_t* p = out + std::size_t(x) * 4;
-            if (lit) {
+            if (y + d < height) {
+                const std::uint32_t* down = labels.row(y + d);
+                for (int x = 0; x < width; ++x) mark[x] |= row[x] != down[x] ? kDark : 0;
+            }
+            for (int x = d; x < width; ++x) mark[x] |= row[x] != row[x - d] ? kLit : 0;
+            for (int x = 0; x + d < width; ++x) mark[x] |= row[x] != row[x + d] ? kDark : 0;
+        }
+        std::uint8_t* p = dst.row(y);
+        for (int x = 0; x < width; ++x, p += 4) {
+            if (mark[x] & kLit) {
                 for (int c = 0; c < 3; ++c) p[c] = std::uint8_t(p[c] + (255 - p[c]) * 55 / 100);
-            } else if (dark) {
+            } else if (mark[x] & kDark) {
                 for (int c = 0; c < 3; ++c) p[c] = std::uint8_t(p[c] / 2);
             }
         }
@@ -159,17 +181,22 @@ bool broken_glass_warp(Progress& progress, const UBUFFER& src, UBUFFER& dst, IBU
                 std::uint8_t* out = dst.row(y);
                 std::uint32_t* label = labels.row(y);
                 const double dy = y - shatter.impact_y();
-                int sector = 0;
+                Shatter::Place place;
+                const Shatter::Motion* m = nullptr;
+                double row_x = 0, row_y = 0;  // the shard's source position for x = 0 on this row
                 for (int x = 0; x < w; ++x, out += 4) {
                     const double dx = x - shatter.impact_x();
-                    sector = shatter.sector_of(dx, dy, sector);
-                    const int id = shatter.shard_in(sector, dx, dy);
-                    label[x] = std::uint32_t(id);
-                    const Shatter::Motion& m = shatter.motion(id);
-                    float v[4];
-                    read_pixel(src, m.m00 * x + m.m01 * y + m.tx, m.m10 * x + m.m11 * y + m.ty, v);
-                    for (int c = 0; c < 3; ++c) out[c] = to_byte(v[c] * m.gain);
-                    out[3] = to_byte(v[3]);
+                    if (!m || !shatter.holds(place, dx, dy)) {
+                        place = shatter.locate(dx, dy, place.sector);
+                        m = &shatter.motion(place.shard);
+                        row_x = m->m01 * y + m->tx, row_y = m->m11 * y + m->ty;
+                    }
+                    label[x] = std::uint32_t(place.shard);
+                    const std::uint32_t v = read_pixel(src, m->m00 * x + row_x, m->m10 * x + row_y);
+                    std::memcpy(out, &v, 4);
+                    if (m->gain != 256)
+                        for (int c = 0; c < 3; ++c)
+                            out[c] = std::uint8_t(std::min(255, (out[c] * m->gain + 128) >> 8));
                 }
             }
         },

@@ -28,11 +28,18 @@ public:
     // Read-only map from output position to shard: the source position and gain of shard `id`.
     struct Motion {
         double m00 = 1, m01 = 0, m10 = 0, m11 = 1, tx = 0, ty = 0;  // source = M * q + t
-        float gain = 1;
+        int gain = 256;                                             // brightness in 1/256
     };
 
-    // Shard of the pixel centred at (x, y); 0 is the crushed spot at the impact.
-    int shard_at(double x, double y) const;
+    // Where a point lies: its shard (0 is the crushed spot at the impact), sector and inner chord.
+    struct Place {
+        int shard = -1, sector = 0, chord = -1;  // chord: index in the sector's list, -1 for none
+    };
+    // The place of the point (dx, dy) from the impact; the sector search starts at `hint`.
+    Place locate(double dx, double dy, int hint = 0) const;
+    // True when (dx, dy) lies in the shard of `place`: the crushed spot, two rays and two chords are
+    // all it takes, so runs of pixels in one shard cost little.
+    bool holds(const Place& place, double dx, double dy) const;
     const Motion& motion(int shard) const { return motions_[std::size_t(shard)]; }
     int shard_count() const { return int(motions_.size()); }
     int ray_count() const { return int(rays_.size()); }
@@ -40,11 +47,6 @@ public:
     double impact_y() const { return cy_; }
     double crater_radius() const { return crater_; }
     int crack_width() const { return crack_width_; }
-
-    // The sector that holds direction (dx, dy) from the impact, searched from sector `hint` on.
-    int sector_of(double dx, double dy, int hint) const;
-    // The shard of a point at (dx, dy) from the impact that lies in `sector`.
-    int shard_in(int sector, double dx, double dy) const;
 
 private:
     struct Ray {

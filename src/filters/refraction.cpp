@@ -1,6 +1,7 @@
 #include "filters/refraction.h"
 
 #include <algorithm>
+#include <cstring>
 
 #include "host/parallel.h"
 
@@ -34,22 +35,6 @@ BilinearStep BilinearStep::of(double dx, double dy) {
     s.ix = int(fx), s.iy = int(fy);
     s.ax = float(dx - fx), s.ay = float(dy - fy);
     return s;
-}
-
-void read_pixel(const UBUFFER& src, double sx, double sy, float out[4]) {
-    const int w = src.width(), h = src.height();
-    const double fx = std::floor(sx), fy = std::floor(sy);
-    const float ax = float(sx - fx), ay = float(sy - fy);
-    int x0 = int(fx), y0 = int(fy), x1 = x0 + 1, y1 = y0 + 1;
-    if (x0 < 0 || y0 < 0 || x1 >= w || y1 >= h) {
-        x0 = mirror_index(x0, w), x1 = mirror_index(x1, w);
-        y0 = mirror_index(y0, h), y1 = mirror_index(y1, h);
-    }
-    const std::uint8_t* a = src.row(y0) + x0 * 4;
-    const std::uint8_t* b = src.row(y0) + x1 * 4;
-    const std::uint8_t* c = src.row(y1) + x0 * 4;
-    const std::uint8_t* d = src.row(y1) + x1 * 4;
-    for (int k = 0; k < 4; ++k) out[k] = blend(a[k], b[k], c[k], d[k], ax, ay);
 }
 
 bool run_row_bands(Progress& progress, int height, int blocks, const std::function<void(int, int)>& rows,

@@ -5,6 +5,7 @@
 
 #include <cmath>
 #include <cstdint>
+#include <cstring>
 #include <functional>
 
 #include "host/progress.h"
@@ -59,8 +60,40 @@ inline float read_channel(const UBUFFER& src, int x, int y, const BilinearStep& 
     return blend(r0[x0 * 4 + c], r0[x1 * 4 + c], r1[x0 * 4 + c], r1[x1 * 4 + c], s.ax, s.ay);
 }
 
-// All four channels of `src` read bilinearly at the real position (sx, sy), borders mirrored.
-void read_pixel(const UBUFFER& src, double sx, double sy, float out[4]);
+// Two packed BGRA pixels blended with weight f / 256 on `b`, rounded; two channels per step
+// (each 16-bit lane holds at most 255 * 256 + 128, so no lane spills into the next).
+inline std::uint32_t blend_packed(std::uint32_t a, std::uint32_t b, std::uint32_t f) {
+    const std::uint32_t g = 256 - f;
+    const std::uint32_t rb =
+        (((a & 0x00FF00FFu) * g + (b & 0x00FF00FFu) * f + 0x00800080u) >> 8) & 0x00FF00FFu;
+    const std::uint32_t ga =
+        (((a >> 8) & 0x00FF00FFu) * g + ((b >> 8) & 0x00FF00FFu) * f + 0x00800080u) & 0xFF00FF00u;
+    return rb | ga;
+}
+
+// The whole BGRA pixel of `src` read bilinearly at (sx, sy) to 1/256 of a pixel, borders mirrored,
+// packed as it lies in memory. A whole-pixel position gives the pixel exactly.
+inline std::uint32_t read_pixel(const UBUFFER& src, double sx, double sy) {
+    // In 1/256 pixel, shifted so that truncation floors for any position a picture can need.
+    constexpr std::int64_t kBias = std::int64_t(1) << 40;
+    const std::int64_t fx = std::int64_t(sx * 256 + double(kBias)) - kBias;
+    const std::int64_t fy = std::int64_t(sy * 256 + double(kBias)) - kBias;
+    const int w = src.width(), h = src.height();
+    int x0 = int(fx >> 8), y0 = int(fy >> 8), x1 = x0 + 1, y1 = y0 + 1;
+    if (x0 < 0 || y0 < 0 || x1 >= w || y1 >= h) {
+        x0 = mirror_index(x0, w), x1 = mirror_index(x1, w);
+        y0 = mirror_index(y0, h), y1 = mirror_index(y1, h);
+    }
+    const auto at = [&](int x, int y) {
+        std::uint32_t p;
+        std::memcpy(&p, src.row(y) + std::size_t(x) * 4, 4);
+        return p;
+    };
+    const std::uint32_t ax = std::uint32_t(fx & 255), ay = std::uint32_t(fy & 255);
+    const std::uint32_t top = blend_packed(at(x0, y0), at(x1, y0), ax);
+    if (ay == 0) return top;
+    return blend_packed(top, blend_packed(at(x0, y1), at(x1, y1), ax), ay);
+}
 
 // A sample value times a gain, rounded to the nearest byte.
 inline std::uint8_t to_byte(float v) {
