@@ -134,8 +134,9 @@ TEST(Prism, ChannelsSeparateAlongTheFacetAxis) {
 }
 
 // Every facet well inside the picture covers the area of an equilateral triangle of the layout's side
-// in one piece (a 60-degree tip may hang on by a corner), whatever the turn of the lattice: on average within
-// 1 %, each within 3 % (an edge along the pixel rows gains or loses up to a row).
+// in one piece (a 60-degree tip may hang on by a corner), whatever the turn of the lattice: on average
+// within 1 %, each within 3 % (an edge along the pixel rows gains or loses up to a row). Rows of
+// triangles meet corner to corner, so six facets meet at a corner.
 TEST(Prism, FacetsTileThePictureInEqualTriangles) {
     const int w = 500, h = 400;
     for (double angle : {0.0, 0.4, 1.0}) {
@@ -165,6 +166,15 @@ TEST(Prism, FacetsTileThePictureInEqualTriangles) {
         }
         EXPECT_GT(inner, 30);
         EXPECT_NEAR(total / inner, triangle, 0.01 * triangle);
+        std::size_t most = 0;
+        for (int y = 2; y < h - 2; ++y)
+            for (int x = 2; x < w - 2; ++x) {
+                std::set<std::uint32_t> around;
+                for (int dy = -2; dy <= 2; ++dy)
+                    for (int dx = -2; dx <= 2; ++dx) around.insert(labels.at(x + dx, y + dy));
+                most = std::max(most, around.size());
+            }
+        EXPECT_EQ(most, 6u);
         for (const auto& [id, n] : pieces_per_label(labels, true)) EXPECT_EQ(n, 1) << id;
     }
 }
@@ -201,6 +211,35 @@ TEST(BrokenGlass, ShardsAreConnectedAndMeetAtTheImpact) {
                     near.insert(labels.at(x, y));
         if (c.fx == 0) EXPECT_GE(near.size(), std::size_t(shatter.ray_count()) + 1);
     }
+}
+
+// On still, unshaded glass over flat grey only the cracks show: pixels with another shard within
+// the crack width to their left or above are lit 55 % towards white, the rest with one to their
+// right or below are halved, all others keep their grey; alpha never changes.
+TEST(BrokenGlass, CracksAreBevelsLitFromTheUpperLeft) {
+    const int w = 160, h = 120, width = 2;
+    BrokenGlassParams p;
+    p.motion = 0, p.gain = 0, p.crack_width = width;
+    IBUFFER labels;
+    const UBUFFER out = run_glass(test::flat_picture(w, h, 0x80646464u), Shatter(w, h, p, 3), &labels);
+    const auto other_within = [&](int x, int y, int sx, int sy) {
+        for (int d = 1; d <= width; ++d)
+            if (labels.inside(x + sx * d, y + sy * d) && labels.at(x + sx * d, y + sy * d) != labels.at(x, y))
+                return true;
+        return false;
+    };
+    int lit = 0, dark = 0;
+    for (int y = 0; y < h; ++y)
+        for (int x = 0; x < w; ++x) {
+            const bool upper_left = other_within(x, y, -1, 0) || other_within(x, y, 0, -1);
+            const bool lower_right = other_within(x, y, 1, 0) || other_within(x, y, 0, 1);
+            const int want = upper_left ? 100 + 155 * 55 / 100 : lower_right ? 50 : 100;
+            lit += upper_left, dark += !upper_left && lower_right;
+            for (int c = 0; c < 3; ++c) ASSERT_EQ(out.at(x, y, c), want) << x << "," << y;
+            ASSERT_EQ(out.at(x, y, 3), 0x80);
+        }
+    EXPECT_GT(lit, 500);
+    EXPECT_GT(dark, 500);
 }
 
 // On a picture whose red and green are the pixel's own x and y, each shard's decoded source
@@ -258,8 +297,16 @@ TEST(BrokenGlass, EachShardMovesRigidly) {
     }
 }
 
+// Presses Stop once the first band of rows is done.
+struct StopAfterFirstBand : test::RecordingHost {
+    void percent(int p) override {
+        RecordingHost::percent(p);
+        if (p > 0) stop = true;
+    }
+};
+
 // Both filters through the dispatcher: one seed repeats the bytes, another changes them, any split of
-// the rows gives the same bytes, the title names the filter, and Stop leaves the picture untouched.
+// the rows gives the same bytes, the title names the filter, and Stop halfway leaves the picture untouched.
 TEST(Refraction, SeededThreadFreeAndStoppable) {
     const UBUFFER in = test::noise_picture(150, 110, 9, false);
     FilterParams params;
@@ -286,8 +333,7 @@ TEST(Refraction, SeededThreadFreeAndStoppable) {
                                   : run_glass(in, Shatter(150, 110, {}, 31), nullptr, blocks);
             EXPECT_TRUE(same_bytes(a, b)) << blocks << " blocks";
         }
-        test::RecordingHost host;
-        host.stop = true;
+        StopAfterFirstBand host;
         UBUFFER p = in.clone();
         EXPECT_EQ(apply_filter(host, kind, p, params, SeedSource{}), -1);
         EXPECT_TRUE(same_bytes(p, in));
