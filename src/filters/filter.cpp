@@ -1,7 +1,5 @@
 #include "filters/filter.h"
 
-#include <string>
-
 #include "filters/broken_glass.h"
 #include "filters/k_mean.h"
 #include "filters/local_contrast.h"
