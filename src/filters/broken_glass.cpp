@@ -114,24 +114,6 @@ Shatter::Place Shatter::locate(double dx, double dy, int hint) const {
     return place;
 }
 
-bool Shatter::holds(const Place& place, double dx, double dy) const {
-    const bool crushed = dx * dx + dy * dy < crater_ * crater_;
-    if (place.shard == 0 || crushed) return place.shard == 0 && crushed;
-    const int k = int(rays_.size()), s = place.sector, e = (s + 1) % k;
-    if (cross(rays_[s].dx, rays_[s].dy, dx, dy) < 0 || cross(rays_[e].dx, rays_[e].dy, dx, dy) >= 0)
-        return false;
-    const std::vector<Chord>& chords = chords_[std::size_t(s)];
-    if (place.chord >= 0) {
-        const Chord& c = chords[std::size_t(place.chord)];
-        if (c.nx * dx + c.ny * dy <= c.t) return false;
-    }
-    if (place.chord + 1 < int(chords.size())) {
-        const Chord& c = chords[std::size_t(place.chord + 1)];
-        if (c.nx * dx + c.ny * dy > c.t) return false;
-    }
-    return true;
-}
-
 namespace {
 
 // The bevels: a pixel with another shard within `w` to its right or below is on the dark side, one
@@ -183,16 +165,18 @@ bool broken_glass_warp(Progress& progress, const UBUFFER& src, UBUFFER& dst, IBU
                 const double dy = y - shatter.impact_y();
                 Shatter::Place place;
                 const Shatter::Motion* m = nullptr;
-                double row_x = 0, row_y = 0;  // the shard's source position for x = 0 on this row
-                for (int x = 0; x < w; ++x, out += 4) {
+                std::int64_t sx = 0, sy = 0, step_x = 0, step_y = 0;  // source position and its step
+                for (int x = 0; x < w; ++x, out += 4, sx += step_x, sy += step_y) {
                     const double dx = x - shatter.impact_x();
                     if (!m || !shatter.holds(place, dx, dy)) {
                         place = shatter.locate(dx, dy, place.sector);
                         m = &shatter.motion(place.shard);
-                        row_x = m->m01 * y + m->tx, row_y = m->m11 * y + m->ty;
+                        sx = to_fixed(m->m00 * x + m->m01 * y + m->tx);
+                        sy = to_fixed(m->m10 * x + m->m11 * y + m->ty);
+                        step_x = to_fixed(m->m00), step_y = to_fixed(m->m10);
                     }
                     label[x] = std::uint32_t(place.shard);
-                    const std::uint32_t v = read_pixel(src, m->m00 * x + row_x, m->m10 * x + row_y);
+                    const std::uint32_t v = read_pixel(src, sx, sy);
                     std::memcpy(out, &v, 4);
                     if (m->gain != 256)
                         for (int c = 0; c < 3; ++c)

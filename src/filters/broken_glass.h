@@ -63,6 +63,24 @@ private:
     std::vector<Motion> motions_;
 };
 
+// Inline: it runs for every pixel.
+inline bool Shatter::holds(const Place& place, double dx, double dy) const {
+    const bool crushed = dx * dx + dy * dy < crater_ * crater_;
+    if (place.shard == 0 || crushed) return place.shard == 0 && crushed;
+    const int k = int(rays_.size()), s = place.sector, e = (s + 1) % k;
+    if (rays_[s].dx * dy - rays_[s].dy * dx < 0 || rays_[e].dx * dy - rays_[e].dy * dx >= 0) return false;
+    const std::vector<Chord>& chords = chords_[std::size_t(s)];
+    if (place.chord >= 0) {
+        const Chord& c = chords[std::size_t(place.chord)];
+        if (c.nx * dx + c.ny * dy <= c.t) return false;
+    }
+    if (place.chord + 1 < int(chords.size())) {
+        const Chord& c = chords[std::size_t(place.chord + 1)];
+        if (c.nx * dx + c.ny * dy > c.t) return false;
+    }
+    return true;
+}
+
 // Writes the broken-glass view of `src` into `dst` (both BGRA, same size) and the shard of every
 // pixel into `labels`, rows cut into `blocks` parallel pieces per band. False when stopped.
 bool broken_glass_warp(Progress& progress, const UBUFFER& src, UBUFFER& dst, IBUFFER& labels,

@@ -71,13 +71,19 @@ inline std::uint32_t blend_packed(std::uint32_t a, std::uint32_t b, std::uint32_
     return rb | ga;
 }
 
-// The whole BGRA pixel of `src` read bilinearly at (sx, sy) to 1/256 of a pixel, borders mirrored,
-// packed as it lies in memory. A whole-pixel position gives the pixel exactly.
-inline std::uint32_t read_pixel(const UBUFFER& src, double sx, double sy) {
-    // In 1/256 pixel, shifted so that truncation floors for any position a picture can need.
-    constexpr std::int64_t kBias = std::int64_t(1) << 40;
-    const std::int64_t fx = std::int64_t(sx * 256 + double(kBias)) - kBias;
-    const std::int64_t fy = std::int64_t(sy * 256 + double(kBias)) - kBias;
+// Positions in 1/2^24 of a pixel: steps along a row add up exactly, and a read uses the top 8
+// fraction bits.
+inline constexpr int kFixedBits = 24;
+inline std::int64_t to_fixed(double v) {
+    // Shifted so that truncation floors for any position a picture can need.
+    constexpr double kBias = double(std::int64_t(1) << 60);
+    return std::int64_t(v * (1 << kFixedBits) + kBias) - (std::int64_t(1) << 60);
+}
+
+// The whole BGRA pixel of `src` read bilinearly at fixed-point (sx, sy) to 1/256 of a pixel,
+// borders mirrored, packed as it lies in memory. A whole-pixel position gives the pixel exactly.
+inline std::uint32_t read_pixel(const UBUFFER& src, std::int64_t sx, std::int64_t sy) {
+    const std::int64_t fx = sx >> (kFixedBits - 8), fy = sy >> (kFixedBits - 8);
     const int w = src.width(), h = src.height();
     int x0 = int(fx >> 8), y0 = int(fy >> 8), x1 = x0 + 1, y1 = y0 + 1;
     if (x0 < 0 || y0 < 0 || x1 >= w || y1 >= h) {
