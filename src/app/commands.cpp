@@ -13,7 +13,6 @@ using enum Check;
 
 // Why a command is greyed. Capabilities nobody has designed yet say so; the rest are being built.
 constexpr std::string_view kNoMotionPack = "Not available yet: motion packs are not designed";
-constexpr std::string_view kNoRefraction = "Not available yet: this refraction filter is not designed";
 constexpr std::string_view kNoAlphabet = "Not available yet: the Alphabet transform is not designed";
 constexpr std::string_view kNoPassage = "Not available yet: passages are not designed";
 constexpr std::string_view kNoPsd = "Not available yet: PSD export is not designed";
@@ -71,8 +70,8 @@ constexpr std::array kCommands = {
     Command{cmd::kFilterMatrix,    "Matrix",                 kFilter,    None,        Picture,     false, Filter,    "",             {}},
     Command{cmd::kFilterInverseContrast, "Inverse contrast", kFilter,    None,        Picture,     false, Filter,    "",             {}},
     Command{cmd::kFilterContrastUp, "Contrast up",           kFilter,    None,        Picture,     false, Filter,    "",             {}},
-    Command{cmd::kFilterPrism,     "Prism",                  kFilter,    None,        Picture,     false, Filter,    "",             kNoRefraction},
-    Command{cmd::kFilterBrokenGlass, "Broken glass",         kFilter,    None,        Picture,     false, Filter,    "",             kNoRefraction},
+    Command{cmd::kFilterPrism,     "Prism",                  kFilter,    None,        Picture,     false, Filter,    "",             {}},
+    Command{cmd::kFilterBrokenGlass, "Broken glass",         kFilter,    None,        Picture,     false, Filter,    "",             {}},
     Command{cmd::kFilterKMean,     "K-mean",                 kFilter,    None,        Picture,     false, Filter,    "",             {}},
     Command{cmd::kTransformNormal, "Normal",                 kTransform, None,        Picture,     false, Transform, "",             {}},
     Command{cmd::kTransformVectorize, "Vectorize",           kTransform, None,        Picture,     false, Transform, "",             {}},

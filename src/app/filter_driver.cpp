@@ -30,10 +30,6 @@ int do_filter(Document& doc, Host& host, FilterKind kind, std::int64_t memory_li
         host.message("Invalid K-Mean value. It must be larger than 1");
         return -1;
     }
-    if (kind == FilterKind::Prism || kind == FilterKind::BrokenGlass) {
-        host.message("The " + std::string(filter_menu_text(kind)) + " filter is not available yet");
-        return -1;
-    }
     if (check_interpolation(host, doc.settings.interpolation, doc.settings.blur) != 0) return -1;
     // Build and filter aside, so that a failure leaves the previous result in place. A Stop is no
     // failure: the picture as far as the filter got is the result.
@@ -46,6 +42,8 @@ int do_filter(Document& doc, Host& host, FilterKind kind, std::int64_t memory_li
     params.max_size = doc.settings.max_size;
     params.gap = doc.settings.gap;
     params.k_mean = doc.settings.k_mean;
+    params.impact_x = doc.settings.impact_x;
+    params.impact_y = doc.settings.impact_y;
     if (apply_filter(host, kind, made.pictures.filtered, params, doc.seeds) != 0) return -1;
 
     install_working_pictures(doc, std::move(made));

@@ -22,6 +22,7 @@ struct Settings {
     int global_brightness = 0;             // added to every tinted shade
     int transform_mode = 0;                // 0 Normal, 1 Vectorize, 2 Alphabet
     int filter_kind = 0;                   // 0..8, see FilterKind
+    double impact_x = 0, impact_y = 0;     // Broken glass's impact, fractions of the picture; 0 = seeded
     std::int64_t memory_limit = 15000000;  // bytes of the enlarged working picture
     int out_width = 0, out_height = 0;     // output size in pixels (the render's size)
     double wid = 0, hgt = 0;               // Wid and Hgt as shown, in the unit

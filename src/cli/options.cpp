@@ -16,7 +16,10 @@ void add_picture_options(CLI::App& cmd, PictureOptions& o) {
     cmd.add_option("--memory", o.memory, "memory limit of the working picture: 15M, 30M, 45M or 60M");
     cmd.add_option(
         "--filter", o.filter,
-        "colour filter: normal, half-shuffle, triple-shuffle, matrix, inverse-contrast, contrast-up, k-mean");
+        "colour filter: normal, half-shuffle, triple-shuffle, matrix, inverse-contrast, contrast-up, prism, "
+        "broken-glass, k-mean");
+    cmd.add_option("--impact", o.impact,
+                   "Broken glass: impact point FX,FY as fractions of the picture (default: from the seed)");
     cmd.add_option("--k", o.k_mean, "K-Mn: colours of the k-mean filter (2 and up, default 2)");
     cmd.add_option("--max", o.max_size, "Max: largest circle, fraction of the larger side (default 0.02)");
     cmd.add_option("--gap", o.gap, "GAP: pixels between circles (default 1)");
@@ -43,10 +46,23 @@ void add_output_options(CLI::App& cmd, OutputOptions& o) {
 std::optional<int> filter_kind_from_name(const std::string& name) {
     for (int k = 0; k <= int(FilterKind::KMean); ++k) {
         const auto kind = FilterKind(k);
-        if (kind == FilterKind::Prism || kind == FilterKind::BrokenGlass) continue;
         if (name == filter_cli_name(kind)) return k;
     }
     return std::nullopt;
+}
+
+std::optional<std::pair<double, double>> impact_from_text(const std::string& text) {
+    const std::size_t comma = text.find(',');
+    if (comma == std::string::npos) return std::nullopt;
+    double v[2];
+    const std::string parts[2] = {text.substr(0, comma), text.substr(comma + 1)};
+    for (int i = 0; i < 2; ++i) {
+        char* end = nullptr;
+        v[i] = std::strtod(parts[i].c_str(), &end);
+        // Strictly inside: 0 means "from the seed" and an impact on the frame breaks nothing.
+        if (parts[i].empty() || *end != '\0' || !(v[i] > 0 && v[i] < 1)) return std::nullopt;
+    }
+    return std::pair{v[0], v[1]};
 }
 
 std::optional<std::int64_t> memory_limit_from_name(const std::string& name) {
@@ -73,6 +89,12 @@ std::string apply_picture_options(const PictureOptions& o, Document& doc) {
         const auto kind = filter_kind_from_name(*o.filter);
         if (!kind) return "unknown --filter '" + *o.filter + "'";
         s.filter_kind = *kind;
+    }
+    if (o.impact) {
+        const auto point = impact_from_text(*o.impact);
+        if (!point) return "--impact takes two fractions between 0 and 1, like 0.4,0.6";
+        s.impact_x = point->first;
+        s.impact_y = point->second;
     }
     if (o.seed) doc.seeds.fix(*o.seed);
     return {};

@@ -5,6 +5,7 @@
 #include <cstdint>
 #include <optional>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include <CLI/CLI.hpp>
@@ -17,6 +18,7 @@ struct PictureOptions {
     std::optional<int> interpolation, blur, threshold;
     std::optional<std::string> memory;  // 15M 30M 45M 60M
     std::optional<std::string> filter;  // normal, half-shuffle, ...
+    std::optional<std::string> impact;  // FX,FY for Broken glass
     std::optional<int> k_mean;
     std::optional<double> max_size;  // Matrix bands read Max as well
     std::optional<int> gap;
@@ -39,7 +41,7 @@ struct OutputOptions {
     std::vector<std::string> layers;  // I:opt[,opt...]
 };
 
-// --int --blu --thr --memory --filter --k --max --gap --seed --quiet
+// --int --blu --thr --memory --filter --impact --k --max --gap --seed --quiet
 void add_picture_options(CLI::App& cmd, PictureOptions& o);
 // --min --dil --transform
 void add_transform_options(CLI::App& cmd, TransformOptions& o);
@@ -55,6 +57,8 @@ std::string apply_output_options(const OutputOptions& o, Document& doc, Host& ho
 
 // The filter kind of a --filter name; nullopt for unknown or not offered names.
 std::optional<int> filter_kind_from_name(const std::string& name);
+// The impact point of "FX,FY", both strictly between 0 and 1; nullopt otherwise.
+std::optional<std::pair<double, double>> impact_from_text(const std::string& text);
 // Memory limit of "15M".."60M".
 std::optional<std::int64_t> memory_limit_from_name(const std::string& name);
 

@@ -6,7 +6,6 @@
 
 namespace velq {
 
-
 CutLine make_cut_line(Random& rng, double x0, double amplitude) {
     CutLine line;
     line[0] = {x0, 0.0};

@@ -1,10 +1,10 @@
 #include "filters/filter.h"
 
-#include <string>
-
+#include "filters/broken_glass.h"
 #include "filters/k_mean.h"
 #include "filters/local_contrast.h"
 #include "filters/matrix.h"
+#include "filters/prism.h"
 #include "filters/shuffle.h"
 #include "host/progress.h"
 
@@ -37,17 +37,13 @@ std::string_view filter_cli_name(FilterKind kind) {
 }
 
 bool filter_available(FilterKind kind) {
-    return known(kind) && kind != FilterKind::Prism && kind != FilterKind::BrokenGlass;
+    return known(kind);
 }
 
 int apply_filter(Host& host, FilterKind kind, UBUFFER& picture, const FilterParams& params,
                  const SeedSource& seeds) {
     if (!known(kind)) {
         host.message("Unknown filter");
-        return -1;
-    }
-    if (!filter_available(kind)) {
-        host.message("The " + std::string(filter_menu_text(kind)) + " filter is not available yet");
         return -1;
     }
     if (kind == FilterKind::Normal) return 0;
@@ -70,6 +66,14 @@ int apply_filter(Host& host, FilterKind kind, UBUFFER& picture, const FilterPara
             return local_contrast(progress, picture, kContrastFactor, ContrastDirection::TowardsMean);
         case FilterKind::ContrastUp:
             return local_contrast(progress, picture, kContrastFactor, ContrastDirection::Up);
+        case FilterKind::Prism:
+            return prism_filter(progress, picture, params.max_size, seeds);
+        case FilterKind::BrokenGlass: {
+            BrokenGlassParams glass;
+            glass.impact_x = params.impact_x;
+            glass.impact_y = params.impact_y;
+            return broken_glass_filter(progress, picture, glass, seeds);
+        }
         default:
             return -1;
     }

@@ -27,6 +27,8 @@ struct FilterParams {
     double max_size = 0.02;  // Max: Matrix bands echo the largest circle
     int gap = 1;             // GAP
     int k_mean = 2;          // K-Mn
+    // Broken glass's impact point as fractions of the picture; 0 lets the seed choose.
+    double impact_x = 0, impact_y = 0;
 };
 
 // Runs one filter on `picture` (BGRA, in place). Returns 0, or -1 with the system's message when the
@@ -34,7 +36,7 @@ struct FilterParams {
 int apply_filter(Host& host, FilterKind kind, UBUFFER& picture, const FilterParams& params,
                  const SeedSource& seeds);
 
-// False for the kinds that exist in the menu but have no filter behind them (Prism, Broken glass).
+// False for the kinds that have no filter behind them.
 bool filter_available(FilterKind kind);
 
 // The menu text of a kind ("Half shuffle", ...), and the tool's name for it ("half-shuffle", ...).

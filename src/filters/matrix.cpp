@@ -10,7 +10,6 @@
 
 namespace velq {
 
-
 int matrix_band_count(int width, double max_size, int gap) {
     const double m = max_size * width;
     const int n = saturate_int(std::trunc(width / (2 * m + gap) + 0.5));

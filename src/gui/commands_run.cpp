@@ -28,6 +28,8 @@ void filter(MainWindow& w, int id) {
         {cmd::kFilterMatrix, FilterKind::Matrix},
         {cmd::kFilterInverseContrast, FilterKind::InverseContrast},
         {cmd::kFilterContrastUp, FilterKind::ContrastUp},
+        {cmd::kFilterPrism, FilterKind::Prism},
+        {cmd::kFilterBrokenGlass, FilterKind::BrokenGlass},
         {cmd::kFilterKMean, FilterKind::KMean},
     };
     const std::int64_t limit = w.memory_limit();
@@ -86,6 +88,8 @@ constexpr CommandBinding kBindings[] = {
     {cmd::kFilterMatrix, filter},
     {cmd::kFilterInverseContrast, filter},
     {cmd::kFilterContrastUp, filter},
+    {cmd::kFilterPrism, filter},
+    {cmd::kFilterBrokenGlass, filter},
     {cmd::kFilterKMean, filter},
     {cmd::kTransformNormal, transform},
     {cmd::kTransformVectorize, transform},

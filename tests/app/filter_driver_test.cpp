@@ -30,8 +30,9 @@ struct Opened {
 TEST(FilterDriver, ARefusedFilterKeepsThePreviousResult) {
     Opened o;
     const UBUFFER before = o.doc.filtered.clone();
-    EXPECT_EQ(do_filter(o.doc, o.host, FilterKind::Prism, o.doc.settings.memory_limit), -1);
-    EXPECT_EQ(o.host.messages(), std::vector<std::string>{"The Prism filter is not available yet"});
+    o.doc.settings.k_mean = 1;
+    EXPECT_EQ(do_filter(o.doc, o.host, FilterKind::KMean, o.doc.settings.memory_limit), -1);
+    EXPECT_EQ(o.host.messages(), std::vector<std::string>{"Invalid K-Mean value. It must be larger than 1"});
     EXPECT_TRUE(same_bytes(o.doc.filtered, before));
     EXPECT_EQ(o.doc.settings.filter_kind, 0);
     EXPECT_TRUE(o.doc.transformed && o.doc.rendered) << "a refused filter clears nothing";
@@ -39,7 +40,8 @@ TEST(FilterDriver, ARefusedFilterKeepsThePreviousResult) {
 
 TEST(FilterDriver, EachFilterStartsFromFreshlyBuiltPictures) {
     const FilterKind kinds[] = {FilterKind::HalfShuffle,     FilterKind::TripleShuffle, FilterKind::Matrix,
-                                FilterKind::InverseContrast, FilterKind::ContrastUp,    FilterKind::KMean};
+                                FilterKind::InverseContrast, FilterKind::ContrastUp,    FilterKind::Prism,
+                                FilterKind::BrokenGlass,     FilterKind::KMean};
     for (FilterKind kind : kinds) {
         SCOPED_TRACE(filter_menu_text(kind));
         Opened o;

@@ -33,7 +33,9 @@ struct Made {
     Document doc{host};
     std::string dir, source;
 
-    explicit Made(const std::string& name, int transform_mode = 0) : dir(test::temp_dir(name)) {
+    explicit Made(const std::string& name, int transform_mode = 0,
+                  FilterKind filter = FilterKind::InverseContrast)
+        : dir(test::temp_dir(name)) {
         source = dir + "/source.png";
         EXPECT_EQ(write_picture(source, source_picture(), 200), PictureError::None);
         EXPECT_EQ(open_picture(doc, host, source), 0);
@@ -44,7 +46,8 @@ struct Made {
         s.max_size = 0.05;
         s.min_size = 0.0125;
         s.gap = 0;
-        s.filter_kind = int(FilterKind::InverseContrast);
+        s.filter_kind = int(filter);
+        doc.seeds.fix(9);
         doc.layers[1].palette = 7;
         doc.layers[1].set_size(80);
         doc.layers[1].invert = true;
@@ -115,6 +118,25 @@ TEST(MetadataReuse, ReopeningASavedResultRendersTheSamePicture) {
         EXPECT_FALSE(plain.rendered);
         EXPECT_EQ(plain.path, saved);
         EXPECT_EQ(plain.source.width(), m.doc.render_buffer.width());
+    }
+}
+
+// The random refraction filters remake the same picture from the block under the same run seed.
+TEST(MetadataReuse, ReopeningRemakesARefractionFilter) {
+    for (FilterKind kind : {FilterKind::Prism, FilterKind::BrokenGlass}) {
+        SCOPED_TRACE(filter_menu_text(kind));
+        Made m("metadata_refraction", 0, kind);
+        m.render();
+        const std::string saved = m.dir + "/result.png";
+        ASSERT_EQ(save_result(m.doc, m.host, saved, 3), 0);
+        test::RecordingHost host;
+        host.answers = {true};
+        Document again(host);
+        again.seeds.fix(9);
+        ASSERT_EQ(open_or_reuse(again, host, saved), 0);
+        EXPECT_EQ(again.settings.filter_kind, int(kind));
+        EXPECT_TRUE(same_pixels(again.filtered, m.doc.filtered));
+        EXPECT_TRUE(same_pixels(again.render_buffer, m.doc.render_buffer));
     }
 }
 

@@ -33,5 +33,24 @@ TEST(FilterCli, WritesTheFilteredPictureAndASeedRepeatsIt) {
     EXPECT_FALSE(same(a.picture, c.picture));
 }
 
+// --impact puts Broken glass's crushed spot where asked: on flat grey it is the one place where
+// every crack meets, so the pixels round it change while the spot itself keeps its grey.
+TEST(FilterCli, ImpactPlacesTheBrokenGlass) {
+    const std::string dir = test::temp_dir("cli-impact");
+    const std::string in = dir + "/in.png", out = dir + "/out.png";
+    ASSERT_EQ(write_picture(in, test::flat_picture(48, 32, 0xFF808080u), 96), PictureError::None);
+    const test::CliResult r = test::run_cli({"filter", in, "-o", out, "--int", "3", "--filter",
+                                             "broken-glass", "--impact", "0.25,0.5", "--seed", "4"});
+    ASSERT_EQ(r.exit_code, 0) << r.err;
+    const PictureRead p = read_picture(out);
+    ASSERT_TRUE(p);
+    const int cx = int(0.25 * p.picture.width()), cy = int(0.5 * p.picture.height());
+    EXPECT_EQ(p.picture.at(cx, cy, 1), 0x80);
+    int changed = 0;
+    for (int y = cy - 8; y <= cy + 8; ++y)
+        for (int x = cx - 8; x <= cx + 8; ++x) changed += p.picture.at(x, y, 1) != 0x80;
+    EXPECT_GT(changed, 40);
+}
+
 }  // namespace
 }  // namespace velq
