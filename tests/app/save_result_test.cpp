@@ -9,6 +9,7 @@
 
 #include "app/metadata.h"
 #include "image/picture_reader.h"
+#include "image/psd_writer.h"
 #include "persistence/settings_block_file.h"
 #include "support/pictures.h"
 #include "support/recording_host.h"
@@ -103,8 +104,9 @@ TEST(SaveResult, RefusalsAndFailuresLeaveTheUsersFileAlone) {
     };
     const Case cases[] = {
         {"no render", [](Document& d) { d.rendered = false; }, existing, 3, "Please render the shape first!"},
-        {"photoshop entry", [](Document&) {}, dir + "/keep", 1, kPsdNotAvailable},
-        {"photoshop name", [](Document&) {}, dir + "/keep.psd", 3, kPsdNotAvailable},
+        {"photoshop side above 30000",
+         [](Document& d) { d.render_buffer = test::flat_picture(30001, 2, 0xFF102030u); }, dir + "/keep", 1,
+         psd_too_large_message(30001, 2)},
         {"path too long to store", [](Document& d) { d.path = "/" + std::string(4100, 'x'); }, existing, 3,
          "The path is too long to be stored with the settings (4101 bytes, at most 4095): /" +
              std::string(4100, 'x')},
