@@ -60,6 +60,7 @@ TEST(SaveResult, WritesThePictureWithItsResolutionAndOneBlockEachTime) {
         {"a.png", 2, "a.png", true},
         {"c", 4, "c.bmp", true},
         {"e.tif", 2, "e.tif.jpg", false},
+        {"f", 1, "f.psd", true},  // layered; the merged picture is what readers show
     };
     for (const auto& c : cases) {
         Rendered r;
@@ -88,7 +89,7 @@ TEST(SaveResult, WritesThePictureWithItsResolutionAndOneBlockEachTime) {
         EXPECT_TRUE(r.host.messages().empty()) << c.name;
     }
     // Nothing but the results is left in the folder: no temporary files.
-    EXPECT_EQ(std::distance(fs::directory_iterator(dir), fs::directory_iterator()), 3);
+    EXPECT_EQ(std::distance(fs::directory_iterator(dir), fs::directory_iterator()), 4);
 }
 
 TEST(SaveResult, RefusalsAndFailuresLeaveTheUsersFileAlone) {
