@@ -99,10 +99,9 @@ TEST(RenderCli, AnInputTakesTheSettingsAndTheLineOverridesThem) {
     }
 }
 
-// A .psd result: the merged picture is the PNG's, the settings come back from it, and an image
-// editor finds the background, every layer that holds shapes (a hidden one with its eye off) and
-// a stack that flattens to the PNG within 2 per channel.
-TEST(RenderCli, APsdResultHoldsItsLayersAndReopensWithItsSettings) {
+// The tool's .psd path end to end: the merged picture is the PNG's, the settings block is the same,
+// and ImageMagick's flattening of the layers (a hidden one left out) gives the PNG within 2.
+TEST(RenderCli, APsdResultHoldsItsLayersAndItsSettings) {
     Files f;
     const std::string psd = f.dir + "/layers.psd", png = f.dir + "/layers.png";
     for (const std::string& out : {psd, png}) {
@@ -112,34 +111,16 @@ TEST(RenderCli, APsdResultHoldsItsLayersAndReopensWithItsSettings) {
         ASSERT_EQ(r.exit_code, 0) << r.err;
     }
     const PictureRead merged = read_picture(psd), flat = read_picture(png);
-    ASSERT_TRUE(merged);
-    ASSERT_TRUE(flat);
-    EXPECT_EQ(merged.dpi, 150);
-    ASSERT_TRUE(merged.picture.same_shape(flat.picture));
+    ASSERT_TRUE(merged && flat);
     EXPECT_TRUE(
         std::equal(flat.picture.data(), flat.picture.data() + flat.picture.size(), merged.picture.data()));
     EXPECT_EQ(info_of(psd), info_of(png));
 
-    const std::string again = f.dir + "/again.png";
-    const test::CliResult r =
-        test::run_cli({"render", "--settings", psd, "-o", again, "--seed", "5", "--background", "102030"});
-    ASSERT_EQ(r.exit_code, 0) << r.err;
-    const PictureRead second = read_picture(again);
-    ASSERT_TRUE(second);
-    EXPECT_TRUE(
-        std::equal(flat.picture.data(), flat.picture.data() + flat.picture.size(), second.picture.data()));
-
-    if (!test::have_tool("identify") || !test::have_tool("compare")) GTEST_SKIP() << "ImageMagick missing";
+    if (!test::have_tool("convert")) GTEST_SKIP() << "ImageMagick missing";
     EXPECT_EQ(test::run_tool("identify -format '%l|' " + test::quoted(psd)), "|Background|Ly0|Ly1|Ly2|");
-    EXPECT_EQ(test::run_tool("identify -verbose " + test::quoted(psd + "[4]") +
-                             " | grep -c 'layer.invisible: true'"),
-              "1");
-    const std::string stack = f.dir + "/stack.png";
-    ASSERT_EQ(test::run_tool("convert " + test::quoted(psd + "[1-3]") + " -layers flatten " +
-                             test::quoted(stack) + " && echo ok"),
-              "ok");
-    const std::string pae = test::run_tool("compare -metric PAE " + test::quoted(stack) + " " +
-                                           test::quoted(png) + " null: 2>&1");
+    const std::string pae =
+        test::run_tool("convert " + test::quoted(psd + "[1-3]") + " -layers flatten png:- | " +
+                       "compare -metric PAE - " + test::quoted(png) + " null: 2>&1");
     EXPECT_LE(std::stod(pae.substr(pae.find('(') + 1)), 2.0 / 255 + 1e-6) << pae;
 }
 
