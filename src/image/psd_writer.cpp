@@ -6,6 +6,7 @@
 #include <memory>
 #include <vector>
 
+#include "host/parallel.h"
 #include "image/packbits.h"
 
 namespace velq {
@@ -160,13 +161,30 @@ bool put_merged(std::FILE* f, const UBUFFER& merged) {
     Bytes counts;
     counts.reserve(std::size_t(h) * 8);
     if (!put(f, Bytes(std::size_t(h) * 8, 0))) return false;
-    Bytes data;
-    for (int c = 0; c < 4; ++c)
-        for (int y = 0; y < h; ++y) {
-            data.clear();
-            code_channel(merged, Box{y, 0, y + 1, w}, kMergedChannelByte[c], counts, data);
-            if (!put(f, data)) return false;
+    // Blocks of rows are coded on every core, then written in order: the same bytes on any machine.
+    constexpr int kBlockRows = 64;
+    const int blocks = (h + kBlockRows - 1) / kBlockRows;
+    std::vector<Bytes> block_counts(static_cast<std::size_t>(blocks)),
+        block_data(static_cast<std::size_t>(blocks));
+    for (int c = 0; c < 4; ++c) {
+        parallel_rows(
+            0, blocks,
+            [&](int b0, int b1) {
+                for (int b = b0; b < b1; ++b) {
+                    block_counts[std::size_t(b)].clear();
+                    block_data[std::size_t(b)].clear();
+                    const int y0 = b * kBlockRows, y1 = std::min(h, y0 + kBlockRows);
+                    code_channel(merged, Box{y0, 0, y1, w}, kMergedChannelByte[c],
+                                 block_counts[std::size_t(b)], block_data[std::size_t(b)]);
+                }
+            },
+            1);
+        for (int b = 0; b < blocks; ++b) {
+            counts.insert(counts.end(), block_counts[std::size_t(b)].begin(),
+                          block_counts[std::size_t(b)].end());
+            if (!put(f, block_data[std::size_t(b)])) return false;
         }
+    }
     const off_t end = ftello(f);
     return counts_at >= 0 && end >= 0 && fseeko(f, counts_at, SEEK_SET) == 0 && put(f, counts) &&
            fseeko(f, end, SEEK_SET) == 0;
@@ -194,19 +212,29 @@ PsdResult write_psd(std::FILE* out, const UBUFFER& merged, int dpi, std::span<co
     if (!layers.empty()) {
         UBUFFER picture;
         if (!picture.allocate(w, h, 4)) return PsdResult::WriteFailed;
-        Bytes counts, data, head;
+        Bytes counts[4], data[4], head;
         for (std::size_t i = 0; i < layers.size(); ++i) {
             if (!paint(int(i), picture)) return PsdResult::Stopped;
             const Box box = painted_box(picture);
             std::uint32_t lengths[4];
+            // The four channels are coded at once, one per core.
+            parallel_rows(
+                0, 4,
+                [&](int c0, int c1) {
+                    for (int c = c0; c < c1; ++c) {
+                        counts[c].clear();
+                        data[c].clear();
+                        if (!box.empty())
+                            code_channel(picture, box, kLayerChannelByte[c], counts[c], data[c]);
+                    }
+                },
+                1);
             for (int c = 0; c < 4; ++c) {
-                counts.clear();
-                data.clear();
                 head.clear();
                 put16(head, box.empty() ? 0 : 1);  // an empty layer's channels are raw and hold nothing
-                if (!box.empty()) code_channel(picture, box, kLayerChannelByte[c], counts, data);
-                lengths[c] = std::uint32_t(head.size() + counts.size() + data.size());
-                if (!put(scratch.get(), head) || !put(scratch.get(), counts) || !put(scratch.get(), data))
+                lengths[c] = std::uint32_t(head.size() + counts[c].size() + data[c].size());
+                if (!put(scratch.get(), head) || !put(scratch.get(), counts[c]) ||
+                    !put(scratch.get(), data[c]))
                     return PsdResult::WriteFailed;
                 channel_bytes += lengths[c];
             }
