@@ -15,7 +15,6 @@ using enum Check;
 constexpr std::string_view kNoMotionPack = "Not available yet: motion packs are not designed";
 constexpr std::string_view kNoAlphabet = "Not available yet: the Alphabet transform is not designed";
 constexpr std::string_view kNoPassage = "Not available yet: passages are not designed";
-constexpr std::string_view kNoPsd = "Not available yet: PSD export is not designed";
 constexpr std::string_view kNoBatch = "Not available yet: batch runs are not designed";
 constexpr std::string_view kNoSpike = "Not available yet: spike drawing is not designed";
 constexpr std::string_view kNoTestVideo = "Not available yet: the test video is being built";
@@ -53,7 +52,7 @@ constexpr std::array kCommands = {
     Command{cmd::kSocialFit,       "Fit",                    kSocial,    None,        Picture,     false, Plain,     "",             {}},
     Command{cmd::kSocialStretch,   "Stretch",                kSocial,    None,        Picture,     false, Plain,     "",             {}},
     Command{cmd::kExportGif,       "Export to a GIFs",       kFile,      Result,      Picture,     false, Plain,     "",             {}},
-    Command{cmd::kFramePsd,        "Export frame to PSD",    kFile,      Result,      Picture,     false, Plain,     "",             kNoPsd},
+    Command{cmd::kFramePsd,        "Export frame to PSD",    kFile,      Result,      Picture,     false, Plain,     "",             {}},
     Command{cmd::kCycling,         "Cycling",                kFile,      ResultFirst, Picture,     false, Plain,     "",             kNoBatch},
     Command{cmd::kExit,            "Exit",                   kFile,      None,        Always,      false, Plain,     "Ctrl+Q",       {}},
     Command{cmd::kCopyMetadata,    "Copy metadata",          kEdit,      None,        Picture,     false, Plain,     "Ctrl+Shift+C", {}},

@@ -139,6 +139,24 @@ DocumentAnimation::DocumentAnimation(Document& doc, Host& host) : doc_(doc), hos
 DocumentAnimation::~DocumentAnimation() = default;
 
 int DocumentAnimation::prepare(int width, int height, const char* alloc_message) {
+    return prepare(width, height, alloc_message, 1, int(doc_.layers.size()) - 1, nullptr);
+}
+
+int DocumentAnimation::prepare_alone(int width, int height, int layer, const UBUFFER& base,
+                                     const char* alloc_message) {
+    if (layer < 1 || layer >= int(doc_.layers.size()) || base.width() != width || base.height() != height ||
+        base.channels() != 4)
+        return 1;
+    return prepare(width, height, alloc_message, layer, layer, &base);
+}
+
+int DocumentAnimation::prepare_up_to(int width, int height, int layer, const char* alloc_message) {
+    if (layer < 1 || layer >= int(doc_.layers.size())) return 1;
+    return prepare(width, height, alloc_message, 1, layer, nullptr);
+}
+
+int DocumentAnimation::prepare(int width, int height, const char* alloc_message, int first, int last,
+                               const UBUFFER* base_picture) {
     scene_.reset();
     const int g = doc_.settings.global_brightness;
     painter_ = make_renderer_painter(host_, g);
@@ -173,7 +191,10 @@ int DocumentAnimation::prepare(int width, int height, const char* alloc_message)
         host_.message(alloc_message);
         return -1;
     }
-    if (!placements[0].empty()) {
+    if (base_picture) {
+        if (!animations_[std::size_t(first)]) return 1;
+        std::copy(base_picture->data(), base_picture->data() + base.size(), base.data());
+    } else if (!placements[0].empty()) {
         fill_background(base, doc_.background);
         if (!paint_placements(host_, placements[0], base, g, true, nullptr)) return 1;
     }
@@ -184,7 +205,8 @@ int DocumentAnimation::prepare(int width, int height, const char* alloc_message)
         return -1;
     }
     for (std::size_t i = 1; i < doc_.layers.size(); ++i)
-        if (animations_[i] && !placements[i].empty()) scene_->add(*animations_[i]);
+        if (animations_[i] && !placements[i].empty() && int(i) >= first && int(i) <= last)
+            scene_->add(*animations_[i]);
     scene_->build_board();
     return 0;
 }

@@ -25,6 +25,13 @@ public:
     // transform: "Please complete the transform first"); -1 when the buffers could not be had, after
     // `alloc_message`.
     int prepare(int width, int height, const char* alloc_message);
+    // The same, but the scene draws layer `layer` (above the first) alone over `base` (width x
+    // height, copied): the layered frame export draws each layer so. Everything else (colour draws,
+    // timing, the duration) is as for the whole animation. 1 also when that layer is not animated.
+    int prepare_alone(int width, int height, int layer, const UBUFFER& base, const char* alloc_message);
+    // The same with the layers up to `layer` over the usual base: the frame as it is without the
+    // layers above.
+    int prepare_up_to(int width, int height, int layer, const char* alloc_message);
     // The animation's length in seconds.
     double duration() const { return duration_; }
 
@@ -35,6 +42,9 @@ public:
     AnimationScene& scene() { return *scene_; }
 
 private:
+    int prepare(int width, int height, const char* alloc_message, int first, int last,
+                const UBUFFER* base_picture);
+
     Document& doc_;
     Host& host_;
     std::unique_ptr<ShapePainter> painter_;

@@ -67,22 +67,32 @@ int generate_shaped_image(Document& doc, Host& host, int width, int height) {
     return 0;
 }
 
-int render_layer(Document& doc, Host& host, UBUFFER& buffer, int index) {
+int render_layer(Document& doc, Host& host, UBUFFER& buffer, int index, Random& random) {
     if (index < 0 || index >= int(doc.layers.size()) || !buffer || buffer.channels() != 4) return 1;
     Layer& layer = doc.layers[index];
-    if (index > 0 && (!layer.has_shapes() || !layer.shown)) return 1;
-    const int g = doc.settings.global_brightness;
     buffer.fill(0);
-    Random random(doc.seeds.time_seed());
-    const auto placements =
-        make_placements(host, layer, doc.palettes, doc.segments, doc.circles, buffer.width(), buffer.height(),
-                        radius_scale(doc, buffer.width()), random);
-    if (index == 0) fill_background(buffer, doc.background);
-    {
-        Progress progress(host, std::string(kAppName), Progress::Raw{});
-        paint_placements(host, placements, buffer, g, index == 0, &progress);
+    if (!layer.has_shapes()) return 1;
+    // A hidden layer is painted as if shown, with draws of its own: the render never reaches it, so
+    // it must not take draws from the layers after it.
+    const bool hidden = !layer.shown;
+    Random own(doc.seeds.time_seed());
+    layer.shown = true;
+    std::vector<Placement> placements;
+    try {
+        placements =
+            make_placements(host, layer, doc.palettes, doc.segments, doc.circles, buffer.width(),
+                            buffer.height(), radius_scale(doc, buffer.width()), hidden ? own : random);
+    } catch (...) {
+        layer.shown = !hidden;
+        throw;
     }
-    return 0;
+    layer.shown = !hidden;
+    if (host.stopped()) return -1;
+    if (placements.empty()) return 1;
+    Progress progress(host, std::string(kAppName), Progress::Raw{});
+    return paint_layer_alone(host, placements, buffer, doc.settings.global_brightness, index == 0, &progress)
+               ? 0
+               : -1;
 }
 
 }  // namespace velq

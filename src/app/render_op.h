@@ -3,6 +3,7 @@
 #pragma once
 
 #include "app/document.h"
+#include "host/random.h"
 
 namespace velq {
 
@@ -15,8 +16,11 @@ int generate_shaped_image(Document& doc, Host& host, int width, int height);
 // The output size of a render: the Settings' pixel size, or the working picture's when none is set.
 void render_size(const Document& doc, int& width, int& height);
 
-// One layer alone into `buffer` (4 channels, the output size), cleared to transparent black first;
-// layer 0 lies on the background colour. 1 when a layer above 0 has nothing to paint, else 0.
-int render_layer(Document& doc, Host& host, UBUFFER& buffer, int index);
+// One layer alone into `buffer` (4 channels, the output size), in the painter's layer mode on
+// transparent black, without the background (the first layer white-tinted, as the render paints
+// it). `random` carries the colour draws from layer to layer: passing one Random(seed) through the
+// shown layers in order gives each the draws it has in the render. A hidden layer is painted as if
+// shown, with draws of its own. 1 when the layer has nothing to paint, -1 when stopped, else 0.
+int render_layer(Document& doc, Host& host, UBUFFER& buffer, int index, Random& random);
 
 }  // namespace velq

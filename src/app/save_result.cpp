@@ -4,23 +4,19 @@
 #include <vector>
 
 #include "app/metadata.h"
+#include "app/psd_export.h"
 #include "image/file_types.h"
 #include "image/picture_writer.h"
 #include "image/replace_file.h"
 
 namespace velq {
 
-int save_result(const Document& doc, Host& host, const std::string& name, int entry) {
+int save_result(Document& doc, Host& host, const std::string& name, int entry) {
     if (!doc.rendered || !doc.render_buffer) {
         host.message("Please render the shape first!");
         return -1;
     }
     const std::string path = save_file_name(name, entry);
-    if (file_extension(path) == "psd") {
-        host.message(kPsdNotAvailable);
-        return -1;
-    }
-
     SettingsBlock block;
     std::vector<std::uint8_t> block_bytes;
     std::string problem = make_settings_block(doc, true, block);
@@ -29,6 +25,8 @@ int save_result(const Document& doc, Host& host, const std::string& name, int en
         host.message(problem);
         return -1;
     }
+
+    if (file_extension(path) == "psd") return save_psd(doc, host, path, block_bytes);
 
     host.status(1, "Writing to...");
     std::vector<std::uint8_t> picture;

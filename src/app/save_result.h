@@ -10,12 +10,10 @@
 
 namespace velq {
 
-// The text the Save command answers the Photoshop entry with.
-inline constexpr const char* kPsdNotAvailable = "Saving as Photoshop (.psd) is not available yet";
-
 // The Save command after its dialog: `name` as typed and the chosen entry of the save types (1 psd,
-// 2 jpg, 3 png, 4 bmp), whose extension is added when the name has none of these. Needs a render
+// 2 jpg, 3 png, 4 bmp), whose extension is added when the name has none of these; a name ending in
+// "psd" is written as layers (app/psd_export). Needs a render
 // ("Please render the shape first!"). Returns 0, or -1 after the message.
-int save_result(const Document& doc, Host& host, const std::string& name, int entry);
+int save_result(Document& doc, Host& host, const std::string& name, int entry);
 
 }  // namespace velq

@@ -56,7 +56,7 @@ void add_render_command(CLI::App& app, int& exit_code) {
         std::optional<std::string> settings;
     };
     auto args = std::make_shared<Args>();
-    CLI::App* cmd = app.add_subcommand("render", "turn a picture into shape art (.png .jpg .jpeg .bmp)");
+    CLI::App* cmd = app.add_subcommand("render", "turn a picture into shape art (.png .jpg .jpeg .bmp, or .psd with its layers)");
     cmd->add_option("INPUT", args->input,
                     "picture to open (with --settings: the result's own source when left out)");
     cmd->add_option("-o,--output", args->output, "result to write; its settings block is appended")
@@ -74,9 +74,9 @@ void add_render_command(CLI::App& app, int& exit_code) {
     cmd->callback([args, &exit_code] {
         usage_check(args->input.empty() && !args->settings ? "INPUT is required (or --settings RESULT)" : "");
         const std::string ext = file_extension(args->output);
-        usage_check(ext == "png" || ext == "jpg" || ext == "bmp"
+        usage_check(ext == "png" || ext == "jpg" || ext == "bmp" || ext == "psd"
                         ? ""
-                        : "the output must end in .png, .jpg, .jpeg or .bmp");
+                        : "the output must end in .png, .jpg, .jpeg, .bmp or .psd");
         usage_check(args->logo.text && args->logo.image ? "give --logo-text or --logo-image, not both" : "");
         CliHost host(args->picture.quiet);
         Document doc(host);

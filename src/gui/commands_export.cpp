@@ -1,5 +1,6 @@
 // The export commands: the animation of the render as a video at a fixed or chosen size, as a GIF,
-// and the social-media video made from a set of pictures.
+// one frame of it as a layered PSD, and the social-media video made from a set of pictures.
+#include "app/frame_psd.h"
 #include "app/render_op.h"
 #include "app/video_export.h"
 #include "gui/command_handlers.h"
@@ -59,6 +60,24 @@ void gif(MainWindow& w, int) {
         export_video_to(w, size->width(), size->height(), true);
 }
 
+// The frame at a timestamp (asked as Render frame asks it) with its layers, to a .psd file.
+void frame_psd(MainWindow& w, int) {
+    auto t = w.presenter().ask_number(&w, QStringLiteral("Timestamp"), 0.0, 0.0, 200.0);
+    if (!t) return;
+    int chosen = 0;
+    const QString name = w.presenter().save_file(&w, {{q(kSaveTypes[0].label), q(kSaveTypes[0].pattern)}}, 0,
+                                                 chosen, last_folder());
+    if (name.isEmpty()) return;
+    remember_folder(name);
+    std::string file = local_path(name);
+    if (file_extension(file) != "psd") file += ".psd";
+    int width = 0, height = 0;
+    render_size(w.document(), width, height);
+    w.start_job([&w, file, width, height, t = *t] {
+        export_frame_psd(w.document(), w.host(), file, width, height, t);
+    });
+}
+
 void social(MainWindow& w, int id) {
     const QStringList names = w.presenter().open_files(&w, single_entry(kOpenPictureTypes), last_folder());
     if (names.isEmpty()) return;
@@ -81,6 +100,7 @@ constexpr CommandBinding kBindings[] = {
     {cmd::kSocialFit, social},
     {cmd::kSocialStretch, social},
     {cmd::kExportGif, gif},
+    {cmd::kFramePsd, frame_psd},
 };
 
 }  // namespace

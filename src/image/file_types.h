@@ -17,7 +17,8 @@ struct FileFilter {
 
 // Single-entry lists: the "|" inside them is part of the one entry's text, not a separator.
 inline constexpr std::string_view kOpenPictureTypes =
-    "All Graphics Types|*.bmp;*.jpg;*.jpeg;*.png;*.tif;*.tiff;*.webp;*.jfif;*.mp4;*.mov;*.avi;*.wmv;*.mpeg;"
+    "All Graphics "
+    "Types|*.bmp;*.jpg;*.jpeg;*.png;*.tif;*.tiff;*.webp;*.jfif;*.psd;*.mp4;*.mov;*.avi;*.wmv;*.mpeg;"
     "*.webm;*.3gpp;*.flv";
 inline constexpr std::string_view kLoadShapeTypes =
     "All Graphics Types|*.bmp;*.jpg;*.jpeg;*.png;*.tif;*.tiff;*.webp;*.jfif";

@@ -3,6 +3,7 @@
 #include <cstring>
 
 #include "image/bytes.h"
+#include "image/psd_reader.h"
 #include "image/tiff_ifd.h"
 
 namespace velq {
@@ -157,6 +158,7 @@ PictureFormat sniff_picture_format(std::span<const std::uint8_t> bytes) {
     if (b.starts_with(0, "II*") && b.u8(3) == 0) return PictureFormat::Tiff;
     if (b.starts_with(0, "MM") && b.u8(2) == 0 && b.u8(3) == '*') return PictureFormat::Tiff;
     if (b.starts_with(0, "RIFF") && b.starts_with(8, "WEBP")) return PictureFormat::WebP;
+    if (is_psd(bytes)) return PictureFormat::Psd;
     return PictureFormat::Unknown;
 }
 
@@ -173,6 +175,11 @@ PictureHeader read_picture_header(std::span<const std::uint8_t> bytes) {
             return tiff_header(b);
         case PictureFormat::WebP:
             return webp_header(b);
+        case PictureFormat::Psd: {
+            PictureHeader h{PictureFormat::Psd};
+            psd_size(bytes, h.width, h.height);
+            return h;
+        }
         case PictureFormat::Unknown:
             break;
     }

@@ -9,7 +9,7 @@
 
 namespace velq {
 
-enum class PictureFormat { Unknown, Png, Jpeg, Bmp, Tiff, WebP };
+enum class PictureFormat { Unknown, Png, Jpeg, Bmp, Tiff, WebP, Psd };
 
 // Largest picture we decode: 2^28 pixels (a 16384 x 16384 square). Its BGRA copy alone is 1 GiB.
 inline constexpr std::int64_t kMaxPicturePixels = std::int64_t(1) << 28;
@@ -22,7 +22,8 @@ struct PictureHeader {
     bool too_large() const { return width * height > kMaxPicturePixels; }
 };
 
-// The format, by signature: PNG, JPEG, BMP, TIFF (classic, either byte order) and WebP.
+// The format, by signature: PNG, JPEG, BMP, TIFF (classic, either byte order), WebP and the
+// layered files we write (PSD, version 1).
 PictureFormat sniff_picture_format(std::span<const std::uint8_t> bytes);
 
 // Format and size from the header; a header that is cut short or malformed leaves the size 0.

@@ -9,6 +9,7 @@
 #include "image/file_bytes.h"
 #include "image/picture_convert.h"
 #include "image/picture_header.h"
+#include "image/psd_reader.h"
 #include "image/resolution.h"
 
 namespace velq {
@@ -46,6 +47,15 @@ PictureRead decode_picture(std::span<const std::uint8_t> bytes) {
     }
     if (header.format == PictureFormat::WebP && !webp_decoder_takes(bytes))
         return failed(PictureError::Unreadable, dpi);
+
+    if (header.format == PictureFormat::Psd) {
+        PictureRead r;
+        r.dpi = dpi;
+        r.error = decode_psd(bytes, r.picture);
+        if (!r) return failed(r.error, dpi);
+        clear_faint_pixels(r.picture);
+        return r;
+    }
 
     cv::Mat decoded;
     try {

@@ -6,6 +6,7 @@
 #include "image/bytes.h"
 #include "image/file_bytes.h"
 #include "image/picture_header.h"
+#include "image/psd_reader.h"
 #include "image/tiff_ifd.h"
 
 namespace velq {
@@ -154,6 +155,9 @@ int read_dpi(std::span<const std::uint8_t> bytes) {
             break;
         case PictureFormat::WebP:
             dpi = webp_dpi(b);
+            break;
+        case PictureFormat::Psd:
+            dpi = psd_dpi(bytes);
             break;
         case PictureFormat::Unknown:
             return 0;

@@ -13,7 +13,8 @@
 
 namespace velq {
 
-int render_logo(Host& host, UBUFFER& target, const UBUFFER& logo, int transparency, double fx, double fy) {
+int render_logo(Host& host, UBUFFER& target, const UBUFFER& logo, int transparency, double fx, double fy,
+                bool straight_alpha) {
     if (!logo || !target || target.channels() != 4 || logo.channels() != 4) return 0;
     const int W = target.width(), H = target.height();
     const int lw = logo.width(), lh = logo.height();
@@ -36,6 +37,13 @@ int render_logo(Host& host, UBUFFER& target, const UBUFFER& logo, int transparen
             const std::uint8_t* s = &scaled.at(i, j);
             std::uint8_t* d = &target.at(x + i, y + j);
             const int a = s[3] * transparency / 255;
+            if (straight_alpha) {  // on a transparent layer: what the blend gives over black, unweighted
+                if (a == 0) continue;
+                for (int c = 0; c < 3; ++c)
+                    d[c] = std::uint8_t(std::min(255, (s[c] * a / 255 * 255 + a / 2) / a));
+                d[3] = std::uint8_t(a);
+                continue;
+            }
             for (int c = 0; c < 3; ++c)
                 d[c] = std::uint8_t(std::clamp((s[c] * a + d[c] * (255 - a)) / 255, 0, 255));
             d[3] = 255;

@@ -12,7 +12,8 @@ namespace velq {
 
 using namespace exact_path;
 
-Painter::Painter(Host& host, int global_brightness) : host_(host), g_(global_brightness) {}
+Painter::Painter(Host& host, int global_brightness, bool straight_alpha)
+    : host_(host), g_(global_brightness), straight_(straight_alpha) {}
 
 const double* Painter::shade_table(double c) {
     std::uint64_t key;
@@ -78,8 +79,8 @@ int Painter::prepare(const Circle& p, const ColourRecord& tint, PaintJob& job) {
         whole = whole && c[ch] >= 0 && c[ch] <= 255 && c[ch] == std::trunc(c[ch]);
         job.tint[ch] = whole ? std::uint8_t(c[ch]) : 0;
     }
-    job.exact =
-        whole && job.k == 1.0 && std::abs(g_) <= kMaxExactG && p.transparency >= 0 && p.transparency <= 255;
+    job.exact = !straight_ && whole && job.k == 1.0 && std::abs(g_) <= kMaxExactG && p.transparency >= 0 &&
+                p.transparency <= 255;
     if (!job.exact) {
         for (int ch = 0; ch < 3; ++ch) job.shade_term[ch] = shade_table(c[ch]);
         job.tone = tone_table(p.transparency);
@@ -155,6 +156,10 @@ void Painter::paint_area(const PaintJob& job, UBUFFER& buffer, int row0, int row
         if (b >= e) continue;
         const std::uint8_t* sm = st.planes.row(j);
         std::uint8_t* row = buffer.row(y);
+        if (straight_) {
+            paint_straight(job, sm, row, cols.data(), b, e);
+            continue;
+        }
         if (job.exact) {
             for (int i = b; i < e; ++i) blend_pixel_exact(sm + 2 * i, row + 4 * std::size_t(cols[i]), et);
             continue;
@@ -172,6 +177,37 @@ void Painter::paint_area(const PaintJob& job, UBUFFER& buffer, int row0, int row
             }
             px[3] = 255;
         }
+    }
+}
+
+void Painter::paint_straight(const PaintJob& job, const std::uint8_t* sm, std::uint8_t* row, const int* cols,
+                             int b, int e) const {
+    for (int i = b; i < e; ++i) {
+        const int s = sm[2 * i], m = sm[2 * i + 1];
+        if (m == 0) continue;
+        std::uint8_t* px = row + 4 * std::size_t(cols[i]);
+        const double t = job.tone[m] / 255;  // the stencil pixel's opacity, 0..1
+        // Beneath o becomes k (t S + (1 - t) o): opacity 1 - B with B = k (1 - t), colour A / (1 - B).
+        const double under = std::clamp(job.k * (1 - t), 0.0, 1.0);
+        const double alpha = 1 - under;
+        if (alpha <= 0) continue;
+        if (under == 0) {  // opaque: the renderer's own bytes, whatever lies beneath
+            for (int ch = 0; ch < 3; ++ch)
+                px[2 - ch] = std::uint8_t(floor_div255(job.shade_term[ch][s] * job.tone[m] * job.k));
+            px[3] = 255;
+            continue;
+        }
+        const double old_alpha = px[3] / 255.0;
+        const double kept = old_alpha * under;  // the layer's own pixel as it shows through
+        const double new_alpha = alpha + kept;
+        for (int ch = 0; ch < 3; ++ch) {
+            const double colour = std::clamp(job.k * t * job.shade_term[ch][s] / alpha, 0.0, 255.0);
+            // The sum is what the renderer gives over black; it floors there, and so does this, so
+            // the layer keeps the renderer's rounding as well as its colour.
+            const double v = std::floor(colour * alpha + px[2 - ch] * kept + 1e-9) / new_alpha;
+            px[2 - ch] = std::uint8_t(std::clamp(v + 0.5, 0.0, 255.0));
+        }
+        px[3] = std::uint8_t(std::clamp(new_alpha * 255 + 0.5, 0.0, 255.0));
     }
 }
 

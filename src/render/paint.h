@@ -37,7 +37,12 @@ struct PaintJob {
 
 class Painter {
 public:
-    Painter(Host& host, int global_brightness);
+    // `straight_alpha`: the layer mode, painting into a picture of its own that starts transparent.
+    // Each stencil pixel maps what lies beneath, o, to A + B o (the renderer's formula); the layer
+    // keeps that map as a colour with straight alpha, a = 1 - B and c = A / a, laid over its own
+    // pixels with "over". Laying the layer over a picture with "over" then gives the renderer's
+    // result on that picture (to 8-bit rounding, and exactly where the layer is opaque).
+    Painter(Host& host, int global_brightness, bool straight_alpha = false);
 
     // Readies a placement with the given tint: 0 ready, 1 nothing to paint (no shape or a side below
     // 1), -1 when its stencil could not be had ("Failed to allocate rz_buffer in fill_shape()").
@@ -48,6 +53,7 @@ public:
     // The rows and columns a job can touch, [row0, row1) x [col0, col1), not clipped to a picture.
     static void reach(const PaintJob& job, int& row0, int& row1, int& col0, int& col1);
     int global_brightness() const { return g_; }
+    bool straight_alpha() const { return straight_; }
 
 private:
     const double* shade_table(double c);
@@ -63,8 +69,12 @@ private:
     };
     static constexpr int kKeptSides = 4096;
 
+    void paint_straight(const PaintJob& job, const std::uint8_t* sm, std::uint8_t* row, const int* cols,
+                        int b, int e) const;
+
     Host& host_;
     int g_;
+    bool straight_;
     std::vector<ShapeStencils> stencils_;
     std::size_t last_shape_ = 0;
     std::unordered_map<std::uint64_t, std::unique_ptr<std::array<double, 256>>> shade_tables_;

@@ -100,9 +100,9 @@ void fill_background(UBUFFER& buffer, std::uint32_t background) {
 namespace {
 template <class T>
 bool paint_list(Host& host, std::span<const T> list, UBUFFER& buffer, int global_brightness, bool white,
-                Progress* progress, int threads) {
+                Progress* progress, int threads, bool straight_alpha = false) {
     prepare_stencils(host, list);
-    Painter painter(host, global_brightness);
+    Painter painter(host, global_brightness, straight_alpha);
     std::vector<PaintJob> jobs(list.size());
     for (std::size_t i = 0; i < list.size(); ++i) {
         const Circle& p = list[i];
@@ -120,6 +120,11 @@ bool paint_list(Host& host, std::span<const T> list, UBUFFER& buffer, int global
 bool paint_placements(Host& host, std::span<const Placement> placements, UBUFFER& buffer,
                       int global_brightness, bool white, Progress* progress, int threads) {
     return paint_list(host, placements, buffer, global_brightness, white, progress, threads);
+}
+
+bool paint_layer_alone(Host& host, std::span<const Placement> placements, UBUFFER& buffer,
+                       int global_brightness, bool white, Progress* progress, int threads) {
+    return paint_list(host, placements, buffer, global_brightness, white, progress, threads, true);
 }
 
 bool paint_circles(Host& host, std::span<const Circle> circles, UBUFFER& buffer, int global_brightness,

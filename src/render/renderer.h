@@ -14,8 +14,8 @@
 #include "render/layer.h"
 #include "render/palette.h"
 #include "render/placement.h"
-#include "segments/segment.h"
 #include "segments/circle.h"
+#include "segments/segment.h"
 
 namespace velq {
 
@@ -45,6 +45,11 @@ void fill_background(UBUFFER& buffer, std::uint32_t background);
 // False when the stop flag ended the painting.
 bool paint_placements(Host& host, std::span<const Placement> placements, UBUFFER& buffer,
                       int global_brightness, bool white, Progress* progress, int threads = 0);
+// The same in the painter's layer mode, into a picture of one layer alone (transparent where
+// nothing is painted): laid over the picture beneath with "over", it gives what paint_placements
+// paints on that picture.
+bool paint_layer_alone(Host& host, std::span<const Placement> placements, UBUFFER& buffer,
+                       int global_brightness, bool white, Progress* progress, int threads = 0);
 // The same for circles in pixels (animation frames): the bytes of fill_shape on each in turn.
 bool paint_circles(Host& host, std::span<const Circle> circles, UBUFFER& buffer, int global_brightness,
                    Progress* progress = nullptr, int threads = 0);

@@ -9,6 +9,7 @@
 
 #include "app/metadata.h"
 #include "image/picture_reader.h"
+#include "image/psd_writer.h"
 #include "persistence/settings_block_file.h"
 #include "support/pictures.h"
 #include "support/recording_host.h"
@@ -59,6 +60,7 @@ TEST(SaveResult, WritesThePictureWithItsResolutionAndOneBlockEachTime) {
         {"a.png", 2, "a.png", true},
         {"c", 4, "c.bmp", true},
         {"e.tif", 2, "e.tif.jpg", false},
+        {"f", 1, "f.psd", true},  // layered; the merged picture is what readers show
     };
     for (const auto& c : cases) {
         Rendered r;
@@ -87,7 +89,7 @@ TEST(SaveResult, WritesThePictureWithItsResolutionAndOneBlockEachTime) {
         EXPECT_TRUE(r.host.messages().empty()) << c.name;
     }
     // Nothing but the results is left in the folder: no temporary files.
-    EXPECT_EQ(std::distance(fs::directory_iterator(dir), fs::directory_iterator()), 3);
+    EXPECT_EQ(std::distance(fs::directory_iterator(dir), fs::directory_iterator()), 4);
 }
 
 TEST(SaveResult, RefusalsAndFailuresLeaveTheUsersFileAlone) {
@@ -103,8 +105,9 @@ TEST(SaveResult, RefusalsAndFailuresLeaveTheUsersFileAlone) {
     };
     const Case cases[] = {
         {"no render", [](Document& d) { d.rendered = false; }, existing, 3, "Please render the shape first!"},
-        {"photoshop entry", [](Document&) {}, dir + "/keep", 1, kPsdNotAvailable},
-        {"photoshop name", [](Document&) {}, dir + "/keep.psd", 3, kPsdNotAvailable},
+        {"photoshop side above 30000",
+         [](Document& d) { d.render_buffer = test::flat_picture(30001, 2, 0xFF102030u); }, dir + "/keep", 1,
+         psd_too_large_message(30001, 2)},
         {"path too long to store", [](Document& d) { d.path = "/" + std::string(4100, 'x'); }, existing, 3,
          "The path is too long to be stored with the settings (4101 bytes, at most 4095): /" +
              std::string(4100, 'x')},

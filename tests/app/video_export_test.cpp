@@ -5,12 +5,15 @@
 #include <gtest/gtest.h>
 
 #include "app/document_animation.h"
+#include "app/frame_psd.h"
 #include "app/frame_render.h"
 #include "app/render_op.h"
 #include "app/video_export.h"
+#include "image/picture_reader.h"
 #include "render/logo.h"
 #include "support/pictures.h"
 #include "support/recording_host.h"
+#include "support/tools.h"
 #include "support/video_read_back.h"
 
 namespace velq {
@@ -85,6 +88,43 @@ TEST(FrameRender, TheLogoIsWhereTheVideoHasItAtThatTime) {
     EXPECT_TRUE(same_bytes(a.doc.frame_buffer, *video.frame(1.0, at.a, at.b)));
 }
 
+// Export frame to PSD: the merged picture is the frame; the layers (background, the first layer,
+// each animated layer drawn alone, the logo) flattened by ImageMagick give the frame back, mid-way
+// with Sparkle's glow over other shapes and Firefly's moving quads, and at the end (the still render).
+TEST(FramePsd, TheLayersStackBackToTheFrame) {
+    if (!test::have_tool("convert")) GTEST_SKIP() << "ImageMagick missing";
+    const std::string dir = test::temp_dir("frame-psd");
+    for (const double t : {1.0, Animated::expected_duration()}) {
+        Animated a;
+        a.doc.seeds.fix(5);
+        if (t == 1.0) a.doc.logo = test::flat_picture(40, 20, 0x80FFFFFF);
+        const std::string psd = dir + "/frame.psd", flat = dir + "/flat.png";
+        ASSERT_EQ(export_frame_psd(a.doc, a.host, psd, 160, 120, t), 0) << t;
+        EXPECT_TRUE(a.host.messages().empty());
+        const PictureRead merged = read_picture(psd);
+        ASSERT_TRUE(merged);
+        EXPECT_TRUE(same_bytes(merged.picture, a.doc.frame_buffer)) << t;
+        EXPECT_EQ(test::run_tool("identify -format '%l|' " + test::quoted(psd)),
+                  t == 1.0 ? "|Background|Ly0|Ly1|Ly2|Logo|" : "|Background|Ly0|Ly1|Ly2|");
+        ASSERT_EQ(test::run_tool("convert " + test::quoted(psd + "[1-5]") + " -layers flatten " +
+                                 test::quoted(flat) + " && echo ok"),
+                  "ok");
+        const PictureRead stacked = read_picture(flat);
+        ASSERT_TRUE(stacked);
+        int worst = 0;
+        for (int y = 0; y < 120; ++y)
+            for (int x = 0; x < 160; ++x)
+                for (int c = 0; c < 3; ++c)
+                    worst = std::max(worst,
+                                     std::abs(stacked.picture.at(x, y, c) - a.doc.frame_buffer.at(x, y, c)));
+        EXPECT_LE(worst, 2) << t;
+        if (t > 1.0) {  // the last frame is the still render
+            ASSERT_EQ(generate_shaped_image(a.doc, a.host, 160, 120), 0);
+            EXPECT_TRUE(same_bytes(a.doc.frame_buffer, a.doc.render_buffer));
+        }
+    }
+}
+
 TEST(FrameRender, TimestampsOutsideTheAnimationAreRefused) {
     Animated a;
     char expected[96];
@@ -108,11 +148,11 @@ TEST(FrameRender, TheFirstLayerIsNeverAnimated) {
     Animated a;
     a.set(0, 0, 0, 0.0, 4.0, 3.0);  // would grow over seven seconds if it moved
     a.set(2, 5, 3, 0.3, 0.8, 0.5);
-    UBUFFER base;
-    base.allocate(160, 120, 4);
-    ASSERT_EQ(render_layer(a.doc, a.host, base, 0), 0);
     ASSERT_EQ(render_frame_at(a.doc, a.host, 160, 120, 0.2), 0);
-    EXPECT_TRUE(same_bytes(a.doc.frame_buffer, base));
+    for (std::size_t i = 1; i < a.doc.layers.size(); ++i) a.doc.layers[i].shown = false;
+    a.doc.logo.reset();
+    ASSERT_EQ(generate_shaped_image(a.doc, a.host, 160, 120), 0);  // the first layer's still render
+    EXPECT_TRUE(same_bytes(a.doc.frame_buffer, a.doc.render_buffer));
 }
 
 TEST(VideoExport, WritesEveryFrameOfTheAnimation) {

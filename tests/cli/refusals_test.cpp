@@ -51,7 +51,7 @@ TEST(CliRefusals, ExitWithTheReasonAndLeaveNoFile) {
         {{"filter", in, "-o", png, "--memory", "20M"}, png, 2, "--memory"},
         {{"circles", in, "-o", dir + "/out.png"}, png, 2, ".json or .svg"},
         {{"circles", in, "-o", json, "--transform", "alphabet"}, json, 2, "--transform"},
-        {{"render", in, "-o", dir + "/out.gif"}, dir + "/out.gif", 2, ".png, .jpg, .jpeg or .bmp"},
+        {{"render", in, "-o", dir + "/out.gif"}, dir + "/out.gif", 2, ".png, .jpg, .jpeg, .bmp or .psd"},
         {{"render", "-o", png}, png, 2, "INPUT is required"},
         {{"render", in, "-o", png, "--shapes", "0=" + in}, png, 2, "I=PATH"},
         {{"render", in, "-o", png, "--logo-text", "a", "--logo-image", in}, png, 2, "not both"},

@@ -7,6 +7,7 @@
 #include "image/picture_writer.h"
 #include "support/pictures.h"
 #include "support/run_cli.h"
+#include "support/tools.h"
 
 namespace velq {
 namespace {
@@ -122,6 +123,31 @@ TEST(RenderCli, AnInputTakesTheSettingsAndTheLineOverridesThem) {
         EXPECT_EQ(j["layers"][1]["invert"], true) << c.args.back();
         EXPECT_EQ(j["source"], fs::absolute(c.source).lexically_normal().string()) << c.args.back();
     }
+}
+
+// The tool's .psd path end to end: the merged picture is the PNG's, the settings block is the same,
+// and ImageMagick's flattening of the layers (a hidden one left out) gives the PNG within 2.
+TEST(RenderCli, APsdResultHoldsItsLayersAndItsSettings) {
+    Files f;
+    const std::string psd = f.dir + "/layers.psd", png = f.dir + "/layers.png";
+    for (const std::string& out : {psd, png}) {
+        const test::CliResult r = test::run_cli({"render", "--settings", f.first, "-o", out, "--seed", "5",
+                                                 "--background", "102030", "--layer", "2:hidden", "--shapes",
+                                                 std::string("2=") + VELQ_DATA_DIR + "/shapes/heart.png"});
+        ASSERT_EQ(r.exit_code, 0) << r.err;
+    }
+    const PictureRead merged = read_picture(psd), flat = read_picture(png);
+    ASSERT_TRUE(merged && flat);
+    EXPECT_TRUE(
+        std::equal(flat.picture.data(), flat.picture.data() + flat.picture.size(), merged.picture.data()));
+    EXPECT_EQ(info_of(psd), info_of(png));
+
+    if (!test::have_tool("convert")) GTEST_SKIP() << "ImageMagick missing";
+    EXPECT_EQ(test::run_tool("identify -format '%l|' " + test::quoted(psd)), "|Background|Ly0|Ly1|Ly2|");
+    const std::string pae =
+        test::run_tool("convert " + test::quoted(psd + "[1-3]") + " -layers flatten png:- | " +
+                       "compare -metric PAE - " + test::quoted(png) + " null: 2>&1");
+    EXPECT_LE(std::stod(pae.substr(pae.find('(') + 1)), 2.0 / 255 + 1e-6) << pae;
 }
 
 }  // namespace

@@ -128,7 +128,7 @@ private slots:
                      qPrintable(QString::number(c.id)));
             ++refused;
         }
-        QCOMPARE(refused, 13);
+        QCOMPARE(refused, 14);
     }
 
     void workerReportsReachTheWindowAndTogglesWaitForTheEnd() {

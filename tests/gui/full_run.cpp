@@ -1,5 +1,6 @@
 // A whole session driven through the window's commands: open a picture, filter, transform (with the
-// live circles), choose layers and a logo, render, save, and reopen the result with its settings.
+// live circles), choose layers and a logo, render, save (as PNG and as layered PSD), export a frame
+// with its layers, and reopen the PSD with its settings.
 #include <QAction>
 #include <QComboBox>
 #include <QDir>
@@ -12,6 +13,7 @@
 #include "app/metadata.h"
 #include "gui/image_adapter.h"
 #include "gui/picture_view.h"
+#include "image/picture_reader.h"
 #include "support/recording_host.h"
 #include "window_fixture.h"
 
@@ -111,6 +113,28 @@ private slots:
         QCOMPARE(w.windowTitle(), QStringLiteral("art.png[*] - Velquinograph"));
         QVERIFY(!w.isWindowModified());
 
+        // Saved again with the Photoshop entry: the layered file, whose merged picture is the render.
+        const QString layered = QDir(dir).filePath("art.psd");
+        f.presenter->save_names = {QDir(dir).filePath("art")};
+        f.presenter->save_type = 0;
+        w.trigger(cmd::kSave);
+        QTRY_VERIFY(!w.busy());
+        QVERIFY2(f.presenter->messages.isEmpty(), qPrintable(f.presenter->messages.join('|')));
+        QCOMPARE(w.windowTitle(), QStringLiteral("art.psd[*] - Velquinograph"));
+        const velq::PictureRead psd = velq::read_picture(layered.toStdString());
+        QVERIFY(psd);
+        QCOMPARE(to_qimage(psd.picture), to_qimage(f.doc().render_buffer));
+
+        // A frame of the animation with its layers.
+        f.presenter->numbers = {0.5};
+        f.presenter->save_names = {QDir(dir).filePath("frame")};
+        w.trigger(cmd::kFramePsd);
+        QTRY_VERIFY_WITH_TIMEOUT(!w.busy(), 60000);
+        QVERIFY2(f.presenter->messages.isEmpty(), qPrintable(f.presenter->messages.join('|')));
+        const velq::PictureRead frame = velq::read_picture(QDir(dir).filePath("frame.psd").toStdString());
+        QVERIFY(frame);
+        QCOMPARE(to_qimage(frame.picture), to_qimage(f.doc().frame_buffer));
+
         // Bright re-renders by itself (and marks the work unsaved); THR needs more, which the view says.
         const QImage before = to_qimage(f.doc().render_buffer);
         auto* bright = w.control<QLineEdit>(ctl::kBright);
@@ -127,7 +151,7 @@ private slots:
         // A new window reopens the result with its settings when asked.
         WindowFixture g;
         g.presenter->answers = {true};
-        g.presenter->open_names = {saved};
+        g.presenter->open_names = {layered};
         g.window->trigger(cmd::kOpen);
         QTRY_VERIFY_WITH_TIMEOUT(!g.window->busy(), 60000);
         QCOMPARE(g.presenter->questions, QStringList{QStringLiteral("Meta data detect. Use it?")});

@@ -45,7 +45,10 @@ public:
         return c;
     }
     std::optional<double> ask_number(QWidget*, const QString&, double, double, double) override {
-        return std::nullopt;
+        if (numbers.empty()) return std::nullopt;
+        const double v = numbers.front();
+        numbers.pop_front();
+        return v;
     }
     std::optional<QSize> ask_size(QWidget*, const QSize&) override { return std::nullopt; }
     int exec(QDialog& dialog) override {
@@ -59,6 +62,7 @@ public:
     std::deque<bool> answers;
     std::deque<QString> open_names, save_names;
     std::deque<QColor> colours;
+    std::deque<double> numbers;
     int save_type = -1;
     std::function<int(QDialog&)> on_dialog;
 

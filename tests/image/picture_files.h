@@ -1,5 +1,5 @@
 // Helpers for the picture-file tests: bytes in and out of files, hand-made PNG streams, and the
-// independent tools (exiftool, ImageMagick) that check what our writers put in a file.
+// independent tools (support/tools.h) that check what our writers put in a file.
 #pragma once
 
 #include <cstdint>
@@ -7,6 +7,8 @@
 #include <vector>
 
 #include <opencv2/core/mat.hpp>
+
+#include "support/tools.h"
 
 namespace velq::test {
 
@@ -25,12 +27,5 @@ struct PngChunk {
 std::vector<std::uint8_t> handmade_png(std::uint32_t width, std::uint32_t height, int colour_type,
                                        int bit_depth, const std::vector<std::uint8_t>& samples,
                                        const std::vector<PngChunk>& extra = {});
-
-// True when `tool` is on the PATH.
-bool have_tool(const std::string& tool);
-// Runs a shell command, returns its standard output with the trailing newline removed.
-std::string run_tool(const std::string& command);
-// The path quoted for the shell.
-std::string quoted(const std::string& path);
 
 }  // namespace velq::test
