@@ -5,20 +5,14 @@
 #include "app/circle_export.h"
 #include "app/circles_svg.h"
 #include "app/transform_driver.h"
+#include "support/circles.h"
 #include "support/pictures.h"
 #include "support/recording_host.h"
 
 namespace velq {
 namespace {
 
-Circle circle(double x, double y, double r, ColourRecord own) {
-    Circle c;
-    c.x = x;
-    c.y = y;
-    c.radius = r;
-    c.own = own;
-    return c;
-}
+using test::circle;
 
 // A 20 x 16 working picture with two free circles and three Segments, the second disabled; the
 // transform mode says which of them count.

@@ -6,20 +6,14 @@
 
 #include "app/logo_choice.h"
 #include "render/renderer.h"
+#include "support/circles.h"
 #include "support/pictures.h"
 #include "support/recording_host.h"
 
 namespace velq {
 namespace {
 
-Circle circle(double fx, double fy, double r, ColourRecord own) {
-    Circle c;
-    c.x = fx;
-    c.y = fy;
-    c.radius = r;
-    c.own = own;
-    return c;
-}
+using test::circle;
 
 // Two circles of radius 20 on a 200 x 150 working picture: the grey base layer (brightness 50) under a
 // "Neon Cyber" layer at half size, over a dark blue background, with a white logo top right.

@@ -11,6 +11,7 @@
 #include "app/video_export.h"
 #include "image/picture_reader.h"
 #include "render/logo.h"
+#include "support/circles.h"
 #include "support/pictures.h"
 #include "support/recording_host.h"
 #include "support/tools.h"
@@ -34,12 +35,9 @@ struct Animated {
         doc.working.allocate(160, 120, 4);
         for (int j = 0; j < 6; ++j)
             for (int i = 0; i < 8; ++i) {
-                Circle c;
-                c.x = (10 + i * 20) / 160.0;
-                c.y = (10 + j * 20) / 120.0;
-                c.radius = 10.2;
-                c.own = ColourRecord{double(i * 30), double(j * 40), double(255 - i * 20), 255, 0, true};
-                doc.circles.push_back(c);
+                doc.circles.push_back(test::circle(
+                    (10 + i * 20) / 160.0, (10 + j * 20) / 120.0, 10.2,
+                    ColourRecord{double(i * 30), double(j * 40), double(255 - i * 20), 255, 0, true}));
             }
         doc.background = pack_colorref(0x10, 0x20, 0x40);
         doc.settings.out_width = 160;

@@ -6,10 +6,13 @@
 #include "render/layer.h"
 #include "render/palette.h"
 #include "render/renderer.h"
+#include "support/circles.h"
 #include "support/recording_host.h"
 
 namespace velq {
 namespace {
+
+using test::circle;
 
 TEST(Layer, EditsClampAndRetone) {
     test::RecordingHost host;
@@ -99,12 +102,6 @@ TEST(Layer, ShapeCursorSteps) {
 
 ColourRecord rgb(double r, double g, double b) {
     return ColourRecord{r, g, b, 255, 0, true};
-}
-
-Circle circle(double x, double y, double r, ColourRecord own) {
-    Circle c;
-    c.x = x, c.y = y, c.radius = r, c.own = own;
-    return c;
 }
 
 struct Fixture {
