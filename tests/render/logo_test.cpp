@@ -3,6 +3,10 @@
 #include <array>
 #include <tuple>
 
+#include <ft2build.h>
+#include FT_FREETYPE_H
+
+#include "render/font_file.h"
 #include "render/logo.h"
 #include "support/pictures.h"
 #include "support/recording_host.h"
@@ -79,6 +83,27 @@ TEST(Logo, TextIsDrawnWhiteAndCropped) {
         }
     EXPECT_TRUE(left && right && top && bottom);
     EXPECT_GT(opaque, 100);
+
+    // Every pixel the glyphs draw is in the logo, tall letters and accents included: with the letters
+    // spaced so that none overlaps another, the logo's coverage is the sum of the glyphs' own.
+    ASSERT_EQ(draw_text_logo(host, "h l A t \xC3\x85 g", "Courier New", logo), 0);
+    long drawn = 0, want = 0;
+    for (int y = 0; y < logo.height(); ++y)
+        for (int x = 0; x < logo.width(); ++x) drawn += logo.at(x, y, 3);
+    FT_Library lib = nullptr;
+    FT_Face face = nullptr;
+    ASSERT_EQ(FT_Init_FreeType(&lib), 0);
+    ASSERT_EQ(FT_New_Face(lib, find_font_file("Courier New").c_str(), 0, &face), 0);
+    FT_Set_Pixel_Sizes(face, 0, 128);
+    for (char32_t c : {U'h', U'l', U'A', U't', U'\u00C5', U'g'}) {
+        ASSERT_EQ(FT_Load_Char(face, c, FT_LOAD_RENDER), 0);
+        const FT_Bitmap& bm = face->glyph->bitmap;
+        for (unsigned r = 0; r < bm.rows; ++r)
+            for (unsigned i = 0; i < bm.width; ++i) want += bm.buffer[r * bm.pitch + i];
+    }
+    FT_Done_Face(face);
+    FT_Done_FreeType(lib);
+    EXPECT_EQ(drawn, want);
 
     UBUFFER kept = logo.clone();
     EXPECT_EQ(draw_text_logo(host, "   ", "Courier New", logo), -1);  // nothing drawn
