@@ -68,7 +68,8 @@ TEST(CirclesCli, BothTransformsWriteOneFormatAndTheSvgHoldsTheSameCircles) {
             EXPECT_EQ(keys_of(c), circle) << transform;
             EXPECT_EQ(c["segment"].is_null(), transform == "normal");
             ASSERT_NE(it, std::sregex_iterator()) << transform << ": fewer circles in the SVG";
-            const std::smatch& m = *it++;
+            const std::smatch m = *it;  // a copy: the iterator's own match changes with ++it
+            ++it;
             EXPECT_EQ(std::stod(m[1]), c["x"].get<double>());
             EXPECT_EQ(std::stod(m[2]), c["y"].get<double>());
             EXPECT_EQ(std::stod(m[3]), c["radius"].get<double>());
