@@ -58,6 +58,8 @@ void apply_block_settings(Document& doc, const SettingsRecord& r) {
     s.unit = Unit::Pixel;
     rewrite_size_fields(s);
     s.global_brightness = r.global_brightness;
+    s.impact_x = r.impact_x;
+    s.impact_y = r.impact_y;
     doc.background = r.background;
     doc.flag_byte = r.flag_byte != 0;
     for (int i = 0; i < kCyclingCount; ++i) doc.cycling[std::size_t(i)] = r.cycling[std::size_t(i)] != 0;

@@ -81,6 +81,7 @@ void print_text(const std::string& file, const SettingsBlock& block) {
     std::printf("  transform    %s\n", kTransformNames[s.transform_mode]);
     std::printf("  background   %s\n", background_text(s.background).c_str());
     std::printf("  brightness   %d\n", s.global_brightness);
+    if (s.impact_x > 0 || s.impact_y > 0) std::printf("  impact       %g,%g\n", s.impact_x, s.impact_y);
     std::printf("  logo         %s\n", logo_text(s).c_str());
     std::printf("Layers\n");
     const auto palettes = make_palettes();
@@ -115,6 +116,11 @@ void print_json(const SettingsBlock& block) {
     j["min"] = restored_size_fraction(s.min_size);
     j["background"] = background_text(s.background);
     j["global_brightness"] = s.global_brightness;
+    if (s.impact_x > 0 || s.impact_y > 0) {
+        j["impact"] = {s.impact_x, s.impact_y};
+    } else {
+        j["impact"] = nullptr;
+    }
     if (s.logo_kind == LogoKind::None) {
         j["logo"] = nullptr;
     } else {

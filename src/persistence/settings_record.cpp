@@ -60,6 +60,8 @@ std::string encode_settings_record(const SettingsRecord& rec,
     put_u8(out, o::motion_pack, rec.motion_pack ? 1 : 0);
     put_u32(out, o::background, rec.background);
     put_i32(out, o::global_brightness, rec.global_brightness);
+    put_f64(out, o::impact_x, rec.impact_x);
+    put_f64(out, o::impact_y, rec.impact_y);
     if (rec.logo_kind != LogoKind::None) {
         put_u8(out, o::logo_kind, std::uint8_t(rec.logo_kind));
         put_u8(out, o::logo_transparency, rec.logo_transparency);
@@ -110,6 +112,8 @@ RecordStatus decode_settings_record(std::span<const std::uint8_t, kSettingsRecor
     const std::uint8_t pack = in[o::motion_pack];
     r.background = get_u32(in, o::background);
     r.global_brightness = get_i32(in, o::global_brightness);
+    r.impact_x = get_f64(in, o::impact_x);
+    r.impact_y = get_f64(in, o::impact_y);
     const std::uint8_t logo = in[o::logo_kind];
     if (logo > std::uint8_t(LogoKind::Picture)) return RecordStatus::Invalid;
     r.logo_kind = LogoKind(logo);
@@ -127,7 +131,8 @@ RecordStatus decode_settings_record(std::span<const std::uint8_t, kSettingsRecor
                     r.dpi >= 0 && r.dilation >= 0 && r.gap >= 0 && r.k_mean >= 0 &&
                     in_range(r.filter_kind, 0, 8) && in_range(r.transform_mode, 0, 2) &&
                     size_fraction(r.max_size) && size_fraction(r.min_size) && pack <= 1 &&
-                    r.background <= 0xFFFFFFu;
+                    r.background <= 0xFFFFFFu && r.impact_x >= 0 && r.impact_x < 1 && r.impact_y >= 0 &&
+                    r.impact_y < 1;
     if (!ok) return RecordStatus::Invalid;
     for (auto c : r.cycling)
         if (c > 1) return RecordStatus::Invalid;

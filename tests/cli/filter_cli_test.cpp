@@ -1,4 +1,5 @@
 #include <gtest/gtest.h>
+#include <nlohmann/json.hpp>
 
 #include "image/picture_reader.h"
 #include "image/picture_writer.h"
@@ -50,6 +51,15 @@ TEST(FilterCli, ImpactPlacesTheBrokenGlass) {
     for (int y = cy - 8; y <= cy + 8; ++y)
         for (int x = cx - 8; x <= cx + 8; ++x) changed += p.picture.at(x, y, 1) != 0x80;
     EXPECT_GT(changed, 40);
+
+    // A rendered result keeps the impact with its settings.
+    const std::string art = dir + "/art.png";
+    ASSERT_EQ(test::run_cli({"render", in, "-o", art, "--int", "3", "--filter", "broken-glass", "--impact",
+                             "0.25,0.5", "--seed", "4"})
+                  .exit_code,
+              0);
+    const test::CliResult info = test::run_cli({"info", art, "--json"});
+    EXPECT_EQ(nlohmann::json::parse(info.out)["impact"], nlohmann::json::array({0.25, 0.5})) << info.out;
 }
 
 }  // namespace

@@ -35,7 +35,7 @@ TEST(SettingsRecord, RoundTripsPathsUpTo4095Bytes) {
     EXPECT_NE(encode_settings_record(rec, out), "");
 }
 
-TEST(SettingsRecord, BackgroundBrightnessAndLogoLiveInTheReservedBytes) {
+TEST(SettingsRecord, BackgroundBrightnessLogoAndImpactLiveInTheReservedBytes) {
     struct Case {
         const char* what;
         std::uint32_t background;
@@ -62,6 +62,7 @@ TEST(SettingsRecord, BackgroundBrightnessAndLogoLiveInTheReservedBytes) {
         rec.logo_text = c.text;
         rec.logo_face = c.face;
         rec.logo_transparency = c.kind == LogoKind::None ? 0 : 77;
+        if (c.kind != LogoKind::None) rec.impact_x = 0.35, rec.impact_y = 0.45;
         Record out;
         const std::string problem = encode_settings_record(rec, out);
         if (!c.problem.empty()) {
@@ -85,6 +86,10 @@ TEST(SettingsRecord, BackgroundBrightnessAndLogoLiveInTheReservedBytes) {
             EXPECT_EQ(at[1], c.brightness);
             EXPECT_EQ(std::string(reinterpret_cast<const char*>(&out[4208])), c.text);
             EXPECT_EQ(std::string(reinterpret_cast<const char*>(&out[4976])), c.face);
+            double impact[2];
+            std::memcpy(impact, &out[5104], 16);
+            EXPECT_EQ(impact[0], 0.35);
+            EXPECT_EQ(impact[1], 0.45);
         }
     }
 }
@@ -119,6 +124,12 @@ TEST(SettingsRecord, DecodingSortsRecordsByWhatIsWrong) {
         {"motion pack 7", [](Record& r) { r[4194] = 7; }, RecordStatus::Invalid},
         {"logo kind 3", [](Record& r) { r[4195] = 3; }, RecordStatus::Invalid},
         {"background above 24 bits", i32(4196, 0x01000000), RecordStatus::Invalid},
+        {"impact on the frame",
+         [](Record& r) {
+             const double one = 1.0;
+             std::memcpy(&r[5112], &one, 8);
+         },
+         RecordStatus::Invalid},
         {"unterminated logo text",
          [](Record& r) {
              r[4195] = 1;
