@@ -82,7 +82,7 @@ BENCHMARK(BM_WholeRender)
     ->Unit(benchmark::kSecond)
     ->UseRealTime()
     ->Iterations(2);
-// One run: the grain of this picture makes Vectorize trace a great many small regions.
+// One run: on this grainy picture Vectorize takes minutes, nearly all of it packing the regions.
 BENCHMARK(BM_WholeRender)
     ->Arg(int(velq::TransformMode::Vectorize))
     ->Unit(benchmark::kSecond)
