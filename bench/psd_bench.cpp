@@ -13,19 +13,15 @@
 #include <vector>
 
 #include "app/document.h"
-#include "app/filter_driver.h"
-#include "app/open_picture.h"
 #include "app/render_op.h"
 #include "app/save_result.h"
-#include "app/transform_driver.h"
+#include "bench_demo.h"
 
 namespace velq {
 namespace {
 
 std::string bench_path(const std::string& name) {
-    const auto dir = std::filesystem::temp_directory_path() / "velq-psd-bench";
-    std::filesystem::create_directories(dir);
-    return (dir / name).string();
+    return bench::bench_path("velq-psd-bench", name);
 }
 
 struct Demo {
@@ -34,10 +30,7 @@ struct Demo {
     bool ok = false;
 
     Demo() {
-        if (open_picture(doc, host, VELQ_DATA_DIR "/demo.jpg") != 0) return;
-        doc.settings.max_size = 0.03;
-        if (do_filter(doc, host, FilterKind(0), doc.settings.memory_limit) != 0) return;
-        if (do_transform(doc, host, TransformMode::Normal, false) != 0 || doc.circles.empty()) return;
+        if (!bench::transform_demo(doc, host, 0.03)) return;
         doc.seeds.fix(7);
         doc.layers[0].set_brightness(30);
         doc.layers[1].set_size(90);

@@ -21,10 +21,8 @@
 
 #include "app/document.h"
 #include "app/document_animation.h"
-#include "app/filter_driver.h"
-#include "app/open_picture.h"
-#include "app/transform_driver.h"
 #include "app/video_export.h"
+#include "bench_demo.h"
 #include "render/band_paint.h"
 #include "render/paint_jobs.h"
 #include "render/renderer.h"
@@ -35,9 +33,7 @@ namespace velq {
 namespace {
 
 std::string bench_path(const std::string& name) {
-    const auto dir = std::filesystem::temp_directory_path() / "velq-video-bench";
-    std::filesystem::create_directories(dir);
-    return (dir / name).string();
+    return bench::bench_path("velq-video-bench", name);
 }
 
 struct Demo {
@@ -47,9 +43,7 @@ struct Demo {
 
     // motion_time 0: every shape comes to rest the moment it starts.
     explicit Demo(double motion_time = 1.0) {
-        if (open_picture(doc, host, VELQ_DATA_DIR "/demo.jpg") != 0) return;
-        if (do_filter(doc, host, FilterKind(0), doc.settings.memory_limit) != 0) return;
-        if (do_transform(doc, host, TransformMode::Normal, false) != 0 || doc.circles.empty()) return;
+        if (!bench::transform_demo(doc, host)) return;
         doc.seeds.fix(5);
         doc.settings.video_width = 1920;
         doc.settings.video_height = 1080;
