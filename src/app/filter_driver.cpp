@@ -20,7 +20,7 @@ void install_working_pictures(Document& doc, RebuiltPictures&& made) {
     doc.settings.out_height = doc.working.height();
 }
 
-int do_filter(Document& doc, Host& host, FilterKind kind, std::int64_t memory_limit) {
+int do_filter(Document& doc, Host& host, FilterKind kind, std::int64_t memory_limit, FilterSeed seed_from) {
     if (doc.motion_pack_loaded) return 0;
     if (!doc.source) {
         host.message("Failed to read image");
@@ -44,10 +44,20 @@ int do_filter(Document& doc, Host& host, FilterKind kind, std::int64_t memory_li
     params.k_mean = doc.settings.k_mean;
     params.impact_x = doc.settings.impact_x;
     params.impact_y = doc.settings.impact_y;
-    if (apply_filter(host, kind, made.pictures.filtered, params, doc.seeds) != 0) return -1;
+    // A random filter runs on one seed, kept with the result so that reopening it draws the same
+    // pattern.
+    std::optional<std::uint32_t> seed;
+    SeedSource filter_seeds;
+    if (filter_draws_seed(kind)) {
+        const bool replay = seed_from == FilterSeed::Replay && doc.settings.filter_seed;
+        seed = replay ? *doc.settings.filter_seed : doc.seeds.time_seed();
+        filter_seeds.fix(*seed);
+    }
+    if (apply_filter(host, kind, made.pictures.filtered, params, filter_seeds) != 0) return -1;
 
     install_working_pictures(doc, std::move(made));
     doc.settings.filter_kind = int(kind);
+    doc.settings.filter_seed = seed;
     doc.settings.memory_limit = memory_limit;
     doc.rendered = false;
     doc.transformed = false;

@@ -10,8 +10,13 @@
 
 namespace velq {
 
+// Where a random filter's seed comes from: the one in the settings when there is one (remaking a
+// result), or a new one from the Document's seed source (the Filter command).
+enum class FilterSeed { Replay, Draw };
+
 // Returns 0, or -1 with the system's message; on failure the Document keeps the pictures it had.
-int do_filter(Document& doc, Host& host, FilterKind kind, std::int64_t memory_limit);
+int do_filter(Document& doc, Host& host, FilterKind kind, std::int64_t memory_limit,
+              FilterSeed seed_from = FilterSeed::Replay);
 
 // The filter buffer and working pictures built from the Document's source, not yet installed.
 struct RebuiltPictures {

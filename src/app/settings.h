@@ -3,26 +3,29 @@
 #pragma once
 
 #include <cstdint>
+#include <optional>
 
 namespace velq {
 
 enum class Unit { Pixel = 0, Inch = 1, Cm = 2, Meter = 3 };
 
 struct Settings {
-    Unit unit = Unit::Pixel;               // unit of Wid and Hgt
-    int dpi = 96;                          // dots per inch for unit conversion; set from the picture
-    int interpolation = 5;                 // INT: enlargement factor of the working picture, 1..50
-    int blur = 1;                          // BLU: blur radius before segmentation, 0..10 (kernel BLU x INT)
-    int threshold = 20;                    // THR: colour threshold of segments and brush sizes
-    int gap = 1;                           // GAP: pixels between circles
-    double max_size = 0.02;                // Max: largest circle, fraction of the larger picture side
-    double min_size = 0.0005;              // Min: smallest circle, same scale
-    int dilation = 0;                      // DIL: dilation of segments
-    int k_mean = 2;                        // K-Mn: colours of the K-mean filter, 2 and up
-    int global_brightness = 0;             // added to every tinted shade
-    int transform_mode = 0;                // 0 Normal, 1 Vectorize, 2 Alphabet
-    int filter_kind = 0;                   // 0..8, see FilterKind
-    double impact_x = 0, impact_y = 0;     // Broken glass's impact, fractions of the picture; 0 = seeded
+    Unit unit = Unit::Pixel;            // unit of Wid and Hgt
+    int dpi = 96;                       // dots per inch for unit conversion; set from the picture
+    int interpolation = 5;              // INT: enlargement factor of the working picture, 1..50
+    int blur = 1;                       // BLU: blur radius before segmentation, 0..10 (kernel BLU x INT)
+    int threshold = 20;                 // THR: colour threshold of segments and brush sizes
+    int gap = 1;                        // GAP: pixels between circles
+    double max_size = 0.02;             // Max: largest circle, fraction of the larger picture side
+    double min_size = 0.0005;           // Min: smallest circle, same scale
+    int dilation = 0;                   // DIL: dilation of segments
+    int k_mean = 2;                     // K-Mn: colours of the K-mean filter, 2 and up
+    int global_brightness = 0;          // added to every tinted shade
+    int transform_mode = 0;             // 0 Normal, 1 Vectorize, 2 Alphabet
+    int filter_kind = 0;                // 0..8, see FilterKind
+    double impact_x = 0, impact_y = 0;  // Broken glass's impact, fractions of the picture; 0 = seeded
+    // The seed the last random filter drew, replayed when a result is remade from its settings.
+    std::optional<std::uint32_t> filter_seed;
     std::int64_t memory_limit = 15000000;  // bytes of the enlarged working picture
     int out_width = 0, out_height = 0;     // output size in pixels (the render's size)
     double wid = 0, hgt = 0;               // Wid and Hgt as shown, in the unit

@@ -82,6 +82,7 @@ void print_text(const std::string& file, const SettingsBlock& block) {
     std::printf("  background   %s\n", background_text(s.background).c_str());
     std::printf("  brightness   %d\n", s.global_brightness);
     if (s.impact_x > 0 || s.impact_y > 0) std::printf("  impact       %g,%g\n", s.impact_x, s.impact_y);
+    if (s.has_filter_seed) std::printf("  filter seed  %u\n", unsigned(s.filter_seed));
     std::printf("  logo         %s\n", logo_text(s).c_str());
     std::printf("Layers\n");
     const auto palettes = make_palettes();
@@ -120,6 +121,11 @@ void print_json(const SettingsBlock& block) {
         j["impact"] = {s.impact_x, s.impact_y};
     } else {
         j["impact"] = nullptr;
+    }
+    if (s.has_filter_seed) {
+        j["filter_seed"] = s.filter_seed;
+    } else {
+        j["filter_seed"] = nullptr;
     }
     if (s.logo_kind == LogoKind::None) {
         j["logo"] = nullptr;

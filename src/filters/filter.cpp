@@ -36,6 +36,19 @@ std::string_view filter_cli_name(FilterKind kind) {
     return known(kind) ? kNames[int(kind)].cli : "";
 }
 
+bool filter_draws_seed(FilterKind kind) {
+    switch (kind) {
+        case FilterKind::HalfShuffle:
+        case FilterKind::TripleShuffle:
+        case FilterKind::Matrix:
+        case FilterKind::Prism:
+        case FilterKind::BrokenGlass:
+            return true;
+        default:
+            return false;
+    }
+}
+
 bool filter_available(FilterKind kind) {
     return known(kind);
 }

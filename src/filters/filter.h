@@ -36,6 +36,9 @@ struct FilterParams {
 int apply_filter(Host& host, FilterKind kind, UBUFFER& picture, const FilterParams& params,
                  const SeedSource& seeds);
 
+// True for the kinds whose result depends on the seed they draw.
+bool filter_draws_seed(FilterKind kind);
+
 // False for the kinds that have no filter behind them.
 bool filter_available(FilterKind kind);
 

@@ -36,7 +36,10 @@ void filter(MainWindow& w, int id) {
     for (auto [filter_id, kind] : kFilters)
         if (filter_id == id) {
             w.set_view_stale(QString());
-            w.start_job([&w, kind = kind, limit] { do_filter(w.document(), w.host(), kind, limit); });
+            // The menu asks for a new pattern: a seed kept from a reopened result is not replayed.
+            w.start_job([&w, kind = kind, limit] {
+                do_filter(w.document(), w.host(), kind, limit, FilterSeed::Draw);
+            });
         }
 }
 

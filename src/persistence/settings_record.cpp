@@ -62,6 +62,10 @@ std::string encode_settings_record(const SettingsRecord& rec,
     put_i32(out, o::global_brightness, rec.global_brightness);
     put_f64(out, o::impact_x, rec.impact_x);
     put_f64(out, o::impact_y, rec.impact_y);
+    if (rec.has_filter_seed) {
+        put_u8(out, o::has_filter_seed, 1);
+        put_u32(out, o::filter_seed, rec.filter_seed);
+    }
     if (rec.logo_kind != LogoKind::None) {
         put_u8(out, o::logo_kind, std::uint8_t(rec.logo_kind));
         put_u8(out, o::logo_transparency, rec.logo_transparency);
@@ -114,6 +118,10 @@ RecordStatus decode_settings_record(std::span<const std::uint8_t, kSettingsRecor
     r.global_brightness = get_i32(in, o::global_brightness);
     r.impact_x = get_f64(in, o::impact_x);
     r.impact_y = get_f64(in, o::impact_y);
+    const std::uint8_t has_seed = in[o::has_filter_seed];
+    if (has_seed > 1) return RecordStatus::Invalid;
+    r.has_filter_seed = has_seed == 1;
+    if (r.has_filter_seed) r.filter_seed = get_u32(in, o::filter_seed);
     const std::uint8_t logo = in[o::logo_kind];
     if (logo > std::uint8_t(LogoKind::Picture)) return RecordStatus::Invalid;
     r.logo_kind = LogoKind(logo);

@@ -31,7 +31,8 @@ inline constexpr std::size_t signature = 0, path = 14, version = 4112, interpola
                              transform_mode = 4156, max_size = 4164, min_size = 4168, flag_byte = 4172,
                              cycling = 4173, motion_pack = 4194, logo_kind = 4195, background = 4196,
                              global_brightness = 4200, logo_transparency = 4204, logo_text = 4208,
-                             logo_face = 4976, impact_x = 5104, impact_y = 5112, reserved = 5120;
+                             logo_face = 4976, impact_x = 5104, impact_y = 5112, has_filter_seed = 5120,
+                             filter_seed = 5124, reserved = 5128;
 }
 // The logo's text (or picture path) and font face fields; each holds one byte less of text.
 inline constexpr std::size_t kLogoTextFieldSize = 768, kLogoFaceFieldSize = 128;
@@ -67,6 +68,9 @@ struct SettingsRecord {
     std::string logo_text;               // UTF-8: the text logo's line, or the picture logo's path
     std::string logo_face;               // UTF-8: the text logo's font face
     double impact_x = 0, impact_y = 0;   // Broken glass's impact, fractions of the picture; 0: seeded
+    // The seed the random filter of the result drew, so reopening remakes the same pattern.
+    bool has_filter_seed = false;
+    std::uint32_t filter_seed = 0;
 
     bool operator==(const SettingsRecord&) const = default;
 };

@@ -35,8 +35,9 @@ TEST(FilterCli, WritesTheFilteredPictureAndASeedRepeatsIt) {
 }
 
 // --impact puts Broken glass's crushed spot where asked: on flat grey it is the one place where
-// every crack meets, so the pixels round it change while the spot itself keeps its grey.
-TEST(FilterCli, ImpactPlacesTheBrokenGlass) {
+// every crack meets, so the pixels round it change while the spot itself keeps its grey. The result
+// keeps the impact and the seed the pane was drawn from.
+TEST(FilterCli, ImpactPlacesTheBrokenGlassAndTheResultKeepsItsPane) {
     const std::string dir = test::temp_dir("cli-impact");
     const std::string in = dir + "/in.png", out = dir + "/out.png";
     ASSERT_EQ(write_picture(in, test::flat_picture(48, 32, 0xFF808080u), 96), PictureError::None);
@@ -60,6 +61,15 @@ TEST(FilterCli, ImpactPlacesTheBrokenGlass) {
               0);
     const test::CliResult info = test::run_cli({"info", art, "--json"});
     EXPECT_EQ(nlohmann::json::parse(info.out)["impact"], nlohmann::json::array({0.25, 0.5})) << info.out;
+    EXPECT_EQ(nlohmann::json::parse(info.out)["filter_seed"], 4) << info.out;
+
+    // Remade from its settings under another run seed, the result draws the same pane.
+    const std::string again = dir + "/again.png";
+    ASSERT_EQ(test::run_cli({"render", "--settings", art, "-o", again, "--seed", "9"}).exit_code, 0);
+    const PictureRead first = read_picture(art), second = read_picture(again);
+    ASSERT_TRUE(first && second);
+    EXPECT_TRUE(
+        std::equal(first.picture.data(), first.picture.data() + first.picture.size(), second.picture.data()));
 }
 
 }  // namespace

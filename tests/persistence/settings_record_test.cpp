@@ -62,7 +62,10 @@ TEST(SettingsRecord, BackgroundBrightnessLogoAndImpactLiveInTheReservedBytes) {
         rec.logo_text = c.text;
         rec.logo_face = c.face;
         rec.logo_transparency = c.kind == LogoKind::None ? 0 : 77;
-        if (c.kind != LogoKind::None) rec.impact_x = 0.35, rec.impact_y = 0.45;
+        if (c.kind != LogoKind::None) {
+            rec.impact_x = 0.35, rec.impact_y = 0.45;
+            rec.has_filter_seed = true, rec.filter_seed = 0xC0FFEE;
+        }
         Record out;
         const std::string problem = encode_settings_record(rec, out);
         if (!c.problem.empty()) {
@@ -90,6 +93,10 @@ TEST(SettingsRecord, BackgroundBrightnessLogoAndImpactLiveInTheReservedBytes) {
             std::memcpy(impact, &out[5104], 16);
             EXPECT_EQ(impact[0], 0.35);
             EXPECT_EQ(impact[1], 0.45);
+            std::uint32_t seed = 0;
+            std::memcpy(&seed, &out[5124], 4);
+            EXPECT_EQ(out[5120], 1);
+            EXPECT_EQ(seed, 0xC0FFEEu);
         }
     }
 }
@@ -130,6 +137,7 @@ TEST(SettingsRecord, DecodingSortsRecordsByWhatIsWrong) {
              std::memcpy(&r[5112], &one, 8);
          },
          RecordStatus::Invalid},
+        {"filter seed flag 2", [](Record& r) { r[5120] = 2; }, RecordStatus::Invalid},
         {"unterminated logo text",
          [](Record& r) {
              r[4195] = 1;
