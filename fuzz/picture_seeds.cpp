@@ -1,13 +1,17 @@
 // Writes the seed pictures for picture_reader_fuzz into the folder given as the only argument: tiny
 // PNG, JPEG (baseline, progressive, with EXIF), BMP, TIFF and WebP files, with and without alpha,
-// 8 and 16 bits, with resolution fields. Generated at build time so no binary seeds are kept.
+// 8 and 16 bits, with resolution fields, and a layered PSD as Save writes it. Generated at build time
+// so no binary seeds are kept.
 #include <cstdint>
 #include <cstdio>
+#include <cstring>
 #include <string>
 #include <vector>
 
 #include <opencv2/core.hpp>
 #include <opencv2/imgcodecs.hpp>
+
+#include "image/psd_writer.h"
 
 namespace {
 
@@ -65,6 +69,26 @@ std::vector<std::uint8_t> encode(const cv::Mat& m, const char* ext, const std::v
     return out;
 }
 
+// Two layers over a background, one with soft alpha and one hidden, so the fuzzer starts from
+// every part of the layer records as well as the merged picture.
+void save_psd(const std::string& dir, const cv::Mat& bgra) {
+    velq::UBUFFER merged;
+    if (!merged.allocate(bgra.cols, bgra.rows, 4)) return;
+    std::memcpy(merged.data(), bgra.data, merged.size());
+    const velq::PsdLayer layers[] = {{"Background", false}, {"Ly0", false}, {"Ly1", true}};
+    if (std::FILE* f = std::fopen((dir + "/layers.psd").c_str(), "w+b")) {
+        velq::write_psd(f, merged, 300, layers, [&](int index, velq::UBUFFER& p) {
+            for (int y = 0; y < p.height(); ++y)
+                for (int x = 0; x < p.width(); ++x)
+                    for (int c = 0; c < 4; ++c)
+                        p.at(x, y, c) = c == 3 ? std::uint8_t(index == 1 && x < 3 ? 0 : 40 * (x + y))
+                                               : merged.at(x, y, c);
+            return true;
+        });
+        std::fclose(f);
+    }
+}
+
 }  // namespace
 
 int main(int argc, char** argv) {
@@ -86,5 +110,6 @@ int main(int argc, char** argv) {
     save(dir, "deep.tif", encode(deep, ".tif"));
     save(dir, "lossy.webp", encode(bgr, ".webp", {cv::IMWRITE_WEBP_QUALITY, 30}));
     save(dir, "lossless.webp", encode(bgra, ".webp", {cv::IMWRITE_WEBP_QUALITY, 101}));
+    save_psd(dir, bgra);
     return 0;
 }

@@ -81,7 +81,8 @@ std::optional<int> psd_dpi(std::span<const std::uint8_t> bytes) {
         if (!size) return std::nullopt;
         if (*id == 0x03ED) {
             const auto fixed = resources.u32(size_at + 4, kBig);
-            if (!fixed || *size < 16) return std::nullopt;
+            // Below one dot per inch is no resolution at all: the default applies, as for other formats.
+            if (!fixed || *size < 16 || (*fixed >> 16) == 0) return std::nullopt;
             return int(*fixed >> 16);
         }
         at = size_at + 4 + ((std::size_t(*size) + 1) & ~std::size_t(1));
