@@ -96,10 +96,6 @@ TEST(KMean, AgreesWithThePlainClusteringByteForByte) {
         EXPECT_TRUE(same_bytes(got, plain_k_mean(in, k))) << w << "x" << h << " K " << k;
         EXPECT_LE(colour_set(got).size(), std::size_t(k));
         for (std::size_t i = 3; i < got.size(); i += 4) ASSERT_EQ(got.data()[i], 255);
-        // A second run gives the same bytes.
-        UBUFFER again = in.clone();
-        ASSERT_EQ(reduce_color_by_k_mean(host, again, k), 0);
-        EXPECT_TRUE(same_bytes(got, again));
     }
 }
 
@@ -126,7 +122,7 @@ TEST(KMean, FewColoursAreKept) {
     }
 }
 
-TEST(KMean, ReportsItsStageAndRefusesKBelowTwo) {
+TEST(KMean, ReportsProgressAndRefusesKBelowTwo) {
     UBUFFER p = palette_noise(30, 20, 5, 8);
     const UBUFFER before = p.clone();
     test::RecordingHost host;
@@ -140,8 +136,6 @@ TEST(KMean, ReportsItsStageAndRefusesKBelowTwo) {
     }
     host.clear();
     ASSERT_EQ(reduce_color_by_k_mean(host, p, 2), 0);
-    EXPECT_EQ(host.titles(),
-              (std::vector<std::string>{"Velquinograph (Reducing colors by k-mean...)", "Velquinograph"}));
     EXPECT_EQ(host.percents(), (std::vector<int>{0, 10, 20, 30, 40, 50, 60, 70, 80, 90, 0}));
 }
 
