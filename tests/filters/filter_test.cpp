@@ -16,11 +16,9 @@
 namespace velq {
 namespace {
 
-using Bgr = std::array<int, 3>;
+using test::same_bytes;
 
-bool same_bytes(const UBUFFER& a, const UBUFFER& b) {
-    return a.same_shape(b) && std::memcmp(a.data(), b.data(), a.size()) == 0;
-}
+using Bgr = std::array<int, 3>;
 
 Bgr bgr(const UBUFFER& p, int x, int y) {
     return {p.at(x, y, 0), p.at(x, y, 1), p.at(x, y, 2)};

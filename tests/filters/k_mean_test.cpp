@@ -14,6 +14,8 @@
 namespace velq {
 namespace {
 
+using test::same_bytes;
+
 // The clustering written out plainly: the distinct colours in increasing red, green, blue order,
 // centres drawn from them, then for each iteration every centre in turn against every colour, the
 // first nearest winning, and each centre moved to its colours' mean.
@@ -59,10 +61,6 @@ UBUFFER plain_k_mean(const UBUFFER& in, int k, int iterations = kKMeanIterations
             out.at(x, y, 3) = 255;
         }
     return out;
-}
-
-bool same_bytes(const UBUFFER& a, const UBUFFER& b) {
-    return a.same_shape(b) && std::memcmp(a.data(), b.data(), a.size()) == 0;
 }
 
 std::set<std::uint32_t> colour_set(const UBUFFER& p) {

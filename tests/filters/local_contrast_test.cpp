@@ -11,6 +11,8 @@
 namespace velq {
 namespace {
 
+using test::same_bytes;
+
 // The operator written out plainly: the mean of box (x0, x1] x (y0, y1] summed pixel by pixel.
 UBUFFER plain_local_contrast(const UBUFFER& in, double k, ContrastDirection dir) {
     UBUFFER out = in.clone();
@@ -33,10 +35,6 @@ UBUFFER plain_local_contrast(const UBUFFER& in, double k, ContrastDirection dir)
         }
     }
     return out;
-}
-
-bool same_bytes(const UBUFFER& a, const UBUFFER& b) {
-    return a.same_shape(b) && std::memcmp(a.data(), b.data(), a.size()) == 0;
 }
 
 TEST(LocalContrast, MatchesDirectBoxSumsByteForByte) {
