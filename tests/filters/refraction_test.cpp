@@ -8,6 +8,8 @@
 #include <set>
 #include <vector>
 
+#include <opencv2/imgproc.hpp>
+
 #include "filters/broken_glass.h"
 #include "filters/filter.h"
 #include "filters/prism.h"
@@ -42,26 +44,11 @@ UBUFFER run_glass(const UBUFFER& in, const Shatter& shatter, IBUFFER* labels = n
 
 // The labels that fall apart into more than one piece (neighbours through edges or corners).
 std::set<std::uint32_t> split_labels(const IBUFFER& labels) {
-    const int w = labels.width(), h = labels.height();
-    std::vector<char> seen(std::size_t(w) * h, 0);
-    std::set<std::uint32_t> met, split;
-    for (int start = 0; start < w * h; ++start) {
-        const std::uint32_t id = labels.data()[start];
-        if (seen[start]) continue;
-        if (!met.insert(id).second) split.insert(id);
-        std::vector<int> stack{start};
-        seen[start] = 1;
-        while (!stack.empty()) {
-            const int x = stack.back() % w, y = stack.back() / w;
-            stack.pop_back();
-            for (int dy = -1; dy <= 1; ++dy)
-                for (int dx = -1; dx <= 1; ++dx) {
-                    const int j = (y + dy) * w + x + dx;
-                    if (labels.inside(x + dx, y + dy) && !seen[j] && labels.data()[j] == id)
-                        seen[j] = 1, stack.push_back(j);
-                }
-        }
-    }
+    const cv::Mat map(labels.height(), labels.width(), CV_32S, const_cast<std::uint32_t*>(labels.data()));
+    std::set<std::uint32_t> split;
+    cv::Mat pieces;
+    for (const std::uint32_t id : std::set<std::uint32_t>(labels.data(), labels.data() + labels.size()))
+        if (cv::connectedComponents(map == int(id), pieces, 8) > 2) split.insert(id);
     return split;
 }
 
