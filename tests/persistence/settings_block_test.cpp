@@ -165,16 +165,12 @@ TEST(SettingsBlockFile, ReadsFromTheEndOfARealFileAndAppends) {
         std::ofstream f(path, std::ios::binary);
         f.write(reinterpret_cast<const char*>(picture.data()), std::streamsize(picture.size()));
     }
-    SettingsBlock out;
-    auto read = read_settings_block(path, out);
-    EXPECT_TRUE(read.opened);
-    EXPECT_EQ(read.status, BlockStatus::None);
-
     test::RecordingHost host;
     Bytes block;
     ASSERT_EQ(encode_file_block(test::sample_block(), block), "");
     ASSERT_EQ(append_settings_block(host, path, block), AppendResult::Written);
-    read = read_settings_block(path, out);
+    SettingsBlock out;
+    auto read = read_settings_block(path, out);
     EXPECT_TRUE(read.opened);
     ASSERT_EQ(read.status, BlockStatus::Ok);
     EXPECT_EQ(out, test::sample_block());
