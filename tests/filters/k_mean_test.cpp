@@ -137,24 +137,12 @@ TEST(KMean, ReportsProgressAndRefusesKBelowTwo) {
     EXPECT_EQ(host.percents(), (std::vector<int>{0, 10, 20, 30, 40, 50, 60, 70, 80, 90, 0}));
 }
 
-// Stops at the first progress report after the iterations start.
-class StopAtPercent : public test::RecordingHost {
-public:
-    explicit StopAtPercent(int p) : at_(p) {}
-    void percent(int p) override {
-        RecordingHost::percent(p);
-        if (p == at_) stop = true;
-    }
-
-private:
-    int at_;
-};
-
 TEST(KMean, StopEndsTheIterationsAndLeavesUnassignedPixelsAlone) {
     const UBUFFER in = palette_noise(60, 40, 21, 64);
     // Stopped after the second iteration: the pixels take the centres reached so far.
     {
-        StopAtPercent host(10);
+        test::RecordingHost host;
+        host.stop_at_percent = 10;  // the first report after the iterations start
         UBUFFER got = in.clone();
         ASSERT_EQ(reduce_color_by_k_mean(host, got, 5), 0);
         EXPECT_TRUE(same_bytes(got, plain_k_mean(in, 5, 2)));

@@ -213,14 +213,6 @@ TEST(BrokenGlass, EachShardMovesRigidly) {
     EXPECT_GT(moved.size(), shards.size() / 2);
 }
 
-// Presses Stop once the first band of rows is done.
-struct StopAfterFirstBand : test::RecordingHost {
-    void percent(int p) override {
-        RecordingHost::percent(p);
-        if (p > 0) stop = true;
-    }
-};
-
 // Both filters through the dispatcher: one seed repeats the bytes, another changes them, any split of
 // the rows gives the same bytes, and Stop halfway leaves the picture untouched.
 TEST(Refraction, SeededThreadFreeAndStoppable) {
@@ -246,7 +238,8 @@ TEST(Refraction, SeededThreadFreeAndStoppable) {
                                   : run_glass(in, Shatter(150, 110, {}, 31), nullptr, blocks);
             EXPECT_TRUE(same_bytes(a, b)) << blocks << " blocks";
         }
-        StopAfterFirstBand host;
+        test::RecordingHost host;
+        host.stop_at_percent = 1;  // once the first band of rows is done
         UBUFFER p = in.clone();
         EXPECT_EQ(apply_filter(host, kind, p, params, SeedSource{}), -1);
         EXPECT_TRUE(same_bytes(p, in) && host.messages().empty());
