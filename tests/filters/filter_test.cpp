@@ -38,15 +38,11 @@ UBUFFER ramp(int w, int h) {
     });
 }
 
-SeedSource fixed_seed(std::uint32_t s) {
-    SeedSource seeds;
-    seeds.fix(s);
-    return seeds;
-}
-
 int run(FilterKind kind, UBUFFER& p, std::uint32_t seed, test::RecordingHost& host,
         FilterParams params = {}) {
-    return apply_filter(host, kind, p, params, fixed_seed(seed));
+    SeedSource seeds;
+    seeds.fix(seed);
+    return apply_filter(host, kind, p, params, seeds);
 }
 
 // The columns where the cut line drawn from `seed` at `x0` meets each row of a w x h picture.

@@ -1,5 +1,7 @@
 #include <gtest/gtest.h>
 
+#include <cstring>
+
 #include <opencv2/core.hpp>
 #include <opencv2/imgcodecs.hpp>
 
@@ -21,10 +23,6 @@ std::vector<std::uint8_t> noise_file(int w, int h, int type, const std::string& 
     return out;
 }
 
-void put_le32(std::vector<std::uint8_t>& v, std::size_t at, std::uint32_t x) {
-    for (int i = 0; i < 4; ++i) v[at + i] = std::uint8_t(x >> (8 * i));
-}
-
 // A JPEG with its frame header claiming another size.
 std::vector<std::uint8_t> jpeg_claiming(int w, int h) {
     auto v = noise_file(16, 16, CV_8UC3, ".jpg");
@@ -40,8 +38,8 @@ std::vector<std::uint8_t> jpeg_claiming(int w, int h) {
 
 std::vector<std::uint8_t> bmp_claiming(std::int32_t w, std::int32_t h) {
     auto v = noise_file(4, 4, CV_8UC3, ".bmp");
-    put_le32(v, 18, std::uint32_t(w));
-    put_le32(v, 22, std::uint32_t(h));
+    std::memcpy(&v[18], &w, 4);  // little-endian, as the file has it
+    std::memcpy(&v[22], &h, 4);
     return v;
 }
 
