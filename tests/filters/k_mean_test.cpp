@@ -2,7 +2,6 @@
 
 #include <array>
 #include <cstring>
-#include <set>
 #include <tuple>
 #include <vector>
 
@@ -13,6 +12,8 @@
 
 namespace velq {
 namespace {
+
+using test::same_bytes;
 
 // The clustering written out plainly: the distinct colours in increasing red, green, blue order,
 // centres drawn from them, then for each iteration every centre in turn against every colour, the
@@ -61,16 +62,6 @@ UBUFFER plain_k_mean(const UBUFFER& in, int k, int iterations = kKMeanIterations
     return out;
 }
 
-bool same_bytes(const UBUFFER& a, const UBUFFER& b) {
-    return a.same_shape(b) && std::memcmp(a.data(), b.data(), a.size()) == 0;
-}
-
-std::set<std::uint32_t> colour_set(const UBUFFER& p) {
-    std::set<std::uint32_t> s;
-    for (std::size_t i = 0; i < p.size(); i += 4) s.insert(colour_index(p.data() + i));
-    return s;
-}
-
 // Noise over a limited palette: `levels` values per channel.
 UBUFFER palette_noise(int w, int h, std::uint32_t seed, int levels) {
     Random rng(seed);
@@ -94,12 +85,6 @@ TEST(KMean, AgreesWithThePlainClusteringByteForByte) {
         test::RecordingHost host;
         ASSERT_EQ(reduce_color_by_k_mean(host, got, k), 0);
         EXPECT_TRUE(same_bytes(got, plain_k_mean(in, k))) << w << "x" << h << " K " << k;
-        EXPECT_LE(colour_set(got).size(), std::size_t(k));
-        for (std::size_t i = 3; i < got.size(); i += 4) ASSERT_EQ(got.data()[i], 255);
-        // A second run gives the same bytes.
-        UBUFFER again = in.clone();
-        ASSERT_EQ(reduce_color_by_k_mean(host, again, k), 0);
-        EXPECT_TRUE(same_bytes(got, again));
     }
 }
 
@@ -126,7 +111,7 @@ TEST(KMean, FewColoursAreKept) {
     }
 }
 
-TEST(KMean, ReportsItsStageAndRefusesKBelowTwo) {
+TEST(KMean, ReportsProgressAndRefusesKBelowTwo) {
     UBUFFER p = palette_noise(30, 20, 5, 8);
     const UBUFFER before = p.clone();
     test::RecordingHost host;
@@ -140,29 +125,15 @@ TEST(KMean, ReportsItsStageAndRefusesKBelowTwo) {
     }
     host.clear();
     ASSERT_EQ(reduce_color_by_k_mean(host, p, 2), 0);
-    EXPECT_EQ(host.titles(),
-              (std::vector<std::string>{"Velquinograph (Reducing colors by k-mean...)", "Velquinograph"}));
     EXPECT_EQ(host.percents(), (std::vector<int>{0, 10, 20, 30, 40, 50, 60, 70, 80, 90, 0}));
 }
-
-// Stops at the first progress report after the iterations start.
-class StopAtPercent : public test::RecordingHost {
-public:
-    explicit StopAtPercent(int p) : at_(p) {}
-    void percent(int p) override {
-        RecordingHost::percent(p);
-        if (p == at_) stop = true;
-    }
-
-private:
-    int at_;
-};
 
 TEST(KMean, StopEndsTheIterationsAndLeavesUnassignedPixelsAlone) {
     const UBUFFER in = palette_noise(60, 40, 21, 64);
     // Stopped after the second iteration: the pixels take the centres reached so far.
     {
-        StopAtPercent host(10);
+        test::RecordingHost host;
+        host.stop_at_percent = 10;  // the first report after the iterations start
         UBUFFER got = in.clone();
         ASSERT_EQ(reduce_color_by_k_mean(host, got, 5), 0);
         EXPECT_TRUE(same_bytes(got, plain_k_mean(in, 5, 2)));

@@ -49,11 +49,12 @@ TEST(FileTypes, ExtensionsAndVideos) {
         bool video;
         PictureType type;
     } exts[] = {
-        {"a.JPEG", "jpg", false, PictureType::Jpeg},     {"a.Png", "png", false, PictureType::Png},
-        {"a.TIF", "tif", false, PictureType::Tiff},      {"a.bmp", "bmp", false, PictureType::Bmp},
-        {"a.jfif", "jfif", false, PictureType::Unknown}, {"a.MP4", "mp4", true, PictureType::Unknown},
-        {"a.3GPP", "3gpp", true, PictureType::Unknown},  {"a.mpg", "mpg", false, PictureType::Unknown},
-        {".mp4", "", false, PictureType::Unknown},       {"dir.mp4/a", "", false, PictureType::Unknown},
+        {"a.JPEG", "jpg", false, PictureType::Jpeg},    {"a.Png", "png", false, PictureType::Png},
+        {"a.TIF", "tif", false, PictureType::Tiff},     {"a.tiff", "tiff", false, PictureType::Tiff},
+        {"a.bmp", "bmp", false, PictureType::Bmp},      {"a.jfif", "jfif", false, PictureType::Unknown},
+        {"a.MP4", "mp4", true, PictureType::Unknown},   {"a.3GPP", "3gpp", true, PictureType::Unknown},
+        {"a.mpg", "mpg", false, PictureType::Unknown},  {".mp4", "", false, PictureType::Unknown},
+        {"dir.mp4/a", "", false, PictureType::Unknown},
     };
     for (const Ext& e : exts) {
         EXPECT_EQ(file_extension(e.path), e.ext) << e.path;

@@ -1,4 +1,4 @@
-// Helpers for the picture-file tests: bytes in and out of files, hand-made PNG streams, and the
+// Helpers for the picture-file tests: bytes in and out of files, PNG streams with chunks of our own, and the
 // independent tools (support/tools.h) that check what our writers put in a file.
 #pragma once
 
@@ -18,14 +18,13 @@ void put_file(const std::string& path, const std::vector<std::uint8_t>& bytes);
 // OpenCV's encoding of `m` for the extension (".png", ".jpg", ...).
 std::vector<std::uint8_t> encoded(const cv::Mat& m, const std::string& ext);
 
-// A PNG stream built by hand (stored deflate blocks): any colour type and bit depth, rows of raw
-// samples given big-endian as PNG wants them. `extra` chunks (type + data) go after IHDR.
+// `png` (a whole PNG stream) with `extra` chunks (type + data) put right after IHDR, and IHDR claiming
+// width x height when width is not 0.
 struct PngChunk {
     std::string type;
     std::vector<std::uint8_t> data;
 };
-std::vector<std::uint8_t> handmade_png(std::uint32_t width, std::uint32_t height, int colour_type,
-                                       int bit_depth, const std::vector<std::uint8_t>& samples,
-                                       const std::vector<PngChunk>& extra = {});
+std::vector<std::uint8_t> patched_png(std::vector<std::uint8_t> png, const std::vector<PngChunk>& extra,
+                                      std::uint32_t width = 0, std::uint32_t height = 0);
 
 }  // namespace velq::test

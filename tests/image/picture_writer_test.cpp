@@ -41,7 +41,6 @@ TEST(PictureWriter, ResolutionRoundTripsAndIndependentToolsAgree) {
         {"e.bmp", 300, "-File:PixelsPerMeterX -File:PixelsPerMeterY", "11812 11812", true},
         {"f.tif", 300, "-EXIF:ResolutionUnit -EXIF:XResolution -EXIF:YResolution -EXIF:ExtraSamples",
          "2 300 300 2", true},
-        {"g.tiff", 1200, "-EXIF:ResolutionUnit -EXIF:XResolution -EXIF:YResolution", "2 1200 1200", true},
     };
     for (const Case& c : cases) {
         const std::string path = dir + "/" + c.name;
@@ -106,7 +105,6 @@ TEST(PictureWriter, ExistingFileIsReplacedWholeOrLeftAlone) {
     } cases[] = {
         {"no picture", path, nullptr, PictureError::EmptyPicture},
         {"unknown type", dir + "/result.gif", &picture, PictureError::UnknownType},
-        {"no extension", dir + "/result", &picture, PictureError::UnknownType},
         {"folder in the way", png_named_folder, &picture, PictureError::WriteFailed},
         {"missing folder", dir + "/nowhere/result.png", &picture, PictureError::WriteFailed},
     };

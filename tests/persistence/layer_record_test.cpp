@@ -19,26 +19,6 @@ void put(Record& r, std::size_t at, const void* v, std::size_t n) {
     std::memcpy(r.data() + at, v, n);
 }
 
-TEST(LayerRecord, FileShapeTestReadsTheThreeDescribedPlaces) {
-    struct Case {
-        bool passage, disc, has_shapes, files;
-    };
-    const Case cases[] = {
-        {false, false, true, true}, {false, false, false, false}, {true, false, true, false},
-        {false, true, true, false}, {true, true, true, false},
-    };
-    for (const auto& c : cases) {
-        LayerRecord rec;
-        rec.passage_mode = c.passage;
-        rec.first_shape_only = c.disc;
-        rec.has_shapes = c.has_shapes;
-        Record out;
-        ASSERT_EQ(encode_layer_record(rec, out), "");
-        EXPECT_EQ(record_has_file_shapes(out), c.files);
-        EXPECT_EQ(rec.shapes_from_files(), c.files);
-    }
-}
-
 TEST(LayerRecord, RefusesTextsThatDoNotFitAndValuesOutOfRange) {
     const LayerRecord sample = test::sample_block().layers[3].record;
     LayerRecord rec = sample;

@@ -35,7 +35,6 @@ TEST(RawSegments, GrowFollowsRunningMeanWithInclusiveThreshold) {
         {"just over", {{100, 111, 125}}, 10, {1, 1, 1}, {100, 111, 125}},
         // 100, 108 -> mean 104; 116 is 12 away from it but 8 from 108: the mean decides.
         {"mean not neighbour", {{100, 108, 116}}, 10, {2, 1}, {104, 104, 116}},
-        {"thr zero", {{7, 7, 8}}, 0, {2, 1}, {7, 7, 8}},
         {"corners do not connect", {{0, 255}, {255, 0}}, 20, {1, 1, 1, 1}, {0, 255}},
     };
     for (const Case& c : cases) {

@@ -11,6 +11,7 @@ void RecordingHost::title(std::string_view t) {
 void RecordingHost::percent(int p) {
     std::lock_guard lock(mutex_);
     percents_.push_back(p);
+    if (stop_at_percent >= 0 && p >= stop_at_percent) stop = true;
 }
 void RecordingHost::message(std::string_view m) {
     std::lock_guard lock(mutex_);

@@ -31,6 +31,7 @@ public:
     void clear();
 
     std::deque<bool> answers;  // replies to ask(), in order
+    int stop_at_percent = -1;  // when not negative, the first percent at or above it presses Stop
 
 private:
     mutable std::mutex mutex_;
