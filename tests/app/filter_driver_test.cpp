@@ -39,10 +39,8 @@ TEST(FilterDriver, ARefusedFilterKeepsThePreviousResult) {
 }
 
 TEST(FilterDriver, EachFilterStartsFromFreshlyBuiltPictures) {
-    const FilterKind kinds[] = {FilterKind::HalfShuffle,     FilterKind::TripleShuffle, FilterKind::Matrix,
-                                FilterKind::InverseContrast, FilterKind::ContrastUp,    FilterKind::Prism,
-                                FilterKind::BrokenGlass,     FilterKind::KMean};
-    for (FilterKind kind : kinds) {
+    // One plain kind and one that draws a seed: the driver treats every kind alike.
+    for (FilterKind kind : {FilterKind::ContrastUp, FilterKind::BrokenGlass}) {
         SCOPED_TRACE(filter_menu_text(kind));
         Opened o;
         const UBUFFER plain = o.doc.filtered.clone();

@@ -8,14 +8,12 @@
 #include "app/frame_psd.h"
 #include "app/frame_render.h"
 #include "app/render_op.h"
-#include "app/video_export.h"
 #include "image/picture_reader.h"
 #include "render/logo.h"
 #include "support/circles.h"
 #include "support/pictures.h"
 #include "support/recording_host.h"
 #include "support/tools.h"
-#include "support/video_read_back.h"
 
 namespace velq {
 namespace {
@@ -151,23 +149,6 @@ TEST(FrameRender, TheFirstLayerIsNeverAnimated) {
     a.doc.logo.reset();
     ASSERT_EQ(generate_shaped_image(a.doc, a.host, 160, 120), 0);  // the first layer's still render
     EXPECT_TRUE(same_bytes(a.doc.frame_buffer, a.doc.render_buffer));
-}
-
-TEST(VideoExport, WritesEveryFrameOfTheAnimation) {
-    const std::string dir = test::temp_dir("export");
-    Animated a;
-    a.doc.settings.video_width = 160;
-    a.doc.settings.video_height = 120;
-    a.doc.logo = test::flat_picture(40, 20, 0xFFFFFFFF);
-    const std::size_t frames = std::size_t(30 * Animated::expected_duration()) + 1;
-    ASSERT_EQ(render_anim_video(a.doc, a.host, dir + "/clip.mp4", 160, 120, FitMode::None), 0);
-    const test::ReadBack r = test::read_back(dir + "/clip.mp4");
-    EXPECT_EQ(r.pts.size(), frames);
-    EXPECT_EQ(r.width, 160);
-    // No layer with shapes: one frame.
-    for (Layer& l : a.doc.layers) l.clear_shapes();
-    ASSERT_EQ(render_anim_video(a.doc, a.host, dir + "/still.mp4", 160, 120, FitMode::None), 0);
-    EXPECT_EQ(test::read_back(dir + "/still.mp4").pts.size(), 1u);
 }
 
 // Frame after frame through the renderer's painter, with shapes settling in every frame and the
