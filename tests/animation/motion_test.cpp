@@ -7,8 +7,6 @@
 
 #include "animation/kinds.h"
 #include "animation/layer_animation.h"
-#include "animation/settle_board.h"
-#include "reference_painter.h"
 #include "render/shape.h"
 #include "support/recording_host.h"
 
@@ -40,7 +38,7 @@ struct Fixture {
     }
 };
 
-// An item moves while s <= t < e, and is finished (drawn at rest or settled) from e on.
+// An item moves while s <= t < e; from e on it rests at its own size.
 TEST(Motion, BasicGrowsFromFourTimesItsSizeAndMovesOnlyBeforeItsEnd) {
     Fixture f;
     AnimationSettings s;
@@ -59,22 +57,6 @@ TEST(Motion, BasicGrowsFromFourTimesItsSizeAndMovesOnlyBeforeItsEnd) {
         ASSERT_EQ(m.size(), moving) << t;
         EXPECT_DOUBLE_EQ(m.primitives()[0].half, half) << t;
     }
-    // Settling: from t = e on the fixed mesh takes it once, and the moving mesh no longer has it.
-    SettleBoard board;
-    test::ReferencePainter painter;
-    board.reset(std::vector<Circle>(1), std::vector<Footprint>(1), {}, painter);
-    FixedMesh fixed;
-    a->fixed_mesh(Camera(200, 100), 1.99, board, fixed);
-    EXPECT_TRUE(fixed.empty());
-    a->fixed_mesh(Camera(200, 100), 2.0, board, fixed);
-    ASSERT_EQ(fixed.size(), 1u);
-    a->fixed_mesh(Camera(200, 100), 2.5, board, fixed);
-    EXPECT_EQ(fixed.size(), 1u);
-    Mesh moving;
-    a->moving_mesh(Camera(200, 100), 2.5, false, moving);
-    EXPECT_TRUE(moving.empty());
-    a->moving_mesh(Camera(200, 100), 2.5, true, moving);
-    EXPECT_EQ(moving.size(), 1u);  // asked for finished shapes too
 }
 
 // Every kind: continuous in time at 30 frames per second, at rest when its motion ends, and each

@@ -21,10 +21,6 @@ namespace {
 
 constexpr int W = 160, H = 120;
 
-bool same_bytes(const UBUFFER& a, const UBUFFER& b) {
-    return a.same_shape(b) && std::memcmp(a.data(), b.data(), a.size()) == 0;
-}
-
 struct World {
     test::RecordingHost host;
     SHAPE disc{host};
@@ -136,7 +132,7 @@ TEST(Scene, FrameAtTheEndEqualsTheStillRender) {
         for (double t = 0; k.every_frame && w.duration() >= t; t += 1.0 / 30) ASSERT_TRUE(scene->render(t));
         ASSERT_TRUE(scene->render(w.duration()));
         EXPECT_EQ(scene->moving_count(), 0u);
-        EXPECT_TRUE(same_bytes(scene->frame(), w.still()));
+        EXPECT_TRUE(test::same_bytes(scene->frame(), w.still()));
     }
 }
 
@@ -153,7 +149,7 @@ TEST(Scene, SharedPixelsAtThePictureEdgesArePaintedAgainTexelByTexel) {
         auto scene = w.scene();
         ASSERT_EQ(scene->board().overlaps(), 3u);
         for (const double t : {0.2, 0.5, 1.0}) ASSERT_TRUE(scene->render(t));
-        EXPECT_TRUE(same_bytes(scene->frame(), w.still()));
+        EXPECT_TRUE(test::same_bytes(scene->frame(), w.still()));
     }
 }
 
@@ -179,7 +175,7 @@ TEST(Scene, TheBackgroundAlwaysHoldsTheSettledShapesInPaintingOrder) {
             for (std::size_t i = 0; i < settled.size(); ++i)
                 if (settled[i]) w.painter.paint(w.placements[l][i], expected);
         }
-        ASSERT_TRUE(same_bytes(scene->background(), expected)) << "frame " << n;
+        ASSERT_TRUE(test::same_bytes(scene->background(), expected)) << "frame " << n;
     }
 }
 
@@ -197,7 +193,7 @@ TEST(Scene, PartialRestoresMatchFullCopiesFrameByFrame) {
     for (double t = 0; fast.duration() + 0.3 >= t; t += 1.0 / 30, ++frame) {
         ASSERT_TRUE(a->render(t));
         ASSERT_TRUE(b->render(t));
-        ASSERT_TRUE(same_bytes(a->frame(), b->frame())) << "frame " << frame;
+        ASSERT_TRUE(test::same_bytes(a->frame(), b->frame())) << "frame " << frame;
         shown_background += &a->frame() == &a->background();
         // Something drawn over the display (as the logo is) is taken away again next frame; on
         // some frames only, so frames shown as the background alternate with frames drawn over.
@@ -206,7 +202,7 @@ TEST(Scene, PartialRestoresMatchFullCopiesFrameByFrame) {
             for (UBUFFER* d : {&a->display(), &b->display()})
                 for (int y = r.y0; y < r.y1; ++y) std::memset(d->row(y) + r.x0 * 4, 255, 12 * 4);
             a->drew_over(r);
-            ASSERT_TRUE(same_bytes(a->display(), b->display())) << "frame " << frame;
+            ASSERT_TRUE(test::same_bytes(a->display(), b->display())) << "frame " << frame;
         }
     }
     EXPECT_GT(frame, 40);
@@ -228,7 +224,7 @@ TEST(Scene, RewindStartsTheSameAnimationAgain) {
     ASSERT_TRUE(scene->rewind());
     for (int n = 0; n < 50; ++n) {
         ASSERT_TRUE(scene->render(n / 30.0));
-        ASSERT_TRUE(same_bytes(scene->frame(), first[n])) << n;
+        ASSERT_TRUE(test::same_bytes(scene->frame(), first[n])) << n;
     }
     w.host.stop = true;
     EXPECT_FALSE(scene->render(0.5));

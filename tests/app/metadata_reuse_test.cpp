@@ -66,10 +66,6 @@ struct Made {
     }
 };
 
-bool same_pixels(const UBUFFER& a, const UBUFFER& b) {
-    return a.same_shape(b) && std::equal(a.data(), a.data() + a.size(), b.data());
-}
-
 TEST(MetadataReuse, ReopeningASavedResultRendersTheSamePicture) {
     for (const bool larger : {false, true}) {
         // The random filters draw the same pattern again from the kept seed, under another run seed.
@@ -106,8 +102,8 @@ TEST(MetadataReuse, ReopeningASavedResultRendersTheSamePicture) {
         EXPECT_EQ(host.questions(), std::vector<std::string>{"Meta data detect. Use it?"});
         EXPECT_EQ(again.path, fs::absolute(m.source).lexically_normal().string());
         EXPECT_TRUE(again.rendered);
-        EXPECT_TRUE(same_pixels(again.filtered, m.doc.filtered));
-        EXPECT_TRUE(same_pixels(again.render_buffer, m.doc.render_buffer));
+        EXPECT_TRUE(test::same_bytes(again.filtered, m.doc.filtered));
+        EXPECT_TRUE(test::same_bytes(again.render_buffer, m.doc.render_buffer));
         EXPECT_EQ(again.settings.dpi, 200);
         EXPECT_EQ(again.background, 0x204080u);
         EXPECT_EQ(again.settings.global_brightness, 30);
@@ -137,7 +133,7 @@ TEST(MetadataReuse, PasteAppliesTheCopiedSettingsAndTransformsAgain) {
     EXPECT_EQ(doc.settings.transform_mode, 1);
     EXPECT_EQ(doc.layers[1].palette, 7);
     EXPECT_TRUE(doc.transformed);
-    EXPECT_TRUE(same_pixels(doc.filtered, m.doc.filtered));
+    EXPECT_TRUE(test::same_bytes(doc.filtered, m.doc.filtered));
     ASSERT_EQ(doc.segments.size(), m.doc.segments.size());
     EXPECT_FALSE(doc.rendered);
 

@@ -53,9 +53,7 @@ TEST(RenderCli, TheResultCarriesItsSettingsAndRendersAgainTheSame) {
     ASSERT_EQ(r.exit_code, 0) << r.err;
     const PictureRead second = read_picture(again);
     ASSERT_TRUE(second);
-    ASSERT_TRUE(second.picture.same_shape(first.picture));
-    EXPECT_TRUE(
-        std::equal(first.picture.data(), first.picture.data() + first.picture.size(), second.picture.data()));
+    EXPECT_TRUE(test::same_bytes(first.picture, second.picture));
     const auto j = info_of(again);
     EXPECT_EQ(j, info_of(f.first));
     EXPECT_EQ(j["int"], 2);
@@ -112,8 +110,7 @@ TEST(RenderCli, APsdResultHoldsItsLayersAndItsSettings) {
     }
     const PictureRead merged = read_picture(psd), flat = read_picture(png);
     ASSERT_TRUE(merged && flat);
-    EXPECT_TRUE(
-        std::equal(flat.picture.data(), flat.picture.data() + flat.picture.size(), merged.picture.data()));
+    EXPECT_TRUE(test::same_bytes(flat.picture, merged.picture));
     EXPECT_EQ(info_of(psd), info_of(png));
 
     if (!test::have_tool("convert")) GTEST_SKIP() << "ImageMagick missing";

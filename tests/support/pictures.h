@@ -13,6 +13,8 @@ namespace velq::test {
 UBUFFER make_picture(int w, int h, const std::function<std::uint32_t(int, int)>& fn);
 // One flat colour, 0xAARRGGBB.
 UBUFFER flat_picture(int w, int h, std::uint32_t argb);
+// Same size and the same bytes.
+bool same_bytes(const UBUFFER& a, const UBUFFER& b);
 // Deterministic noise from a seed.
 UBUFFER noise_picture(int w, int h, std::uint32_t seed, bool opaque = true);
 // A fresh empty folder under this test program's own temporary folder, which is removed with
