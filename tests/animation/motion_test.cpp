@@ -48,13 +48,12 @@ TEST(Motion, BasicGrowsFromFourTimesItsSizeAndMovesOnlyBeforeItsEnd) {
     auto a = f.prepared(0, 1, s);
     EXPECT_EQ(f.host.titles(),
               (std::vector<std::string>{"Velquinograph (Snow animation Pre_operation...)", "Velquinograph"}));
-    // t, moving, half; half: of the moving primitive
-    const std::tuple<double, std::size_t, double> cases[] = {
-        {0.0, 1, 24.0}, {1.0, 1, 15.0}, {1.5, 1, 10.5}, {2.0, 1, 6.0}, {3.0, 1, 6.0}};
-    for (const auto& [t, moving, half] : cases) {
+    // t, half of the moving primitive
+    const std::pair<double, double> cases[] = {{0.0, 24.0}, {1.0, 15.0}, {1.5, 10.5}, {2.0, 6.0}, {3.0, 6.0}};
+    for (const auto& [t, half] : cases) {
         Mesh m;
         a->moving_mesh(Camera(200, 100), t, false, m);
-        ASSERT_EQ(m.size(), moving) << t;
+        ASSERT_EQ(m.size(), 1u) << t;
         EXPECT_DOUBLE_EQ(m.primitives()[0].half, half) << t;
     }
 }
