@@ -266,7 +266,7 @@ TEST(Rasteriser, FlatShapesGoInPaintingOrderThenMeshOrder) {
     test::RecordingHost host;
     SHAPE disc(host);
     const Camera cam(W, H);
-    // Few distinct orders, so that many are equal; the sort's own test covers wide orders.
+    // Four distinct orders, so that many are equal, spread up to 3e9.
     std::mt19937 gen(9);
     Mesh m;
     std::vector<std::pair<std::uint32_t, double>> expected;  // order, half
@@ -274,7 +274,7 @@ TEST(Rasteriser, FlatShapesGoInPaintingOrderThenMeshOrder) {
         Primitive p;
         p.look.shape = &disc;
         p.centre = {80, 60, 0};
-        p.half = 1.0 + i, p.order = gen() % 6;  // the half side names the primitive
+        p.half = 1.0 + i, p.order = gen() % 4 * 1000000007u;  // the half side names the primitive
         m.add(p);
         expected.emplace_back(p.order, p.half);
     }

@@ -32,9 +32,13 @@ TEST(FilterDriver, ARefusedFilterKeepsThePreviousResult) {
     EXPECT_TRUE(o.doc.transformed && o.doc.rendered) << "a refused filter clears nothing";
 }
 
-TEST(FilterDriver, EachFilterStartsFromFreshlyBuiltPictures) {
-    // One plain kind and one that draws a seed: the driver treats every kind alike.
-    for (FilterKind kind : {FilterKind::ContrastUp, FilterKind::BrokenGlass}) {
+// Every random kind keeps the seed it drew, so that a reopened result draws the same pattern.
+TEST(FilterDriver, EachFilterStartsFromFreshlyBuiltPicturesAndKeepsItsSeed) {
+    const std::pair<FilterKind, bool> kinds[] = {
+        {FilterKind::HalfShuffle, true},      {FilterKind::TripleShuffle, true}, {FilterKind::Matrix, true},
+        {FilterKind::InverseContrast, false}, {FilterKind::ContrastUp, false},   {FilterKind::Prism, true},
+        {FilterKind::BrokenGlass, true},      {FilterKind::KMean, false}};
+    for (const auto& [kind, keeps_seed] : kinds) {
         SCOPED_TRACE(filter_menu_text(kind));
         Opened o;
         const UBUFFER plain = o.doc.filtered.clone();
@@ -42,6 +46,7 @@ TEST(FilterDriver, EachFilterStartsFromFreshlyBuiltPictures) {
         const UBUFFER first = o.doc.filtered.clone();
         EXPECT_FALSE(test::same_bytes(first, plain));
         EXPECT_EQ(o.doc.settings.filter_kind, int(kind));
+        EXPECT_EQ(o.doc.settings.filter_seed.has_value(), keeps_seed);
         EXPECT_FALSE(o.doc.transformed || o.doc.rendered);
         // Running it again filters the rebuilt picture, not the last result: the same seed gives the
         // same bytes.

@@ -87,8 +87,12 @@ TEST(Metadata, EveryLayerFieldRoundTripsThroughASavedBlock) {
         const Layer &x = from.layers[i], &y = to.layers[i];
         EXPECT_EQ(layer_fields(x), layer_fields(y));
         EXPECT_TRUE(x.passage == y.passage);
-        for (std::size_t k = 0; k < x.shapes.size() && k < y.shapes.size(); ++k)
+        for (std::size_t k = 0; k < x.shapes.size() && k < y.shapes.size(); ++k) {
+            // The same file toned the same way gives the same planes.
             EXPECT_EQ(x.shapes[k]->name, y.shapes[k]->name);
+            EXPECT_TRUE(test::same_bytes(x.shapes[k]->mask_plane, y.shapes[k]->mask_plane));
+            EXPECT_TRUE(test::same_bytes(x.shapes[k]->shade_plane, y.shapes[k]->shade_plane));
+        }
     }
     EXPECT_EQ(to.layers[2].current, to.layers[2].shapes[1].get());
 }
@@ -106,15 +110,18 @@ TEST(Metadata, SettingsComeBackAsTheWindowWouldShowThem) {
     from.path = "pictures/../pictures/source.png";
     SettingsBlock block;
     ASSERT_EQ(make_settings_block(from, false, block), "");
-    // The stored path is absolute and plain; a render's snapshot is recorded instead when asked.
+    // The stored path is absolute and plain.
     EXPECT_EQ(block.settings.source_path, (fs::current_path() / "pictures/source.png").string());
-    // Copy takes the render's snapshot once a render exists.
+    // Copy takes the render's snapshot once a render exists, and says why when it cannot copy.
     SettingsBlock copied;
     for (const bool rendered : {true, false}) {
         from.rendered = rendered;
         ASSERT_EQ(decode_block_body(copy_metadata(from, host), copied), BlockStatus::Ok);
         EXPECT_EQ(copied.settings.threshold, rendered ? 12 : 44);
     }
+    from.path = "/" + std::string(5000, 'p');
+    EXPECT_TRUE(copy_metadata(from, host).empty());
+    EXPECT_NE(host.messages().at(0).find("too long"), std::string::npos);
 
     Document to(host);
     to.settings.unit = Unit::Cm;
