@@ -1,6 +1,5 @@
 #include "support/pictures.h"
 
-#include <algorithm>
 #include <filesystem>
 #include <random>
 
@@ -21,10 +20,6 @@ UBUFFER make_picture(int w, int h, const std::function<std::uint32_t(int, int)>&
         }
     }
     return b;
-}
-
-bool same_bytes(const UBUFFER& a, const UBUFFER& b) {
-    return a.same_shape(b) && std::equal(a.data(), a.data() + a.size(), b.data());
 }
 
 UBUFFER flat_picture(int w, int h, std::uint32_t argb) {
