@@ -1,17 +1,11 @@
 #include <gtest/gtest.h>
 
-#include <cstring>
-
 #include "app/filter_driver.h"
 #include "support/pictures.h"
 #include "support/recording_host.h"
 
 namespace velq {
 namespace {
-
-bool same_bytes(const UBUFFER& a, const UBUFFER& b) {
-    return a.same_shape(b) && std::memcmp(a.data(), b.data(), a.size()) == 0;
-}
 
 // A Document with a small picture already filtered once (Normal), as after Open.
 struct Opened {
@@ -33,28 +27,31 @@ TEST(FilterDriver, ARefusedFilterKeepsThePreviousResult) {
     o.doc.settings.k_mean = 1;
     EXPECT_EQ(do_filter(o.doc, o.host, FilterKind::KMean, o.doc.settings.memory_limit), -1);
     EXPECT_EQ(o.host.messages(), std::vector<std::string>{"Invalid K-Mean value. It must be larger than 1"});
-    EXPECT_TRUE(same_bytes(o.doc.filtered, before));
+    EXPECT_TRUE(test::same_bytes(o.doc.filtered, before));
     EXPECT_EQ(o.doc.settings.filter_kind, 0);
     EXPECT_TRUE(o.doc.transformed && o.doc.rendered) << "a refused filter clears nothing";
 }
 
-TEST(FilterDriver, EachFilterStartsFromFreshlyBuiltPictures) {
-    const FilterKind kinds[] = {FilterKind::HalfShuffle,     FilterKind::TripleShuffle, FilterKind::Matrix,
-                                FilterKind::InverseContrast, FilterKind::ContrastUp,    FilterKind::Prism,
-                                FilterKind::BrokenGlass,     FilterKind::KMean};
-    for (FilterKind kind : kinds) {
+// Every random kind keeps the seed it drew, so that a reopened result draws the same pattern.
+TEST(FilterDriver, EachFilterStartsFromFreshlyBuiltPicturesAndKeepsItsSeed) {
+    const std::pair<FilterKind, bool> kinds[] = {
+        {FilterKind::HalfShuffle, true},      {FilterKind::TripleShuffle, true}, {FilterKind::Matrix, true},
+        {FilterKind::InverseContrast, false}, {FilterKind::ContrastUp, false},   {FilterKind::Prism, true},
+        {FilterKind::BrokenGlass, true},      {FilterKind::KMean, false}};
+    for (const auto& [kind, keeps_seed] : kinds) {
         SCOPED_TRACE(filter_menu_text(kind));
         Opened o;
         const UBUFFER plain = o.doc.filtered.clone();
         ASSERT_EQ(do_filter(o.doc, o.host, kind, o.doc.settings.memory_limit), 0);
         const UBUFFER first = o.doc.filtered.clone();
-        EXPECT_FALSE(same_bytes(first, plain));
+        EXPECT_FALSE(test::same_bytes(first, plain));
         EXPECT_EQ(o.doc.settings.filter_kind, int(kind));
+        EXPECT_EQ(o.doc.settings.filter_seed.has_value(), keeps_seed);
         EXPECT_FALSE(o.doc.transformed || o.doc.rendered);
         // Running it again filters the rebuilt picture, not the last result: the same seed gives the
         // same bytes.
         ASSERT_EQ(do_filter(o.doc, o.host, kind, o.doc.settings.memory_limit), 0);
-        EXPECT_TRUE(same_bytes(o.doc.filtered, first));
+        EXPECT_TRUE(test::same_bytes(o.doc.filtered, first));
         EXPECT_TRUE(o.host.messages().empty());
     }
 }

@@ -90,10 +90,8 @@ TEST(Metadata, EveryLayerFieldRoundTripsThroughASavedBlock) {
         for (std::size_t k = 0; k < x.shapes.size() && k < y.shapes.size(); ++k) {
             // The same file toned the same way gives the same planes.
             EXPECT_EQ(x.shapes[k]->name, y.shapes[k]->name);
-            const auto &a = x.shapes[k]->mask_plane, &b = y.shapes[k]->mask_plane;
-            EXPECT_TRUE(std::equal(a.data(), a.data() + a.size(), b.data()));
-            const auto &c = x.shapes[k]->shade_plane, &d = y.shapes[k]->shade_plane;
-            EXPECT_TRUE(std::equal(c.data(), c.data() + c.size(), d.data()));
+            EXPECT_TRUE(test::same_bytes(x.shapes[k]->mask_plane, y.shapes[k]->mask_plane));
+            EXPECT_TRUE(test::same_bytes(x.shapes[k]->shade_plane, y.shapes[k]->shade_plane));
         }
     }
     EXPECT_EQ(to.layers[2].current, to.layers[2].shapes[1].get());
@@ -112,11 +110,18 @@ TEST(Metadata, SettingsComeBackAsTheWindowWouldShowThem) {
     from.path = "pictures/../pictures/source.png";
     SettingsBlock block;
     ASSERT_EQ(make_settings_block(from, false, block), "");
-    // The stored path is absolute and plain; a render's snapshot is recorded instead when asked.
+    // The stored path is absolute and plain.
     EXPECT_EQ(block.settings.source_path, (fs::current_path() / "pictures/source.png").string());
-    SettingsBlock rendered;
-    ASSERT_EQ(make_settings_block(from, true, rendered), "");
-    EXPECT_EQ(rendered.settings.threshold, 12);
+    // Copy takes the render's snapshot once a render exists, and says why when it cannot copy.
+    SettingsBlock copied;
+    for (const bool rendered : {true, false}) {
+        from.rendered = rendered;
+        ASSERT_EQ(decode_block_body(copy_metadata(from, host), copied), BlockStatus::Ok);
+        EXPECT_EQ(copied.settings.threshold, rendered ? 12 : 44);
+    }
+    from.path = "/" + std::string(5000, 'p');
+    EXPECT_TRUE(copy_metadata(from, host).empty());
+    EXPECT_NE(host.messages().at(0).find("too long"), std::string::npos);
 
     Document to(host);
     to.settings.unit = Unit::Cm;
@@ -141,26 +146,6 @@ TEST(Metadata, SettingsComeBackAsTheWindowWouldShowThem) {
         double typed, restored;
     } fractions[] = {{0.02, 0.02}, {0.0005, 0.0005}, {0.1234567, 0.123457}, {0.0000004, 0.0}};
     for (auto c : fractions) EXPECT_EQ(restored_size_fraction(float(c.typed)), c.restored) << c.typed;
-}
-
-TEST(Metadata, CopiedBlockIsTheRenderedOneOnceARenderExists) {
-    test::RecordingHost host;
-    Document doc(host);
-    doc.settings.threshold = 99;
-    doc.rendered_settings.threshold = 41;
-    SettingsBlock pasted;
-    for (const bool rendered : {true, false}) {
-        doc.rendered = rendered;
-        ASSERT_EQ(decode_block_body(copy_metadata(doc, host), pasted), BlockStatus::Ok);
-        EXPECT_EQ(pasted.settings.threshold, rendered ? 41 : 99);
-    }
-    // Layers 0 and 1 paint the default disc and store no paths; the others hold nothing.
-    EXPECT_TRUE(pasted.layers[0].record.first_shape_only && pasted.layers[0].record.has_shapes);
-    EXPECT_FALSE(pasted.layers[5].record.has_shapes);
-    EXPECT_TRUE(host.messages().empty());
-    doc.path = "/" + std::string(5000, 'p');
-    EXPECT_TRUE(copy_metadata(doc, host).empty());
-    EXPECT_NE(host.messages().at(0).find("too long"), std::string::npos);
 }
 
 TEST(Metadata, DetectSaysWhatIsWrongWithAFile) {

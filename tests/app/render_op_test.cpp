@@ -41,38 +41,34 @@ struct Scene {
     }
 };
 
-TEST(Render, SmallPictureChosenPoints) {
-    Scene s;
-    int w = 0, h = 0;
-    render_size(s.doc, w, h);
-    ASSERT_EQ(generate_shaped_image(s.doc, s.host, w, h), 0);
-    EXPECT_TRUE(s.doc.rendered);
-    EXPECT_TRUE(s.host.messages().empty());
-    struct Point {
-        const char* what;
-        int x, y;
-        std::array<int, 3> bgr;
-    } points[] = {
-        {"background between the circles", 100, 75, {0x40, 0x20, 0x10}},
-        {"corner", 2, 148, {0x40, 0x20, 0x10}},
-        {"first layer's grey outside the second", 65, 75, {127, 127, 127}},
-        {"first layer's grey, second circle", 150, 90, {127, 127, 127}},
-        {"second layer's palette colour", 50, 75, {170, 255, 0}},
-        {"second layer, a key colour", 150, 75, {161, 179, 0}},
-        {"logo", 195, 1, {255, 255, 255}},
-    };
-    for (const Point& p : points) EXPECT_EQ(s.at(p.x, p.y), p.bgr) << p.what;
-    EXPECT_EQ(s.doc.render_buffer.at(100, 75, 3), 255);
-    EXPECT_EQ(s.doc.rendered_settings.out_width, 200);
-}
-
-TEST(Render, LargerOutputScalesTheCircles) {
-    Scene s;
-    s.doc.logo.reset();
-    ASSERT_EQ(generate_shaped_image(s.doc, s.host, 400, 300), 0);
-    EXPECT_EQ(s.at(130, 150), (std::array<int, 3>{127, 127, 127}));  // 30 px from the centre at 100, 150
-    EXPECT_EQ(s.at(100, 150), (std::array<int, 3>{170, 255, 0}));
-    EXPECT_EQ(s.at(200, 150), (std::array<int, 3>{0x40, 0x20, 0x10}));
+// At the working size and at twice it: the circles scale with the output.
+TEST(Render, ChosenPointsAtTheWorkingSizeAndTwiceIt) {
+    for (const int k : {1, 2}) {
+        Scene s;
+        s.doc.settings.out_width = 200 * k;
+        s.doc.settings.out_height = 150 * k;
+        int w = 0, h = 0;
+        render_size(s.doc, w, h);
+        ASSERT_EQ(generate_shaped_image(s.doc, s.host, w, h), 0);
+        EXPECT_TRUE(s.doc.rendered);
+        EXPECT_TRUE(s.host.messages().empty());
+        struct Point {
+            const char* what;
+            int x, y;
+            std::array<int, 3> bgr;
+        } points[] = {
+            {"background between the circles", 100, 75, {0x40, 0x20, 0x10}},
+            {"corner", 2, 148, {0x40, 0x20, 0x10}},
+            {"first layer's grey outside the second", 65, 75, {127, 127, 127}},
+            {"first layer's grey, second circle", 150, 90, {127, 127, 127}},
+            {"second layer's palette colour", 50, 75, {170, 255, 0}},
+            {"second layer, a key colour", 150, 75, {161, 179, 0}},
+        };
+        for (const Point& p : points) EXPECT_EQ(s.at(k * p.x, k * p.y), p.bgr) << p.what << " x" << k;
+        if (k == 1) EXPECT_EQ(s.at(195, 1), (std::array<int, 3>{255, 255, 255})) << "logo";
+        EXPECT_EQ(s.doc.render_buffer.at(100, 75, 3), 255);
+        EXPECT_EQ(s.doc.rendered_settings.out_width, 200 * k);
+    }
 }
 
 TEST(Render, RefusalsAndStop) {

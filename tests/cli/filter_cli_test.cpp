@@ -27,11 +27,8 @@ TEST(FilterCli, WritesTheFilteredPictureAndASeedRepeatsIt) {
     EXPECT_EQ(a.picture.width(), 142);  // (48 - 1) * 3 + 1
     EXPECT_EQ(a.picture.height(), 94);
     EXPECT_EQ(a.dpi, 150);
-    auto same = [](const UBUFFER& x, const UBUFFER& y) {
-        return std::equal(x.data(), x.data() + x.size(), y.data());
-    };
-    EXPECT_TRUE(same(a.picture, b.picture));
-    EXPECT_FALSE(same(a.picture, c.picture));
+    EXPECT_TRUE(test::same_bytes(a.picture, b.picture));
+    EXPECT_FALSE(test::same_bytes(a.picture, c.picture));
 }
 
 // --impact puts Broken glass's crushed spot where asked: on flat grey it is the one place where
@@ -68,8 +65,7 @@ TEST(FilterCli, ImpactPlacesTheBrokenGlassAndTheResultKeepsItsPane) {
     ASSERT_EQ(test::run_cli({"render", "--settings", art, "-o", again, "--seed", "9"}).exit_code, 0);
     const PictureRead first = read_picture(art), second = read_picture(again);
     ASSERT_TRUE(first && second);
-    EXPECT_TRUE(
-        std::equal(first.picture.data(), first.picture.data() + first.picture.size(), second.picture.data()));
+    EXPECT_TRUE(test::same_bytes(first.picture, second.picture));
 }
 
 }  // namespace

@@ -38,11 +38,7 @@ TEST(VideoCli, WritesTheAnimationAsAVideoAGifOrOneFrame) {
         std::size_t frames;
     } cases[] = {
         {{"video", "--size", "64x40", "--fit", "stretch"}, "a.mp4", 64, 40, 16},
-        {{"video", "--size", "64x41"},
-         "b.webm",
-         0,
-         42,
-         16},  // none: the picture's aspect at the (even) height
+        {{"video", "--size", "64x41"}, "b.webm", 0, 42, 16},  // no fit: the picture's aspect, even height
         {{"video", "--size", "40x30", "--fit", "fit"}, "c.gif", 40, 30, 16},
         {{"frame", "--time", "0.25"}, "d.png", 95, 63, 0},
     };

@@ -37,8 +37,7 @@ public:
         chosen = save_type >= 0 ? save_type : preferred;
         return take(save_names);
     }
-    std::optional<QColor> choose_colour(QWidget*, const QColor& initial) override {
-        colour_initials << initial;
+    std::optional<QColor> choose_colour(QWidget*, const QColor&) override {
         if (colours.empty()) return std::nullopt;
         const QColor c = colours.front();
         colours.pop_front();
@@ -58,7 +57,6 @@ public:
     }
 
     QStringList messages, questions, file_types, dialogs, folders;
-    QList<QColor> colour_initials;
     std::deque<bool> answers;
     std::deque<QString> open_names, save_names;
     std::deque<QColor> colours;

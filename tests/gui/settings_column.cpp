@@ -58,28 +58,29 @@ private slots:
         }
     }
 
+    // Each field keeps what was typed while the layer and its line take the value within range.
     void typedLayerValuesGoIntoTheSelectedLayerAndItsLine() {
-        struct Case {
+        struct Step {
             int control;
             const char* typed;
             const char* line;
         };
-        const Case cases[] = {
+        const Step steps[] = {
             {ctl::kTrans, "17", "Ly2 - Shown T(17)-S(100)-B(100)"},
-            {ctl::kSize, "350", "Ly2 - Shown T(255)-S(300)-B(100)"},
-            {ctl::kBright, "-3", "Ly2 - Shown T(255)-S(100)-B(0)"},
+            {ctl::kSize, "350", "Ly2 - Shown T(17)-S(300)-B(100)"},
+            {ctl::kBright, "-3", "Ly2 - Shown T(17)-S(300)-B(0)"},
         };
-        for (const Case& c : cases) {
-            WindowFixture f;
-            QVERIFY(f.load_picture(velq::test::noise_picture(30, 20, 3)));
-            auto* list = f.window->control<QListWidget>(ctl::kLayerList);
-            list->setCurrentRow(2);
-            auto* edit = f.window->control<QLineEdit>(c.control);
-            type_into(edit, QString(c.typed));
-            QCOMPARE(edit->text(), QString(c.typed));  // the field keeps what was typed
-            QCOMPARE(list->item(2)->text(), QString(c.line));
-            QCOMPARE(list->item(1)->text(), QStringLiteral("Ly1 - Shown T(255)-S(100)-B(100)"));
+        WindowFixture f;
+        QVERIFY(f.load_picture(velq::test::noise_picture(30, 20, 3)));
+        auto* list = f.window->control<QListWidget>(ctl::kLayerList);
+        list->setCurrentRow(2);
+        for (const Step& s : steps) {
+            auto* edit = f.window->control<QLineEdit>(s.control);
+            type_into(edit, QString(s.typed));
+            QCOMPARE(edit->text(), QString(s.typed));
+            QCOMPARE(list->item(2)->text(), QString(s.line));
         }
+        QCOMPARE(list->item(1)->text(), QStringLiteral("Ly1 - Shown T(255)-S(100)-B(100)"));
     }
 
     void colourOptionsFollowTheSelectedLayer() {

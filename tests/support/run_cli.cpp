@@ -50,4 +50,11 @@ CliResult run_cli(const std::vector<std::string>& args) {
     return r;
 }
 
+std::vector<std::string> words(const std::string& line) {
+    std::vector<std::string> out;
+    std::istringstream in(line);
+    for (std::string w; std::getline(in, w, ' ');) out.push_back(w);
+    return out;
+}
+
 }  // namespace velq::test

@@ -13,5 +13,7 @@ struct CliResult {
 
 // Runs velquino with `args` (each passed as one argument, no shell).
 CliResult run_cli(const std::vector<std::string>& args);
+// The words of `line` split at single spaces, for arguments that hold none.
+std::vector<std::string> words(const std::string& line);
 
 }  // namespace velq::test
