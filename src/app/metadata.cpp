@@ -61,6 +61,7 @@ std::string make_settings_block(const Document& doc, bool rendered, SettingsBloc
     r.global_brightness = s.global_brightness;
     r.impact_x = s.impact_x;
     r.impact_y = s.impact_y;
+    r.drawing = s.drawing;
     if (const auto& logo = rendered ? doc.rendered_logo : doc.logo_choice) {
         r.logo_kind = logo->text ? LogoKind::Text : LogoKind::Picture;
         r.logo_transparency = std::uint8_t(std::clamp(logo->transparency, 0, 255));

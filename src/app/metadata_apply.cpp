@@ -60,6 +60,7 @@ void apply_block_settings(Document& doc, const SettingsRecord& r) {
     s.global_brightness = r.global_brightness;
     s.impact_x = r.impact_x;
     s.impact_y = r.impact_y;
+    s.drawing = r.drawing;
     doc.background = r.background;
     doc.flag_byte = r.flag_byte != 0;
     for (int i = 0; i < kCyclingCount; ++i) doc.cycling[std::size_t(i)] = r.cycling[std::size_t(i)] != 0;
