@@ -62,7 +62,10 @@ TEST(SettingsRecord, BackgroundBrightnessLogoAndImpactLiveInTheReservedBytes) {
         rec.logo_text = c.text;
         rec.logo_face = c.face;
         rec.logo_transparency = c.kind == LogoKind::None ? 0 : 77;
-        if (c.kind != LogoKind::None) rec.impact_x = 0.35, rec.impact_y = 0.45;
+        if (c.kind != LogoKind::None) {
+            rec.impact_x = 0.35, rec.impact_y = 0.45;
+            rec.drawing = {DrawingKind::BurstSpikes, 3, 1.5, 9, 4, 0x102030};
+        }
         Record out;
         const std::string problem = encode_settings_record(rec, out);
         if (!c.problem.empty()) {
@@ -90,6 +93,11 @@ TEST(SettingsRecord, BackgroundBrightnessLogoAndImpactLiveInTheReservedBytes) {
             std::memcpy(impact, &out[5104], 16);
             EXPECT_EQ(impact[0], 0.35);
             EXPECT_EQ(impact[1], 0.45);
+            const std::uint8_t drawing[8] = {4, 3, 9, 4, 0x30, 0x20, 0x10, 0};
+            EXPECT_TRUE(std::equal(drawing, drawing + 8, &out[5128]));
+            double spike_width;
+            std::memcpy(&spike_width, &out[5136], 8);
+            EXPECT_EQ(spike_width, 1.5);
         }
     }
 }
@@ -144,7 +152,14 @@ TEST(SettingsRecord, DecodingSortsRecordsByWhatIsWrong) {
          RecordStatus::Invalid},
         {"logo text without a logo", [](Record& r) { std::memset(r.data() + 4208, 'x', 768); },
          RecordStatus::Ok},
-        {"reserved bytes", [](Record& r) { r[5150] = 9; }, RecordStatus::Ok},
+        {"reserved bytes", [](Record& r) { r[5170] = 9; }, RecordStatus::Ok},
+        {"drawing numbers without a drawing", [](Record& r) { r[5129] = 200; }, RecordStatus::Ok},
+        {"drawing kind 5", [](Record& r) { r[5128] = 5, r[5130] = 7, r[5136 + 7] = 0x3F; },
+         RecordStatus::Invalid},
+        {"drawing layer 9", [](Record& r) { r[5128] = 1, r[5129] = 9, r[5130] = 7, r[5136 + 7] = 0x3F; },
+         RecordStatus::Invalid},
+        {"drawing without spikes", [](Record& r) { r[5128] = 1, r[5136 + 7] = 0x3F; }, RecordStatus::Invalid},
+        {"drawing", [](Record& r) { r[5128] = 1, r[5130] = 7, r[5136 + 7] = 0x3F; }, RecordStatus::Ok},
     };
     for (const auto& c : cases) {
         SCOPED_TRACE(c.what);
