@@ -16,6 +16,12 @@ constexpr std::pair<std::string_view, DrawingKind> kKinds[] = {
 
 }  // namespace
 
+std::string_view drawing_kind_name(DrawingKind kind) {
+    for (const auto& [name, k] : kKinds)
+        if (k == kind) return name;
+    return {};
+}
+
 void add_drawing_options(CLI::App& cmd, DrawingOptions& o) {
     cmd.add_option("--draw", o.kind,
                    "replace the render with a drawing of its circles: cells (pebble cells), cells-crystal, "

@@ -17,6 +17,9 @@ struct DrawingOptions {
     std::optional<std::string> lead_colour;  // RRGGBB
 };
 
+// The --draw name of a kind ("cells", ...); "" for none.
+std::string_view drawing_kind_name(DrawingKind kind);
+
 // --draw --draw-layer --spike-width --burst --lead --lead-colour
 void add_drawing_options(CLI::App& cmd, DrawingOptions& o);
 // Sets the Document's drawing from the options over what it holds (a reopened result's drawing);
