@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <limits>
 
 #include "host/worker_pool.h"
 
@@ -77,34 +78,18 @@ std::vector<Grid> make_grids(std::span<const CellSite> sites, const Extent& e) {
 class CellCutter {
 public:
     CellCutter(std::span<const CellSite> sites, const std::vector<Grid>& grids, double width, double height)
-        : sites_(sites), grids_(grids), width_(width), height_(height) {}
+        : sites_(sites), grids_(grids), width_(width), height_(height) {
+        spacing_ = std::sqrt(std::max(width * height, 1.0) / std::max<std::size_t>(sites.size(), 1));
+    }
 
     void cut(int i, std::vector<CellPoint>& vertex, std::vector<std::int32_t>& across) {
+        // First within a box about the site, which saves the cuts that would only trim the frame
+        // down to it; when the box still bounds the cell at the end, it was too small and the cell
+        // is cut again from the whole frame.
         const CellSite& s = sites_[std::size_t(i)];
-        poly_ = {{-s.x, -s.y}, {width_ - s.x, -s.y}, {width_ - s.x, height_ - s.y}, {-s.x, height_ - s.y}};
-        label_ = {-1, -1, -1, -1};
-        reach2_ = farthest2();
-        const std::size_t n = grids_.size();
-        ring_.assign(n, 0);
-        done_.assign(n, false);
-        for (std::size_t left = n; left > 0 && !poly_.empty();) {
-            for (std::size_t c = 0; c < n && !poly_.empty(); ++c) {
-                if (done_[c]) continue;
-                const Grid& g = grids_[c];
-                const int cx = g.col_of(s.x), cy = g.row_of(s.y), k = ring_[c]++;
-                visit_ring(i, g, cx, cy, k);
-                // Every unseen site of the class lies at least k buckets away. It can take a vertex v
-                // only if |v - c_j|^2 - w_j < |v - c_i|^2 - w_i, so only if |c_j - c_i| is below
-                // |v - c_i| + sqrt(|v - c_i|^2 - w_i + w_max) for the farthest v.
-                const double reach =
-                    std::sqrt(reach2_) + std::sqrt(std::max(0.0, reach2_ - s.weight + g.max_weight));
-                const bool whole = cx - k <= 0 && cy - k <= 0 && cx + k >= g.cols - 1 && cy + k >= g.rows - 1;
-                if (whole || k * g.side * (1 - 1e-12) - 1e-9 >= reach) {
-                    done_[c] = true;
-                    --left;
-                }
-            }
-        }
+        if (!search(i, 2 * std::sqrt(s.weight) + 3 * spacing_) ||
+            std::find(label_.begin(), label_.end(), kBox) != label_.end())
+            search(i, std::numeric_limits<double>::infinity());
         for (std::size_t k = 0; k < poly_.size(); ++k) {
             vertex.push_back({poly_[k].x + s.x, poly_[k].y + s.y});
             across.push_back(label_[k]);
@@ -112,31 +97,87 @@ public:
     }
 
 private:
+    static constexpr std::int32_t kBox = -2;
+
+    // The cell within the frame and the square of half side h about the site; false when that is
+    // empty (the cell may still lie outside the square: overlapping circles).
+    bool search(int i, double h) {
+        const CellSite& s = sites_[std::size_t(i)];
+        const double x0 = std::max(0.0, s.x - h), x1 = std::min(width_, s.x + h);
+        const double y0 = std::max(0.0, s.y - h), y1 = std::min(height_, s.y + h);
+        poly_ = {{x0 - s.x, y0 - s.y}, {x1 - s.x, y0 - s.y}, {x1 - s.x, y1 - s.y}, {x0 - s.x, y1 - s.y}};
+        label_ = {y0 == 0 ? -1 : kBox, x1 == width_ ? -1 : kBox, y1 == height_ ? -1 : kBox,
+                  x0 == 0 ? -1 : kBox};
+        if (x0 >= x1 || y0 >= y1) poly_.clear(), label_.clear();
+        reach2_ = farthest2();
+        const std::size_t n = grids_.size();
+        ring_.assign(n, 0);
+        done_.assign(n, false);
+        for (std::size_t left = n; left > 0 && !poly_.empty();) {
+            // The lightest class first: its many small sites near by make the first, tightest cuts.
+            for (std::size_t c = n; c-- > 0 && !poly_.empty();) {
+                if (done_[c]) continue;
+                const Grid& g = grids_[c];
+                const int cx = g.col_of(s.x), cy = g.row_of(s.y), k = ring_[c]++;
+                visit_ring(i, g, cx, cy, k);
+                // Every unseen site of the class lies outside the square of buckets seen so far.
+                const bool whole = cx - k <= 0 && cy - k <= 0 && cx + k >= g.cols - 1 && cy + k >= g.rows - 1;
+                const double seen =
+                    std::min({s.x - (g.x0 + (cx - k) * g.side), g.x0 + (cx + k + 1) * g.side - s.x,
+                              s.y - (g.y0 + (cy - k) * g.side), g.y0 + (cy + k + 1) * g.side - s.y});
+                if (whole || seen * (1 - 1e-12) - 1e-9 >= reach(s.weight, g.max_weight)) {
+                    done_[c] = true;
+                    --left;
+                }
+            }
+        }
+        return !poly_.empty();
+    }
+
+    // How far from site i a site of weight up to w can be and still cut the cell: it takes a vertex v
+    // only if |v - c_j|^2 - w_j < |v - c_i|^2 - w_i, so only if |c_j - c_i| is below
+    // |v - c_i| + sqrt(|v - c_i|^2 - w_i + w) for the farthest v.
+    double reach(double w_i, double w) const {
+        return std::sqrt(reach2_) + std::sqrt(std::max(0.0, reach2_ - w_i + w));
+    }
+
     void visit_ring(int i, const Grid& g, int cx, int cy, int k) {
+        const CellSite& s = sites_[std::size_t(i)];
         for (int y = std::max(0, cy - k); y <= std::min(g.rows - 1, cy + k) && !poly_.empty(); ++y) {
             const bool edge_row = y == cy - k || y == cy + k;
-            for (int x = std::max(0, cx - k); x <= std::min(g.cols - 1, cx + k); x += 1) {
+            const double by0 = g.y0 + y * g.side, dy = std::max({by0 - s.y, s.y - (by0 + g.side), 0.0});
+            for (int x = std::max(0, cx - k); x <= std::min(g.cols - 1, cx + k) && !poly_.empty(); x += 1) {
                 if (!edge_row && x != cx - k && x != cx + k) {
                     // Inside the ring's square: jump to its right side.
                     x = cx + k - 1;
                     continue;
                 }
+                // Buckets and sites beyond the reach cannot cut the cell, now or after more cuts.
+                const double bx0 = g.x0 + x * g.side, dx = std::max({bx0 - s.x, s.x - (bx0 + g.side), 0.0});
+                double r = reach(s.weight, g.max_weight);
+                if (dx * dx + dy * dy >= r * r) continue;
                 const std::size_t b = std::size_t(y) * g.cols + x;
-                for (std::uint32_t q = g.start[b]; q < g.start[b + 1] && !poly_.empty(); ++q)
-                    if (g.ids[q] != i) clip(i, g.ids[q]);
+                for (std::uint32_t q = g.start[b]; q < g.start[b + 1] && !poly_.empty(); ++q) {
+                    const std::int32_t j = g.ids[q];
+                    const CellSite& o = sites_[std::size_t(j)];
+                    const double ox = o.x - s.x, oy = o.y - s.y;
+                    if (j == i || ox * ox + oy * oy >= r * r) continue;
+                    if (clip(i, j)) r = reach(s.weight, g.max_weight);
+                }
             }
         }
     }
 
-    // Keeps the part of the cell where site i's power distance is at most site j's.
-    void clip(int i, int j) {
+    // Keeps the part of the cell where site i's power distance is at most site j's; true when the
+    // cell changed.
+    bool clip(int i, int j) {
         const CellSite& a = sites_[std::size_t(i)];
         const CellSite& b = sites_[std::size_t(j)];
         const double dx = b.x - a.x, dy = b.y - a.y;
         if (dx == 0 && dy == 0) {
             // The same centre: the heavier site (or the first of equals) owns all of it.
             if (b.weight > a.weight || (b.weight == a.weight && j < i)) poly_.clear();
-            return;
+            return true;
         }
         const double limit = dx * dx + dy * dy - b.weight + a.weight;
         side_.resize(poly_.size());
@@ -145,7 +186,7 @@ private:
             side_[k] = 2 * (poly_[k].x * dx + poly_[k].y * dy) - limit;
             (side_[k] > 0 ? any_out : any_in) = true;
         }
-        if (!any_out) return;
+        if (!any_out) return false;
         next_.clear();
         next_label_.clear();
         if (any_in) {
@@ -171,6 +212,7 @@ private:
         poly_.swap(next_);
         label_.swap(next_label_);
         reach2_ = farthest2();
+        return true;
     }
 
     static bool same(const CellPoint& p, const CellPoint& q) {
@@ -195,7 +237,7 @@ private:
 
     std::span<const CellSite> sites_;
     const std::vector<Grid>& grids_;
-    double width_, height_;
+    double width_, height_, spacing_ = 1;
     std::vector<CellPoint> poly_, next_;
     std::vector<std::int32_t> label_, next_label_;
     std::vector<double> side_;

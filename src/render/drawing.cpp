@@ -131,14 +131,15 @@ bool fill_cells(BandRunner& runner, const CellDiagram& d, std::span<const Placem
         for (std::uint32_t i : lists.of(band)) {
             const auto poly = d.cell(int(i));
             const Placement& p = placements[i];
-            const double reach = 1.6 * std::max(p.radius, 1e-9);
+            const double reach = 1.6 * std::max(p.radius, 1e-9), per = 1 / (reach * reach);
             for (int y = y0; y < y1; ++y) {
                 int x0 = 0, x1 = 0;
                 if (!row_span(poly, y + 0.5, width, x0, x1)) continue;
                 std::uint8_t* px = buffer.row(y) + std::size_t(x0) * 4;
+                const double dy2 = (y + 0.5 - p.y) * (y + 0.5 - p.y);
                 for (int x = x0; x < x1; ++x, px += 4) {
-                    const double shade =
-                        1.12 - 0.25 * std::min(1.0, std::hypot(x + 0.5 - p.x, y + 0.5 - p.y) / reach);
+                    const double dx = x + 0.5 - p.x;
+                    const double shade = 1.12 - 0.25 * std::sqrt(std::min(1.0, (dx * dx + dy2) * per));
                     for (int k = 0; k < 3; ++k) px[k] = to_byte(colours[i].c[k] * shade);
                 }
             }
@@ -180,7 +181,9 @@ bool draw_leads(BandRunner& runner, const CellDiagram& d, int lead, std::uint32_
                 for (int x = xa; x < xb; ++x) {
                     const double px = x + 0.5 - e.a.x, py = y + 0.5 - e.a.y;
                     const double t = len2 > 0 ? std::clamp((px * ex + py * ey) / len2, 0.0, 1.0) : 0.0;
-                    const double c = std::clamp(half + 0.5 - std::hypot(px - t * ex, py - t * ey), 0.0, 1.0);
+                    const double c = std::clamp(
+                        half + 0.5 - std::sqrt((px - t * ex) * (px - t * ex) + (py - t * ey) * (py - t * ey)),
+                        0.0, 1.0);
                     float& slot = cover[std::size_t(y - y0) * width + x];
                     slot = std::max(slot, float(c));
                 }
@@ -251,7 +254,10 @@ bool paint_marks(BandRunner& runner, std::span<const Mark> marks, std::span<cons
                     const double cx = x + 0.5, cy = y + 0.5;
                     double inside;
                     if (m.disc) {
-                        inside = m.radius - std::hypot(cx - m.spike.tip.x, cy - m.spike.tip.y);
+                        {
+                            const double dx = cx - m.spike.tip.x, dy = cy - m.spike.tip.y;
+                            inside = m.radius - std::sqrt(dx * dx + dy * dy);
+                        }
                     } else {
                         inside = std::min({nx[0] * cx + ny[0] * cy - off[0], nx[1] * cx + ny[1] * cy - off[1],
                                            nx[2] * cx + ny[2] * cy - off[2]});
