@@ -45,11 +45,15 @@ int make_drawing(Document& doc, Host& host, const Drawing& drawing, int threads)
                                 random);
         }
         Layer& layer = doc.layers[std::size_t(drawing.layer)];
-        const bool shown = layer.shown;
-        layer.shown = true;  // a hidden layer's circles can still be drawn
+        // A hidden layer's circles can still be drawn; the layer is left as it was on every way out.
+        struct Shown {
+            Layer& layer;
+            bool was;
+            ~Shown() { layer.shown = was; }
+        } shown{layer, layer.shown};
+        layer.shown = true;
         const auto placements = make_placements(host, layer, doc.palettes, doc.segments, doc.circles, width,
                                                 height, scale, random);
-        layer.shown = shown;
         if (host.stopped()) return 0;
         if (placements.empty()) {
             host.message("Please complete the transform first");
