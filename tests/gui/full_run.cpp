@@ -193,6 +193,10 @@ private slots:
         QVERIFY(h.doc().rendered_settings.drawing == g.doc().rendered_settings.drawing);
         QVERIFY(h.doc().rendered);
         QCOMPARE(h.doc().render_buffer.width(), g.doc().render_buffer.width());
+        // Render again gives the plain render, and that is what Save would record.
+        h.window->trigger(cmd::kRender);
+        QTRY_VERIFY_WITH_TIMEOUT(!h.window->busy(), 60000);
+        QVERIFY(h.doc().rendered && h.doc().rendered_settings.drawing.kind == DrawingKind::None);
     }
 };
 
