@@ -19,6 +19,41 @@ std::string drawing_problem(const Drawing& d) {
     return {};
 }
 
+int draw_picture(Document& doc, Host& host, const Drawing& drawing, UBUFFER& picture, Progress* progress,
+                 int threads) {
+    const int width = picture.width(), height = picture.height();
+    const double scale = doc.working.width() > 0 ? double(width) / doc.working.width() : 1.0;
+    // Random colours are drawn layer after layer; the layers the render paints before the chosen one
+    // take theirs first, so the drawing's colours are those of its layer in the render.
+    Random random(doc.seeds.time_seed());
+    for (int i = 0; i < drawing.layer && !doc.segments.empty(); ++i) {
+        Layer& layer = doc.layers[std::size_t(i)];
+        if (layer.has_shapes() && layer.shown)
+            make_placements(host, layer, doc.palettes, doc.segments, doc.circles, width, height, scale,
+                            random);
+    }
+    Layer& layer = doc.layers[std::size_t(drawing.layer)];
+    // A hidden layer's circles can still be drawn; the layer is left as it was on every way out.
+    struct Shown {
+        Layer& layer;
+        bool was;
+        ~Shown() { layer.shown = was; }
+    } shown{layer, layer.shown};
+    layer.shown = true;
+    const auto placements =
+        make_placements(host, layer, doc.palettes, doc.segments, doc.circles, width, height, scale, random);
+    if (host.stopped()) return 1;
+    if (placements.empty()) {
+        host.message("Please complete the transform first");
+        return -1;
+    }
+    fill_background(picture, doc.rendered_background);
+    return paint_drawing(host, drawing, placements, doc.working, doc.rendered_settings.global_brightness,
+                         picture, progress, threads)
+               ? 0
+               : 1;
+}
+
 int make_drawing(Document& doc, Host& host, const Drawing& drawing, int threads) {
     if (!doc.rendered || !doc.render_buffer) {
         host.message("Please render first");
@@ -28,43 +63,16 @@ int make_drawing(Document& doc, Host& host, const Drawing& drawing, int threads)
         host.message(problem);
         return -1;
     }
-    const int width = doc.render_buffer.width(), height = doc.render_buffer.height();
-    const double scale = doc.working.width() > 0 ? double(width) / doc.working.width() : 1.0;
     try {
         Progress progress(host,
                           drawing.kind == DrawingKind::WebSpikes || drawing.kind == DrawingKind::BurstSpikes
                               ? "Drawing spikes"
                               : "Drawing cells");
-        // Random colours are drawn layer after layer; the layers the render paints before the chosen
-        // one take theirs first, so the drawing's colours are those of its layer in the render.
-        Random random(doc.seeds.time_seed());
-        for (int i = 0; i < drawing.layer && !doc.segments.empty(); ++i) {
-            Layer& layer = doc.layers[std::size_t(i)];
-            if (layer.has_shapes() && layer.shown)
-                make_placements(host, layer, doc.palettes, doc.segments, doc.circles, width, height, scale,
-                                random);
-        }
-        Layer& layer = doc.layers[std::size_t(drawing.layer)];
-        // A hidden layer's circles can still be drawn; the layer is left as it was on every way out.
-        struct Shown {
-            Layer& layer;
-            bool was;
-            ~Shown() { layer.shown = was; }
-        } shown{layer, layer.shown};
-        layer.shown = true;
-        const auto placements = make_placements(host, layer, doc.palettes, doc.segments, doc.circles, width,
-                                                height, scale, random);
-        if (host.stopped()) return 0;
-        if (placements.empty()) {
-            host.message("Please complete the transform first");
-            return -1;
-        }
         UBUFFER picture;
-        if (!picture.allocate(width, height, 4, Init::Uninitialised)) throw std::bad_alloc();
-        fill_background(picture, doc.rendered_background);
-        if (!paint_drawing(host, drawing, placements, doc.working, doc.rendered_settings.global_brightness,
-                           picture, &progress, threads))
-            return 0;
+        if (!picture.allocate(doc.render_buffer.width(), doc.render_buffer.height(), 4, Init::Uninitialised))
+            throw std::bad_alloc();
+        if (const int result = draw_picture(doc, host, drawing, picture, &progress, threads); result != 0)
+            return result < 0 ? -1 : 0;
         render_logo(host, picture, doc.logo, doc.logo_transparency, 1.0, 0.0);
         doc.render_buffer = std::move(picture);
     } catch (const std::bad_alloc&) {

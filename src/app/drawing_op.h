@@ -14,6 +14,11 @@ namespace velq {
 // with the render's settings.
 int make_drawing(Document& doc, Host& host, const Drawing& drawing, int threads = 0);
 
+// The drawing alone, without the logo, over the background in `picture` (4 channels, any size): 0,
+// 1 when stopped, -1 after the message when there is nothing to draw.
+int draw_picture(Document& doc, Host& host, const Drawing& drawing, UBUFFER& picture, Progress* progress,
+                 int threads = 0);
+
 // After a render: makes the drawing the settings name, if any (a reopened result, a tool run). 0 when
 // there is none or it was made; -1 when it could not be made, or was stopped.
 int redraw_recorded(Document& doc, Host& host);
