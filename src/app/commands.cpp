@@ -16,7 +16,6 @@ constexpr std::string_view kNoMotionPack = "Not available yet: motion packs are 
 constexpr std::string_view kNoAlphabet = "Not available yet: the Alphabet transform is not designed";
 constexpr std::string_view kNoPassage = "Not available yet: passages are not designed";
 constexpr std::string_view kNoBatch = "Not available yet: batch runs are not designed";
-constexpr std::string_view kNoSpike = "Not available yet: spike drawing is not designed";
 constexpr std::string_view kNoTestVideo = "Not available yet: the test video is being built";
 constexpr std::string_view kNoPipeline = "Not available yet: this operation is being built";
 
@@ -81,7 +80,7 @@ constexpr std::array kCommands = {
     Command{cmd::kStop,            "Stop",                   kRun,       None,        Always,      true,  Plain,     "Esc",          {}},
     Command{cmd::kImageCycling,    "Image cycling",          kRun,       None,        Always,      false, Plain,     "",             kNoBatch},
     Command{cmd::kRoiRender,       "ROI render",             kRun,       None,        Always,      false, Plain,     "",             kNoBatch},
-    Command{cmd::kSpike,           "Spike drawing",          kRun,       None,        Picture,     false, Plain,     "",             kNoSpike},
+    Command{cmd::kSpike,           "Spike drawing",          kRun,       ResultFirst, Picture,     false, Plain,     "",             {}},
     Command{cmd::kTest,            "Test",                   kRun,       None,        Always,      true,  Plain,     "",             kNoTestVideo},
     Command{cmd::kMemory15,        "15M",                    kMemory,    None,        Always,      true,  Memory,    "",             {}},
     Command{cmd::kMemory30,        "30M",                    kMemory,    None,        Always,      true,  Memory,    "",             {}},

@@ -5,6 +5,7 @@
 #include <memory>
 
 #include "animation/layer_animation.h"
+#include "app/drawing_op.h"
 #include "host/parallel.h"
 #include "host/worker_pool.h"
 #include "render/band_paint.h"
@@ -194,6 +195,9 @@ int DocumentAnimation::prepare(int width, int height, const char* alloc_message,
     if (base_picture) {
         if (!animations_[std::size_t(first)]) return 1;
         std::copy(base_picture->data(), base_picture->data() + base.size(), base.data());
+    } else if (doc_.rendered && doc_.rendered_settings.drawing.kind != DrawingKind::None) {
+        // A drawing replaced the render: the animation starts from it.
+        if (draw_picture(doc_, host_, doc_.rendered_settings.drawing, base, nullptr) != 0) return 1;
     } else if (!placements[0].empty()) {
         fill_background(base, doc_.background);
         if (!paint_placements(host_, placements[0], base, g, true, nullptr)) return 1;

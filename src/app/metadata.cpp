@@ -63,6 +63,7 @@ std::string make_settings_block(const Document& doc, bool rendered, SettingsBloc
     r.impact_y = s.impact_y;
     r.has_filter_seed = s.filter_seed.has_value();
     r.filter_seed = s.filter_seed.value_or(0);
+    r.drawing = s.drawing;
     if (const auto& logo = rendered ? doc.rendered_logo : doc.logo_choice) {
         r.logo_kind = logo->text ? LogoKind::Text : LogoKind::Picture;
         r.logo_transparency = std::uint8_t(std::clamp(logo->transparency, 0, 255));

@@ -61,6 +61,7 @@ void apply_block_settings(Document& doc, const SettingsRecord& r) {
     s.impact_x = r.impact_x;
     s.impact_y = r.impact_y;
     s.filter_seed = r.has_filter_seed ? std::optional<std::uint32_t>(r.filter_seed) : std::nullopt;
+    s.drawing = r.drawing;
     doc.background = r.background;
     doc.flag_byte = r.flag_byte != 0;
     for (int i = 0; i < kCyclingCount; ++i) doc.cycling[std::size_t(i)] = r.cycling[std::size_t(i)] != 0;

@@ -1,3 +1,4 @@
+#include "app/drawing_op.h"
 #include "app/filter_and_transform.h"
 #include "app/metadata.h"
 #include "app/open_picture.h"
@@ -60,7 +61,8 @@ int remake_from_block(Document& doc, Host& host, const SettingsBlock& block, con
     restore_output_size(doc, block.settings);
     int width = 0, height = 0;
     render_size(doc, width, height);
-    return generate_shaped_image(doc, host, width, height) == 0 && doc.rendered ? 0 : -1;
+    if (generate_shaped_image(doc, host, width, height) != 0 || !doc.rendered) return -1;
+    return redraw_recorded(doc, host);
 }
 
 int read_metadata(Document& doc, Host& host, const std::string& path) {

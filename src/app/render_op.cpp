@@ -61,6 +61,7 @@ int generate_shaped_image(Document& doc, Host& host, int width, int height) {
     doc.rendered_settings = doc.settings;
     doc.rendered_settings.out_width = width;
     doc.rendered_settings.out_height = height;
+    doc.rendered_settings.drawing = {};  // a drawing is made after the render, by make_drawing
     doc.rendered_background = doc.background;
     doc.rendered_logo = doc.logo_choice;
     host.refresh(Refresh::Result);

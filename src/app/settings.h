@@ -5,6 +5,8 @@
 #include <cstdint>
 #include <optional>
 
+#include "render/drawing.h"
+
 namespace velq {
 
 enum class Unit { Pixel = 0, Inch = 1, Cm = 2, Meter = 3 };
@@ -30,6 +32,7 @@ struct Settings {
     int out_width = 0, out_height = 0;     // output size in pixels (the render's size)
     double wid = 0, hgt = 0;               // Wid and Hgt as shown, in the unit
     int video_width = 640, video_height = 480;
+    Drawing drawing;  // the spike drawing or cell picture last chosen; kind None: the plain render
 };
 
 // The four memory-limit choices of the menu.

@@ -3,6 +3,7 @@
 #include <map>
 #include <memory>
 
+#include "app/drawing_op.h"
 #include "app/filter_and_transform.h"
 #include "app/logo_choice.h"
 #include "app/metadata.h"
@@ -10,6 +11,7 @@
 #include "app/save_result.h"
 #include "cli/cli_host.h"
 #include "cli/commands.h"
+#include "cli/drawing_options.h"
 #include "cli/options.h"
 #include "cli/pipeline.h"
 #include "image/file_types.h"
@@ -53,10 +55,12 @@ void add_render_command(CLI::App& app, int& exit_code) {
         OutputOptions output_options;
         std::vector<std::string> shapes;
         LogoOptions logo;
+        DrawingOptions drawing;
         std::optional<std::string> settings;
     };
     auto args = std::make_shared<Args>();
-    CLI::App* cmd = app.add_subcommand("render", "turn a picture into shape art (.png .jpg .jpeg .bmp, or .psd with its layers)");
+    CLI::App* cmd = app.add_subcommand(
+        "render", "turn a picture into shape art (.png .jpg .jpeg .bmp, or .psd with its layers)");
     cmd->add_option("INPUT", args->input,
                     "picture to open (with --settings: the result's own source when left out)");
     cmd->add_option("-o,--output", args->output, "result to write; its settings block is appended")
@@ -69,6 +73,7 @@ void add_render_command(CLI::App& app, int& exit_code) {
     cmd->add_option("--logo-font", args->logo.font, "the text logo's font face (default \"Courier New\")");
     cmd->add_option("--logo-image", args->logo.image, "a picture stamped in the top right corner");
     cmd->add_option("--logo-transparency", args->logo.transparency, "the logo's transparency, 0..255");
+    add_drawing_options(*cmd, args->drawing);
     cmd->add_option("--settings", args->settings,
                     "start from the settings and layers of a saved result; options given here override them");
     cmd->callback([args, &exit_code] {
@@ -89,6 +94,7 @@ void add_render_command(CLI::App& app, int& exit_code) {
         }
         usage_check(apply_picture_options(args->picture, doc));
         usage_check(apply_transform_options(args->transform, doc));
+        usage_check(apply_drawing_options(args->drawing, doc));
         const auto shapes = shapes_by_layer(args->shapes, int(doc.layers.size()));
         if (args->settings)
             exit_code = filter_and_transform(doc, host) == 0 ? 0 : 1;
@@ -118,7 +124,7 @@ void add_render_command(CLI::App& app, int& exit_code) {
         }
         int w = 0, h = 0;
         render_size(doc, w, h);
-        if (generate_shaped_image(doc, host, w, h) != 0) {
+        if (generate_shaped_image(doc, host, w, h) != 0 || redraw_recorded(doc, host) != 0) {
             exit_code = 1;
             return;
         }

@@ -8,6 +8,7 @@
 #include "app/metadata.h"
 #include "cli/cli_host.h"
 #include "cli/commands.h"
+#include "cli/drawing_options.h"
 #include "filters/filter.h"
 #include "render/palette.h"
 
@@ -84,6 +85,10 @@ void print_text(const std::string& file, const SettingsBlock& block) {
     if (s.impact_x > 0 || s.impact_y > 0) std::printf("  impact       %g,%g\n", s.impact_x, s.impact_y);
     if (s.has_filter_seed) std::printf("  filter seed  %u\n", unsigned(s.filter_seed));
     std::printf("  logo         %s\n", logo_text(s).c_str());
+    if (const Drawing& d = s.drawing; d.kind != DrawingKind::None)
+        std::printf("  drawing      %s of layer %d, spike width %g, burst %d, lead %d %s\n",
+                    std::string(drawing_kind_name(d.kind)).c_str(), d.layer, d.spike_width, d.burst, d.lead,
+                    background_text(d.lead_colour).c_str());
     std::printf("Layers\n");
     const auto palettes = make_palettes();
     for (std::size_t i = 0; i < block.layers.size(); ++i) {
@@ -139,6 +144,16 @@ void print_json(const SettingsBlock& block) {
         }
         logo["transparency"] = s.logo_transparency;
         j["logo"] = std::move(logo);
+    }
+    if (const Drawing& d = s.drawing; d.kind != DrawingKind::None) {
+        j["drawing"] = {{"kind", std::string(drawing_kind_name(d.kind))},
+                        {"layer", d.layer},
+                        {"spike_width", d.spike_width},
+                        {"burst", d.burst},
+                        {"lead", d.lead},
+                        {"lead_colour", background_text(d.lead_colour)}};
+    } else {
+        j["drawing"] = nullptr;
     }
     auto layers = nlohmann::ordered_json::array();
     for (std::size_t i = 0; i < block.layers.size(); ++i) {

@@ -51,6 +51,13 @@ std::optional<int> filter_kind_from_name(const std::string& name) {
     return std::nullopt;
 }
 
+std::optional<std::uint32_t> colour_from_text(const std::string& text) {
+    char* end = nullptr;
+    const unsigned long v = std::strtoul(text.c_str(), &end, 16);
+    if (text.size() != 6 || end != text.c_str() + 6) return std::nullopt;
+    return pack_colorref(int(v >> 16) & 255, int(v >> 8) & 255, int(v) & 255);
+}
+
 std::optional<std::pair<double, double>> impact_from_text(const std::string& text) {
     const std::size_t comma = text.find(',');
     if (comma == std::string::npos) return std::nullopt;
@@ -143,11 +150,9 @@ std::string apply_output_options(const OutputOptions& o, Document& doc, Host& ho
     if ((o.width || o.height) && (s.out_width < 1 || s.out_height < 1))
         return "the output size must be at least 1 x 1 pixels";
     if (o.background) {
-        const std::string& b = *o.background;
-        char* end = nullptr;
-        const unsigned long v = std::strtoul(b.c_str(), &end, 16);
-        if (b.size() != 6 || end != b.c_str() + 6) return "--background must be RRGGBB in hexadecimal";
-        doc.background = pack_colorref(int(v >> 16) & 255, int(v >> 8) & 255, int(v) & 255);
+        const auto colour = colour_from_text(*o.background);
+        if (!colour) return "--background must be RRGGBB in hexadecimal";
+        doc.background = *colour;
     }
     if (o.global_brightness) s.global_brightness = *o.global_brightness;
     for (const std::string& text : o.layers) {

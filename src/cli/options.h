@@ -59,6 +59,8 @@ std::string apply_output_options(const OutputOptions& o, Document& doc, Host& ho
 std::optional<int> filter_kind_from_name(const std::string& name);
 // The impact point of "FX,FY", both strictly between 0 and 1; nullopt otherwise.
 std::optional<std::pair<double, double>> impact_from_text(const std::string& text);
+// A packed colour (red in the low byte) from "RRGGBB" in hexadecimal; nullopt otherwise.
+std::optional<std::uint32_t> colour_from_text(const std::string& text);
 // Memory limit of "15M".."60M".
 std::optional<std::int64_t> memory_limit_from_name(const std::string& name);
 

@@ -1,12 +1,14 @@
 // The commands that run the pipeline: the filters, the transforms, Render and Render frame, Stop and
-// Skip, and the memory limit the filters work within.
+// Skip, Spike drawing, and the memory limit the filters work within.
 #include <QImage>
 
+#include "app/drawing_op.h"
 #include "app/filter_driver.h"
 #include "app/frame_render.h"
 #include "app/render_op.h"
 #include "app/transform_driver.h"
 #include "gui/command_handlers.h"
+#include "gui/drawing_dialog.h"
 #include "gui/image_adapter.h"
 #include "gui/job_runner.h"
 #include "gui/main_window.h"
@@ -69,6 +71,17 @@ void render_frame(MainWindow& w, int) {
                 });
 }
 
+void spike_drawing(MainWindow& w, int) {
+    Drawing initial = w.document().settings.drawing;
+    if (initial.kind == DrawingKind::None) {
+        initial.kind = DrawingKind::WebSpikes;
+        initial.layer = std::max(1, w.document().selected_layer);
+    }
+    DrawingDialog dialog(w.presenter(), initial, &w);
+    if (w.presenter().exec(dialog) != QDialog::Accepted) return;
+    w.start_job([&w, d = dialog.drawing()] { make_drawing(w.document(), w.host(), d); });
+}
+
 void stop(MainWindow& w, int) {
     if (w.busy()) w.picture_panel().set_status(1, kStopping);
     w.jobs().stop();
@@ -98,6 +111,7 @@ constexpr CommandBinding kBindings[] = {
     {cmd::kTransformVectorize, transform},
     {cmd::kRender, render},
     {cmd::kRenderFrame, render_frame},
+    {cmd::kSpike, spike_drawing},
     {cmd::kStop, stop},
     {cmd::kSkip, skip},
     {cmd::kMemory15, memory},

@@ -72,6 +72,14 @@ std::string encode_settings_record(const SettingsRecord& rec,
         put_text(out, o::logo_text, kLogoTextFieldSize, rec.logo_text);
         put_text(out, o::logo_face, kLogoFaceFieldSize, rec.logo_face);
     }
+    if (const Drawing& d = rec.drawing; d.kind != DrawingKind::None) {
+        put_u8(out, o::drawing_kind, std::uint8_t(d.kind));
+        put_u8(out, o::drawing_layer, std::uint8_t(d.layer));
+        put_u8(out, o::drawing_burst, std::uint8_t(d.burst));
+        put_u8(out, o::drawing_lead, std::uint8_t(d.lead));
+        put_u32(out, o::drawing_lead_colour, d.lead_colour);
+        put_f64(out, o::drawing_spike_width, d.spike_width);
+    }
     return {};
 }
 
@@ -129,6 +137,20 @@ RecordStatus decode_settings_record(std::span<const std::uint8_t, kSettingsRecor
         r.logo_transparency = in[o::logo_transparency];
         if (!get_text(in, o::logo_text, kLogoTextFieldSize, r.logo_text) ||
             !get_text(in, o::logo_face, kLogoFaceFieldSize, r.logo_face))
+            return RecordStatus::Invalid;
+    }
+
+    if (const std::uint8_t kind = in[o::drawing_kind]; kind != 0) {
+        Drawing& d = r.drawing;
+        if (kind > std::uint8_t(DrawingKind::BurstSpikes)) return RecordStatus::Invalid;
+        d.kind = DrawingKind(kind);
+        d.layer = in[o::drawing_layer];
+        d.burst = in[o::drawing_burst];
+        d.lead = in[o::drawing_lead];
+        d.lead_colour = get_u32(in, o::drawing_lead_colour);
+        d.spike_width = get_f64(in, o::drawing_spike_width);
+        if (d.layer > 8 || d.burst < 1 || d.burst > kMaxBurst || d.lead > kMaxLead ||
+            d.lead_colour > 0xFFFFFFu || !(d.spike_width > 0 && d.spike_width <= kMaxSpikeWidth))
             return RecordStatus::Invalid;
     }
 

@@ -10,6 +10,8 @@
 #include <string>
 #include <string_view>
 
+#include "render/drawing.h"
+
 namespace velq {
 
 inline constexpr std::size_t kSettingsRecordSize = 5220;
@@ -32,8 +34,11 @@ inline constexpr std::size_t signature = 0, path = 14, version = 4112, interpola
                              cycling = 4173, motion_pack = 4194, logo_kind = 4195, background = 4196,
                              global_brightness = 4200, logo_transparency = 4204, logo_text = 4208,
                              logo_face = 4976, impact_x = 5104, impact_y = 5112, has_filter_seed = 5120,
-                             filter_seed = 5124, reserved = 5128;
-}
+                             filter_seed = 5124, reserved = 5160;
+// The drawing that replaced the render: all zero (and not read) when there is none.
+inline constexpr std::size_t drawing_kind = 5128, drawing_layer = 5129, drawing_burst = 5130,
+                             drawing_lead = 5131, drawing_lead_colour = 5132, drawing_spike_width = 5136;
+}  // namespace settings_offset
 // The logo's text (or picture path) and font face fields; each holds one byte less of text.
 inline constexpr std::size_t kLogoTextFieldSize = 768, kLogoFaceFieldSize = 128;
 
@@ -71,6 +76,7 @@ struct SettingsRecord {
     // The seed the random filter of the result drew, so reopening remakes the same pattern.
     bool has_filter_seed = false;
     std::uint32_t filter_seed = 0;
+    Drawing drawing;  // kind None: the plain render
 
     bool operator==(const SettingsRecord&) const = default;
 };

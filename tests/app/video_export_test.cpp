@@ -5,6 +5,7 @@
 #include <gtest/gtest.h>
 
 #include "app/document_animation.h"
+#include "app/drawing_op.h"
 #include "app/frame_psd.h"
 #include "app/frame_render.h"
 #include "app/render_op.h"
@@ -68,6 +69,15 @@ TEST(FrameRender, AFrameAtTheEndEqualsTheStillRender) {
     // Half way, shapes are still on their way: the frame differs.
     ASSERT_EQ(render_frame_at(a.doc, a.host, 160, 120, 1.0), 0);
     EXPECT_FALSE(test::same_bytes(a.doc.frame_buffer, a.doc.render_buffer));
+}
+
+TEST(FrameRender, AfterADrawingTheAnimationStartsFromIt) {
+    Animated a;
+    a.set(2, 5, 3, 0.3, 0.8, 0.5);  // nothing moves yet at 0
+    ASSERT_EQ(generate_shaped_image(a.doc, a.host, 160, 120), 0);
+    ASSERT_EQ(make_drawing(a.doc, a.host, Drawing{DrawingKind::PebbleCells}), 0);
+    ASSERT_EQ(render_frame_at(a.doc, a.host, 160, 120, 0.0), 0);
+    EXPECT_TRUE(same_bytes(a.doc.frame_buffer, a.doc.render_buffer));
 }
 
 TEST(FrameRender, TheLogoIsWhereTheVideoHasItAtThatTime) {

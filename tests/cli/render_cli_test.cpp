@@ -66,6 +66,37 @@ TEST(RenderCli, TheResultCarriesItsSettingsAndRendersAgainTheSame) {
     ASSERT_EQ(j["layers"][1]["shapes"].size(), 1u);
 }
 
+// A drawing replaces the render, is kept in the block and comes back the same from it; numbers
+// that cannot be used are usage errors.
+TEST(RenderCli, ADrawingIsKeptAndMadeAgainFromTheSettings) {
+    Files f;
+    const std::string drawn = f.dir + "/drawn.png", again = f.dir + "/again.png";
+    test::CliResult r = test::run_cli({"render", "--settings", f.first, "-o", drawn, "--seed", "5", "--draw",
+                                       "cells-crystal", "--lead", "2", "--lead-colour", "FF8000"});
+    ASSERT_EQ(r.exit_code, 0) << r.err;
+    EXPECT_EQ(info_of(drawn)["drawing"],
+              nlohmann::json::parse(R"({"kind": "cells-crystal", "layer": 1, "spike_width": 1.0, "burst": 7,
+                                        "lead": 2, "lead_colour": "FF8000"})"));
+    r = test::run_cli({"render", "--settings", drawn, "-o", again, "--seed", "5"});
+    ASSERT_EQ(r.exit_code, 0) << r.err;
+    const PictureRead a = read_picture(drawn), b = read_picture(again), plain = read_picture(f.first);
+    ASSERT_TRUE(a && b && plain);
+    ASSERT_TRUE(a.picture.same_shape(b.picture));
+    EXPECT_TRUE(std::equal(a.picture.data(), a.picture.data() + a.picture.size(), b.picture.data()));
+    EXPECT_FALSE(std::equal(a.picture.data(), a.picture.data() + a.picture.size(), plain.picture.data()));
+    const std::vector<std::string> refused[] = {{"--draw", "voronoi"},
+                                                {"--burst", "3"},
+                                                {"--draw", "spikes-burst", "--burst", "0"},
+                                                {"--draw", "cells", "--lead-colour", "red"},
+                                                {"--draw", "cells", "--draw-layer", "9"}};
+    for (const auto& extra : refused) {
+        std::vector<std::string> args{"render", f.source, "-o", f.dir + "/no.png"};
+        args.insert(args.end(), extra.begin(), extra.end());
+        EXPECT_EQ(test::run_cli(args).exit_code, 2) << extra[1];
+    }
+    EXPECT_FALSE(fs::exists(f.dir + "/no.png"));
+}
+
 TEST(RenderCli, AnInputTakesTheSettingsAndTheLineOverridesThem) {
     Files f;
     // The block over another picture, options over the block, size and resolution on the line.

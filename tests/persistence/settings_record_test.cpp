@@ -65,6 +65,7 @@ TEST(SettingsRecord, BackgroundBrightnessLogoAndImpactLiveInTheReservedBytes) {
         if (c.kind != LogoKind::None) {
             rec.impact_x = 0.35, rec.impact_y = 0.45;
             rec.has_filter_seed = true, rec.filter_seed = 0xC0FFEE;
+            rec.drawing = {DrawingKind::BurstSpikes, 3, 1.5, 9, 4, 0x102030};
         }
         Record out;
         const std::string problem = encode_settings_record(rec, out);
@@ -97,6 +98,11 @@ TEST(SettingsRecord, BackgroundBrightnessLogoAndImpactLiveInTheReservedBytes) {
             std::memcpy(&seed, &out[5124], 4);
             EXPECT_EQ(out[5120], 1);
             EXPECT_EQ(seed, 0xC0FFEEu);
+            const std::uint8_t drawing[8] = {4, 3, 9, 4, 0x30, 0x20, 0x10, 0};
+            EXPECT_TRUE(std::equal(drawing, drawing + 8, &out[5128]));
+            double spike_width;
+            std::memcpy(&spike_width, &out[5136], 8);
+            EXPECT_EQ(spike_width, 1.5);
         }
     }
 }
@@ -152,7 +158,14 @@ TEST(SettingsRecord, DecodingSortsRecordsByWhatIsWrong) {
          RecordStatus::Invalid},
         {"logo text without a logo", [](Record& r) { std::memset(r.data() + 4208, 'x', 768); },
          RecordStatus::Ok},
-        {"reserved bytes", [](Record& r) { r[5150] = 9; }, RecordStatus::Ok},
+        {"reserved bytes", [](Record& r) { r[5170] = 9; }, RecordStatus::Ok},
+        {"drawing numbers without a drawing", [](Record& r) { r[5129] = 200; }, RecordStatus::Ok},
+        {"drawing kind 5", [](Record& r) { r[5128] = 5, r[5130] = 7, r[5136 + 7] = 0x3F; },
+         RecordStatus::Invalid},
+        {"drawing layer 9", [](Record& r) { r[5128] = 1, r[5129] = 9, r[5130] = 7, r[5136 + 7] = 0x3F; },
+         RecordStatus::Invalid},
+        {"drawing without spikes", [](Record& r) { r[5128] = 1, r[5136 + 7] = 0x3F; }, RecordStatus::Invalid},
+        {"drawing", [](Record& r) { r[5128] = 1, r[5130] = 7, r[5136 + 7] = 0x3F; }, RecordStatus::Ok},
     };
     for (const auto& c : cases) {
         SCOPED_TRACE(c.what);

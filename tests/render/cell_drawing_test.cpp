@@ -1,0 +1,223 @@
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <cstring>
+#include <random>
+
+#include <opencv2/imgproc.hpp>
+
+#include "render/cell_diagram.h"
+#include "render/drawing.h"
+#include "render/spikes.h"
+#include "support/recording_host.h"
+
+namespace velq {
+namespace {
+
+constexpr double kW = 256, kH = 256;
+
+// Circles that do not overlap, placed at random, radii 1..max_r; optionally one huge circle first.
+std::vector<CellSite> random_circles(unsigned seed, int n, double max_r, double huge = 0) {
+    std::mt19937 gen(seed);
+    std::uniform_real_distribution<double> pos(0, kW), rad(1, max_r);
+    std::vector<CellSite> out;
+    std::vector<double> radius;
+    if (huge > 0) out.push_back({kW * 0.45, kH * 0.55, huge * huge}), radius.push_back(huge);
+    for (int tries = 0; int(out.size()) < n && tries < 100000; ++tries) {
+        const double x = pos(gen), y = pos(gen), r = rad(gen);
+        bool clear = true;
+        for (std::size_t k = 0; k < out.size() && clear; ++k)
+            clear = std::hypot(out[k].x - x, out[k].y - y) >= r + radius[k];
+        if (clear) out.push_back({x, y, r * r}), radius.push_back(r);
+    }
+    return out;
+}
+
+double power(const CellSite& s, double x, double y) {
+    return (x - s.x) * (x - s.x) + (y - s.y) * (y - s.y) - s.weight;
+}
+
+bool inside(std::span<const CellPoint> poly, double x, double y) {
+    for (std::size_t k = 0; k < poly.size(); ++k) {
+        const CellPoint& a = poly[k];
+        const CellPoint& b = poly[(k + 1) % poly.size()];
+        if ((b.x - a.x) * (y - a.y) - (b.y - a.y) * (x - a.x) < 0) return false;
+    }
+    return !poly.empty();
+}
+
+double distance_to_boundary(std::span<const CellPoint> poly, double x, double y) {
+    double best = 1e300;
+    for (std::size_t k = 0; k < poly.size(); ++k) {
+        const CellPoint& a = poly[k];
+        const CellPoint& b = poly[(k + 1) % poly.size()];
+        const double ex = b.x - a.x, ey = b.y - a.y, l2 = ex * ex + ey * ey;
+        const double t = l2 > 0 ? std::clamp(((x - a.x) * ex + (y - a.y) * ey) / l2, 0.0, 1.0) : 0.0;
+        best = std::min(best, std::hypot(x - a.x - t * ex, y - a.y - t * ey));
+    }
+    return best;
+}
+
+// Every pixel centre belongs to the cell of its least power distance, found by trying every site;
+// disagreements only within a pixel of an edge. The cells tile the frame.
+TEST(CellDiagram, AgreesWithBruteForceNearestSearch) {
+    struct Case {
+        const char* what;
+        std::vector<CellSite> sites;
+    };
+    auto plain = [](std::vector<CellSite> s) {
+        for (CellSite& c : s) c.weight = 0;
+        return s;
+    };
+    const Case cases[] = {
+        {"power cells", random_circles(1, 300, 9)},
+        {"plain cells", plain(random_circles(2, 300, 9))},
+        // A fixed search window around the tiny cells would miss the huge circle's cut.
+        {"one huge circle among tiny ones", random_circles(3, 300, 2.5, 70)},
+        {"overlapping circles",
+         [] {
+             auto s = random_circles(4, 200, 6);
+             for (CellSite& c : s) c.weight *= 4;
+             return s;
+         }()},
+    };
+    test::RecordingHost host;
+    for (const Case& c : cases) {
+        SCOPED_TRACE(c.what);
+        CellDiagram d;
+        ASSERT_TRUE(make_cell_diagram(host, c.sites, kW, kH, d, 1));
+        ASSERT_EQ(d.size(), int(c.sites.size()));
+        double area = 0;
+        for (int i = 0; i < d.size(); ++i) area += cell_area(d, i);
+        EXPECT_NEAR(area, kW * kH, kW * kH * 1e-9);
+        int wrong = 0;
+        for (int y = 0; y < int(kH); ++y)
+            for (int x = 0; x < int(kW); ++x) {
+                const double px = x + 0.5, py = y + 0.5;
+                int best = 0;
+                for (int j = 1; j < int(c.sites.size()); ++j)
+                    if (power(c.sites[std::size_t(j)], px, py) < power(c.sites[std::size_t(best)], px, py))
+                        best = j;
+                if (inside(d.cell(best), px, py)) continue;
+                ++wrong;
+                ASSERT_LE(distance_to_boundary(d.cell(best), px, py), 1.0) << x << "," << y;
+            }
+        EXPECT_LE(wrong, int(kW * kH * 0.005));
+    }
+}
+
+// The plain cells have the areas of OpenCV's Voronoi facets clipped to the frame.
+TEST(CellDiagram, PlainCellsMatchSubdivisionFacets) {
+    std::vector<CellSite> sites = random_circles(5, 250, 6);
+    for (CellSite& s : sites) s.weight = 0;
+    test::RecordingHost host;
+    CellDiagram d;
+    ASSERT_TRUE(make_cell_diagram(host, sites, kW, kH, d, 2));
+    cv::Subdiv2D subdiv(cv::Rect(0, 0, int(kW), int(kH)));
+    for (const CellSite& s : sites) subdiv.insert(cv::Point2f(float(s.x), float(s.y)));
+    std::vector<std::vector<cv::Point2f>> facets;
+    std::vector<cv::Point2f> centres;
+    subdiv.getVoronoiFacetList({}, facets, centres);
+    ASSERT_EQ(facets.size(), sites.size());
+    const std::vector<cv::Point2f> frame{{0, 0}, {float(kW), 0}, {float(kW), float(kH)}, {0, float(kH)}};
+    for (std::size_t i = 0; i < sites.size(); ++i) {
+        std::vector<cv::Point2f> clipped;
+        const double want = cv::intersectConvexConvex(facets[i], frame, clipped);
+        EXPECT_NEAR(cell_area(d, int(i)), want, 0.05) << i;
+    }
+}
+
+// Two touching circles share an edge through their contact point, and the web spikes meet there;
+// among many circles every web spike ends on the dividing line of its pair.
+TEST(CellDiagram, TouchingCirclesAndWebSpikesMeetOnTheDividingLine) {
+    struct Pair {
+        double r0, r1, angle;
+    };
+    const Pair pairs[] = {{10, 10, 0}, {30, 5, 0.7}, {4, 40, 2.1}};
+    test::RecordingHost host;
+    for (const Pair& p : pairs) {
+        const double d = p.r0 + p.r1, ux = std::cos(p.angle), uy = std::sin(p.angle);
+        const std::vector<CellSite> sites{{100, 120, p.r0 * p.r0}, {100 + d * ux, 120 + d * uy, p.r1 * p.r1}};
+        CellDiagram diagram;
+        ASSERT_TRUE(make_cell_diagram(host, sites, kW, kH, diagram, 1));
+        const double cx = 100 + p.r0 * ux, cy = 120 + p.r0 * uy;  // the contact point
+        const auto poly = diagram.cell(0);
+        const auto across = diagram.edges(0);
+        bool through = false;
+        for (std::size_t k = 0; k < poly.size(); ++k) {
+            if (across[k] != 1) continue;
+            const CellPoint& a = poly[k];
+            const CellPoint& b = poly[(k + 1) % poly.size()];
+            through = std::abs((b.x - a.x) * (cy - a.y) - (b.y - a.y) * (cx - a.x)) <
+                      1e-6 * std::hypot(b.x - a.x, b.y - a.y);
+        }
+        EXPECT_TRUE(through) << p.r0 << " " << p.r1;
+        std::vector<Spike> spikes;
+        web_spikes(diagram, sites, 0, 1, spikes);
+        ASSERT_EQ(spikes.size(), 1u);
+        EXPECT_NEAR(spikes[0].tip.x, cx, 1e-9);
+        EXPECT_NEAR(spikes[0].tip.y, cy, 1e-9);
+    }
+    const auto sites = random_circles(6, 300, 8);
+    CellDiagram diagram;
+    ASSERT_TRUE(make_cell_diagram(host, sites, kW, kH, diagram, 2));
+    std::size_t count = 0;
+    for (int i = 0; i < diagram.size(); ++i) {
+        std::vector<Spike> spikes;
+        web_spikes(diagram, sites, i, 1, spikes);
+        for (const Spike& s : spikes) {
+            // The neighbour this spike points at: the one whose power distance at the tip equals i's.
+            const double own = power(sites[std::size_t(i)], s.tip.x, s.tip.y);
+            double nearest = 1e300;
+            for (std::int32_t j : diagram.edges(i))
+                if (j >= 0)
+                    nearest =
+                        std::min(nearest, std::abs(power(sites[std::size_t(j)], s.tip.x, s.tip.y) - own));
+            EXPECT_LE(nearest, 1e-9 * std::max(1.0, std::abs(own)));
+        }
+        count += spikes.size();
+    }
+    EXPECT_GT(count, 4 * sites.size());
+}
+
+// Every look gives the same bytes on one thread as on several.
+TEST(Drawing, SameBytesWhateverTheThreadCount) {
+    const auto sites = random_circles(7, 400, 7, 30);
+    std::vector<Placement> placements;
+    for (std::size_t i = 0; i < sites.size(); ++i) {
+        Placement p;
+        p.x = sites[i].x, p.y = sites[i].y, p.radius = std::sqrt(sites[i].weight);
+        p.paint = {double(i * 37 % 256), double(i * 91 % 256), double(i * 13 % 256), 255, 0, true};
+        placements.push_back(p);
+    }
+    UBUFFER picture;
+    ASSERT_TRUE(picture.allocate(64, 64, 4));
+    for (int y = 0; y < 64; ++y)
+        for (int x = 0; x < 64; ++x) picture.at(x, y, 1) = std::uint8_t(x * 3 + y);
+    test::RecordingHost host;
+    for (DrawingKind kind : {DrawingKind::PebbleCells, DrawingKind::CrystalCells, DrawingKind::WebSpikes,
+                             DrawingKind::BurstSpikes}) {
+        SCOPED_TRACE(int(kind));
+        Drawing drawing;
+        drawing.kind = kind;
+        drawing.lead = 2;
+        drawing.lead_colour = 0x204060;
+        UBUFFER first;
+        for (int threads : {1, 2, 3}) {
+            UBUFFER out;
+            ASSERT_TRUE(out.allocate(int(kW), int(kH), 4));
+            ASSERT_TRUE(paint_drawing(host, drawing, placements, picture, 5, out, nullptr, threads));
+            if (!first) {
+                first = std::move(out);
+                continue;
+            }
+            EXPECT_EQ(std::memcmp(first.data(), out.data(), out.size()), 0) << threads << " threads";
+        }
+        // Something was drawn in the placements' colours.
+        const std::uint8_t* p = &first.at(int(placements[5].x), int(placements[5].y));
+        EXPECT_NE(p[0] + p[1] + p[2], 0);
+    }
+}
+
+}  // namespace
+}  // namespace velq
