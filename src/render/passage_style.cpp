@@ -38,12 +38,12 @@ cv::Mat signed_distance(const cv::Mat& coverage) {
     cv::bitwise_not(inside, outside);
     cv::distanceTransform(inside, d_in, cv::DIST_L2, cv::DIST_MASK_PRECISE);
     cv::distanceTransform(outside, d_out, cv::DIST_L2, cv::DIST_MASK_PRECISE);
-    cv::Mat sd(kSide, kSide, CV_32F);
-    for (int y = 0; y < kSide; ++y) {
+    cv::Mat sd(coverage.size(), CV_32F);
+    for (int y = 0; y < coverage.rows; ++y) {
         const std::uint8_t* c = coverage.ptr<std::uint8_t>(y);
         const float *a = d_in.ptr<float>(y), *b = d_out.ptr<float>(y);
         float* s = sd.ptr<float>(y);
-        for (int x = 0; x < kSide; ++x) {
+        for (int x = 0; x < coverage.cols; ++x) {
             const bool edge = c[x] > 0 && c[x] < 255;
             s[x] = edge ? 0.5f - c[x] / 255.0f : (c[x] >= 128 ? 0.5f - a[x] : b[x] - 0.5f);
         }
@@ -55,33 +55,51 @@ cv::Mat signed_distance(const cv::Mat& coverage) {
 // and is 0 outside, coarse to fine on a 256-pixel grid; sqrt(2u) rounds every stroke like a tube.
 cv::Mat inflated_height(const cv::Mat& coverage) {
     cv::Mat u;
-    for (int side : {32, 64, 128, 256}) {
+    // The grid keeps the glyph box's proportions; its longer side takes 32, 64, 128 then 256 steps.
+    const double longer = std::max(coverage.cols, coverage.rows);
+    for (int steps : {32, 64, 128, 256}) {
+        const double h = longer / steps;  // pixels of the shape per grid step
+        const cv::Size size(std::max(3, int(coverage.cols / h)), std::max(3, int(coverage.rows / h)));
         cv::Mat mask;
-        cv::resize(coverage, mask, {side, side}, 0, 0, cv::INTER_AREA);
-        const double h = double(kSide) / side;  // pixels of the shape per grid step
+        cv::resize(coverage, mask, size, 0, 0, cv::INTER_AREA);
         if (u.empty())
-            u = cv::Mat::zeros(side, side, CV_32F);
+            u = cv::Mat::zeros(size, CV_32F);
         else
-            cv::resize(u, u, {side, side}, 0, 0, cv::INTER_LINEAR);
+            cv::resize(u, u, size, 0, 0, cv::INTER_LINEAR);
         const float rhs = float(h * h);
         cv::Mat next = u.clone();
-        const int iterations = side == 32 ? 400 : 120;
+        const int iterations = steps == 32 ? 400 : 120;
         for (int it = 0; it < iterations; ++it) {
-            for (int y = 1; y < side - 1; ++y) {
+            for (int y = 1; y < size.height - 1; ++y) {
                 const std::uint8_t* m = mask.ptr<std::uint8_t>(y);
                 const float *up = u.ptr<float>(y - 1), *row = u.ptr<float>(y), *down = u.ptr<float>(y + 1);
                 float* out = next.ptr<float>(y);
-                for (int x = 1; x < side - 1; ++x)
+                for (int x = 1; x < size.width - 1; ++x)
                     out[x] = m[x] >= 128 ? 0.25f * (up[x] + down[x] + row[x - 1] + row[x + 1] + rhs) : 0.0f;
             }
             std::swap(u, next);
         }
     }
     cv::Mat full;
-    cv::resize(u, full, {kSide, kSide}, 0, 0, cv::INTER_CUBIC);
+    cv::resize(u, full, coverage.size(), 0, 0, cv::INTER_CUBIC);
     cv::max(full, 0.0, full);
     cv::sqrt(2 * full, full);
     return full;
+}
+
+// A wide Gaussian blur of a smooth field, taken at a quarter of the resolution (the field has no
+// detail a quarter-scale grid would lose) and brought back.
+cv::Mat smooth(const cv::Mat& field, double sigma) {
+    if (sigma < 8 || field.cols < 16 || field.rows < 16) {
+        cv::Mat out;
+        cv::GaussianBlur(field, out, {0, 0}, sigma);
+        return out;
+    }
+    cv::Mat small, out;
+    cv::resize(field, small, {field.cols / 4, field.rows / 4}, 0, 0, cv::INTER_AREA);
+    cv::GaussianBlur(small, small, {0, 0}, sigma / 4);
+    cv::resize(small, out, field.size(), 0, 0, cv::INTER_LINEAR);
+    return out;
 }
 
 struct Light {
@@ -119,38 +137,43 @@ std::uint8_t to_byte(double v) {
     return std::uint8_t(std::clamp(v * 255 + 0.5, 0.0, 255.0));
 }
 
-void shade_lit(const cv::Mat& height, const Light& k, std::span<std::uint8_t> shade) {
+// Calls fn(x, y, nx, ny, nz) for every pixel with opacity; returns the shade it gives.
+template <class Fn>
+void shade_opaque(const cv::Mat& height, const cv::Mat& opacity, cv::Mat& shade, Fn fn) {
     cv::Mat nx, ny, nz;
     normals(height, nx, ny, nz);
-    for (int y = 0; y < kSide; ++y)
-        for (int x = 0; x < kSide; ++x) {
-            const double a = nx.at<float>(y, x), b = ny.at<float>(y, x), c = nz.at<float>(y, x);
-            const double spec = k.specular > 0 ? k.specular * highlight(a, b, c, k.power) : 0.0;
-            shade[std::size_t(y) * kSide + x] = to_byte(k.ambient + k.diffuse * lambert(a, b, c) + spec);
-        }
+    for (int y = 0; y < height.rows; ++y) {
+        const float *a = nx.ptr<float>(y), *b = ny.ptr<float>(y), *c = nz.ptr<float>(y);
+        const std::uint8_t* m = opacity.ptr<std::uint8_t>(y);
+        std::uint8_t* out = shade.ptr<std::uint8_t>(y);
+        for (int x = 0; x < height.cols; ++x)
+            if (m[x] != 0) out[x] = to_byte(fn(y, double(a[x]), double(b[x]), double(c[x])));
+    }
+}
+
+void shade_lit(const cv::Mat& height, const Light& k, const cv::Mat& opacity, cv::Mat& shade) {
+    shade_opaque(height, opacity, shade, [&](int, double a, double b, double c) {
+        const double spec = k.specular > 0 ? k.specular * highlight(a, b, c, k.power) : 0.0;
+        return k.ambient + k.diffuse * lambert(a, b, c) + spec;
+    });
 }
 
 // Chrome: a sky-to-ground ramp over the glyph's height, bent by the reflected view ray, darkened
 // on the faces turned from the light.
-void shade_chrome(const cv::Mat& height, const cv::Mat& coverage, double specular,
-                  std::span<std::uint8_t> shade) {
-    int top = kSide, bottom = 0;
-    for (int y = 0; y < kSide; ++y)
+void shade_chrome(const cv::Mat& height, const cv::Mat& coverage, double specular, cv::Mat& shade) {
+    int top = coverage.rows, bottom = 0;
+    for (int y = 0; y < coverage.rows; ++y)
         if (cv::countNonZero(coverage.row(y)) > 0) {
             top = std::min(top, y);
             bottom = y;
         }
     const double span = std::max(1, bottom - top);
-    cv::Mat nx, ny, nz;
-    normals(height, nx, ny, nz);
-    for (int y = 0; y < kSide; ++y)
-        for (int x = 0; x < kSide; ++x) {
-            const double a = nx.at<float>(y, x), b = ny.at<float>(y, x), c = nz.at<float>(y, x);
-            const double u = (y - top) / span + 0.9 * 2 * c * b;
-            const double ramp = 0.15 + 0.85 * (0.55 + 0.45 * std::cos(2 * M_PI * (1.3 * u + 0.1)));
-            const double lit = 0.3 + 0.85 * lambert(a, b, c);
-            shade[std::size_t(y) * kSide + x] = to_byte(ramp * lit + specular * highlight(a, b, c, 40));
-        }
+    shade_opaque(height, coverage, shade, [&](int y, double a, double b, double c) {
+        const double u = (y - top) / span + 0.9 * 2 * c * b;
+        const double ramp = 0.15 + 0.85 * (0.55 + 0.45 * std::cos(2 * M_PI * (1.3 * u + 0.1)));
+        const double lit = 0.3 + 0.85 * lambert(a, b, c);
+        return ramp * lit + (specular > 0 ? specular * highlight(a, b, c, 40) : 0.0);
+    });
 }
 
 cv::Mat bevel_height(const cv::Mat& coverage, double em) {
@@ -187,8 +210,16 @@ double passage_style_margin(PassageStyle style) {
 
 void style_glyph(PassageStyle style, std::span<const std::uint8_t> coverage, double em,
                  std::span<std::uint8_t> shade, std::span<std::uint8_t> opacity) {
-    const cv::Mat cov = wrap(coverage);
-    cv::Mat op = wrap(opacity), sh = wrap(shade);
+    std::fill(shade.begin(), shade.end(), std::uint8_t(0));
+    std::fill(opacity.begin(), opacity.end(), std::uint8_t(0));
+    // Only the glyph's box and the room its style needs take any work.
+    const cv::Rect box = cv::boundingRect(wrap(coverage));
+    if (box.empty()) return;
+    const int pad = int(std::ceil(0.15 * em)) + 4;
+    const cv::Rect roi = cv::Rect(box.x - pad, box.y - pad, box.width + 2 * pad, box.height + 2 * pad) &
+                         cv::Rect(0, 0, kSide, kSide);
+    const cv::Mat cov = wrap(coverage)(roi);
+    cv::Mat op = wrap(opacity)(roi), sh = wrap(shade)(roi);
     cov.copyTo(op);
     sh.setTo(255);
     switch (style) {
@@ -198,10 +229,10 @@ void style_glyph(PassageStyle style, std::span<const std::uint8_t> coverage, dou
             // A ring of half-width w on both sides of the contour, its edges anti-aliased.
             const cv::Mat sd = signed_distance(cov);
             const float w = float(0.035 * em);
-            for (int y = 0; y < kSide; ++y) {
+            for (int y = 0; y < op.rows; ++y) {
                 const float* s = sd.ptr<float>(y);
                 std::uint8_t* o = op.ptr<std::uint8_t>(y);
-                for (int x = 0; x < kSide; ++x)
+                for (int x = 0; x < op.cols; ++x)
                     o[x] = to_byte(std::clamp(w + 0.5f - std::abs(s[x]), 0.0f, 1.0f));
             }
             break;
@@ -209,14 +240,14 @@ void style_glyph(PassageStyle style, std::span<const std::uint8_t> coverage, dou
         case PassageStyle::Shadow: {
             // The letter over a soft dark copy of itself, moved down and to the right.
             cv::Mat blurred;
-            cv::GaussianBlur(cov, blurred, {0, 0}, 0.02 * em);
+            blurred = smooth(cov, 0.02 * em);
             const double shift = 0.05 * em;
             const cv::Mat move = (cv::Mat_<double>(2, 3) << 1, 0, shift, 0, 1, shift);
             cv::warpAffine(blurred, blurred, move, cov.size(), cv::INTER_LINEAR, cv::BORDER_CONSTANT, 0);
-            for (int y = 0; y < kSide; ++y) {
+            for (int y = 0; y < op.rows; ++y) {
                 const std::uint8_t *c = cov.ptr<std::uint8_t>(y), *b = blurred.ptr<std::uint8_t>(y);
                 std::uint8_t *o = op.ptr<std::uint8_t>(y), *s = sh.ptr<std::uint8_t>(y);
-                for (int x = 0; x < kSide; ++x) {
+                for (int x = 0; x < op.cols; ++x) {
                     const double letter = c[x] / 255.0, dark = 0.7 * b[x] / 255.0 * (1 - letter);
                     const double total = letter + dark;
                     o[x] = to_byte(total);
@@ -228,26 +259,25 @@ void style_glyph(PassageStyle style, std::span<const std::uint8_t> coverage, dou
         case PassageStyle::Emboss: {
             cv::Mat h;
             cov.convertTo(h, CV_32F, 0.08 * em / 255);
-            cv::GaussianBlur(h, h, {0, 0}, 0.025 * em);
-            shade_lit(h, {0.35, 0.75, 0, 1}, shade);
+            h = smooth(h, 0.025 * em);
+            shade_lit(h, {0.35, 0.75, 0, 1}, op, sh);
             break;
         }
         case PassageStyle::Bevel:
-            shade_lit(bevel_height(cov, em), {0.30, 0.75, 0.25, 30}, shade);
+            shade_lit(bevel_height(cov, em), {0.30, 0.75, 0.25, 30}, op, sh);
             break;
         case PassageStyle::Bubble:
-            shade_lit(inflated_height(cov), {0.25, 0.55, 0.45, 40}, shade);
+            shade_lit(inflated_height(cov), {0.25, 0.55, 0.45, 40}, op, sh);
             break;
         case PassageStyle::Metallic:
-            shade_chrome(bevel_height(cov, em), cov, 0, shade);
+            shade_chrome(bevel_height(cov, em), cov, 0, sh);
             break;
         case PassageStyle::BubbleMetallic:
-            shade_chrome(inflated_height(cov), cov, 0.45, shade);
+            shade_chrome(inflated_height(cov), cov, 0.45, sh);
             break;
     }
     // Nothing is drawn where nothing is opaque, so the planes pack small.
-    for (std::size_t i = 0; i < shade.size(); ++i)
-        if (opacity[i] == 0) shade[i] = 0;
+    sh.setTo(0, op == 0);
 }
 
 }  // namespace velq
