@@ -158,8 +158,8 @@ void shade_lit(const cv::Mat& height, const Light& k, const cv::Mat& opacity, cv
     });
 }
 
-// Chrome: a sky-to-ground ramp over the glyph's height, bent by the reflected view ray, darkened
-// on the faces turned from the light.
+// Chrome: a sky-to-ground ramp over the glyph's height, bent by the reflected view ray, times the
+// light, so faces turned from it stay dark.
 void shade_chrome(const cv::Mat& height, const cv::Mat& coverage, double specular, cv::Mat& shade) {
     int top = coverage.rows, bottom = 0;
     for (int y = 0; y < coverage.rows; ++y)
@@ -170,9 +170,9 @@ void shade_chrome(const cv::Mat& height, const cv::Mat& coverage, double specula
     const double span = std::max(1, bottom - top);
     shade_opaque(height, coverage, shade, [&](int y, double a, double b, double c) {
         const double u = (y - top) / span + 0.9 * 2 * c * b;
-        const double ramp = 0.15 + 0.85 * (0.55 + 0.45 * std::cos(2 * M_PI * (1.3 * u + 0.1)));
-        const double lit = 0.3 + 0.85 * lambert(a, b, c);
-        return ramp * lit + (specular > 0 ? specular * highlight(a, b, c, 40) : 0.0);
+        const double ramp = 0.55 + 0.45 * (0.55 + 0.45 * std::cos(2 * M_PI * (1.3 * u + 0.1)));
+        return 0.15 + 0.95 * ramp * lambert(a, b, c) +
+               (specular > 0 ? specular * highlight(a, b, c, 40) : 0.0);
     });
 }
 
