@@ -56,7 +56,8 @@ void add_render_command(CLI::App& app, int& exit_code) {
         std::optional<std::string> settings;
     };
     auto args = std::make_shared<Args>();
-    CLI::App* cmd = app.add_subcommand("render", "turn a picture into shape art (.png .jpg .jpeg .bmp, or .psd with its layers)");
+    CLI::App* cmd = app.add_subcommand(
+        "render", "turn a picture into shape art (.png .jpg .jpeg .bmp, or .psd with its layers)");
     cmd->add_option("INPUT", args->input,
                     "picture to open (with --settings: the result's own source when left out)");
     cmd->add_option("-o,--output", args->output, "result to write; its settings block is appended")
@@ -98,6 +99,10 @@ void add_render_command(CLI::App& app, int& exit_code) {
         // A reopened result keeps its size and resolution unless the line says otherwise.
         if (args->settings && args->input.empty()) restore_output_size(doc, block.settings);
         usage_check(apply_output_options(args->output_options, doc, host));
+        if (apply_passage_options(args->output_options.passages, doc, host) != 0) {
+            exit_code = 1;
+            return;
+        }
         for (const auto& [index, paths] : shapes) {
             if (load_shapes(host, doc.layers[index], paths) != 0) {
                 exit_code = 1;
