@@ -64,7 +64,8 @@ void ShapeDetailDialog::show_current() {
         picture_->clear();
         return;
     }
-    const QImage img = to_qimage(shape->preview_buffer);
+    QuietHost quiet;
+    const QImage img = to_qimage(shape->preview(quiet));
     picture_->setPixmap(
         QPixmap::fromImage(img.scaled(picture_->size(), Qt::KeepAspectRatio, Qt::SmoothTransformation)));
 }
