@@ -232,12 +232,9 @@ std::unique_ptr<SHAPE> SHAPE::from_planes(Host& host, std::span<const std::uint8
     return s;
 }
 
-UBUFFER SHAPE::preview(Host& host) const {
+UBUFFER SHAPE::preview() const {
     UBUFFER out;
-    if (preview_buffer) {
-        copy_to(host, preview_buffer, out);
-        return out;
-    }
+    if (preview_buffer) return preview_buffer.clone();
     if (!shade_plane || !mask_plane || !out.allocate(kSide, kSide, 4)) return out;
     const std::size_t n = std::size_t(kSide) * kSide;
     for (std::size_t i = 0; i < n; ++i) {

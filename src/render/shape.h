@@ -40,7 +40,7 @@ public:
     }
     // The grey picture of the Shape Detail dialog: preview_buffer, or made from the planes when the
     // shape keeps none.
-    UBUFFER preview(Host& host) const;
+    UBUFFER preview() const;
 
     std::string name;             // file the shape was read from; empty for the default disc
     std::uint16_t character = 0;  // passage character drawn by this shape; 0 for file shapes

@@ -7,6 +7,7 @@
 #include <QDir>
 #include <QFileInfo>
 #include <QImage>
+#include <QLabel>
 #include <QLineEdit>
 #include <QListWidget>
 #include <QMimeData>
@@ -127,7 +128,7 @@ private slots:
         const std::tuple<QString, int, bool, std::u16string> cases[] = {
             {QStringLiteral("Ab a"), 4, true, u"ab"},
             {QStringLiteral(" "), 1, true, u"ab"},
-            {QStringLiteral("Ab a"), 1, false, u"Ab"},
+            {QStringLiteral("Ab a"), 1, false, u"Aba"},
         };
         list->setCurrentRow(2);
         int command = cmd::kLoadShapesPassage;
