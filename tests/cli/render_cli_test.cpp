@@ -53,6 +53,14 @@ struct Files {
                                                  "1:palette=7,size=70,invert",
                                                  "--shapes",
                                                  star,
+                                                 "--passage",
+                                                 "2=Ab a",
+                                                 "--passage-style",
+                                                 "2=bubble",
+                                                 "--passage-font",
+                                                 "2=DejaVu Sans:bold",
+                                                 "--layer",
+                                                 "2:casefold",
                                                  "--seed",
                                                  "5",
                                                  "--global-brightness",
@@ -94,6 +102,8 @@ TEST(RenderCli, TheResultCarriesItsSettingsAndRendersAgainTheSame) {
               nlohmann::json::parse(R"({"text": "Velq", "font": "Courier New", "transparency": 200})"));
     EXPECT_EQ(j["source"], fs::absolute(f.source).lexically_normal().string());
     ASSERT_EQ(j["layers"][1]["shapes"].size(), 1u);
+    EXPECT_EQ(j["layers"][2]["passage"], nlohmann::json::parse(R"({"text": "Ab a", "style": "Bubble",
+        "font": "DejaVu Sans", "bold": true, "italic": false, "casefold": true, "keep_blanks": false})"));
 }
 
 TEST(RenderCli, AnInputTakesTheSettingsAndTheLineOverridesThem) {
