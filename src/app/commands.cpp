@@ -14,7 +14,6 @@ using enum Check;
 // Why a command is greyed. Capabilities nobody has designed yet say so; the rest are being built.
 constexpr std::string_view kNoMotionPack = "Not available yet: motion packs are not designed";
 constexpr std::string_view kNoAlphabet = "Not available yet: the Alphabet transform is not designed";
-constexpr std::string_view kNoPassage = "Not available yet: passages are not designed";
 constexpr std::string_view kNoBatch = "Not available yet: batch runs are not designed";
 constexpr std::string_view kNoTestVideo = "Not available yet: the test video is being built";
 constexpr std::string_view kNoPipeline = "Not available yet: this operation is being built";
@@ -89,9 +88,9 @@ constexpr std::array kCommands = {
     Command{cmd::kResetLayer,      "Reset layer",            kLayers,    None,        Picture,     false, Plain,     "",             {}},
     Command{cmd::kSetAsDefault,    "Set as default",         kLayers,    None,        Picture,     false, Plain,     "",             {}},
     Command{cmd::kLoadShapesFiles, "Files",                  kShapesFrom, Layer,      Always,      false, Plain,     "",             {}},
-    Command{cmd::kLoadShapesPassage, "Passage",              kShapesFrom, LayerA,     Always,      false, Plain,     "",             kNoPassage},
+    Command{cmd::kLoadShapesPassage, "Passage",              kShapesFrom, LayerA,     Always,      false, Plain,     "",             {}},
     Command{cmd::kShowShapes,      "Show shapes",            kLayers,    ShapeLayer,  Picture,     false, Plain,     "",             {}},
-    Command{cmd::kChangePassage,   "Change passage",         kLayers,    ShapeLayer,  Picture,     false, Plain,     "",             kNoPassage},
+    Command{cmd::kChangePassage,   "Change passage",         kLayers,    ShapeLayer,  Picture,     false, Plain,     "",             {}},
     Command{cmd::kSetAnimation,    "Set animation",          kLayers,    ShapeLayer,  Picture,     false, Plain,     "",             {}},
     Command{cmd::kLayerDisable,    "Disable",                kLayers,    None,        Picture,     false, Plain,     "",             {}},
     Command{cmd::kLayerEnable,     "Enable",                 kLayers,    None,        Picture,     false, Plain,     "",             {}},

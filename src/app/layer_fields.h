@@ -26,6 +26,7 @@ void for_each_shared_layer_field(LayerT& layer, RecordT& r, Copy copy) {
     copy(layer.font.height, r.font.height);
     copy(layer.font.weight, r.font.weight);
     copy(layer.font.italic, r.font.italic);
+    copy(layer.keep_blanks, r.keep_blanks);
 }
 
 }  // namespace velq

@@ -19,6 +19,7 @@ LayerEntry entry_of(const Layer& layer) {
     r.passage_mode = layer.passage_mode;
     r.shape_cursor = layer.shape_cursor;
     r.passage_cursor = layer.passage_cursor;
+    r.passage_style = std::uint8_t(layer.passage_style);
     r.first_shape_only = layer.first_shape_only;
     r.has_shapes = layer.has_shapes();
     e.passage = layer.passage;

@@ -5,22 +5,26 @@
 #include "app/metadata.h"
 #include "app/units.h"
 #include "image/file_types.h"
+#include "render/passage_shapes.h"
 
 namespace velq {
 
 namespace {
 
 // A new layer from its entry: the default disc when the record says so, the shapes reloaded from
-// their files when they came from files. Passage characters are not rebuilt here: the layer keeps
-// its passage and its mode, and has no shapes until they are made again.
+// their files when they came from files, the passage characters drawn again from the passage, font
+// and style (a passage that cannot be drawn leaves the layer with its passage and no shapes).
 int layer_from_entry(Host& host, const LayerEntry& e, Layer& layer) {
     const LayerRecord& r = e.record;
     layer = Layer(host, r.first_shape_only && r.has_shapes);
     for_each_shared_layer_field(layer, r, [](auto& to, const auto& from) { to = from; });
     layer.passage = e.passage;
+    layer.passage_style = PassageStyle(r.passage_style);
     int result = 0;
     if (r.shapes_from_files())
         result = load_shapes(host, layer, e.shape_paths);
+    else if (r.passage_mode && r.has_shapes && !r.first_shape_only)
+        result = set_layer_passage(host, layer, layer_passage_choice(layer));
     else
         layer.apply_tone();
     layer.passage_mode = r.passage_mode;

@@ -36,6 +36,10 @@ void add_frame_command(CLI::App& app, int& exit_code) {
         exit_code = open_and_transform(doc, host, args->input, args->picture, args->transform);
         if (exit_code != 0) return;
         usage_check(apply_output_options(args->out, doc, host));
+        if (apply_passage_options(args->out.passages, doc, host) != 0) {
+            exit_code = 1;
+            return;
+        }
         int w = 0, h = 0;
         render_size(doc, w, h);
         if (file_extension(args->output) == "psd") {

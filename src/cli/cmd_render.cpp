@@ -104,6 +104,10 @@ void add_render_command(CLI::App& app, int& exit_code) {
         // A reopened result keeps its size and resolution unless the line says otherwise.
         if (args->settings && args->input.empty()) restore_output_size(doc, block.settings);
         usage_check(apply_output_options(args->output_options, doc, host));
+        if (apply_passage_options(args->output_options.passages, doc, host) != 0) {
+            exit_code = 1;
+            return;
+        }
         for (const auto& [index, paths] : shapes) {
             if (load_shapes(host, doc.layers[index], paths) != 0) {
                 exit_code = 1;

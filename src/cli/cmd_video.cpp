@@ -60,6 +60,10 @@ void add_video_command(CLI::App& app, int& exit_code) {
         exit_code = open_and_transform(doc, host, args->input, args->picture, args->transform);
         if (exit_code != 0) return;
         usage_check(apply_output_options(args->out, doc, host));
+        if (apply_passage_options(args->out.passages, doc, host) != 0) {
+            exit_code = 1;
+            return;
+        }
         doc.settings.video_width = vw;
         doc.settings.video_height = vh;
         int pw = 0, ph = 0;

@@ -9,8 +9,10 @@
 #include "cli/cli_host.h"
 #include "cli/commands.h"
 #include "cli/drawing_options.h"
+#include "cli/passage_options.h"
 #include "filters/filter.h"
 #include "render/palette.h"
+#include "render/passage_style.h"
 
 namespace velq::cli {
 
@@ -98,7 +100,11 @@ void print_text(const std::string& file, const SettingsBlock& block) {
                     r.shown ? "Shown" : "Hidden", r.transparency, r.size, r.brightness,
                     palette_name(palettes, r.palette).c_str(), options_text(r).c_str());
         std::printf("      shapes: %s\n", shapes_text(e).c_str());
-        if (!e.passage.empty()) std::printf("      passage: %zu UTF-16 units\n", e.passage.size());
+        if (!e.passage.empty())
+            std::printf("      passage: %zu UTF-16 units, style %s, font %s%s%s\n", e.passage.size(),
+                        std::string(passage_style_name(PassageStyle(r.passage_style))).c_str(),
+                        r.font.face.c_str(), r.font.weight >= 600 ? " bold" : "",
+                        r.font.italic ? " italic" : "");
     }
 }
 
@@ -171,6 +177,15 @@ void print_json(const SettingsBlock& block) {
         l["invert"] = r.invert;
         l["convert"] = r.convert;
         l["shapes"] = e.shape_paths;
+        if (r.passage_mode) {
+            l["passage"] = {{"text", utf16_to_utf8(e.passage)},
+                            {"style", passage_style_name(PassageStyle(r.passage_style))},
+                            {"font", r.font.face},
+                            {"bold", r.font.weight >= 600},
+                            {"italic", r.font.italic},
+                            {"casefold", r.case_folding},
+                            {"keep_blanks", r.keep_blanks}};
+        }
         layers.push_back(std::move(l));
     }
     j["layers"] = std::move(layers);

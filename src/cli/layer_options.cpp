@@ -103,6 +103,17 @@ const std::vector<Key>& keys() {
              l.shown = false;
              return std::string();
          }},
+        // Passage walk: upper case drawn as lower case; blanks taking a circle each.
+        {"casefold", false,
+         [](Layer& l, std::string_view, Document&, Host&) {
+             l.case_folding = true;
+             return std::string();
+         }},
+        {"keep-blanks", false,
+         [](Layer& l, std::string_view, Document&, Host&) {
+             l.keep_blanks = true;
+             return std::string();
+         }},
         {"shown", false,
          [](Layer& l, std::string_view, Document&, Host&) {
              l.shown = true;

@@ -41,6 +41,13 @@ void add_output_options(CLI::App& cmd, OutputOptions& o) {
     cmd.add_option("--background", o.background, "background colour RRGGBB (default 000000)");
     cmd.add_option("--global-brightness", o.global_brightness, "added to every shape's shade (default 0)");
     cmd.add_option("--layer", o.layers, layer_option_help())->take_all();
+    cmd.add_option("--passage", o.passages.text,
+                   "I=TEXT: layer I draws the characters of TEXT, one per circle");
+    cmd.add_option("--passage-file", o.passages.file, "I=PATH: layer I's passage from a UTF-8 text file");
+    cmd.add_option("--passage-font", o.passages.font,
+                   "I=FACE[:bold][:italic]: the passage font (default Courier New)");
+    cmd.add_option("--passage-style", o.passages.style,
+                   "I=NAME: flat, outline, shadow, emboss, bevel, bubble, metallic or bubble-metallic");
 }
 
 std::optional<int> filter_kind_from_name(const std::string& name) {

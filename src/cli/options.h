@@ -11,6 +11,7 @@
 #include <CLI/CLI.hpp>
 
 #include "app/document.h"
+#include "cli/passage_options.h"
 
 namespace velq::cli {
 
@@ -39,13 +40,14 @@ struct OutputOptions {
     std::optional<std::string> background;  // RRGGBB
     std::optional<int> global_brightness;
     std::vector<std::string> layers;  // I:opt[,opt...]
+    PassageOptions passages;
 };
 
 // --int --blu --thr --memory --filter --impact --k --max --gap --seed --quiet
 void add_picture_options(CLI::App& cmd, PictureOptions& o);
 // --min --dil --transform
 void add_transform_options(CLI::App& cmd, TransformOptions& o);
-// --unit --dpi --width --height --background --global-brightness --layer
+// --unit --dpi --width --height --background --global-brightness --layer --passage...
 void add_output_options(CLI::App& cmd, OutputOptions& o);
 
 // Apply the options given on the line over the Document's settings. A bad value is a usage error:
@@ -53,6 +55,7 @@ void add_output_options(CLI::App& cmd, OutputOptions& o);
 std::string apply_picture_options(const PictureOptions& o, Document& doc);
 std::string apply_transform_options(const TransformOptions& o, Document& doc);
 // Output size and layers; call after the picture is open (the size keeps the picture's aspect).
+// The passages (o.passages) are drawn after it, by apply_passage_options.
 std::string apply_output_options(const OutputOptions& o, Document& doc, Host& host);
 
 // The filter kind of a --filter name; nullopt for unknown or not offered names.

@@ -3,6 +3,7 @@
 #include "gui/command_handlers.h"
 #include "gui/last_folder.h"
 #include "gui/main_window.h"
+#include "gui/passage_dialog.h"
 #include "gui/picture_panel.h"
 #include "gui/qt_text.h"
 #include "gui/settings_column.h"
@@ -77,6 +78,20 @@ void shapes_from_files(MainWindow& w, int) {
         [&w, i = *i, paths = std::move(paths)] { load_shapes(w.host(), w.document().layers[i], paths); });
 }
 
+// Load shapes from > Passage and Change passage: the dialog starts from the layer's own passage, and
+// the characters are drawn on the worker; a passage that cannot be drawn leaves the layer as it was.
+void passage(MainWindow& w, int id) {
+    auto i = selected(w, 1);
+    if (!i) return;
+    const Layer& layer = w.document().layers[*i];
+    if (id == cmd::kChangePassage && !layer.passage_mode) return;
+    PassageDialog dialog(w.presenter(), layer_passage_choice(layer), &w);
+    if (w.presenter().exec(dialog) != QDialog::Accepted) return;
+    w.start_job([&w, i = *i, choice = dialog.choice()] {
+        set_layer_passage(w.host(), w.document().layers[i], choice);
+    });
+}
+
 void animation(MainWindow& w, int) {
     auto i = selected(w, 1);
     if (!i || !w.document().layers[*i].has_shapes()) return;
@@ -93,6 +108,8 @@ constexpr CommandBinding kBindings[] = {
     {cmd::kBackgroundColor, background_colour},
     {cmd::kShowShapes, show_shapes},
     {cmd::kLoadShapesFiles, shapes_from_files},
+    {cmd::kLoadShapesPassage, passage},
+    {cmd::kChangePassage, passage},
     {cmd::kSetAnimation, animation},
 };
 

@@ -64,7 +64,7 @@ void ShapeDetailDialog::show_current() {
         picture_->clear();
         return;
     }
-    const QImage img = to_qimage(shape->preview_buffer);
+    const QImage img = to_qimage(shape->preview());
     picture_->setPixmap(
         QPixmap::fromImage(img.scaled(picture_->size(), Qt::KeepAspectRatio, Qt::SmoothTransformation)));
 }

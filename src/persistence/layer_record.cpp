@@ -4,6 +4,7 @@
 #include <cstring>
 
 #include "image/packed_bytes.h"
+#include "render/passage_style.h"
 
 namespace velq {
 
@@ -61,6 +62,8 @@ std::string encode_layer_record(const LayerRecord& rec, std::span<std::uint8_t, 
     put_i32(out, o::font_weight, rec.font.weight);
     put_u8(out, o::font_italic, rec.font.italic ? 1 : 0);
     put_text(out, o::font_face, o::font_face_size, rec.font.face);
+    put_u8(out, o::passage_style, rec.passage_style);
+    put_u8(out, o::keep_blanks, rec.keep_blanks);
 
     put_u8(out, o::first_shape_only, rec.first_shape_only);
     put_u8(out, o::random, rec.random);
@@ -104,6 +107,8 @@ bool decode_layer_record(std::span<const std::uint8_t, kLayerRecordSize> in, Lay
     r.font.weight = get_i32(in, o::font_weight);
     if (!flag(in[o::font_italic], r.font.italic)) return false;
     if (!get_text(in, o::font_face, o::font_face_size, r.font.face)) return false;
+    r.passage_style = in[o::passage_style];
+    if (r.passage_style >= kPassageStyleCount || !flag(in[o::keep_blanks], r.keep_blanks)) return false;
 
     if (!flag(in[o::first_shape_only], r.first_shape_only) || !flag(in[o::random], r.random) ||
         !flag(in[o::shuffle], r.shuffle) || !flag(in[o::invert], r.invert) ||

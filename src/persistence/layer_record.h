@@ -22,6 +22,7 @@ inline constexpr std::size_t anim_numbers = 32, anim_slot_count = 64;
 inline constexpr std::size_t anim_name = 544, anim_name_size = 1024;
 inline constexpr std::size_t font_height = 1568, font_weight = 1572, font_italic = 1576;
 inline constexpr std::size_t font_face = 1600, font_face_size = 256;
+inline constexpr std::size_t passage_style = 1856, keep_blanks = 1857;
 inline constexpr std::size_t first_shape_only = 4352, random = 4353, shuffle = 4354, invert = 4355,
                              convert = 4356, shown = 4357, case_folding = 4358, has_shapes = 4359;
 }  // namespace layer_offset
@@ -53,6 +54,8 @@ struct LayerRecord {
     bool convert = false;
     bool shown = true;
     bool case_folding = false;
+    std::uint8_t passage_style = 0;  // PassageStyle; 0 (Flat) in blocks written before styles
+    bool keep_blanks = false;
     bool has_shapes = false;  // the layer holds at least one shape
 
     // Shapes that are neither the default disc nor passage characters came from files, and their

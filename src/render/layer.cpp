@@ -5,6 +5,7 @@
 #include <cwctype>
 
 #include "host/progress.h"
+#include "render/passage_shapes.h"
 
 namespace velq {
 
@@ -25,10 +26,35 @@ void Layer::apply_tone() {
     for (auto& s : shapes) s->apply_layer_tone(brightness, transparency);
 }
 
+namespace {
+// From `cursor`, the first passage position the walk draws (or `cursor` when it draws none).
+int drawn_position(const Layer& l, int cursor) {
+    const int n = int(l.passage.size());
+    for (int k = 0; k < n; ++k) {
+        const int at = (cursor + k) % n;
+        if (!passage_skips(l.passage[std::size_t(at)], l.keep_blanks)) return at;
+    }
+    return cursor;
+}
+
+// The shape drawing passage position `at`; the first shape when none does.
+SHAPE* passage_shape(const Layer& l, int at) {
+    char16_t ch = l.passage[std::size_t(at)];
+    if (l.case_folding) ch = char16_t(std::towlower(wint_t(ch)));
+    for (const auto& s : l.shapes)
+        if (s->character == ch) return s.get();
+    return l.shapes.front().get();
+}
+}  // namespace
+
 void Layer::rewind() {
     shape_cursor = 0;
     passage_cursor = 0;
     current = shapes.empty() ? nullptr : shapes.front().get();
+    if (current && passage_mode && !first_shape_only && !passage.empty()) {
+        passage_cursor = drawn_position(*this, 0);
+        current = passage_shape(*this, passage_cursor);
+    }
 }
 
 void Layer::next_shape() {
@@ -43,16 +69,8 @@ void Layer::next_shape() {
         return;
     }
     if (passage_mode && !passage.empty()) {
-        passage_cursor = (passage_cursor + 1) % int(passage.size());
-        char16_t ch = passage[passage_cursor];
-        if (case_folding) ch = char16_t(std::towlower(wint_t(ch)));
-        current = shapes.front().get();
-        for (auto& s : shapes) {
-            if (s->character == ch) {
-                current = s.get();
-                break;
-            }
-        }
+        passage_cursor = drawn_position(*this, (passage_cursor + 1) % int(passage.size()));
+        current = passage_shape(*this, passage_cursor);
         return;
     }
     shape_cursor = shape_cursor + 1;

@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "render/animation_settings.h"
+#include "render/passage_style.h"
 #include "render/shape.h"
 
 namespace velq {
@@ -35,7 +36,8 @@ public:
     void apply_tone();
     // Moves the shape cursor on for the next circle (the four cases of the cursor step).
     void next_shape();
-    // Cursors to 0 and the first shape current, as at the start of every render of the layer.
+    // Cursors to 0 and the first shape current (in passage mode the first drawn character's), as at
+    // the start of every render of the layer.
     void rewind();
     // "Ly%d - %s T(%d)-S(%d)-B(%d)"
     std::string list_text(int index) const;
@@ -58,6 +60,8 @@ public:
     std::u16string passage;
     bool passage_mode = false;
     bool case_folding = false;
+    bool keep_blanks = false;  // passage blanks take a circle each (an empty shape) instead of none
+    PassageStyle passage_style = PassageStyle::Flat;
     bool first_shape_only = false;
     bool random = false;  // "Radom"
     bool shuffle = false;

@@ -22,11 +22,19 @@ void prepare_stencils_of(Host& host, std::span<const T> placements) {
         const int side = saturate_int(2 * p.radius + 0.5);
         if (side >= 1) sides[p.shape].push_back(side);
     }
-    for (auto& [shape, list] : sides) {
-        std::sort(list.begin(), list.end());
-        list.erase(std::unique(list.begin(), list.end()), list.end());
-        shape->stencils.prepare(host, shape->shade_plane, shape->mask_plane, list);
-    }
+    // Shapes are independent (each cache has its own lock): a passage layer brings dozens of them.
+    std::vector<std::pair<const SHAPE*, std::vector<int>>> work(sides.begin(), sides.end());
+    parallel_rows(
+        0, int(work.size()),
+        [&](int begin, int end) {
+            for (int i = begin; i < end; ++i) {
+                auto& [shape, list] = work[std::size_t(i)];
+                std::sort(list.begin(), list.end());
+                list.erase(std::unique(list.begin(), list.end()), list.end());
+                shape->stencils.prepare(host, shape->shade_plane, shape->mask_plane, list);
+            }
+        },
+        1);
 }
 }  // namespace
 

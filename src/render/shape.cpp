@@ -7,6 +7,7 @@
 #include <opencv2/imgcodecs.hpp>
 #include <opencv2/imgproc.hpp>
 
+#include "image/packbits.h"
 #include "image/resample.h"
 
 namespace velq {
@@ -50,6 +51,36 @@ cv::Mat to_bgra8(const cv::Mat& in) {
     }
     if (img.type() != CV_8UC4) img.convertTo(img, CV_8U, 0.00392156862745098, 0);
     return img;
+}
+
+// Undoes packbits_encode into `out`, which must be filled exactly; false when the code does not fit.
+bool unpack(std::span<const std::uint8_t> in, std::span<std::uint8_t> out) {
+    std::size_t i = 0, o = 0;
+    while (i < in.size()) {
+        const int n = in[i++];
+        if (n < 128) {
+            const std::size_t len = std::size_t(n) + 1;
+            if (i + len > in.size() || o + len > out.size()) return false;
+            std::copy_n(in.begin() + std::ptrdiff_t(i), len, out.begin() + std::ptrdiff_t(o));
+            i += len;
+            o += len;
+        } else if (n > 128) {
+            const std::size_t len = std::size_t(257 - n);
+            if (i >= in.size() || o + len > out.size()) return false;
+            std::fill_n(out.begin() + std::ptrdiff_t(o), len, in[i++]);
+            o += len;
+        }
+    }
+    return o == out.size();
+}
+
+// The tone of one opacity or shade value, as apply_layer_tone gives it.
+void tone_planes(std::uint8_t* shade, std::uint8_t* mask, std::size_t n, int brightness, int transparency) {
+    for (std::size_t i = 0; i < n; ++i) {
+        if (mask[i] == 0) continue;
+        shade[i] = std::uint8_t(std::clamp(double(shade[i]) * brightness / 100, 0.0, 255.0));
+        mask[i] = std::uint8_t(std::clamp(double(mask[i]) * transparency / 255, 0.0, 255.0));
+    }
 }
 
 // Alpha below this is cut away before the shape is measured.
@@ -182,9 +213,52 @@ int SHAPE::read_shape(Host& host, const std::string& path) {
     return 0;
 }
 
+std::unique_ptr<SHAPE> SHAPE::from_planes(Host& host, std::span<const std::uint8_t> shade,
+                                          std::span<const std::uint8_t> opacity, std::uint16_t character) {
+    constexpr std::size_t n = std::size_t(kSide) * kSide;
+    std::unique_ptr<SHAPE> s(new SHAPE());
+    if (shade.size() != n || opacity.size() != n || !s->shade_plane.allocate(kSide, kSide, 1) ||
+        !s->mask_plane.allocate(kSide, kSide, 1)) {
+        host.message("Failed to allocate org_buffer, alt_buffer, int SHAPE()");
+        return nullptr;
+    }
+    packbits_encode(shade, s->packed_org);
+    packbits_encode(opacity, s->packed_org);
+    s->packed_org.shrink_to_fit();
+    std::copy(shade.begin(), shade.end(), s->shade_plane.data());
+    std::copy(opacity.begin(), opacity.end(), s->mask_plane.data());
+    s->character = character;
+    ++s->generation;
+    return s;
+}
+
+UBUFFER SHAPE::preview() const {
+    UBUFFER out;
+    if (preview_buffer) return preview_buffer.clone();
+    if (!shade_plane || !mask_plane || !out.allocate(kSide, kSide, 4)) return out;
+    const std::size_t n = std::size_t(kSide) * kSide;
+    for (std::size_t i = 0; i < n; ++i) {
+        std::uint8_t* q = out.data() + 4 * i;
+        q[0] = q[1] = q[2] = shade_plane.data()[i];
+        q[3] = mask_plane.data()[i];
+    }
+    return out;
+}
+
 void SHAPE::apply_layer_tone(int brightness_percent, int transparency) {
     if (!usable()) return;
     const std::size_t n = std::size_t(kSide) * kSide;
+    if (!packed_org.empty()) {
+        std::uint8_t *sh = shade_plane.data(), *m = mask_plane.data();
+        std::vector<std::uint8_t> planes(2 * n);
+        if (!unpack(packed_org, planes)) return;
+        std::copy_n(planes.begin(), n, sh);
+        std::copy_n(planes.begin() + std::ptrdiff_t(n), n, m);
+        tone_planes(sh, m, n, brightness_percent, transparency);
+        ++generation;
+        stencils.clear();
+        return;
+    }
     const std::uint8_t* o = org_buffer.data();
     std::uint8_t* a = alt_buffer.data();
     std::copy(o, o + 2 * n, a);

@@ -9,6 +9,7 @@
 
 #include "image/picture_writer.h"
 #include "persistence/settings_block_file.h"
+#include "render/passage_shapes.h"
 #include "support/blocks.h"
 #include "support/pictures.h"
 #include "support/recording_host.h"
@@ -36,7 +37,8 @@ auto layer_fields(const Layer& l) {
                       l.anim.name, l.anim.duration, l.anim.motion, l.anim.scan, l.anim.count,
                       l.anim.motion_time, l.anim.timestamp, l.passage_mode, l.case_folding,
                       l.first_shape_only, l.random, l.shuffle, l.invert, l.convert, l.shown, l.font.face,
-                      l.font.height, l.font.weight, l.font.italic, l.shapes.size(), l.current == nullptr);
+                      l.font.height, l.font.weight, l.font.italic, l.passage_style, l.keep_blanks,
+                      l.shapes.size(), l.current == nullptr);
 }
 
 auto settings_fields(const Settings& s) {
@@ -65,6 +67,9 @@ void change_layers(Document& doc, Host& host, const std::string& dir) {
     ASSERT_EQ(load_shapes(host, doc.layers[2], files), 0);
     ASSERT_EQ(load_shapes(host, doc.layers[5], std::vector<std::string>{files[1]}), 0);
     doc.layers[3].passage_mode = doc.layers[3].case_folding = true;
+    const PassageChoice passage{
+        u"Bubbles, Ab", {"DejaVu Serif", 0, 700, true}, PassageStyle::Bubble, true, true};
+    ASSERT_EQ(set_layer_passage(host, doc.layers[7], passage), 0);
     doc.layers[2].shape_cursor = 1;
     doc.layers[2].passage_cursor = 4;
 }
@@ -90,6 +95,7 @@ TEST(Metadata, EveryLayerFieldRoundTripsThroughASavedBlock) {
         for (std::size_t k = 0; k < x.shapes.size() && k < y.shapes.size(); ++k) {
             // The same file toned the same way gives the same planes.
             EXPECT_EQ(x.shapes[k]->name, y.shapes[k]->name);
+            EXPECT_EQ(x.shapes[k]->character, y.shapes[k]->character);
             EXPECT_TRUE(test::same_bytes(x.shapes[k]->mask_plane, y.shapes[k]->mask_plane));
             EXPECT_TRUE(test::same_bytes(x.shapes[k]->shade_plane, y.shapes[k]->shade_plane));
         }

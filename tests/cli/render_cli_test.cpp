@@ -31,11 +31,15 @@ struct Files {
         EXPECT_EQ(write_picture(source, picture(0xFFE04010u, 0xFF1030C0u), 150), PictureError::None);
         EXPECT_EQ(write_picture(other, picture(0xFF20C060u, 0xFFF0F0F0u), 72), PictureError::None);
         const std::string star = std::string("1=") + VELQ_DATA_DIR + "/shapes/star.png";
-        const test::CliResult r = test::run_cli(
-            test::words("render " + source + " -o " + first +
-                        " --int 2 --blu 0 --thr 14 --max 0.05 --min 0.0125 --width 160"
-                        " --background 102030 --layer 1:palette=7,size=70,invert --shapes " +
-                        star + " --seed 5 --global-brightness 20 --logo-text Velq --logo-transparency 200"));
+        std::vector<std::string> args = test::words(
+            "render " + source + " -o " + first +
+            " --int 2 --blu 0 --thr 14 --max 0.05 --min 0.0125 --width 160 --background 102030 --layer "
+            "1:palette=7,size=70,invert --shapes " +
+            star +
+            " --passage-style 2=bubble --layer 2:casefold --seed 5 --global-brightness 20 --logo-text Velq "
+            "--logo-transparency 200");
+        args.insert(args.end(), {"--passage", "2=Ab a", "--passage-font", "2=DejaVu Sans:bold"});
+        const test::CliResult r = test::run_cli(args);
         EXPECT_EQ(r.exit_code, 0) << r.err;
     }
     ~Files() { fs::remove_all(dir); }
@@ -64,6 +68,8 @@ TEST(RenderCli, TheResultCarriesItsSettingsAndRendersAgainTheSame) {
               nlohmann::json::parse(R"({"text": "Velq", "font": "Courier New", "transparency": 200})"));
     EXPECT_EQ(j["source"], fs::absolute(f.source).lexically_normal().string());
     ASSERT_EQ(j["layers"][1]["shapes"].size(), 1u);
+    EXPECT_EQ(j["layers"][2]["passage"], nlohmann::json::parse(R"({"text": "Ab a", "style": "Bubble",
+        "font": "DejaVu Sans", "bold": true, "italic": false, "casefold": true, "keep_blanks": false})"));
 }
 
 // A drawing replaces the render, is kept in the block and comes back the same from it; numbers

@@ -5,6 +5,7 @@
 // start in the last folder, the settings block travels on the clipboard, and the Layers commands act
 // on the selected layer and its dialogs.
 #include <QAction>
+#include <QCheckBox>
 #include <QClipboard>
 #include <QComboBox>
 #include <QDir>
@@ -16,10 +17,12 @@
 #include <QMenu>
 #include <QMenuBar>
 #include <QMimeData>
+#include <QPlainTextEdit>
 #include <QProgressBar>
 #include <QPushButton>
 #include <QSet>
 #include <QUrl>
+#include <tuple>
 
 #include "app/commands.h"
 #include "gui/picture_view.h"
@@ -306,6 +309,52 @@ private slots:
         f.window->trigger(cmd::kShowShapes);
         QCOMPARE(titles, (QStringList{"Shape - 1/3", "Shape - 2/3", "Shape - 0/3", "Shape - 2/3"}));
         QCOMPARE(l.shape_cursor, 2);
+    }
+
+    void passageDialogDrawsTheSelectedLayersCharacters() {
+        WindowFixture f;
+        MainWindow& w = *f.window;
+        QVERIFY(f.load_picture(velq::test::noise_picture(30, 20, 3)));
+        auto* list = w.control<QListWidget>(ctl::kLayerList);
+        list->setCurrentRow(0);
+        w.trigger(cmd::kLoadShapesPassage);
+        QCOMPARE(f.presenter->messages, QStringList{QStringLiteral("Please select a layer")});
+        QVERIFY(!w.action(cmd::kChangePassage)->isEnabled());
+
+        // text, style, case folding; an empty text is refused and the layer stays as it was
+        const std::tuple<QString, int, bool, std::u16string> cases[] = {
+            {QStringLiteral("Ab a"), 4, true, u"ab"},
+            {QStringLiteral(" "), 1, true, u"ab"},
+            {QStringLiteral("Ab a"), 1, false, u"Aba"},
+        };
+        list->setCurrentRow(2);
+        int command = cmd::kLoadShapesPassage;
+        for (const auto& [text, style, fold, chars] : cases) {
+            f.presenter->messages.clear();
+            QString shown;
+            f.presenter->on_dialog = [&](QDialog& d) {
+                auto* edit = d.findChild<QPlainTextEdit*>("text");
+                shown = edit->toPlainText();
+                edit->setPlainText(text);
+                d.findChild<QLabel*>("face")->setText(QStringLiteral("DejaVu Sans"));
+                d.findChild<QComboBox*>("style")->setCurrentIndex(style);
+                d.findChild<QCheckBox*>("case_folding")->setChecked(fold);
+                return int(QDialog::Accepted);
+            };
+            w.trigger(command);
+            QTRY_VERIFY_WITH_TIMEOUT(!w.busy(), 30000);
+            const Layer& l = f.doc().layers[2];
+            std::u16string made;
+            for (const auto& s : l.shapes) made += char16_t(s->character);
+            QVERIFY(made == chars);
+            QVERIFY(l.passage_mode);
+            QCOMPARE(f.presenter->messages.isEmpty(), text != QStringLiteral(" "));
+            // Change passage reopens the dialog on the layer's own passage.
+            if (command == cmd::kChangePassage) QCOMPARE(shown, QStringLiteral("Ab a"));
+            QVERIFY(w.action(cmd::kChangePassage)->isEnabled());
+            command = cmd::kChangePassage;
+        }
+        QCOMPARE(f.doc().layers[2].passage_style, PassageStyle::Outline);
     }
 };
 

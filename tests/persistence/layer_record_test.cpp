@@ -56,6 +56,9 @@ TEST(LayerRecord, RefusesTextsThatDoNotFitAndValuesOutOfRange) {
         {"unterminated face", [](Record& r) { std::memset(r.data() + 1600, 'a', 256); }, false},
         {"italic 2", [](Record& r) { r[1576] = 2; }, false},
         {"shown 2", [](Record& r) { r[4357] = 2; }, false},
+        {"passage style 7", [](Record& r) { r[1856] = 7; }, true},
+        {"passage style 8", [](Record& r) { r[1856] = 8; }, false},
+        {"keep blanks 2", [](Record& r) { r[1857] = 2; }, false},
         {"reserved byte", [](Record& r) { r[3000] = 0xFF; }, true},
     };
     for (const auto& c : cases) {

@@ -1,0 +1,142 @@
+#include <gtest/gtest.h>
+
+#include <numeric>
+#include <tuple>
+
+#include "render/passage_shapes.h"
+#include "support/recording_host.h"
+
+namespace velq {
+namespace {
+
+constexpr int kSide = SHAPE::kSide, kCentre = kSide / 2;
+
+std::vector<std::unique_ptr<SHAPE>> shapes_of(std::u16string text, PassageStyle style) {
+    test::RecordingHost host;
+    PassageChoice choice{std::move(text), {"DejaVu Sans"}, style};
+    std::vector<std::unique_ptr<SHAPE>> shapes;
+    EXPECT_EQ(make_passage_shapes(host, choice, shapes), 0);
+    return shapes;
+}
+
+long long opacity_sum(const SHAPE& s) {
+    return std::accumulate(s.mask_plane.data(), s.mask_plane.data() + s.mask_plane.size(), 0LL);
+}
+
+// Mean shade of the outer rim of an "O" met from one corner: along diagonals walked from that corner
+// toward the centre, the first fully opaque pixels.
+double rim_shade(const SHAPE& o, int from_x, int from_y) {
+    const int sx = from_x == 0 ? 1 : -1, sy = from_y == 0 ? 1 : -1;
+    double sum = 0;
+    int n = 0;
+    for (int shift = -60; shift <= 60; shift += 6) {
+        int x = from_x + shift, y = from_y - shift, taken = 0;
+        for (; x >= 0 && y >= 0 && x < kSide && y < kSide && taken < 12; x += sx, y += sy) {
+            if (o.mask_plane.at(x, y) < 255) {
+                if (taken > 0) break;
+                continue;
+            }
+            sum += o.shade_plane.at(x, y);
+            ++taken;
+        }
+        n += taken;
+    }
+    return n ? sum / n : 0;
+}
+
+TEST(PassageStyles, EachStyleDrawsInsideTheDiscWithItsOwnLook) {
+    const bool lit[] = {false, false, false, true, true, true, true, true};
+    for (int k = 0; k < kPassageStyleCount; ++k) {
+        const auto style = PassageStyle(k);
+        SCOPED_TRACE(std::string(passage_style_name(style)));
+        const auto shapes = shapes_of(u"O.", style);
+        ASSERT_EQ(shapes.size(), 2u);
+        const SHAPE &o = *shapes[0], &dot = *shapes[1];
+        for (int y = 0; y < kSide; ++y)
+            for (int x = 0; x < kSide; ++x)
+                if ((x - kCentre) * (x - kCentre) + (y - kCentre) * (y - kCentre) > kCentre * kCentre)
+                    ASSERT_EQ(o.mask_plane.at(x, y), 0) << x << "," << y;
+        if (lit[k]) EXPECT_GT(rim_shade(o, 0, 0), rim_shade(o, kSide - 1, kSide - 1) + 80);
+        // Outline draws a ring: nothing deep inside a full stop, something on its edge.
+        const int dot_centre = dot.mask_plane.at(kCentre, kCentre);
+        EXPECT_EQ(dot_centre == 0, style == PassageStyle::Outline);
+        if (style == PassageStyle::Shadow) {
+            // The dark part lies down and to the right of the letter.
+            double lx = 0, ly = 0, ln = 0, dx = 0, dy = 0, dn = 0;
+            for (int y = 0; y < kSide; ++y)
+                for (int x = 0; x < kSide; ++x) {
+                    if (o.mask_plane.at(x, y) == 0) continue;
+                    const bool dark = o.shade_plane.at(x, y) < 128;
+                    (dark ? dx : lx) += x;
+                    (dark ? dy : ly) += y;
+                    ++(dark ? dn : ln);
+                }
+            ASSERT_GT(dn, 0);
+            EXPECT_GT(dx / dn, lx / ln + 10);
+            EXPECT_GT(dy / dn, ly / ln + 10);
+        }
+    }
+}
+
+// All characters share one scale: a full stop stays far smaller than a capital.
+TEST(PassageStyles, CharactersShareOneScale) {
+    const auto shapes = shapes_of(u"A.", PassageStyle::Flat);
+    ASSERT_EQ(shapes.size(), 2u);
+    EXPECT_LT(opacity_sum(*shapes[1]) * 10, opacity_sum(*shapes[0]));
+}
+
+TEST(Passage, CirclesTakeConsecutiveCharacters) {
+    // text, case folding, keep blanks, characters with shapes, the characters of five circles
+    const std::tuple<std::u16string, bool, bool, std::u16string, std::u16string> cases[] = {
+        {u"Ab a", true, false, u"ab", u"abaab"},
+        {u"Ab a", false, true, u"Ab a", u"Ab aA"},
+        {u"\n x\n", false, false, u"x", u"xxxxx"},
+    };
+    for (const auto& [text, fold, keep, chars, walk] : cases) {
+        SCOPED_TRACE(std::string(text.begin(), text.end()));
+        test::RecordingHost host;
+        Layer layer(host, true);
+        PassageChoice choice{text, {"DejaVu Sans"}, PassageStyle::Flat, fold, keep};
+        ASSERT_EQ(set_layer_passage(host, layer, choice), 0);
+        std::u16string made, taken;
+        for (const auto& s : layer.shapes) made += char16_t(s->character);
+        EXPECT_EQ(made, chars);
+        layer.rewind();
+        for (int i = 0; i < 5; ++i, layer.next_shape()) taken += char16_t(layer.current->character);
+        EXPECT_EQ(taken, walk);
+        for (const auto& s : layer.shapes) EXPECT_EQ(opacity_sum(*s) == 0, s->character == u' ');
+    }
+}
+
+TEST(Passage, BadInputLeavesTheLayerAsItWas) {
+    std::u16string many;
+    for (char16_t c = u'\u0100'; many.size() <= kMaxPassageCharacters; ++c) many += c;
+    // text, face, message (empty: it succeeds)
+    const std::tuple<std::u16string, std::string, std::string> cases[] = {
+        {u"", "DejaVu Sans", "The passage has no characters to draw"},
+        {u" \n\t", "DejaVu Sans", "The passage has no characters to draw"},
+        {u"abc", "No Such Face Anywhere", "Failed to load the font No Such Face Anywhere"},
+        {many, "DejaVu Sans", "The passage has 129 different characters; a layer takes at most 128"},
+        {u"a\u0F40", "DejaVu Sans", ""},  // a character the font lacks is its missing-glyph box
+    };
+    for (const auto& [text, face, message] : cases) {
+        SCOPED_TRACE(face + " " + std::to_string(text.size()));
+        test::RecordingHost host;
+        Layer layer(host, true);
+        const SHAPE* disc = layer.current;
+        const int result = set_layer_passage(host, layer, {text, {face}, PassageStyle::Bevel});
+        EXPECT_EQ(result, message.empty() ? 0 : -1);
+        if (!message.empty()) {
+            EXPECT_EQ(host.messages(), std::vector<std::string>{message});
+            EXPECT_EQ(layer.current, disc);
+            EXPECT_FALSE(layer.passage_mode);
+            EXPECT_TRUE(layer.passage.empty());
+        } else {
+            ASSERT_EQ(layer.shapes.size(), 2u);
+            EXPECT_GT(opacity_sum(*layer.shapes[1]), 0);
+        }
+    }
+}
+
+}  // namespace
+}  // namespace velq
