@@ -1,6 +1,9 @@
 #include "segments/unify.h"
 
 #include <algorithm>
+#include <map>
+#include <optional>
+#include <utility>
 
 #include <boost/geometry.hpp>
 #include <boost/geometry/geometries/multi_polygon.hpp>
@@ -38,23 +41,84 @@ bool valid(const BPolygon& p) {
     return p.outer().size() >= 4 && bg::is_valid(p);
 }
 
+// Twice the signed area (shoelace), positive for loops that run like the traced ones.
+double twice_area(const std::vector<BoundaryPoint>& ring) {
+    double a = 0;
+    for (std::size_t i = 0, j = ring.size() - 1; i < ring.size(); j = i++)
+        a += ring[j].x * ring[i].y - ring[i].x * ring[j].y;
+    return a;
+}
+
+// A traced loop can pass twice through one point where two parts of a border meet at a pixel
+// corner. That is not a polygon, but the loops between its visits are: cut there, in the order the
+// loop closes them.
+std::vector<std::vector<BoundaryPoint>> split_at_touches(const std::vector<BoundaryPoint>& ring) {
+    std::vector<std::vector<BoundaryPoint>> out;
+    std::vector<BoundaryPoint> open;
+    std::map<std::pair<double, double>, std::size_t> at;  // point -> its place in `open`
+    for (const BoundaryPoint& p : ring) {
+        const auto [it, fresh] = at.try_emplace({p.x, p.y}, open.size());
+        if (fresh) {
+            open.push_back(p);
+            continue;
+        }
+        const std::size_t k = it->second;
+        out.emplace_back(open.begin() + std::ptrdiff_t(k), open.end());
+        for (std::size_t i = k + 1; i < open.size(); ++i) at.erase({open[i].x, open[i].y});
+        open.resize(k + 1);
+    }
+    out.push_back(std::move(open));
+    return out;
+}
+
+// The area a loop that touches itself encloses, as polygons: its loops that run like the whole
+// one, minus those that run the other way. Nothing when a part is still not a valid polygon.
+std::optional<BMulti> repaired(const std::vector<BoundaryPoint>& loop) {
+    const auto parts = split_at_touches(loop);
+    if (parts.size() < 2) return std::nullopt;
+    const bool positive = twice_area(loop) > 0;
+    BMulti area, cutouts;
+    for (const auto& part : parts) {
+        if (part.size() < 3) continue;
+        const BPolygon poly = to_polygon(part);
+        if (!valid(poly)) return std::nullopt;
+        ((twice_area(part) > 0) == positive ? area : cutouts).push_back(poly);
+    }
+    BMulti merged;
+    bg::union_(area, BMulti{}, merged);
+    BMulti result;
+    bg::difference(merged, cutouts, result);
+    if (result.empty() || !bg::is_valid(result)) return std::nullopt;
+    return result;
+}
+
 }  // namespace
 
 void unify_segment(Segment& segment) {
     segment.regions.clear();
     if (segment.loop.points.size() < 3) return;
     const BPolygon outer = to_polygon(segment.loop.points);
-    if (!valid(outer)) {
-        // Nothing exact can be cut from a ring that crosses itself: keep it with its children as holes.
-        SegmentRegion r;
-        r.outer = segment.loop.points;
-        for (const BoundaryPiece& c : segment.children)
-            r.holes.emplace_back(c.points.rbegin(), c.points.rend());
-        segment.regions.push_back(std::move(r));
-        return;
-    }
     BMulti current;
-    current.push_back(outer);
+    if (valid(outer)) {
+        current.push_back(outer);
+    } else {
+        std::optional<BMulti> parts;
+        try {
+            parts = repaired(segment.loop.points);
+        } catch (const std::exception&) {
+        }
+        if (!parts) {
+            // Nothing exact can be cut from a ring that crosses itself: keep it with its children as holes.
+            SegmentRegion r;
+            r.outer = segment.loop.points;
+            for (const BoundaryPiece& c : segment.children)
+                r.holes.emplace_back(c.points.rbegin(), c.points.rend());
+            segment.regions.push_back(std::move(r));
+            return;
+        }
+        current = std::move(*parts);
+    }
+    const BMulti whole = current;
     try {
         for (const BoundaryPiece& c : segment.children) {
             if (c.points.size() < 3) continue;
@@ -65,8 +129,7 @@ void unify_segment(Segment& segment) {
             current.swap(next);
         }
     } catch (const std::exception&) {
-        current.clear();
-        current.push_back(outer);
+        current = whole;
     }
     for (const BPolygon& p : current) {
         SegmentRegion r;
