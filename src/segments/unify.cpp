@@ -10,6 +10,7 @@
 #include <boost/geometry/geometries/point_xy.hpp>
 #include <boost/geometry/geometries/polygon.hpp>
 
+#include "host/parallel.h"
 #include "host/progress.h"
 
 namespace velq {
@@ -141,9 +142,19 @@ void unify_segment(Segment& segment) {
 
 void unify_segment_children(std::vector<Segment>& segments, Host& host) {
     Progress progress(host, "Unifying segment children");
-    for (std::size_t i = 0; i < segments.size() && !host.stopped(); ++i) {
-        unify_segment(segments[i]);
-        progress.update(std::int64_t(i), std::int64_t(segments.size()));
+    // Segments are independent: rounds of them are shared out over the cores, and the bar and Stop are
+    // looked at between rounds, on this thread.
+    const int n = int(segments.size());
+    constexpr int kRound = 64;
+    for (int begin = 0; begin < n && !host.stopped(); begin += kRound) {
+        const int end = std::min(n, begin + kRound);
+        parallel_rows(
+            begin, end,
+            [&](int from, int to) {
+                for (int i = from; i < to; ++i) unify_segment(segments[std::size_t(i)]);
+            },
+            1);
+        progress.update(std::int64_t(end - 1), std::int64_t(n));
     }
 }
 
