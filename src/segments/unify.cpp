@@ -72,10 +72,53 @@ std::vector<std::vector<BoundaryPoint>> split_at_touches(const std::vector<Bound
     return out;
 }
 
-// The area a loop that touches itself encloses, as polygons: its loops that run like the whole
-// one, minus those that run the other way. Nothing when a part is still not a valid polygon.
+// The loop with a point added where two of its edges cross (the same point on both), so that a
+// loop that crosses itself touches itself there instead. Edges are swept in order of their left end.
+std::vector<BoundaryPoint> with_crossings(const std::vector<BoundaryPoint>& ring) {
+    const std::size_t n = ring.size();
+    auto at = [&](std::size_t i) { return ring[i % n]; };
+    auto side = [](BoundaryPoint a, BoundaryPoint b, BoundaryPoint c) {
+        return (b.x - a.x) * (c.y - a.y) - (b.y - a.y) * (c.x - a.x);
+    };
+    std::vector<std::size_t> by_left(n);
+    for (std::size_t i = 0; i < n; ++i) by_left[i] = i;
+    auto left = [&](std::size_t i) { return std::min(at(i).x, at(i + 1).x); };
+    std::sort(by_left.begin(), by_left.end(), [&](std::size_t a, std::size_t b) {
+        return left(a) < left(b) || (left(a) == left(b) && a < b);
+    });
+    std::vector<std::vector<std::pair<double, BoundaryPoint>>> extra(n);  // per edge: (t, point)
+    for (std::size_t u = 0; u < n; ++u) {
+        const std::size_t i = by_left[u];
+        const BoundaryPoint a = at(i), b = at(i + 1);
+        const double right = std::max(a.x, b.x);
+        for (std::size_t w = u + 1; w < n && left(by_left[w]) <= right; ++w) {
+            const std::size_t j = by_left[w];
+            if ((i + 1) % n == j || (j + 1) % n == i) continue;  // neighbours share a point
+            const BoundaryPoint c = at(j), d = at(j + 1);
+            const double s1 = side(a, b, c), s2 = side(a, b, d), s3 = side(c, d, a), s4 = side(c, d, b);
+            if (!((s1 > 0 && s2 < 0) || (s1 < 0 && s2 > 0)) || !((s3 > 0 && s4 < 0) || (s3 < 0 && s4 > 0)))
+                continue;  // no proper crossing
+            const double t = s3 / (s3 - s4);
+            const BoundaryPoint p{a.x + t * (b.x - a.x), a.y + t * (b.y - a.y)};
+            extra[i].push_back({t, p});
+            extra[j].push_back({s1 / (s1 - s2), p});
+        }
+    }
+    std::vector<BoundaryPoint> out;
+    for (std::size_t i = 0; i < n; ++i) {
+        out.push_back(ring[i]);
+        std::sort(extra[i].begin(), extra[i].end(),
+                  [](const auto& x, const auto& y) { return x.first < y.first; });
+        for (const auto& e : extra[i]) out.push_back(e.second);
+    }
+    return out;
+}
+
+// The area a loop that touches or crosses itself encloses, as polygons: its loops that run like
+// the whole one, minus those that run the other way (a part twisted outwards is left out). Nothing when a
+// part is still not a valid polygon.
 std::optional<BMulti> repaired(const std::vector<BoundaryPoint>& loop) {
-    const auto parts = split_at_touches(loop);
+    const auto parts = split_at_touches(with_crossings(loop));
     if (parts.size() < 2) return std::nullopt;
     const bool positive = twice_area(loop) > 0;
     BMulti area, cutouts;
