@@ -10,7 +10,7 @@
 namespace velq {
 
 // Computes `regions` of one Segment from its loop and children. A loop or child that is not a valid
-// polygon (it crosses itself after simplification) is repaired by splitting it at its crossings;
+// polygon (it touches or crosses itself) is split there into the loops it is made of;
 // whatever cannot be repaired is left out of the subtraction.
 void unify_segment(Segment& segment);
 

@@ -17,6 +17,18 @@ struct Walk {
     bool done = false;
 };
 
+// Takes one step along a walk; true when it is back at its start.
+bool step_walk(Walk& w, const std::vector<Vertex>& vertices) {
+    w.pts.push_back(w.at);
+    w.box.add(vertices[std::size_t(w.at)].p);
+    w.at = vertices[std::size_t(w.at)].next;
+    w.done = w.at == w.start;
+    return w.done;
+}
+
+// Twice the area below which a small cycle's orientation is not trusted to tell the others' apart.
+constexpr double kClearArea = 1e-3;
+
 }  // namespace
 
 void OutlineSet::splice(int piece, std::vector<Crossing>& cr, const std::vector<Vec2>& q, int n,
@@ -132,23 +144,15 @@ void OutlineSet::splice(int piece, std::vector<Crossing>& cr, const std::vector<
     for (CycleInfo& c : cyc)
         if (!c.merged) c.base_low = c.start;
 
-    // Walk the cycles side by side: all of them for holes, all but the largest otherwise.
+    // Walk the cycles side by side, all but the largest: the cost follows the smaller parts.
     std::vector<Walk> walks(static_cast<std::size_t>(cycles));
     for (int c = 0; c < cycles; ++c)
         walks[std::size_t(c)].start = walks[std::size_t(c)].at = cyc[std::size_t(c)].start;
     int open = cycles;
-    // Holes alone need every cycle's orientation when there are several.
-    const int stop_at = outer_involved || cycles == 1 ? 1 : 0;
-    while (open > stop_at) {
+    while (open > 1) {
         for (Walk& w : walks) {
             if (w.done) continue;
-            w.pts.push_back(w.at);
-            w.box.add(vertices_[std::size_t(w.at)].p);
-            w.at = vertices_[std::size_t(w.at)].next;
-            if (w.at == w.start) {
-                w.done = true;
-                --open;
-            }
+            if (step_walk(w, vertices_)) --open;
         }
     }
     int largest = -1;
@@ -157,12 +161,7 @@ void OutlineSet::splice(int piece, std::vector<Crossing>& cr, const std::vector<
     if (largest >= 0) {
         // Make sure the largest has at least 3 points, or finish it.
         Walk& w = walks[std::size_t(largest)];
-        while (!w.done && w.pts.size() < 3) {
-            w.pts.push_back(w.at);
-            w.box.add(vertices_[std::size_t(w.at)].p);
-            w.at = vertices_[std::size_t(w.at)].next;
-            w.done = w.at == w.start;
-        }
+        while (!w.done && w.pts.size() < 3) step_walk(w, vertices_);
     }
     if (largest < 0 && outer_involved) {
         largest = 0;
@@ -299,16 +298,39 @@ void OutlineSet::splice(int piece, std::vector<Crossing>& cr, const std::vector<
         }
     } else {
         ++stats.slow_topology;
+        // The holes and the disc make one connected shape, so exactly one cycle is its boundary (the
+        // new hole) and the others are pockets of the region (islands). When the walked cycles are all
+        // clearly islands, the unwalked one is the hole and keeps a ring number, so it is never walked:
+        // a hole that grows through the whole region would otherwise cost its size on every cut.
+        std::vector<double> areas(std::size_t(cycles), 0.0);
+        bool hole_unwalked = largest >= 0 && !walks[std::size_t(largest)].done;
+        for (int c = 0; c < cycles; ++c) {
+            const Walk& w = walks[std::size_t(c)];
+            if (c == largest && !w.done) continue;
+            for (std::size_t k = 0; k < w.pts.size(); ++k)
+                areas[std::size_t(c)] += cross(vertices_[std::size_t(w.pts[k])].p,
+                                               vertices_[std::size_t(w.pts[(k + 1) % w.pts.size()])].p);
+            if (w.pts.size() >= 3 && !(areas[std::size_t(c)] > kClearArea)) hole_unwalked = false;
+        }
+        if (largest >= 0 && !walks[std::size_t(largest)].done && !hole_unwalked) {
+            Walk& w = walks[std::size_t(largest)];
+            while (!step_walk(w, vertices_)) {
+            }
+            for (std::size_t k = 0; k < w.pts.size(); ++k)
+                areas[std::size_t(largest)] += cross(vertices_[std::size_t(w.pts[k])].p,
+                                                     vertices_[std::size_t(w.pts[(k + 1) % w.pts.size()])].p);
+        }
         for (int c = 0; c < cycles; ++c) {
             Walk& w = walks[std::size_t(c)];
+            if (c == largest && hole_unwalked) {
+                adopt(c, cr[std::size_t(cyc[std::size_t(c)].base_exit)].ring, true);
+                continue;
+            }
             if (w.pts.size() < 3) {
                 free_walk(w);
                 continue;
             }
-            double area = 0;
-            for (std::size_t k = 0; k < w.pts.size(); ++k)
-                area += cross(vertices_[std::size_t(w.pts[k])].p,
-                              vertices_[std::size_t(w.pts[(k + 1) % w.pts.size()])].p);
+            const double area = areas[std::size_t(c)];
             if (area < 0) {
                 set_ring(w.pts, new_ring(piece, true, cyc[std::size_t(c)].base_low));
                 continue;

@@ -6,6 +6,7 @@
 
 #include "host/progress.h"
 #include "transform/packer.h"
+#include "transform/region_packing.h"
 
 namespace velq {
 namespace {
@@ -24,13 +25,6 @@ double region_area(const SegmentRegion& region) {
     return std::max(0.0, a);
 }
 
-// The area a Segment's packing covers: its regions minus their holes.
-double segment_area(const Segment& segment) {
-    double a = 0;
-    for (const SegmentRegion& r : segment.regions) a += region_area(r);
-    return a;
-}
-
 PackRing ring(const std::vector<BoundaryPoint>& pts) {
     PackRing r;
     r.reserve(pts.size());
@@ -47,41 +41,64 @@ PackRegion pack_region(const SegmentRegion& region) {
     return r;
 }
 
-bool fill_circle_into_segment_algo3(Segment& segment, double min_radius, double max_radius, double gap,
-                                    int width, int height, Host& host,
-                                    const std::function<void(double)>& progress) {
-    segment.circles.clear();
+namespace {
+
+// The regions of `segments` (those enabled) packed together, over `threads` threads: each Segment's
+// circle list becomes its regions' circles in order, in the Segment's colour. `progress` hears the
+// share of the area done. False, with the described message, when memory runs out; Segments after
+// the one that failed are left empty.
+bool fill_segments(const std::vector<Segment*>& segments, double min_radius, double max_radius, double gap,
+                   int width, int height, int threads, Host& host,
+                   const std::function<void(double)>& progress) {
     std::vector<PackRegion> regions;
+    std::vector<double> areas;
+    std::vector<std::size_t> first;  // per Segment: its first region
     try {
-        for (const SegmentRegion& r : segment.regions) regions.push_back(pack_region(r));
+        for (Segment* s : segments) {
+            s->circles.clear();
+            first.push_back(regions.size());
+            for (const SegmentRegion& r : s->regions) {
+                regions.push_back(pack_region(r));
+                areas.push_back(region_area(r));
+            }
+        }
     } catch (const std::bad_alloc&) {
         host.message("Failed to allocate roi_buf and ieod in fill_circle_into_segment_algo3");
         return false;
     }
+    first.push_back(regions.size());
     PackOptions options;
     options.min_radius = min_radius;
     options.max_radius = max_radius;
     options.gap = gap;
     options.picture_width = width;
     options.picture_height = height;
-    const double total = progress ? segment_area(segment) : 0;
-    double done = 0;
-    try {
-        for (std::size_t i = 0; i < regions.size(); ++i) {
-            if (host.stopped()) break;
-            const double area = region_area(segment.regions[i]);
-            if (total > 0)
-                options.progress = [&](double f) { progress(std::min(1.0, (done + f * area) / total)); };
-            std::vector<Circle> circles = pack_circles(regions[i], options, host);
-            done += area;
-            for (Circle& c : circles) c.own = segment.colour;
-            segment.circles.insert(segment.circles.end(), circles.begin(), circles.end());
+    RegionPacking packed = pack_regions(regions, areas, options, threads, host, progress);
+    for (std::size_t k = 0; k < segments.size(); ++k) {
+        Segment& s = *segments[k];
+        if (first[k] > packed.out_of_memory) break;
+        try {
+            for (std::size_t i = first[k]; i < first[k + 1]; ++i) {
+                for (Circle& c : packed.circles[i]) c.own = s.colour;
+                s.circles.insert(s.circles.end(), packed.circles[i].begin(), packed.circles[i].end());
+            }
+        } catch (const std::bad_alloc&) {
+            packed.out_of_memory = std::min(packed.out_of_memory, first[k]);
         }
-    } catch (const std::bad_alloc&) {
-        host.message("Failed to allocate pixels in fill_circle_into_segment_algo3");
-        return false;
+        if (packed.out_of_memory < first[k + 1]) {
+            host.message("Failed to allocate pixels in fill_circle_into_segment_algo3");
+            return false;
+        }
     }
     return true;
+}
+
+}  // namespace
+
+bool fill_circle_into_segment_algo3(Segment& segment, double min_radius, double max_radius, double gap,
+                                    int width, int height, Host& host,
+                                    const std::function<void(double)>& progress) {
+    return fill_segments({&segment}, min_radius, max_radius, gap, width, height, 0, host, progress);
 }
 
 std::optional<std::size_t> fill_circle_algo2(std::vector<Segment>& segments, const SegmentFillParams& params,
@@ -98,24 +115,11 @@ std::optional<std::size_t> fill_circle_algo2(std::vector<Segment>& segments, con
         // The bar follows the area packed so far, which the time taken follows far better than the
         // number of Segments: a few large ones take most of it.
         Progress progress(host, "Transforming");
-        double total = 0, done = 0;
-        for (const Segment& s : segments)
-            if (s.enabled) total += segment_area(s);
-        for (std::size_t i = 0; i < segments.size() && !host.stopped(); ++i) {
-            Segment& s = segments[i];
-            if (!s.enabled) continue;
-            const double area = segment_area(s);
-            const auto share = [&](double f) {
-                if (total > 0) progress.set(int((done + f * area) * 100 / total));
-            };
-            if (!fill_circle_into_segment_algo3(s, width * min_rel, width * params.max_size, params.gap,
-                                                width, height, host, share)) {
-                failed = true;
-                break;
-            }
-            done += area;
-            share(0);
-        }
+        std::vector<Segment*> enabled;
+        for (Segment& s : segments)
+            if (s.enabled) enabled.push_back(&s);
+        failed = !fill_segments(enabled, width * min_rel, width * params.max_size, params.gap, width, height,
+                                params.threads, host, [&](double f) { progress.set(int(f * 100)); });
     }
     // Accepted circles keep their colour and fractional centre even after Stop.
     std::size_t count = 0;

@@ -18,6 +18,7 @@ struct SegmentFillParams {
     double min_size = 0.0005;  // Min: smallest radius as a fraction of the picture width
     double max_size = 0.02;    // Max: largest radius, same scale
     int gap = 1;               // GAP: pixels kept between circles
+    int threads = 0;           // threads packing regions side by side; 0: one per core (same circles)
 };
 
 // Packs one Segment's regions into its circle list (replacing it): centres in pixels of the

@@ -31,11 +31,12 @@ struct Packed {
     std::size_t count = 0;
 };
 
-Packed pack(test::RecordingHost& host, double min_size = 0.01, double max_size = 0.08, int gap = 1) {
+Packed pack(test::RecordingHost& host, double min_size = 0.01, double max_size = 0.08, int gap = 1,
+            int threads = 1) {
     Packed p;
     UBUFFER pic = scene();
     EXPECT_TRUE(vectorize(pic, 1, 20, host, {p.pieces, p.segments, p.map}));
-    p.count = fill_circle_algo2(p.segments, {min_size, max_size, gap}, 60, 48, host).value_or(0);
+    p.count = fill_circle_algo2(p.segments, {min_size, max_size, gap, threads}, 60, 48, host).value_or(0);
     return p;
 }
 
@@ -77,6 +78,28 @@ TEST(SegmentFill, RadiusBoundsThatLeaveNoRoomAreRefused) {
         Packed p = pack(host, min, max);
         EXPECT_EQ(host.said("Invalid MAX, MIN value in fill_circle_algo2()"), refused) << min << " " << max;
         EXPECT_EQ(p.count == 0, refused);
+    }
+}
+
+// Regions are packed side by side; the circles and their order never depend on how many threads do it.
+TEST(SegmentFill, ThreadCountChangesNothing) {
+    test::RecordingHost host;
+    Packed base = pack(host);
+    ASSERT_GT(base.count, 0u);
+    for (const int threads : {1, 2, 8}) {
+        SCOPED_TRACE(threads);
+        std::vector<Segment> segments = base.segments;
+        SegmentFillParams params{0.01, 0.08, 1};
+        params.threads = threads;
+        EXPECT_EQ(fill_circle_algo2(segments, params, 60, 48, host).value_or(0), base.count);
+        for (std::size_t i = 0; i < segments.size(); ++i) {
+            const auto& got = segments[i].circles;
+            const auto& want = base.segments[i].circles;
+            ASSERT_EQ(got.size(), want.size());
+            for (std::size_t k = 0; k < got.size(); ++k)
+                EXPECT_TRUE(got[k].x == want[k].x && got[k].y == want[k].y &&
+                            got[k].radius == want[k].radius && got[k].own == want[k].own);
+        }
     }
 }
 
