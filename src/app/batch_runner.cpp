@@ -81,11 +81,14 @@ bool output_complete(const std::string& path) {
 BatchTally run_batch(Host& host, std::span<const BatchJob> jobs, const BatchOptions& o, const JobStep& step) {
     BatchTally t;
     std::size_t total = 0, done = 0;
-    for (std::size_t i = 0; i < jobs.size(); ++i) total += o.shard.takes(i) ? 1 : 0;
+    auto takes = [&](std::size_t i) {
+        return o.shard.takes(i) && (o.only.empty() || jobs[i].name == o.only);
+    };
+    for (std::size_t i = 0; i < jobs.size(); ++i) total += takes(i) ? 1 : 0;
     ProgressRun run(host);
     bool end = false;  // stopped, or a failure without keep-going
     for (std::size_t i = 0; i < jobs.size() && !end; ++i) {
-        if (!o.shard.takes(i)) continue;
+        if (!takes(i)) continue;
         const BatchJob& job = jobs[i];
         ++done;
         if (host.stopped() && !host.skip) {

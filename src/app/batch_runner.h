@@ -35,6 +35,7 @@ struct BatchOptions {
     std::string title;    // "Image cycling": the item title is "Image cycling 3/8 NAME"
     std::string journal;  // journal file, appended to; empty for none
     Shard shard;
+    std::string only;  // when set, only the job of this name runs
     bool skip_existing = false;
     bool keep_going = false;  // go on after an unreadable input or a failed job
 };

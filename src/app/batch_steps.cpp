@@ -120,6 +120,10 @@ JobOutcome ResultVideos::run(const BatchJob& job) {
         doc.settings.video_width = v.width;
         doc.settings.video_height = v.height;
     } else {
+        if (video_size_) {
+            doc.settings.video_width = video_size_->first;
+            doc.settings.video_height = video_size_->second;
+        }
         for (std::size_t i = 1; i < doc.layers.size(); ++i) {
             doc.layers[i].anim.motion = job.motion;
             doc.layers[i].anim.scan = job.scan;

@@ -40,9 +40,11 @@ public:
     ResultVideos(const ResultVideos&) = delete;
     ResultVideos& operator=(const ResultVideos&) = delete;
 
-    // Video: every shape layer gets the job's motion and scan order, at the Document's video size.
-    // Social: the variant's size.
+    // Video: every shape layer gets the job's motion and scan order, at the video size. Social: the
+    // variant's size.
     JobOutcome run(const BatchJob& job);
+    // The video size of Video jobs; the Document's own when not set.
+    void set_video_size(int width, int height) { video_size_ = {width, height}; }
 
 private:
     JobOutcome prepare(const std::string& result);
@@ -52,6 +54,7 @@ private:
     std::optional<std::uint32_t> run_seed_;
     std::string prepared_;  // the result the Document holds; empty when none
     bool failed_ = false;   // `prepared_` could not be made
+    std::optional<std::pair<int, int>> video_size_;
     std::vector<AnimationSettings> saved_;
     int saved_width_ = 0, saved_height_ = 0;
     SeedSource saved_seeds_;

@@ -103,6 +103,7 @@ int generate_sm_video(Document& doc, Host& host, std::span<const std::string> so
     ResultVideos videos(doc, host, fit, seed);
     const BatchTally tally =
         run_batch(host, jobs, options, [&](const BatchJob& job) { return videos.run(job); });
+    if (run.tally) *run.tally = tally;
     if (!any_readable) host.message("Failed to read source");
     // A run that wrote nothing leaves no trace: the folder goes if this run made it.
     if (tally.written == 0 && tally.existing == 0 && !folder_was_there) fs::remove_all(folder, ec);

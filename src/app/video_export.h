@@ -30,6 +30,7 @@ std::span<const SocialVariant> social_media_variants();
 struct SocialRun {
     BatchOptions batch;
     std::optional<std::uint32_t> seed;
+    BatchTally* tally = nullptr;  // filled in when given
 };
 
 // The social-media export: for every source picture that carries a settings block, the result is

@@ -56,7 +56,8 @@ void add_render_command(CLI::App& app, int& exit_code) {
         std::optional<std::string> settings;
     };
     auto args = std::make_shared<Args>();
-    CLI::App* cmd = app.add_subcommand("render", "turn a picture into shape art (.png .jpg .jpeg .bmp, or .psd with its layers)");
+    CLI::App* cmd = app.add_subcommand(
+        "render", "turn a picture into shape art (.png .jpg .jpeg .bmp, or .psd with its layers)");
     cmd->add_option("INPUT", args->input,
                     "picture to open (with --settings: the result's own source when left out)");
     cmd->add_option("-o,--output", args->output, "result to write; its settings block is appended")
