@@ -44,7 +44,8 @@ void add_social_command(CLI::App& app, int& exit_code) {
         Document doc(host);
         BatchTally tally;
         generate_sm_video(doc, host, args->inputs, *fit, SocialRun{line, args->seed, &tally});
-        exit_code = tally.written + tally.existing > 0 && tally.ok() ? 0 : 1;
+        // A source without a settings block is reported and passed over, as the window does.
+        exit_code = tally.written + tally.existing > 0 && !tally.stopped ? 0 : 1;
         std::fprintf(stderr, "%s\n", batch_summary(tally, "batch.log").c_str());
     });
 }
