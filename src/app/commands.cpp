@@ -15,7 +15,6 @@ using enum Check;
 constexpr std::string_view kNoMotionPack = "Not available yet: motion packs are not designed";
 constexpr std::string_view kNoAlphabet = "Not available yet: the Alphabet transform is not designed";
 constexpr std::string_view kNoPassage = "Not available yet: passages are not designed";
-constexpr std::string_view kNoBatch = "Not available yet: batch runs are not designed";
 constexpr std::string_view kNoSpike = "Not available yet: spike drawing is not designed";
 constexpr std::string_view kNoTestVideo = "Not available yet: the test video is being built";
 constexpr std::string_view kNoPipeline = "Not available yet: this operation is being built";
@@ -53,7 +52,7 @@ constexpr std::array kCommands = {
     Command{cmd::kSocialStretch,   "Stretch",                kSocial,    None,        Picture,     false, Plain,     "",             {}},
     Command{cmd::kExportGif,       "Export to a GIFs",       kFile,      Result,      Picture,     false, Plain,     "",             {}},
     Command{cmd::kFramePsd,        "Export frame to PSD",    kFile,      Result,      Picture,     false, Plain,     "",             {}},
-    Command{cmd::kCycling,         "Cycling",                kFile,      ResultFirst, Picture,     false, Plain,     "",             kNoBatch},
+    Command{cmd::kCycling,         "Cycling",                kFile,      ResultFirst, Picture,     false, Plain,     "",             {}},
     Command{cmd::kExit,            "Exit",                   kFile,      None,        Always,      false, Plain,     "Ctrl+Q",       {}},
     Command{cmd::kCopyMetadata,    "Copy metadata",          kEdit,      None,        Picture,     false, Plain,     "Ctrl+Shift+C", {}},
     Command{cmd::kPasteMetadata,   "Paste metadata",         kEdit,      None,        Picture,     false, Plain,     "Ctrl+Shift+V", {}},
@@ -79,8 +78,8 @@ constexpr std::array kCommands = {
     Command{cmd::kRenderFrame,     "Render frame",           kTransform, Result,      Picture,     false, Plain,     "",             {}},
     Command{cmd::kSkip,            "Skip",                   kRun,       None,        Always,      true,  Plain,     "",             {}},
     Command{cmd::kStop,            "Stop",                   kRun,       None,        Always,      true,  Plain,     "Esc",          {}},
-    Command{cmd::kImageCycling,    "Image cycling",          kRun,       None,        Always,      false, Plain,     "",             kNoBatch},
-    Command{cmd::kRoiRender,       "ROI render",             kRun,       None,        Always,      false, Plain,     "",             kNoBatch},
+    Command{cmd::kImageCycling,    "Image cycling",          kRun,       None,        Always,      false, Plain,     "",             {}},
+    Command{cmd::kRoiRender,       "ROI render",             kRun,       None,        Always,      false, Plain,     "",             {}},
     Command{cmd::kSpike,           "Spike drawing",          kRun,       None,        Picture,     false, Plain,     "",             kNoSpike},
     Command{cmd::kTest,            "Test",                   kRun,       None,        Always,      true,  Plain,     "",             kNoTestVideo},
     Command{cmd::kMemory15,        "15M",                    kMemory,    None,        Always,      true,  Memory,    "",             {}},

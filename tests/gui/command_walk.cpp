@@ -128,7 +128,7 @@ private slots:
                      qPrintable(QString::number(c.id)));
             ++refused;
         }
-        QCOMPARE(refused, 14);
+        QCOMPARE(refused, 15);
     }
 
     void workerReportsReachTheWindowAndTogglesWaitForTheEnd() {
