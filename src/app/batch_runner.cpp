@@ -115,6 +115,7 @@ BatchTally run_batch(Host& host, std::span<const BatchJob> jobs, const BatchOpti
             // A job left early leaves no output behind, so nothing partial is ever taken as done.
             if (host.stopped() && r.status != JobStatus::Exists) {
                 r.status = host.skip ? JobStatus::Skipped : JobStatus::Stopped;
+                r.note = host.skip ? "Skip" : "Stop";
                 std::error_code ec;
                 fs::remove(job.output, ec);
             }
