@@ -13,6 +13,7 @@
 #include "app/document_animation.h"
 #include "app/metadata.h"
 #include "app/render_op.h"
+#include "host/progress.h"
 #include "image/picture_header.h"
 #include "video/encoder.h"
 #include "video/export_loop.h"
@@ -64,7 +65,12 @@ std::span<const SocialVariant> social_media_variants() {
 int render_anim_video(Document& doc, Host& host, const std::string& file, int pw, int ph, FitMode fit) {
     const FrameLayout layout = frame_layout(pw, ph, doc.settings.video_width, doc.settings.video_height, fit);
     DocumentAnimation animation(doc, host);
-    if (animation.prepare(pw, ph, "Failed to allocate buffers in render_anim_video") != 0) return -1;
+    {
+        // Inside a batch run the bar moves with the frames, after a small share for the preparation.
+        ProgressShare preparing(host, 0, 0.05);
+        if (animation.prepare(pw, ph, "Failed to allocate buffers in render_anim_video") != 0) return -1;
+    }
+    ProgressShare writing(host, 0.05, 1);
     std::unique_ptr<VideoSink> sink;
     if (is_gif_name(file)) {
         sink = std::make_unique<GifWriter>(host);
