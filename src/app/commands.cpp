@@ -16,7 +16,8 @@ constexpr std::string_view kNoMotionPack = "Not available yet: motion packs are 
 constexpr std::string_view kNoAlphabet = "Not available yet: the Alphabet transform is not designed";
 constexpr std::string_view kNoPassage = "Not available yet: passages are not designed";
 constexpr std::string_view kNoSpike = "Not available yet: spike drawing is not designed";
-constexpr std::string_view kNoTestVideo = "Not available yet: the test video is being built";
+// The test video only repeated what any video export does; exporting the result checks the encoder.
+constexpr std::string_view kNoTestVideo = "Not offered: export a video of the result to check the encoder";
 constexpr std::string_view kNoPipeline = "Not available yet: this operation is being built";
 
 constexpr std::string_view kFile = "File";
