@@ -16,7 +16,7 @@ singles=""
 for f in "${filters[@]}"; do singles+="$tool render $work/small.png -o $work/single.png --filter $f --seed 3 --quiet; "; done
 cd "$work"
 echo "== eight image-cycling jobs in one run (A) vs eight single renders (B)"
-farm-bench -n 5 --timeout 600 --vs "sh -c '$singles'" -- "$tool" cycle small.png -o one --filters all --seed 3 --quiet
+farm-bench -n 5 --timeout 1800 --vs "sh -c '$singles'" -- "$tool" cycle small.png -o one --filters all --seed 3 --quiet
 echo "== two shards side by side under GNU parallel (A) vs one shard (B)"
-farm-bench -n 5 --timeout 600 --vs "$tool cycle small.png -o one --filters all --seed 3 --quiet" -- \
+farm-bench -n 5 --timeout 1800 --vs "$tool cycle small.png -o one --filters all --seed 3 --quiet" -- \
     parallel -j2 "$tool" cycle small.png -o two --filters all --seed 3 --quiet --shard {}/2 ::: 0 1
