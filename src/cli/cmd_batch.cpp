@@ -29,6 +29,7 @@ void add_render_options(CLI::App& cmd, RenderArgs& r) {
     add_picture_options(cmd, r.picture);
     add_transform_options(cmd, r.transform);
     add_output_options(cmd, r.out);
+    cmd.get_option("--seed")->description("seed of the run (default 0, so that shards on any machine agree)");
 }
 
 // Every run of every job starts from the same seed unless --seed says otherwise, so shards on
