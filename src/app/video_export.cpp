@@ -9,9 +9,11 @@
 #include <system_error>
 #include <vector>
 
+#include "app/batch_steps.h"
 #include "app/document_animation.h"
 #include "app/metadata.h"
 #include "app/render_op.h"
+#include "host/progress.h"
 #include "image/picture_header.h"
 #include "video/encoder.h"
 #include "video/export_loop.h"
@@ -54,16 +56,6 @@ constexpr SocialVariant kVariants[] = {
     {640, 360, "_telegram.mp4"},
 };
 
-// A file whose first bytes announce a picture of some size.
-bool readable_picture(const std::string& path) {
-    std::ifstream in(path, std::ios::binary);
-    if (!in) return false;
-    std::vector<std::uint8_t> head(1 << 16);
-    in.read(reinterpret_cast<char*>(head.data()), std::streamsize(head.size()));
-    head.resize(std::size_t(in.gcount()));
-    return read_picture_header(head).sized();
-}
-
 }  // namespace
 
 std::span<const SocialVariant> social_media_variants() {
@@ -73,7 +65,12 @@ std::span<const SocialVariant> social_media_variants() {
 int render_anim_video(Document& doc, Host& host, const std::string& file, int pw, int ph, FitMode fit) {
     const FrameLayout layout = frame_layout(pw, ph, doc.settings.video_width, doc.settings.video_height, fit);
     DocumentAnimation animation(doc, host);
-    if (animation.prepare(pw, ph, "Failed to allocate buffers in render_anim_video") != 0) return -1;
+    {
+        // Inside a batch run the bar moves with the frames, after a small share for the preparation.
+        ProgressShare preparing(host, 0, 0.05);
+        if (animation.prepare(pw, ph, "Failed to allocate buffers in render_anim_video") != 0) return -1;
+    }
+    ProgressShare writing(host, 0.05, 1);
     std::unique_ptr<VideoSink> sink;
     if (is_gif_name(file)) {
         sink = std::make_unique<GifWriter>(host);
@@ -89,10 +86,11 @@ int render_anim_video(Document& doc, Host& host, const std::string& file, int pw
     return r;
 }
 
-int generate_sm_video(Document& doc, Host& host, std::span<const std::string> sources, FitMode fit) {
+int generate_sm_video(Document& doc, Host& host, std::span<const std::string> sources, FitMode fit,
+                      const SocialRun& run) {
     namespace fs = std::filesystem;
     if (sources.empty()) return 0;
-    const fs::path folder = fs::path(sources[0]).parent_path() / "SocialMedia";
+    const fs::path folder = social_media_folder(sources[0]);
     std::error_code ec;
     const bool folder_was_there = fs::is_directory(folder, ec);
     fs::create_directories(folder, ec);
@@ -100,35 +98,26 @@ int generate_sm_video(Document& doc, Host& host, std::span<const std::string> so
         host.message("Failed to create a folder in generate_sm_video()");
         return -1;
     }
-    int written = 0, readable = 0;
-    for (const std::string& source : sources) {
-        if (host.stopped()) break;
-        if (!readable_picture(source)) continue;
-        ++readable;
-        SettingsBlock block;
-        if (!read_metadata_block(host, source, block)) {
-            char text[4200];
-            std::snprintf(text, sizeof text, "Unable to find a metadata in %s", source.c_str());
-            host.message(text);
-            continue;
-        }
-        doc.settings.min_size = 0.0005;
-        if (remake_from_block(doc, host, block) != 0) continue;
-        int pw = 0, ph = 0;
-        render_size(doc, pw, ph);
-        const std::string stem = fs::path(source).stem().string();
-        for (const SocialVariant& v : kVariants) {
-            if (host.stopped()) break;
-            doc.settings.video_width = v.width;
-            doc.settings.video_height = v.height;
-            if (render_anim_video(doc, host, (folder / (stem + v.suffix)).string(), pw, ph, fit) == 0)
-                ++written;
-        }
-    }
-    if (readable == 0) host.message("Failed to read source");
+    const bool any_readable = std::any_of(sources.begin(), sources.end(), readable_picture);
+    const std::uint32_t seed = run.seed.value_or(doc.seeds.time_seed());
+    const std::vector<BatchJob> jobs = social_jobs(sources, folder.string(), seed);
+    BatchOptions options = run.batch;
+    options.title = "Social media";
+    options.journal = (folder / "batch.log").string();
+    // A source without a settings block is reported and the run goes on with the next one.
+    options.keep_going = true;
+    ResultVideos videos(doc, host, fit, seed);
+    const BatchTally tally =
+        run_batch(host, jobs, options, [&](const BatchJob& job) { return videos.run(job); });
+    if (run.tally) *run.tally = tally;
+    if (!any_readable) host.message("Failed to read source");
     // A run that wrote nothing leaves no trace: the folder goes if this run made it.
-    if (written == 0 && !folder_was_there) fs::remove(folder, ec);
-    return written;
+    if (tally.written == 0 && tally.existing == 0 && !folder_was_there) fs::remove_all(folder, ec);
+    return tally.written;
+}
+
+std::filesystem::path social_media_folder(const std::string& first_source) {
+    return std::filesystem::path(first_source).parent_path() / "SocialMedia";
 }
 
 }  // namespace velq

@@ -3,9 +3,12 @@
 // videos per source picture in the sizes that popular services expect.
 #pragma once
 
+#include <filesystem>
+#include <optional>
 #include <span>
 #include <string>
 
+#include "app/batch_runner.h"
 #include "app/document.h"
 #include "video/frame_layout.h"
 
@@ -22,10 +25,22 @@ struct SocialVariant {
 // The social-media set in its order.
 std::span<const SocialVariant> social_media_variants();
 
+// How a social-media export runs: which shard, whether complete videos are kept, and the run seed
+// (the Document's seed source when absent).
+struct SocialRun {
+    BatchOptions batch;
+    std::optional<std::uint32_t> seed;
+    BatchTally* tally = nullptr;  // filled in when given
+};
+
 // The social-media export: for every source picture that carries a settings block, the result is
-// made again from the block and written as every variant into "SocialMedia" beside the first source.
-// Returns the number of videos written, or -1 when the folder could not be made; a run that writes
-// nothing takes away the folder it made.
-int generate_sm_video(Document& doc, Host& host, std::span<const std::string> sources, FitMode fit);
+// made again from the block and written as every variant into "SocialMedia" beside the first source,
+// each variant a job of a batch run (journal SocialMedia/batch.log). Returns the number of videos
+// written, or -1 when the folder could not be made; a run that writes nothing takes away the folder
+// it made.
+int generate_sm_video(Document& doc, Host& host, std::span<const std::string> sources, FitMode fit,
+                      const SocialRun& run = {});
+// "SocialMedia" beside the first source.
+std::filesystem::path social_media_folder(const std::string& first_source);
 
 }  // namespace velq

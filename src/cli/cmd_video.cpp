@@ -11,9 +11,6 @@
 
 namespace velq::cli {
 
-namespace {
-
-// "WxH" with both sides 1 or more.
 bool parse_size(const std::string& text, int& w, int& h) {
     const auto x = text.find_first_of("xX");
     if (x == std::string::npos) return false;
@@ -22,8 +19,6 @@ bool parse_size(const std::string& text, int& w, int& h) {
     const auto [p2, e2] = std::from_chars(b + x + 1, b + text.size(), h);
     return e1 == std::errc() && p1 == b + x && e2 == std::errc() && p2 == b + text.size() && w > 0 && h > 0;
 }
-
-}  // namespace
 
 std::optional<FitMode> fit_mode_from_name(const std::string& name) {
     if (name == "none") return FitMode::None;

@@ -18,8 +18,13 @@ void add_render_command(CLI::App& app, int& exit_code);
 void add_video_command(CLI::App& app, int& exit_code);
 void add_frame_command(CLI::App& app, int& exit_code);
 void add_social_command(CLI::App& app, int& exit_code);
+void add_cycle_command(CLI::App& app, int& exit_code);
+void add_cycle_video_command(CLI::App& app, int& exit_code);
+void add_render_dir_command(CLI::App& app, int& exit_code);
 
 // The fit mode of a --fit name (none, fit, stretch).
 std::optional<FitMode> fit_mode_from_name(const std::string& name);
+// "WxH" with both sides 1 or more.
+bool parse_size(const std::string& text, int& w, int& h);
 
 }  // namespace velq::cli

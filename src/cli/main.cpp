@@ -4,6 +4,7 @@
 
 #include <CLI/CLI.hpp>
 
+#include "cli/batch_options.h"
 #include "cli/commands.h"
 
 int main(int argc, char** argv) {
@@ -18,6 +19,10 @@ int main(int argc, char** argv) {
     velq::cli::add_video_command(app, exit_code);
     velq::cli::add_frame_command(app, exit_code);
     velq::cli::add_social_command(app, exit_code);
+    velq::cli::add_cycle_command(app, exit_code);
+    velq::cli::add_cycle_video_command(app, exit_code);
+    velq::cli::add_render_dir_command(app, exit_code);
+    velq::cli::set_command_line(argc, argv);
     try {
         app.parse(argc, argv);
     } catch (const CLI::CallForHelp& e) {

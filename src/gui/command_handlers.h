@@ -22,5 +22,6 @@ std::span<const CommandBinding> run_commands();      // Filter, Transform, Run, 
 std::span<const CommandBinding> view_commands();     // View and Help
 std::span<const CommandBinding> layer_commands();    // Layers
 std::span<const CommandBinding> segment_commands();  // Segments
+std::span<const CommandBinding> batch_commands();    // Image cycling, Cycling, ROI render
 
 }  // namespace velq::gui

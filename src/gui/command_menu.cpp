@@ -92,7 +92,7 @@ QString CommandMenu::waits_for(const Command& c, const UiState& s) const {
 
 CommandMenu::CommandMenu(MainWindow& window) : QObject(&window), window_(window) {
     for (auto group : {file_commands(), export_commands(), run_commands(), view_commands(), layer_commands(),
-                       segment_commands()})
+                       segment_commands(), batch_commands()})
         for (const CommandBinding& b : group) handlers_[b.id] = b.act;
     build();
 }

@@ -57,7 +57,8 @@ bool WindowHost::ask(std::string_view question) {
 }
 
 void WindowHost::circles_added(std::span<const LiveCircle> batch) {
-    if (batch.empty()) return;
+    // A batch item's circles belong to a picture the window does not show.
+    if (batch.empty() || !item_label.empty()) return;
     emit circles_arrived(QVector<LiveCircle>(batch.begin(), batch.end()));
 }
 

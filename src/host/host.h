@@ -17,6 +17,11 @@ inline constexpr std::string_view kAppName = "Velquinograph";
 // "Getting brush size" -> "Velquinograph (Getting brush size...)".
 std::string stage_title(std::string_view what);
 
+class Host;
+// `title` with the batch item the host is on, if any: "Velquinograph (Image cycling 3/8 NAME: Getting
+// brush size...)", and "Velquinograph (Image cycling 3/8 NAME)" between stages.
+std::string labelled_title(const Host& host, std::string_view title);
+
 // One circle as the live view draws it while the packer runs: centre and radius in working pixels.
 struct LiveCircle {
     double x = 0, y = 0, r = 0;
@@ -68,6 +73,9 @@ public:
 
     // Set by ProgressRun and ProgressShare on the worker thread; read by Progress.
     ProgressBand band;
+    // The item a batch run is on ("Image cycling 3/8 NAME"), named in every title while it runs; set
+    // on the worker thread.
+    std::string item_label;
 };
 
 // A host that shows nothing and answers No: for library calls that need no feedback.

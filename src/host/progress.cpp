@@ -13,6 +13,15 @@ std::string stage_title(std::string_view what) {
     return t;
 }
 
+std::string labelled_title(const Host& host, std::string_view title) {
+    if (host.item_label.empty()) return std::string(title);
+    const std::string open = std::string(kAppName) + " (";
+    if (title == kAppName) return open + host.item_label + ")";
+    if (title.starts_with(open))
+        return open + host.item_label + ": " + std::string(title.substr(open.size()));
+    return host.item_label + " " + std::string(title);
+}
+
 void Host::debug(std::string_view text) {
     if (std::getenv("VELQUINO_DEBUG")) std::fprintf(stderr, "%.*s", int(text.size()), text.data());
 }
@@ -32,12 +41,12 @@ void send_progress(Host& host, double p) {
 }
 
 Progress::Progress(Host& host, std::string_view full_title, Raw) : host_(host) {
-    host_.title(full_title);
+    host_.title(labelled_title(host_, full_title));
     send_progress(host_, 0);
 }
 
 Progress::~Progress() {
-    host_.title(kAppName);
+    host_.title(labelled_title(host_, kAppName));
     if (!host_.band.on)
         host_.percent(0);
     else if (!host_.stopped())
@@ -56,7 +65,7 @@ void Progress::set(int p) {
 }
 
 void Progress::retitle(std::string_view full_title) {
-    host_.title(full_title);
+    host_.title(labelled_title(host_, full_title));
 }
 
 ProgressRun::ProgressRun(Host& host) : host_(host), saved_(host.band) {

@@ -66,6 +66,9 @@ TEST(CliRefusals, ExitWithTheReasonAndLeaveNoFile) {
         {{"video", in, "-o", mp4, "--layer", "1:start=-1"}, mp4, 2, "start"},
         {{"social", in, "--fit", "none"}, social, 2, "--fit"},
         {{"info"}, "", 2, "FILE"},
+        {{"cycle", in, "-o", dir + "/c", "--filters", "glow"}, dir + "/c", 2, "--filters"},
+        {{"render-dir", dir, "-o", dir + "/c", "--shard", "2/2"}, dir + "/c", 2, "--shard"},
+        {{"cycle-video", in, "-o", dir + "/c", "--job", "x.mp4"}, dir + "/c", 2, "no job is named"},
     };
     for (const auto& c : cases) {
         const std::string what = c.args[0] + " " + c.args.back();

@@ -1,0 +1,234 @@
+// Batch runs: the plans the selections give, the shards, the seeds and the runner's handling of
+// existing outputs, Skip, Stop, unreadable inputs and the journal.
+#include <gtest/gtest.h>
+
+#include <filesystem>
+#include <fstream>
+#include <map>
+#include <set>
+#include <sstream>
+
+#include "app/batch_runner.h"
+#include "host/progress.h"
+#include "image/picture_writer.h"
+#include "persistence/settings_block.h"
+#include "support/blocks.h"
+#include "support/pictures.h"
+#include "support/recording_host.h"
+
+namespace velq {
+namespace {
+
+namespace fs = std::filesystem;
+
+std::vector<std::string> names(const std::vector<BatchJob>& jobs) {
+    std::vector<std::string> out;
+    for (const BatchJob& j : jobs) out.push_back(j.name);
+    return out;
+}
+
+CyclingSelections only(std::initializer_list<int> on) {
+    CyclingSelections s{};
+    for (int i : on) s[std::size_t(i)] = true;
+    return s;
+}
+
+TEST(BatchPlan, SelectionsGiveOrderedUniqueNames) {
+    struct Case {
+        CyclingSelections chosen;
+        std::vector<std::string> image, video;
+    };
+    const Case cases[] = {
+        {only({}), {}, {}},
+        // Motions 0-4 only, no scan order: no video.
+        {only({0, 1, 2, 3, 4}), {}, {}},
+        {only({1, 7, 15}), {"d-f3-matrix.png"}, {"d-m1-snow-s2-circular-out.webm"}},
+        {only({0, 2, 3, 4, 5, 6, 8, 9, 10, 11, 12, 13, 14, 16, 17, 18, 19, 20}),
+         {"d-f1-half-shuffle.png", "d-f2-triple-shuffle.png", "d-f4-inverse-contrast.png",
+          "d-f5-contrast-up.png", "d-f6-prism.png", "d-f7-broken-glass.png", "d-f8-k-mean.png"},
+         {}},
+    };
+    for (const Case& c : cases) {
+        EXPECT_EQ(names(image_cycling_jobs("in/d.jpg", c.chosen, "o", 0)), c.image);
+        if (!c.video.empty())
+            EXPECT_EQ(names(animation_cycling_jobs("in/d.png", c.chosen, "o", "webm", 0)), c.video);
+    }
+    // Every motion with every scan order: 40 names, motions outermost, all different.
+    CyclingSelections all;
+    all.fill(true);
+    const auto videos = animation_cycling_jobs("d.png", all, "o", "mp4", 0);
+    ASSERT_EQ(videos.size(), 40u);
+    EXPECT_EQ(videos[1].name, "d-m0-basic-s1-random.mp4");
+    EXPECT_EQ(videos[39].name, "d-m4-flower-s7-bottom-to-top.mp4");
+    EXPECT_EQ(videos[39].output, (fs::path("o") / videos[39].name).string());
+    const auto all_names = names(videos);
+    EXPECT_EQ(std::set<std::string>(all_names.begin(), all_names.end()).size(), 40u);
+    EXPECT_EQ(videos[10].motion, 1);
+    EXPECT_EQ(videos[10].scan, 2);
+}
+
+TEST(BatchPlan, FoldersMirrorTheirTreesInNameOrder) {
+    const fs::path root = test::temp_dir("batch_folders");
+    fs::create_directories(root / "a" / "sub");
+    fs::create_directories(root / "b" / "a");
+    for (const char* f : {"a/z.png", "a/m.tif", "a/notes.txt", "a/sub/k.jpeg", "b/a/x.bmp"})
+        std::ofstream(root / f) << "x";
+    const std::string a = (root / "a").string(), b = (root / "b" / "a").string();
+    EXPECT_EQ(names(folder_jobs(std::vector{a}, false, "o", 0)),
+              (std::vector<std::string>{"m.tif.png", "z.png"}));
+    EXPECT_EQ(names(folder_jobs(std::vector{a}, true, "o", 0)),
+              (std::vector<std::string>{"m.tif.png", "sub/k.jpeg", "z.png"}));
+    // Several folders keep their names; a repeated name gets a number.
+    EXPECT_EQ(names(folder_jobs(std::vector{a, b}, false, "o", 0)),
+              (std::vector<std::string>{"a/m.tif.png", "a/z.png", "a-2/x.bmp"}));
+}
+
+TEST(BatchPlan, SeedsComeFromTheRunSeedAndTheName) {
+    // Fixed values: a job makes the same bytes on any machine.
+    EXPECT_EQ(job_seed(0, ""), 1805975344u);
+    EXPECT_EQ(job_seed(0, "demo-f3-matrix.png"), 3405336499u);
+    EXPECT_EQ(job_seed(7, "demo-f3-matrix.png"), 2438910442u);
+    EXPECT_EQ(job_seed(4294967295u, "a/b c.png"), 3770497678u);
+    const auto jobs = image_cycling_jobs("x/demo.png", only({15}), "o", 7);
+    ASSERT_EQ(jobs.size(), 1u);
+    EXPECT_EQ(jobs[0].seed, 2438910442u);
+}
+
+TEST(BatchPlan, ShardText) {
+    const std::pair<const char*, bool> cases[] = {{"0/1", true},   {"2/3", true},  {"1/1", false},
+                                                  {"-1/2", false}, {"1/0", false}, {"1/2x", false},
+                                                  {"a/b", false},  {"3", false}};
+    for (const auto& [text, ok] : cases) {
+        Shard s;
+        EXPECT_EQ(parse_shard(text, s), ok) << text;
+    }
+}
+
+struct Ran {
+    std::string name;
+    std::uint32_t seed;
+};
+
+TEST(BatchRun, ShardsAreDisjointCoverEveryJobAndKeepSeeds) {
+    CyclingSelections all;
+    all.fill(true);
+    const auto jobs = animation_cycling_jobs("r.png", all, "o", "mp4", 11);
+    QuietHost host;
+    std::vector<Ran> whole;
+    run_batch(host, jobs, {}, [&](const BatchJob& j) {
+        whole.push_back({j.name, j.seed});
+        return JobOutcome{};
+    });
+    ASSERT_EQ(whole.size(), jobs.size());
+    for (int n : {1, 3, 7}) {
+        std::map<std::string, std::uint32_t> seen;
+        for (int k = 0; k < n; ++k) {
+            BatchOptions o;
+            o.shard = {k, n};
+            run_batch(host, jobs, o, [&](const BatchJob& j) {
+                EXPECT_TRUE(seen.emplace(j.name, j.seed).second) << j.name << " twice with n " << n;
+                return JobOutcome{};
+            });
+        }
+        ASSERT_EQ(seen.size(), jobs.size()) << n;
+        for (const Ran& r : whole) EXPECT_EQ(seen[r.name], r.seed) << r.name;
+    }
+}
+
+std::vector<std::string> lines(const std::string& path) {
+    std::ifstream in(path);
+    std::vector<std::string> out;
+    for (std::string l; std::getline(in, l);) out.push_back(l);
+    return out;
+}
+
+// A picture ending in a settings block, as every output picture does.
+void write_result(const fs::path& path) {
+    ASSERT_EQ(write_picture(path.string(), test::flat_picture(4, 4, 0xFF102030), 96), PictureError::None);
+    std::vector<std::uint8_t> block;
+    ASSERT_EQ(encode_file_block(test::sample_block(), block), "");
+    std::ofstream(path, std::ios::app | std::ios::binary)
+        .write(reinterpret_cast<const char*>(block.data()), std::streamsize(block.size()));
+}
+
+TEST(BatchRun, ExistingSkipStopUnreadableAndTheJournal) {
+    // Per job what the step does: 'w' writes, 'u' unreadable, 'f' fails, 's' Skip pressed, 'x' Stop
+    // pressed; 'c' a complete output is there, 'p' a partial one (no block), both then written.
+    struct Case {
+        const char* name;
+        std::string steps;
+        bool skip_existing, keep_going;
+        std::vector<std::string> statuses;  // journal, in order
+        bool ok;
+        std::vector<bool> outputs;  // which outputs exist afterwards
+    };
+    const Case cases[] = {
+        {"resume", "cpw", true, false, {"exists", "written", "written"}, true, {true, true, true}},
+        {"no resume", "cw", false, false, {"written", "written"}, true, {true, true}},
+        {"skip moves on", "wsw", false, false, {"written", "skipped", "written"}, true, {true, false, true}},
+        {"stop ends", "wxw", false, false, {"written", "stopped"}, false, {true, false, false}},
+        {"unreadable kept going", "uw", false, true, {"unreadable", "written"}, true, {false, true}},
+        {"unreadable fails", "uw", false, false, {"unreadable"}, false, {false, false}},
+        {"failure kept going", "fw", false, true, {"failed", "written"}, false, {false, true}},
+    };
+    for (const Case& c : cases) {
+        const fs::path dir = test::temp_dir(std::string("batch_run_") + c.name);
+        std::vector<BatchJob> jobs;
+        for (std::size_t i = 0; i < c.steps.size(); ++i) {
+            BatchJob j;
+            j.name = std::to_string(i) + ".png";
+            j.output = (dir / j.name).string();
+            if (c.steps[i] == 'c') write_result(j.output);
+            if (c.steps[i] == 'p') std::ofstream(j.output) << "partial";
+            jobs.push_back(j);
+        }
+        test::RecordingHost host;
+        BatchOptions o;
+        o.title = "Image cycling";
+        o.journal = (dir / "batch.log").string();
+        o.skip_existing = c.skip_existing;
+        o.keep_going = c.keep_going;
+        std::size_t at = 0;
+        const BatchTally t = run_batch(host, jobs, o, [&](const BatchJob& j) {
+            const char step = c.steps[at++];
+            if (step == 'u') return JobOutcome{JobStatus::Unreadable, "not a readable picture"};
+            if (step == 'f') return JobOutcome{JobStatus::Failed, "failed"};
+            write_result(j.output);
+            if (step == 's') host.skip = true;
+            if (step == 's' || step == 'x') host.stop = true;
+            return JobOutcome{};
+        });
+        std::vector<std::string> statuses;
+        for (const std::string& l : lines(o.journal)) {
+            const auto at_status = l.find("\"status\":\"") + 10;
+            statuses.push_back(l.substr(at_status, l.find('"', at_status) - at_status));
+        }
+        EXPECT_EQ(statuses, c.statuses) << c.name;
+        EXPECT_EQ(t.ok(), c.ok) << c.name;
+        for (std::size_t i = 0; i < jobs.size(); ++i)
+            EXPECT_EQ(fs::exists(jobs[i].output), c.outputs[i]) << c.name << i;
+        EXPECT_FALSE(host.skip) << c.name;
+    }
+}
+
+TEST(BatchRun, TitleNamesTheItem) {
+    std::vector<BatchJob> jobs(2);
+    jobs[0].name = "a.png";
+    jobs[1].name = "b.png";
+    test::RecordingHost host;
+    BatchOptions o;
+    o.title = "Image cycling";
+    run_batch(host, jobs, o, [&](const BatchJob&) {
+        Progress stage(host, "Rendering");
+        return JobOutcome{};
+    });
+    const auto titles = host.titles();
+    EXPECT_NE(
+        std::find(titles.begin(), titles.end(), "Velquinograph (Image cycling 2/2 b.png: Rendering...)"),
+        titles.end());
+    EXPECT_EQ(titles.back(), "Velquinograph");
+    EXPECT_EQ(host.percents().back(), 100);
+}
+
+}  // namespace
+}  // namespace velq

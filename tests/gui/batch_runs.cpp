@@ -1,0 +1,68 @@
+// The batch runs from the window: the dialogs keep their selections in the Document, the run goes
+// through the worker with the item in the title, and the final message counts what was written.
+#include <QCheckBox>
+#include <QDir>
+#include <QFile>
+#include <QLineEdit>
+
+#include "app/batch_job.h"
+#include "image/picture_writer.h"
+#include "window_fixture.h"
+
+using namespace velq;
+using namespace velq::gui;
+using namespace velq::gui::test;
+
+class BatchRuns : public QObject {
+    Q_OBJECT
+private slots:
+    void imageCyclingAndRoiRenderWriteEveryItem() {
+        WindowFixture f;
+        MainWindow& w = *f.window;
+        const QDir dir(QString::fromStdString(velq::test::temp_dir("gui_batch")));
+        const QString picture = dir.filePath("pic.png");
+        QVERIFY(write_picture(picture.toStdString(), velq::test::noise_picture(24, 16, 5), 96) ==
+                PictureError::None);
+        QStringList titles;
+        connect(&w.host(), &WindowHost::title_changed, &w, [&titles](const QString& t) { titles << t; });
+
+        // Image cycling: Matrix and K-mean only, into "cycled".
+        f.presenter->on_dialog = [&](QDialog& d) {
+            for (int i = kCyclingFilterAt; i < kCyclingFilterAt + kCyclingFilters; ++i)
+                d.findChild<QCheckBox*>(QStringLiteral("choice%1").arg(i))->setChecked(i == 15 || i == 20);
+            d.findChild<QLineEdit*>(QStringLiteral("input"))->setText(picture);
+            d.findChild<QLineEdit*>(QStringLiteral("output"))->setText(dir.filePath("cycled"));
+            return int(QDialog::Accepted);
+        };
+        w.trigger(cmd::kImageCycling);
+        QTRY_VERIFY_WITH_TIMEOUT(!w.busy(), 60000);
+        QCOMPARE(f.presenter->messages, QStringList{"2 written, 0 skipped, 0 failed (see batch.log)"});
+        QVERIFY(QFile::exists(dir.filePath("cycled/pic-f3-matrix.png")));
+        QVERIFY(QFile::exists(dir.filePath("cycled/pic-f8-k-mean.png")));
+        QVERIFY(titles.contains("Velquinograph (Image cycling 2/2 pic-f8-k-mean.png)"));
+        for (int i = kCyclingFilterAt; i < kCyclingFilterAt + kCyclingFilters; ++i)
+            QCOMPARE(f.doc().cycling[std::size_t(i)], i == 15 || i == 20);
+        QVERIFY(f.doc().cycling[0]);
+
+        // ROI render over a folder with a picture in a subfolder and a file that is no picture.
+        QVERIFY(dir.mkpath("in/sub"));
+        QVERIFY(QFile::copy(picture, dir.filePath("in/sub/a.png")));
+        QFile junk(dir.filePath("in/b.jpg"));
+        QVERIFY(junk.open(QIODevice::WriteOnly) && junk.write("no picture") > 0);
+        junk.close();
+        f.presenter->messages.clear();
+        f.presenter->on_dialog = [&](QDialog& d) {
+            d.findChild<QLineEdit*>(QStringLiteral("folders"))->setText(dir.filePath("in"));
+            d.findChild<QCheckBox*>(QStringLiteral("recursive"))->setChecked(true);
+            d.findChild<QLineEdit*>(QStringLiteral("output"))->setText(dir.filePath("out"));
+            return int(QDialog::Accepted);
+        };
+        w.trigger(cmd::kRoiRender);
+        QTRY_VERIFY_WITH_TIMEOUT(!w.busy(), 60000);
+        QCOMPARE(f.presenter->messages, QStringList{"1 written, 1 skipped, 0 failed (see batch.log)"});
+        QVERIFY(QFile::exists(dir.filePath("out/sub/a.png")));
+    }
+};
+
+QTEST_MAIN(BatchRuns)
+#include "batch_runs.moc"
