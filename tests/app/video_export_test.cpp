@@ -77,7 +77,7 @@ TEST(FrameRender, AfterADrawingTheAnimationStartsFromIt) {
     ASSERT_EQ(generate_shaped_image(a.doc, a.host, 160, 120), 0);
     ASSERT_EQ(make_drawing(a.doc, a.host, Drawing{DrawingKind::PebbleCells}), 0);
     ASSERT_EQ(render_frame_at(a.doc, a.host, 160, 120, 0.0), 0);
-    EXPECT_TRUE(same_bytes(a.doc.frame_buffer, a.doc.render_buffer));
+    EXPECT_TRUE(test::same_bytes(a.doc.frame_buffer, a.doc.render_buffer));
 }
 
 TEST(FrameRender, TheLogoIsWhereTheVideoHasItAtThatTime) {
