@@ -4,10 +4,25 @@
 
 #include <cstdint>
 #include <optional>
+#include <string>
 
 namespace velq {
 
 enum class Unit { Pixel = 0, Inch = 1, Cm = 2, Meter = 3 };
+
+// The Alphabet transform's text, font and layout. Empty texts and zeros mean the built-in defaults.
+struct AlphabetSettings {
+    std::string text;  // UTF-8 passage; empty: kDefaultAlphabetText
+    std::string face;  // font face; empty: kDefaultAlphabetFace in bold
+    bool bold = false, italic = false;  // with a named face
+    int layout = 0;                     // 0 Lines, 1 Packed, 2 Inverse
+    int rows = 0;                       // rows of the Lines layout; 0: from Max
+
+    bool operator==(const AlphabetSettings&) const = default;
+};
+
+inline constexpr const char* kDefaultAlphabetText = "VELQUINOGRAPH PAINTS WITH LETTERS & CIRCLES.";
+inline constexpr const char* kDefaultAlphabetFace = "DejaVu Sans";
 
 struct Settings {
     Unit unit = Unit::Pixel;            // unit of Wid and Hgt
@@ -30,6 +45,7 @@ struct Settings {
     int out_width = 0, out_height = 0;     // output size in pixels (the render's size)
     double wid = 0, hgt = 0;               // Wid and Hgt as shown, in the unit
     int video_width = 640, video_height = 480;
+    AlphabetSettings alphabet;
 };
 
 // The four memory-limit choices of the menu.
