@@ -2,6 +2,7 @@
 // read and write this one struct. Defaults are those of a new window.
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
 #include <optional>
 #include <string>
@@ -23,6 +24,9 @@ struct AlphabetSettings {
 
 inline constexpr const char* kDefaultAlphabetText = "VELQUINOGRAPH PAINTS WITH LETTERS & CIRCLES.";
 inline constexpr const char* kDefaultAlphabetFace = "DejaVu Sans";
+// What the settings block can keep: text and face bytes (one less than the field), rows.
+inline constexpr std::size_t kAlphabetTextLimit = 2048, kAlphabetFaceLimit = 256;
+inline constexpr int kAlphabetRowsLimit = 1000;
 
 struct Settings {
     Unit unit = Unit::Pixel;            // unit of Wid and Hgt

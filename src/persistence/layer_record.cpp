@@ -40,6 +40,12 @@ std::string encode_layer_record(const LayerRecord& rec, std::span<std::uint8_t, 
     if (!fits_text_field(rec.font.face, o::font_face_size))
         return "The font name is too long to be stored with the settings (at most " +
                std::to_string(o::font_face_size - 1) + " bytes)";
+    if (!fits_text_field(rec.alphabet_text, o::alphabet_text_size))
+        return "The alphabet text is too long to be stored with the settings (at most " +
+               std::to_string(o::alphabet_text_size - 1) + " bytes)";
+    if (!fits_text_field(rec.alphabet_face, o::alphabet_face_size))
+        return "The alphabet font name is too long to be stored with the settings (at most " +
+               std::to_string(o::alphabet_face_size - 1) + " bytes)";
     std::memset(out.data(), 0, out.size());
     put_i32(out, o::passage_mode, rec.passage_mode ? 1 : 0);
     put_i32(out, o::transparency, rec.transparency);
@@ -61,6 +67,9 @@ std::string encode_layer_record(const LayerRecord& rec, std::span<std::uint8_t, 
     put_i32(out, o::font_weight, rec.font.weight);
     put_u8(out, o::font_italic, rec.font.italic ? 1 : 0);
     put_text(out, o::font_face, o::font_face_size, rec.font.face);
+
+    put_text(out, o::alphabet_text, o::alphabet_text_size, rec.alphabet_text);
+    put_text(out, o::alphabet_face, o::alphabet_face_size, rec.alphabet_face);
 
     put_u8(out, o::first_shape_only, rec.first_shape_only);
     put_u8(out, o::random, rec.random);
@@ -104,6 +113,9 @@ bool decode_layer_record(std::span<const std::uint8_t, kLayerRecordSize> in, Lay
     r.font.weight = get_i32(in, o::font_weight);
     if (!flag(in[o::font_italic], r.font.italic)) return false;
     if (!get_text(in, o::font_face, o::font_face_size, r.font.face)) return false;
+    if (!get_text(in, o::alphabet_text, o::alphabet_text_size, r.alphabet_text) ||
+        !get_text(in, o::alphabet_face, o::alphabet_face_size, r.alphabet_face))
+        return false;
 
     if (!flag(in[o::first_shape_only], r.first_shape_only) || !flag(in[o::random], r.random) ||
         !flag(in[o::shuffle], r.shuffle) || !flag(in[o::invert], r.invert) ||
