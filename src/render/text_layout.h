@@ -25,9 +25,9 @@ struct LinesParams {
 };
 
 // Rows of the passage (repeated until the frame is full): words wrapped at blanks, a word longer
-// than a row split between characters, each row stretched over the width by widening the gaps
-// between its words (a row of one word is set from the left). Empty when the passage is blank or a
-// row is too low for any letter.
+// than a row split between characters, each row stretched over the width (the gaps between words
+// grow by up to two spaces, the rest spreads between letters; a row of one letter is set from the
+// left). Empty when the passage is blank or a row is too low for any letter.
 std::vector<PlacedGlyph> layout_lines(GlyphFont& font, std::u32string_view passage, const LinesParams& params,
                                       Host& host);
 

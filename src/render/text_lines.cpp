@@ -133,7 +133,15 @@ std::vector<PlacedGlyph> layout_lines(GlyphFont& font, std::u32string_view passa
             used += space + run.width();
             row.push_back(std::move(run));
         }
-        const double gap = row.size() > 1 ? space + (limit - used) / double(row.size() - 1) : space;
+        // The row is stretched to the width: word gaps grow up to three spaces, what is left spreads
+        // evenly between the letters.
+        const double extra = limit - used;
+        std::size_t letter_gaps = 0;
+        for (const Run& run : row) letter_gaps += run.text.size() - 1;
+        const std::size_t word_gaps = row.size() - 1;
+        double word_extra = word_gaps ? extra / double(word_gaps) : 0;
+        if (letter_gaps > 0) word_extra = std::min(word_extra, 2 * space);
+        const double letter_extra = letter_gaps ? (extra - word_extra * double(word_gaps)) / double(letter_gaps) : 0;
         const double baseline = params.margin + r * row_height + font.ascender() * scale;
         double x = 0;  // font units from the row's left edge
         for (const Run& run : row) {
@@ -141,10 +149,10 @@ std::vector<PlacedGlyph> layout_lines(GlyphFont& font, std::u32string_view passa
             for (std::size_t k = 0; k < run.text.size(); ++k) {
                 const GlyphOutline& g = font.glyph(run.text[k]);
                 if (g.blank) continue;
-                out.push_back({run.text[k], placed_path(g.path, scale, -scale,
-                                                        params.margin + (origin + run.pens[k]) * scale, baseline)});
+                const double pen = origin + run.pens[k] + double(k) * letter_extra;
+                out.push_back({run.text[k], placed_path(g.path, scale, -scale, params.margin + pen * scale, baseline)});
             }
-            x += run.width() + gap;
+            x += run.width() + double(run.text.size() - 1) * letter_extra + space + word_extra;
         }
     }
     return out;

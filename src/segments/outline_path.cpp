@@ -2,22 +2,42 @@
 
 #include <algorithm>
 #include <cmath>
+#include <limits>
 
 namespace velq {
 
+namespace {
+
+// The distance of `p` from the chord a-b when it projects onto the chord; infinite when it does not
+// (the curve may then bulge past an end).
+double off_chord(const BoundaryPoint& p, const BoundaryPoint& a, const BoundaryPoint& b) {
+    const double dx = b.x - a.x, dy = b.y - a.y, len2 = dx * dx + dy * dy;
+    if (len2 == 0) return std::hypot(p.x - a.x, p.y - a.y);
+    const double t = ((p.x - a.x) * dx + (p.y - a.y) * dy) / len2;
+    if (t < 0 || t > 1) return std::numeric_limits<double>::infinity();
+    return std::fabs((p.x - a.x) * dy - (p.y - a.y) * dx) / std::sqrt(len2);
+}
+
+BoundaryPoint mid(const BoundaryPoint& a, const BoundaryPoint& b) { return {(a.x + b.x) / 2, (a.y + b.y) / 2}; }
+
+void flatten(const BoundaryPoint& p0, const BoundaryPoint& p1, const BoundaryPoint& p2, const BoundaryPoint& p3,
+             double tolerance, int depth, std::vector<BoundaryPoint>& out) {
+    // A cubic strays at most 3/4 of its farthest control point from its chord (3ut(u + t) <= 3/4).
+    if (depth >= 24 || 0.75 * std::max(off_chord(p1, p0, p3), off_chord(p2, p0, p3)) <= tolerance) {
+        out.push_back(p3);
+        return;
+    }
+    const BoundaryPoint a = mid(p0, p1), b = mid(p1, p2), c = mid(p2, p3);
+    const BoundaryPoint d = mid(a, b), e = mid(b, c), m = mid(d, e);
+    flatten(p0, a, d, m, tolerance, depth + 1, out);
+    flatten(m, e, c, p3, tolerance, depth + 1, out);
+}
+
+}  // namespace
+
 void flatten_cubic(BoundaryPoint p0, BoundaryPoint p1, BoundaryPoint p2, BoundaryPoint p3, double tolerance,
                    std::vector<BoundaryPoint>& out) {
-    // Wang's bound: n steps keep the curve within 3/4 * M / n^2 of the chords, M the largest second
-    // difference of the control points.
-    const double ax = p0.x - 2 * p1.x + p2.x, ay = p0.y - 2 * p1.y + p2.y;
-    const double bx = p1.x - 2 * p2.x + p3.x, by = p1.y - 2 * p2.y + p3.y;
-    const double m = std::max(std::hypot(ax, ay), std::hypot(bx, by));
-    const int n = std::clamp(int(std::ceil(std::sqrt(0.75 * m / tolerance))), 1, 1000);
-    for (int i = 1; i <= n; ++i) {
-        const double t = double(i) / n, u = 1 - t;
-        const double a = u * u * u, b = 3 * u * u * t, c = 3 * u * t * t, d = t * t * t;
-        out.push_back({a * p0.x + b * p1.x + c * p2.x + d * p3.x, a * p0.y + b * p1.y + c * p2.y + d * p3.y});
-    }
+    flatten(p0, p1, p2, p3, tolerance, 0, out);
 }
 
 std::vector<std::vector<BoundaryPoint>> flatten_path(const OutlinePath& path, double tolerance) {

@@ -17,8 +17,8 @@ inline int point_count(PathCommand::Op op) { return op == PathCommand::Op::Cubic
 // Flattening tolerance: no point of a curve lies farther than this from its polyline (pixels).
 inline constexpr double kFlattenTolerance = 0.3;
 
-// Appends the polyline of the cubic p0..p3 without p0: the curve is cut into n equal steps of its
-// parameter, n the least count that keeps every point within `tolerance` of the chords.
+// Appends the polyline of the cubic p0..p3 without p0: the curve is halved until both control
+// points of every piece lie over its chord and near enough that the piece stays within `tolerance`.
 void flatten_cubic(BoundaryPoint p0, BoundaryPoint p1, BoundaryPoint p2, BoundaryPoint p3, double tolerance,
                    std::vector<BoundaryPoint>& out);
 
