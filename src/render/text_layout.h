@@ -41,9 +41,9 @@ struct PackedParams {
     std::function<double(double, double, double, double)> flatness;
 };
 
-// The passage's letters in order, each at the largest size (of largest, 0.8 largest, ... down to
-// smallest) that finds a free place, scanning the frame row by row; stops when the smallest size
-// finds none.
+// The passage's letters in order, each at the largest size (of largest, 0.8 largest, ... and last
+// smallest) that finds a free place flat enough for it, scanning the frame row by row; stops when
+// the smallest size finds none.
 std::vector<PlacedGlyph> layout_packed(GlyphFont& font, std::u32string_view passage, const PackedParams& params,
                                        Host& host);
 

@@ -89,7 +89,12 @@ std::vector<PlacedGlyph> layout_packed(GlyphFont& font, std::u32string_view pass
     if (gw < 1 || gh < 1) return out;
     cv::Mat1b occupied = cv::Mat1b::zeros(gh, gw);
     std::size_t next = 0;
-    for (double size = params.largest; size >= params.smallest && !host.stopped(); size *= 0.8) {
+    // Sizes from the largest down by a fifth each, the last one the smallest itself.
+    std::vector<double> sizes;
+    for (double size = params.largest; size > params.smallest * 1.0001; size *= 0.8) sizes.push_back(size);
+    sizes.push_back(params.smallest);
+    for (const double size : sizes) {
+        if (host.stopped()) break;
         const double scale = size / font.units_per_em();
         // Large letters only where the picture is flat; the smallest go anywhere.
         const double need = params.largest > params.smallest
