@@ -9,9 +9,12 @@
 #include <QLineEdit>
 #include <QListWidget>
 #include <QMimeData>
+#include <QPlainTextEdit>
 #include <QPushButton>
+#include <QSpinBox>
 #include <QUrl>
 
+#include "gui/picture_panel.h"
 #include "window_fixture.h"
 
 using namespace velq;
@@ -88,6 +91,36 @@ private slots:
         f.presenter->colours = {QColor(10, 20, 30)};
         w.trigger(cmd::kBackgroundColor);
         QCOMPARE(f.doc().background, pack_colorref(10, 20, 30));
+    }
+
+    void alphabetDialogSetsTheTextAndLettersTakeAColour() {
+        WindowFixture f;
+        MainWindow& w = *f.window;
+        QVERIFY(f.load_picture(velq::test::noise_picture(60, 40, 5)));
+        f.presenter->on_dialog = [](QDialog& d) {
+            d.findChild<QPlainTextEdit*>("text")->setPlainText(QStringLiteral("Ab"));
+            d.findChild<QSpinBox*>("rows")->setValue(2);
+            return int(QDialog::Accepted);
+        };
+        w.trigger(cmd::kTransformAlphabet);
+        QTRY_VERIFY(!w.busy());
+        QCOMPARE(f.presenter->dialogs, QStringList{QStringLiteral("Alphabet")});
+        QCOMPARE(f.doc().settings.alphabet.text, std::string("Ab"));
+        QVERIFY(w.action(cmd::kTransformAlphabet)->isChecked());
+        QVERIFY(f.doc().segments.size() >= 2);
+        QCOMPARE(f.doc().segments[0].curves.empty(), false);
+
+        w.picture_panel().select_outline(1);
+        f.presenter->colours = {QColor(10, 20, 30)};
+        w.trigger(cmd::kChangeColor);
+        for (const Circle& c : f.doc().segments[1].circles) QCOMPARE(c.own.c2, 30.0);
+        QVERIFY(f.doc().segments[0].circles.front().own.c2 != 30.0 || f.doc().segments[0].circles.front().own.c0 != 10.0);
+
+        f.presenter->on_dialog = [](QDialog&) { return int(QDialog::Rejected); };
+        const std::size_t letters = f.doc().segments.size();
+        w.trigger(cmd::kTransformAlphabet);  // cancelled: nothing runs
+        QVERIFY(!w.busy());
+        QCOMPARE(f.doc().segments.size(), letters);
     }
 
     void shapeDetailStepsRoundTheSelectedLayersShapes() {
