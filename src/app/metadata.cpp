@@ -11,7 +11,8 @@
 namespace velq {
 
 static_assert(kAlphabetTextLimit == layer_offset::alphabet_text_size &&
-              kAlphabetFaceLimit == layer_offset::alphabet_face_size && kAlphabetRowsLimit == kMaxAlphabetRows);
+              kAlphabetFaceLimit == layer_offset::alphabet_face_size &&
+              kAlphabetRowsLimit == kMaxAlphabetRows);
 
 namespace {
 

@@ -13,8 +13,8 @@ enum class Unit { Pixel = 0, Inch = 1, Cm = 2, Meter = 3 };
 
 // The Alphabet transform's text, font and layout. Empty texts and zeros mean the built-in defaults.
 struct AlphabetSettings {
-    std::string text;  // UTF-8 passage; empty: kDefaultAlphabetText
-    std::string face;  // font face; empty: kDefaultAlphabetFace in bold
+    std::string text;                   // UTF-8 passage; empty: kDefaultAlphabetText
+    std::string face;                   // font face; empty: kDefaultAlphabetFace in bold
     bool bold = false, italic = false;  // with a named face
     int layout = 0;                     // 0 Lines, 1 Packed, 2 Inverse
     int rows = 0;                       // rows of the Lines layout; 0: from Max

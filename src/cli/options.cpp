@@ -35,9 +35,12 @@ void add_transform_options(CLI::App& cmd, TransformOptions& o) {
     cmd.add_option("--transform", o.transform, "transform: normal, vectorize or alphabet");
     cmd.add_option("--alphabet-text", o.alphabet_text, "Alphabet: the text to set (default: a built-in one)");
     cmd.add_option("--alphabet-file", o.alphabet_file, "Alphabet: read the text from this UTF-8 file");
-    cmd.add_option("--alphabet-font", o.alphabet_font, "Alphabet: font face, FACE[:bold][:italic] (default DejaVu Sans:bold)");
-    cmd.add_option("--alphabet-layout", o.alphabet_layout, "Alphabet: lines, packed or inverse (default lines)");
-    cmd.add_option("--alphabet-rows", o.alphabet_rows, "Alphabet: rows of the lines layout (default: from Max)");
+    cmd.add_option("--alphabet-font", o.alphabet_font,
+                   "Alphabet: font face, FACE[:bold][:italic] (default DejaVu Sans:bold)");
+    cmd.add_option("--alphabet-layout", o.alphabet_layout,
+                   "Alphabet: lines, packed or inverse (default lines)");
+    cmd.add_option("--alphabet-rows", o.alphabet_rows,
+                   "Alphabet: rows of the lines layout (default: from Max)");
 }
 
 void add_output_options(CLI::App& cmd, OutputOptions& o) {

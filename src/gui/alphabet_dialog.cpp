@@ -25,8 +25,8 @@ AlphabetDialog::AlphabetDialog(Presenter& presenter, const AlphabetSettings& set
     : QDialog(parent), presenter_(presenter), settings_(settings) {
     setWindowTitle(QStringLiteral("Alphabet"));
     auto* form = new QFormLayout(this);
-    text_ = new QPlainTextEdit(QString::fromStdString(settings.text.empty() ? kDefaultAlphabetText : settings.text),
-                               this);
+    text_ = new QPlainTextEdit(
+        QString::fromStdString(settings.text.empty() ? kDefaultAlphabetText : settings.text), this);
     text_->setObjectName(QStringLiteral("text"));
     text_->setFixedHeight(90);
     form->addRow(QStringLiteral("Text"), text_);
@@ -87,8 +87,9 @@ AlphabetSettings AlphabetDialog::settings() const {
 void AlphabetDialog::accept() {
     const AlphabetSettings a = settings();
     if (a.text.size() >= kAlphabetTextLimit) {
-        presenter_.message(this, QStringLiteral("The alphabet text is too long (at most %1 bytes)")
-                                     .arg(kAlphabetTextLimit - 1));
+        presenter_.message(
+            this,
+            QStringLiteral("The alphabet text is too long (at most %1 bytes)").arg(kAlphabetTextLimit - 1));
         return;
     }
     QDialog::accept();

@@ -17,7 +17,9 @@ struct GlyphFont::Face {
 
 namespace {
 
-BoundaryPoint point(const FT_Vector* v) { return {double(v->x), double(v->y)}; }
+BoundaryPoint point(const FT_Vector* v) {
+    return {double(v->x), double(v->y)};
+}
 
 int move_to(const FT_Vector* to, void* user) {
     static_cast<OutlinePath*>(user)->push_back({PathCommand::Op::Move, {point(to)}});
@@ -54,9 +56,15 @@ bool GlyphFont::open(const std::string& file) {
     return true;
 }
 
-double GlyphFont::units_per_em() const { return face_ ? face_->face->units_per_EM : 1; }
-double GlyphFont::ascender() const { return face_ ? face_->face->ascender : 0; }
-double GlyphFont::descender() const { return face_ ? -double(face_->face->descender) : 0; }
+double GlyphFont::units_per_em() const {
+    return face_ ? face_->face->units_per_EM : 1;
+}
+double GlyphFont::ascender() const {
+    return face_ ? face_->face->ascender : 0;
+}
+double GlyphFont::descender() const {
+    return face_ ? -double(face_->face->descender) : 0;
+}
 
 const GlyphOutline& GlyphFont::glyph(char32_t c) {
     if (auto it = cache_.find(c); it != cache_.end()) return it->second;

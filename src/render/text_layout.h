@@ -44,8 +44,8 @@ struct PackedParams {
 // The passage's letters in order, each at the largest size (of largest, 0.8 largest, ... and last
 // smallest) that finds a free place flat enough for it, scanning the frame row by row; stops when
 // the smallest size finds none.
-std::vector<PlacedGlyph> layout_packed(GlyphFont& font, std::u32string_view passage, const PackedParams& params,
-                                       Host& host);
+std::vector<PlacedGlyph> layout_packed(GlyphFont& font, std::u32string_view passage,
+                                       const PackedParams& params, Host& host);
 
 // UTF-8 to code points; a byte that starts no valid sequence is taken as Latin-1.
 std::u32string decode_utf8_text(std::string_view text);

@@ -59,7 +59,8 @@ std::vector<Run> split_word(GlyphFont& font, const std::u32string& word, double 
     std::size_t start = 0;
     while (start < word.size()) {
         std::size_t end = start + 1;
-        while (end < word.size() && measure(font, word.substr(start, end + 1 - start)).width() <= limit) ++end;
+        while (end < word.size() && measure(font, word.substr(start, end + 1 - start)).width() <= limit)
+            ++end;
         runs.push_back(measure(font, word.substr(start, end - start)));
         start = end;
     }
@@ -141,7 +142,8 @@ std::vector<PlacedGlyph> layout_lines(GlyphFont& font, std::u32string_view passa
         const std::size_t word_gaps = row.size() - 1;
         double word_extra = word_gaps ? extra / double(word_gaps) : 0;
         if (letter_gaps > 0) word_extra = std::min(word_extra, 2 * space);
-        const double letter_extra = letter_gaps ? (extra - word_extra * double(word_gaps)) / double(letter_gaps) : 0;
+        const double letter_extra =
+            letter_gaps ? (extra - word_extra * double(word_gaps)) / double(letter_gaps) : 0;
         const double baseline = params.margin + r * row_height + font.ascender() * scale;
         double x = 0;  // font units from the row's left edge
         for (const Run& run : row) {
@@ -150,7 +152,8 @@ std::vector<PlacedGlyph> layout_lines(GlyphFont& font, std::u32string_view passa
                 const GlyphOutline& g = font.glyph(run.text[k]);
                 if (g.blank) continue;
                 const double pen = origin + run.pens[k] + double(k) * letter_extra;
-                out.push_back({run.text[k], placed_path(g.path, scale, -scale, params.margin + pen * scale, baseline)});
+                out.push_back(
+                    {run.text[k], placed_path(g.path, scale, -scale, params.margin + pen * scale, baseline)});
             }
             x += run.width() + double(run.text.size() - 1) * letter_extra + space + word_extra;
         }

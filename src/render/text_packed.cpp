@@ -14,7 +14,7 @@ namespace {
 // A letter at one size on the occupancy grid: the cells it touches (every cell its outline crosses
 // and every cell inside it), and the same grown by the gap, as spans per row.
 struct Mask {
-    int width = 0, height = 0;  // cells, the grown mask
+    int width = 0, height = 0;               // cells, the grown mask
     std::vector<std::pair<int, int>> grown;  // per row: [first, last] cell, or first > last when empty
     cv::Mat1b touched;                       // same size; the letter's own cells
     double origin_x = 0, origin_y = 0;       // pen origin relative to the mask's corner, pixels
@@ -40,14 +40,16 @@ Mask make_mask(const GlyphOutline& g, double scale, double cell, int pad) {
     for (const auto& ring : flatten_path(placed_path(g.path, scale, -scale, m.origin_x, m.origin_y))) {
         std::vector<cv::Point> poly;
         for (const BoundaryPoint& p : ring)
-            poly.emplace_back(int(std::lround(p.x / cell * (1 << kShift))), int(std::lround(p.y / cell * (1 << kShift))));
+            poly.emplace_back(int(std::lround(p.x / cell * (1 << kShift))),
+                              int(std::lround(p.y / cell * (1 << kShift))));
         polys.push_back(std::move(poly));
     }
     cv::fillPoly(m.touched, polys, 255, cv::LINE_8, kShift);
     cv::polylines(m.touched, polys, true, 255, 1, cv::LINE_8, kShift);
     cv::Mat1b grown;
     const int k = 2 * (pad - 1) + 1;
-    cv::dilate(m.touched, grown, cv::getStructuringElement(cv::MORPH_RECT, cv::Size(std::max(1, k), std::max(1, k))));
+    cv::dilate(m.touched, grown,
+               cv::getStructuringElement(cv::MORPH_RECT, cv::Size(std::max(1, k), std::max(1, k))));
     for (int y = 0; y < m.height; ++y) {
         int first = m.width, last = -1;
         for (int x = 0; x < m.width; ++x)
@@ -73,8 +75,8 @@ bool fits(const cv::Mat1b& occupied, const Mask& m, int cx, int cy) {
 
 }  // namespace
 
-std::vector<PlacedGlyph> layout_packed(GlyphFont& font, std::u32string_view passage, const PackedParams& params,
-                                       Host& host) {
+std::vector<PlacedGlyph> layout_packed(GlyphFont& font, std::u32string_view passage,
+                                       const PackedParams& params, Host& host) {
     std::vector<PlacedGlyph> out;
     std::u32string letters;
     for (char32_t c : passage)
@@ -112,7 +114,8 @@ std::vector<PlacedGlyph> layout_packed(GlyphFont& font, std::u32string_view pass
             for (; cy + m.height <= gh && !placed; cy += step, cx = 0) {
                 for (; cx + m.width <= gw; cx += step) {
                     if (params.flatness && need > 0 &&
-                        params.flatness(cx * cell, cy * cell, (cx + m.width) * cell, (cy + m.height) * cell) < need)
+                        params.flatness(cx * cell, cy * cell, (cx + m.width) * cell, (cy + m.height) * cell) <
+                            need)
                         continue;
                     if (!fits(occupied, m, cx, cy)) continue;
                     cv::Mat1b target = occupied(cv::Rect(cx, cy, m.width, m.height));

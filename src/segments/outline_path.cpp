@@ -18,10 +18,12 @@ double off_chord(const BoundaryPoint& p, const BoundaryPoint& a, const BoundaryP
     return std::fabs((p.x - a.x) * dy - (p.y - a.y) * dx) / std::sqrt(len2);
 }
 
-BoundaryPoint mid(const BoundaryPoint& a, const BoundaryPoint& b) { return {(a.x + b.x) / 2, (a.y + b.y) / 2}; }
+BoundaryPoint mid(const BoundaryPoint& a, const BoundaryPoint& b) {
+    return {(a.x + b.x) / 2, (a.y + b.y) / 2};
+}
 
-void flatten(const BoundaryPoint& p0, const BoundaryPoint& p1, const BoundaryPoint& p2, const BoundaryPoint& p3,
-             double tolerance, int depth, std::vector<BoundaryPoint>& out) {
+void flatten(const BoundaryPoint& p0, const BoundaryPoint& p1, const BoundaryPoint& p2,
+             const BoundaryPoint& p3, double tolerance, int depth, std::vector<BoundaryPoint>& out) {
     // A cubic strays at most 3/4 of its farthest control point from its chord (3ut(u + t) <= 3/4).
     if (depth >= 24 || 0.75 * std::max(off_chord(p1, p0, p3), off_chord(p2, p0, p3)) <= tolerance) {
         out.push_back(p3);
@@ -44,7 +46,8 @@ std::vector<std::vector<BoundaryPoint>> flatten_path(const OutlinePath& path, do
     std::vector<std::vector<BoundaryPoint>> rings;
     std::vector<BoundaryPoint> ring;
     const auto close = [&] {
-        if (ring.size() > 1 && ring.front().x == ring.back().x && ring.front().y == ring.back().y) ring.pop_back();
+        if (ring.size() > 1 && ring.front().x == ring.back().x && ring.front().y == ring.back().y)
+            ring.pop_back();
         if (ring.size() >= 3) rings.push_back(std::move(ring));
         ring.clear();
     };
@@ -61,7 +64,8 @@ std::vector<std::vector<BoundaryPoint>> flatten_path(const OutlinePath& path, do
             ring.push_back(c.p[0]);
         } else if (c.op == Op::Quad) {
             // Raised to a cubic: the same curve.
-            const BoundaryPoint q1{from.x + 2.0 / 3 * (c.p[0].x - from.x), from.y + 2.0 / 3 * (c.p[0].y - from.y)};
+            const BoundaryPoint q1{from.x + 2.0 / 3 * (c.p[0].x - from.x),
+                                   from.y + 2.0 / 3 * (c.p[0].y - from.y)};
             const BoundaryPoint q2{c.p[1].x + 2.0 / 3 * (c.p[0].x - c.p[1].x),
                                    c.p[1].y + 2.0 / 3 * (c.p[0].y - c.p[1].y)};
             flatten_cubic(from, q1, q2, c.p[1], tolerance, ring);

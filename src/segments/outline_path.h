@@ -12,7 +12,9 @@ namespace velq {
 using OutlinePath = std::vector<PathCommand>;
 
 // How many of p[] a command uses.
-inline int point_count(PathCommand::Op op) { return op == PathCommand::Op::Cubic ? 3 : op == PathCommand::Op::Quad ? 2 : 1; }
+inline int point_count(PathCommand::Op op) {
+    return op == PathCommand::Op::Cubic ? 3 : op == PathCommand::Op::Quad ? 2 : 1;
+}
 
 // Flattening tolerance: no point of a curve lies farther than this from its polyline (pixels).
 inline constexpr double kFlattenTolerance = 0.3;
@@ -24,7 +26,8 @@ void flatten_cubic(BoundaryPoint p0, BoundaryPoint p1, BoundaryPoint p2, Boundar
 
 // Every contour of the path as a closed ring (the first point not repeated); rings of fewer than 3
 // points are dropped.
-std::vector<std::vector<BoundaryPoint>> flatten_path(const OutlinePath& path, double tolerance = kFlattenTolerance);
+std::vector<std::vector<BoundaryPoint>> flatten_path(const OutlinePath& path,
+                                                     double tolerance = kFlattenTolerance);
 
 // The path scaled about the origin by (sx, sy), then moved by (dx, dy); a negative sy turns font
 // units (y up) into picture pixels (y down).

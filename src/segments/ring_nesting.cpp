@@ -39,7 +39,8 @@ std::vector<SegmentRegion> group_rings(const std::vector<std::vector<BoundaryPoi
     // Larger rings first: a ring's parent is the smallest ring that holds it, met last in this order.
     std::vector<std::size_t> order(n);
     std::iota(order.begin(), order.end(), 0);
-    std::stable_sort(order.begin(), order.end(), [&](std::size_t a, std::size_t b) { return area[a] > area[b]; });
+    std::stable_sort(order.begin(), order.end(),
+                     [&](std::size_t a, std::size_t b) { return area[a] > area[b]; });
     std::vector<int> depth(n, 0), parent(n, -1);
     for (std::size_t k = 0; k < n; ++k) {
         const std::size_t i = order[k];

@@ -7,8 +7,8 @@
 #include <cstdint>
 #include <vector>
 
-#include "segments/colour.h"
 #include "segments/circle.h"
+#include "segments/colour.h"
 
 namespace velq {
 

@@ -24,7 +24,8 @@ public:
 };
 
 UBUFFER stripes(int w, int h) {
-    return test::make_picture(w, h, [](int x, int y) { return (x / 10 + y / 14) % 2 ? 0xFFD04020u : 0xFF2080E0u; });
+    return test::make_picture(w, h,
+                              [](int x, int y) { return (x / 10 + y / 14) % 2 ? 0xFFD04020u : 0xFF2080E0u; });
 }
 
 // A Document holding `source`, filtered once, set for the Alphabet transform.
@@ -63,7 +64,8 @@ double to_rings(double x, double y, const SegmentRegion& r) {
     const auto ring = [&](const std::vector<BoundaryPoint>& pts) {
         for (std::size_t i = 0, j = pts.size() - 1; i < pts.size(); j = i++) {
             const double dx = pts[i].x - pts[j].x, dy = pts[i].y - pts[j].y, len = dx * dx + dy * dy;
-            const double t = len > 0 ? std::clamp(((x - pts[j].x) * dx + (y - pts[j].y) * dy) / len, 0.0, 1.0) : 0;
+            const double t =
+                len > 0 ? std::clamp(((x - pts[j].x) * dx + (y - pts[j].y) * dy) / len, 0.0, 1.0) : 0;
             d = std::min(d, std::hypot(x - pts[j].x - t * dx, y - pts[j].y - t * dy));
         }
     };
@@ -78,7 +80,8 @@ bool in_region(double x, double y, const SegmentRegion& r) {
 }
 
 TEST(AlphabetDriver, CirclesStayInsideTheirLetterAndOffEveryOtherInEachLayout) {
-    for (const AlphabetLayout layout : {AlphabetLayout::Lines, AlphabetLayout::Packed, AlphabetLayout::Inverse}) {
+    for (const AlphabetLayout layout :
+         {AlphabetLayout::Lines, AlphabetLayout::Packed, AlphabetLayout::Inverse}) {
         Opened<> o(stripes(150, 100));
         o.doc.settings.alphabet.layout = int(layout);
         o.doc.settings.alphabet.text = "Bo%";
@@ -138,11 +141,14 @@ TEST(AlphabetDriver, StopKeepsTheLettersPackedSoFar) {
     ASSERT_EQ(do_transform(stopped.doc, stopped.host, TransformMode::Alphabet, false), 0);
     ASSERT_EQ(stopped.doc.segments.size(), full.doc.segments.size());
     std::size_t kept = 0, i = 0;
-    for (; i < full.doc.segments.size() && same_circles(stopped.doc.segments[i].circles, full.doc.segments[i].circles); ++i)
+    for (; i < full.doc.segments.size() &&
+           same_circles(stopped.doc.segments[i].circles, full.doc.segments[i].circles);
+         ++i)
         kept += full.doc.segments[i].circles.size();
     ASSERT_LT(i, full.doc.segments.size()) << "the stop came before the end";
     kept += stopped.doc.segments[i].circles.size();
-    for (std::size_t j = i + 1; j < stopped.doc.segments.size(); ++j) EXPECT_TRUE(stopped.doc.segments[j].circles.empty());
+    for (std::size_t j = i + 1; j < stopped.doc.segments.size(); ++j)
+        EXPECT_TRUE(stopped.doc.segments[j].circles.empty());
     EXPECT_GT(kept, 0u);
     EXPECT_EQ(stopped.host.messages(), std::vector<std::string>{stopped_message(kept)});
 }

@@ -114,7 +114,8 @@ private slots:
         f.presenter->colours = {QColor(10, 20, 30)};
         w.trigger(cmd::kChangeColor);
         for (const Circle& c : f.doc().segments[1].circles) QCOMPARE(c.own.c2, 30.0);
-        QVERIFY(f.doc().segments[0].circles.front().own.c2 != 30.0 || f.doc().segments[0].circles.front().own.c0 != 10.0);
+        QVERIFY(f.doc().segments[0].circles.front().own.c2 != 30.0 ||
+                f.doc().segments[0].circles.front().own.c0 != 10.0);
 
         f.presenter->on_dialog = [](QDialog&) { return int(QDialog::Rejected); };
         const std::size_t letters = f.doc().segments.size();

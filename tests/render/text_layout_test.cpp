@@ -39,7 +39,8 @@ TEST(TextLayout, LettersBecomeOuterRingsWithTheirCounters) {
         std::size_t outers, holes;
     };
     // '®' nests four deep: the ring, its inside, the R, the R's counter.
-    for (const Case& k : {Case{U'O', 1, 1}, {U'B', 1, 2}, {U'i', 2, 0}, {U'%', 3, 2}, {U'@', 1, 1}, {U'®', 2, 2}}) {
+    for (const Case& k :
+         {Case{U'O', 1, 1}, {U'B', 1, 2}, {U'i', 2, 0}, {U'%', 3, 2}, {U'@', 1, 1}, {U'®', 2, 2}}) {
         const std::vector<SegmentRegion> regions = group_rings(flatten_path(font.glyph(k.c).path));
         std::size_t holes = 0;
         for (const SegmentRegion& r : regions) holes += r.holes.size();
@@ -61,7 +62,8 @@ TEST(TextLayout, LinesKeepThePassageOrderAndWholeWordsAndFillTheWidth) {
     std::u32string letters;
     for (char32_t c : passage)
         if (!is_blank(c)) letters.push_back(c);
-    for (std::size_t i = 0; i < placed.size(); ++i) ASSERT_EQ(placed[i].character, letters[i % letters.size()]) << i;
+    for (std::size_t i = 0; i < placed.size(); ++i)
+        ASSERT_EQ(placed[i].character, letters[i % letters.size()]) << i;
 
     // Rows by letter centre; every short word on one row; every row reaches the right margin.
     const double row_height = (p.height - 2 * p.margin) / p.rows;
@@ -116,7 +118,8 @@ TEST(TextLayout, PackedLettersNeverOverlapAndStayInTheFrame) {
         std::vector<std::vector<cv::Point>> polys;
         for (const auto& ring : flatten_path(g.path)) {
             auto& poly = polys.emplace_back();
-            for (const BoundaryPoint& q : ring) poly.emplace_back(int(std::lround(q.x * 16)), int(std::lround(q.y * 16)));
+            for (const BoundaryPoint& q : ring)
+                poly.emplace_back(int(std::lround(q.x * 16)), int(std::lround(q.y * 16)));
         }
         cv::fillPoly(one, polys, 1, cv::LINE_8, 4);
         count += one;

@@ -10,7 +10,8 @@ namespace {
 
 BoundaryPoint at(const BoundaryPoint (&p)[4], double t) {
     const double u = 1 - t, a = u * u * u, b = 3 * u * u * t, c = 3 * u * t * t, d = t * t * t;
-    return {a * p[0].x + b * p[1].x + c * p[2].x + d * p[3].x, a * p[0].y + b * p[1].y + c * p[2].y + d * p[3].y};
+    return {a * p[0].x + b * p[1].x + c * p[2].x + d * p[3].x,
+            a * p[0].y + b * p[1].y + c * p[2].y + d * p[3].y};
 }
 
 double to_segment(BoundaryPoint p, BoundaryPoint a, BoundaryPoint b) {
@@ -50,7 +51,8 @@ TEST(OutlinePath, CubicsStayWithinTheToleranceWithoutOversubdividing) {
         double worst = 0;
         for (const BoundaryPoint& q : fine) {
             double d = 1e300;
-            for (std::size_t k = 0; k + 1 < line.size(); ++k) d = std::min(d, to_segment(q, line[k], line[k + 1]));
+            for (std::size_t k = 0; k + 1 < line.size(); ++k)
+                d = std::min(d, to_segment(q, line[k], line[k + 1]));
             worst = std::max(worst, d);
         }
         EXPECT_LE(worst, kFlattenTolerance + 1e-9) << "trial " << trial;
