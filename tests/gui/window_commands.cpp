@@ -14,7 +14,7 @@
 #include <QSpinBox>
 #include <QUrl>
 
-#include "gui/picture_panel.h"
+#include "gui/picture_view.h"
 #include "window_fixture.h"
 
 using namespace velq;
@@ -110,12 +110,16 @@ private slots:
         QVERIFY(f.doc().segments.size() >= 2);
         QCOMPARE(f.doc().segments[0].curves.empty(), false);
 
-        w.picture_panel().select_outline(1);
+        // A double click on the first letter's first circle picks that letter.
+        auto* view = w.findChild<PictureView*>();
+        const ViewRect r = view->state().rect;
+        const Circle& first = f.doc().segments[0].circles.front();
+        emit view->double_clicked_at(QPointF(r.left + first.x * r.width(), r.top + first.y * r.height()));
+        QCOMPARE(f.doc().selected_segment, 0);
         f.presenter->colours = {QColor(10, 20, 30)};
         w.trigger(cmd::kChangeColor);
-        for (const Circle& c : f.doc().segments[1].circles) QCOMPARE(c.own.c2, 30.0);
-        QVERIFY(f.doc().segments[0].circles.front().own.c2 != 30.0 ||
-                f.doc().segments[0].circles.front().own.c0 != 10.0);
+        for (const Circle& c : f.doc().segments[0].circles) QCOMPARE(c.own.c2, 30.0);
+        QVERIFY(f.doc().segments[1].circles.front().own.c2 != 30.0);
 
         f.presenter->on_dialog = [](QDialog&) { return int(QDialog::Rejected); };
         const std::size_t letters = f.doc().segments.size();
