@@ -10,6 +10,7 @@
 #include "persistence/settings_block.h"
 #include "support/pictures.h"
 #include "support/recording_host.h"
+#include "transform/ring_checks.h"
 
 namespace velq {
 namespace {
@@ -50,33 +51,16 @@ bool same_circles(const std::vector<Circle>& a, const std::vector<Circle>& b) {
     });
 }
 
-bool inside_ring(double x, double y, const std::vector<BoundaryPoint>& ring) {
-    bool in = false;
-    for (std::size_t i = 0, j = ring.size() - 1; i < ring.size(); j = i++)
-        if ((ring[i].y > y) != (ring[j].y > y) &&
-            x < (ring[j].x - ring[i].x) * (y - ring[i].y) / (ring[j].y - ring[i].y) + ring[i].x)
-            in = !in;
-    return in;
-}
-
-double to_rings(double x, double y, const SegmentRegion& r) {
-    double d = 1e300;
-    const auto ring = [&](const std::vector<BoundaryPoint>& pts) {
-        for (std::size_t i = 0, j = pts.size() - 1; i < pts.size(); j = i++) {
-            const double dx = pts[i].x - pts[j].x, dy = pts[i].y - pts[j].y, len = dx * dx + dy * dy;
-            const double t =
-                len > 0 ? std::clamp(((x - pts[j].x) * dx + (y - pts[j].y) * dy) / len, 0.0, 1.0) : 0;
-            d = std::min(d, std::hypot(x - pts[j].x - t * dx, y - pts[j].y - t * dy));
-        }
-    };
-    ring(r.outer);
-    for (const auto& h : r.holes) ring(h);
-    return d;
-}
-
+// Inside the region (in its outer ring, in none of its holes), and how far from its nearest edge.
 bool in_region(double x, double y, const SegmentRegion& r) {
-    if (!inside_ring(x, y, r.outer)) return false;
-    return std::none_of(r.holes.begin(), r.holes.end(), [&](const auto& h) { return inside_ring(x, y, h); });
+    return test::inside_ring(r.outer, x, y) &&
+           std::none_of(r.holes.begin(), r.holes.end(),
+                        [&](const auto& h) { return test::inside_ring(h, x, y); });
+}
+double to_edges(double x, double y, const SegmentRegion& r) {
+    double d = test::distance_to_ring(r.outer, x, y);
+    for (const auto& h : r.holes) d = std::min(d, test::distance_to_ring(h, x, y));
+    return d;
 }
 
 TEST(AlphabetDriver, CirclesStayInsideTheirLetterAndOffEveryOtherInEachLayout) {
@@ -98,12 +82,12 @@ TEST(AlphabetDriver, CirclesStayInsideTheirLetterAndOffEveryOtherInEachLayout) {
                 const auto own = std::find_if(s.regions.begin(), s.regions.end(),
                                               [&](const SegmentRegion& r) { return in_region(x, y, r); });
                 ASSERT_NE(own, s.regions.end()) << int(layout) << " segment " << i;
-                EXPECT_GE(to_rings(x, y, *own), c.radius - 0.5);
+                EXPECT_GE(to_edges(x, y, *own), c.radius - 0.5);
                 EXPECT_EQ(c.own.c0, pic.at(int(x), int(y), 2));
                 EXPECT_EQ(o.doc.label_map.at(int(x), int(y)), i + 1) << "picking finds the letter";
                 for (std::size_t j = 0; j < o.doc.segments.size(); ++j)
                     for (const SegmentRegion& r : o.doc.segments[j].regions)
-                        if (j != i) EXPECT_TRUE(!in_region(x, y, r) && to_rings(x, y, r) >= c.radius - 0.5);
+                        if (j != i) EXPECT_TRUE(!in_region(x, y, r) && to_edges(x, y, r) >= c.radius - 0.5);
             }
         }
         EXPECT_GT(circles, 50u);
