@@ -120,12 +120,6 @@ private slots:
         w.trigger(cmd::kChangeColor);
         for (const Circle& c : f.doc().segments[0].circles) QCOMPARE(c.own.c2, 30.0);
         QVERIFY(f.doc().segments[1].circles.front().own.c2 != 30.0);
-
-        f.presenter->on_dialog = [](QDialog&) { return int(QDialog::Rejected); };
-        const std::size_t letters = f.doc().segments.size();
-        w.trigger(cmd::kTransformAlphabet);  // cancelled: nothing runs
-        QVERIFY(!w.busy());
-        QCOMPARE(f.doc().segments.size(), letters);
     }
 
     void shapeDetailStepsRoundTheSelectedLayersShapes() {
