@@ -24,16 +24,17 @@ CircleExport gather_circles(const Document& doc) {
     CircleExport out;
     out.width = doc.working.width();
     out.height = doc.working.height();
-    if (doc.settings.transform_mode != int(TransformMode::Vectorize)) {
+    const int mode = doc.settings.transform_mode;
+    if (mode != int(TransformMode::Vectorize) && mode != int(TransformMode::Alphabet)) {
         out.transform = "normal";
         for (const Circle& c : doc.circles) out.circles.push_back(exported(c, out.width, out.height, -1));
         return out;
     }
-    out.transform = "vectorize";
+    out.transform = mode == int(TransformMode::Alphabet) ? "alphabet" : "vectorize";
     for (std::size_t i = 0; i < doc.segments.size(); ++i) {
         const Segment& s = doc.segments[i];
         if (!s.enabled) continue;
-        out.segments.push_back({int(i), bytes_of(s.colour), s.loop.points, s.child_segments});
+        out.segments.push_back({int(i), bytes_of(s.colour), s.loop.points, s.child_segments, s.curves});
         for (const Circle& c : s.circles) out.circles.push_back(exported(c, out.width, out.height, int(i)));
     }
     return out;

@@ -22,11 +22,12 @@ struct ExportedSegment {
     std::array<int, 4> colour{};         // mean colour, as the circles'
     std::vector<BoundaryPoint> outline;  // working-picture pixels, clockwise on screen
     std::vector<std::size_t> children;   // indices of the Segments inside this one
+    std::vector<PathCommand> curves;     // a letter's outline as its font draws it; empty otherwise
 };
 
 struct CircleExport {
     int width = 0, height = 0;              // the working picture
-    std::string transform;                  // "normal" or "vectorize"
+    std::string transform;                  // "normal", "vectorize" or "alphabet"
     std::vector<ExportedSegment> segments;  // enabled Segments in order; none after Normal
     std::vector<ExportedCircle> circles;    // grouped by Segment, in the order they were packed
 };

@@ -26,6 +26,21 @@ void write_circle(std::ostream& out, const ExportedCircle& c) {
         << hex(c.colour) << "\"/>\n";
 }
 
+// A letter's outline as SVG path data: every contour closed, curves kept as curves.
+void write_curves(std::ostream& out, const std::vector<PathCommand>& curves) {
+    static constexpr char kLetter[] = {'M', 'L', 'Q', 'C'};
+    bool open = false;
+    for (const PathCommand& c : curves) {
+        if (c.op == PathCommand::Op::Move && open) out << "Z ";
+        open = true;
+        const int n = c.op == PathCommand::Op::Cubic ? 3 : c.op == PathCommand::Op::Quad ? 2 : 1;
+        out << kLetter[int(c.op)];
+        for (int i = 0; i < n; ++i) out << (i ? " " : "") << num(c.p[i].x) << ' ' << num(c.p[i].y);
+        out << ' ';
+    }
+    if (open) out << 'Z';
+}
+
 }  // namespace
 
 void write_circles_svg(std::ostream& out, const CircleExport& e) {
@@ -36,7 +51,11 @@ void write_circles_svg(std::ostream& out, const CircleExport& e) {
     for (; next < e.circles.size() && e.circles[next].segment < 0; ++next) write_circle(out, e.circles[next]);
     for (const ExportedSegment& s : e.segments) {
         out << "<g id=\"segment-" << s.index << "\">\n";
-        if (s.outline.size() >= 3) {
+        if (!s.curves.empty()) {
+            out << "<path fill=\"none\" stroke=\"" << hex(s.colour) << "\" stroke-width=\"0.5\" d=\"";
+            write_curves(out, s.curves);
+            out << "\"/>\n";
+        } else if (s.outline.size() >= 3) {
             out << "<path fill=\"none\" stroke=\"" << hex(s.colour) << "\" stroke-width=\"0.5\" d=\"";
             for (std::size_t k = 0; k < s.outline.size(); ++k)
                 out << (k == 0 ? "M" : " L") << num(s.outline[k].x) << ' ' << num(s.outline[k].y);

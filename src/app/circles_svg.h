@@ -1,5 +1,6 @@
 // The circles file as SVG, for vector editors: a document of the working picture's size, each
-// Segment a group with its outline (unfilled) and its circles, free circles at the top level.
+// Segment a group with its outline (unfilled; a letter's as its Bezier curves) and its circles, free
+// circles at the top level.
 #pragma once
 
 #include <ostream>

@@ -13,7 +13,6 @@ using enum Check;
 
 // Why a command is greyed. Capabilities nobody has designed yet say so; the rest are being built.
 constexpr std::string_view kNoMotionPack = "Not available yet: motion packs are not designed";
-constexpr std::string_view kNoAlphabet = "Not available yet: the Alphabet transform is not designed";
 // The test video only repeated what any video export does; exporting the result checks the encoder.
 constexpr std::string_view kNoTestVideo = "Not offered: export a video of the result to check the encoder";
 constexpr std::string_view kNoPipeline = "Not available yet: this operation is being built";
@@ -72,7 +71,7 @@ constexpr std::array kCommands = {
     Command{cmd::kFilterKMean,     "K-mean",                 kFilter,    None,        Picture,     false, Filter,    "",             {}},
     Command{cmd::kTransformNormal, "Normal",                 kTransform, None,        Picture,     false, Transform, "",             {}},
     Command{cmd::kTransformVectorize, "Vectorize",           kTransform, None,        Picture,     false, Transform, "",             {}},
-    Command{cmd::kTransformAlphabet, "Alphabet",             kTransform, None,        Picture,     false, Transform, "",             kNoAlphabet},
+    Command{cmd::kTransformAlphabet, "Alphabet",             kTransform, None,        Picture,     false, Transform, "",             {}},
     Command{cmd::kRender,          "Render",                 kTransform, None,        Transformed, false, Plain,     "F5",           {}},
     Command{cmd::kRenderFrame,     "Render frame",           kTransform, Result,      Picture,     false, Plain,     "",             {}},
     Command{cmd::kSkip,            "Skip",                   kRun,       None,        Always,      true,  Plain,     "",             {}},

@@ -10,6 +10,10 @@
 
 namespace velq {
 
+static_assert(kAlphabetTextLimit == layer_offset::alphabet_text_size &&
+              kAlphabetFaceLimit == layer_offset::alphabet_face_size &&
+              kAlphabetRowsLimit == kMaxAlphabetRows);
+
 namespace {
 
 LayerEntry entry_of(const Layer& layer) {
@@ -71,7 +75,15 @@ std::string make_settings_block(const Document& doc, bool rendered, SettingsBloc
         r.logo_text = logo->text ? logo->text_line : logo->path;
         if (logo->text) r.logo_face = logo->face;
     }
+    r.alphabet_layout = std::uint8_t(std::clamp(s.alphabet.layout, 0, 2));
+    r.alphabet_bold = s.alphabet.bold;
+    r.alphabet_italic = s.alphabet.italic;
+    r.alphabet_rows = std::clamp(s.alphabet.rows, 0, kMaxAlphabetRows);
     for (const Layer& layer : doc.layers) b.layers.push_back(entry_of(layer));
+    if (!b.layers.empty()) {
+        b.layers.front().record.alphabet_text = s.alphabet.text;
+        b.layers.front().record.alphabet_face = s.alphabet.face;
+    }
     std::array<std::uint8_t, kSettingsRecordSize> scratch;
     if (auto problem = encode_settings_record(r, scratch); !problem.empty()) return problem;
     block = std::move(b);

@@ -55,6 +55,7 @@ void restore_output_size(Document& doc, const SettingsRecord& rec);
 // Replaces every layer by the stored one: its record, its passage, its shapes (the default disc, or
 // reloaded from the stored files). A shape file that cannot be read is reported and leaves its layer
 // with the shapes read before it; the result is then -1, else 0. Check block_fits_document first.
+// The first layer's record also brings the Alphabet text and face.
 int apply_block_layers(Document& doc, Host& host, const SettingsBlock& block);
 
 // The logo of a block made again: the text drawn in its face, or the picture read from its file; no

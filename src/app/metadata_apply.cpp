@@ -66,6 +66,10 @@ void apply_block_settings(Document& doc, const SettingsRecord& r) {
     s.impact_y = r.impact_y;
     s.filter_seed = r.has_filter_seed ? std::optional<std::uint32_t>(r.filter_seed) : std::nullopt;
     s.drawing = r.drawing;
+    s.alphabet.layout = r.alphabet_layout;
+    s.alphabet.bold = r.alphabet_bold;
+    s.alphabet.italic = r.alphabet_italic;
+    s.alphabet.rows = r.alphabet_rows;
     doc.background = r.background;
     doc.flag_byte = r.flag_byte != 0;
     for (int i = 0; i < kCyclingCount; ++i) doc.cycling[std::size_t(i)] = r.cycling[std::size_t(i)] != 0;
@@ -90,6 +94,10 @@ int apply_block_layers(Document& doc, Host& host, const SettingsBlock& block) {
         if (layer_from_entry(host, e, layers.back()) != 0) result = -1;
     }
     doc.layers = std::move(layers);
+    if (!block.layers.empty()) {
+        doc.settings.alphabet.text = block.layers.front().record.alphabet_text;
+        doc.settings.alphabet.face = block.layers.front().record.alphabet_face;
+    }
     host.refresh(Refresh::Layers);
     return result;
 }

@@ -2,14 +2,33 @@
 // read and write this one struct. Defaults are those of a new window.
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
 #include <optional>
+#include <string>
 
 #include "render/drawing.h"
 
 namespace velq {
 
 enum class Unit { Pixel = 0, Inch = 1, Cm = 2, Meter = 3 };
+
+// The Alphabet transform's text, font and layout. Empty texts and zeros mean the built-in defaults.
+struct AlphabetSettings {
+    std::string text;                   // UTF-8 passage; empty: kDefaultAlphabetText
+    std::string face;                   // font face; empty: kDefaultAlphabetFace in bold
+    bool bold = false, italic = false;  // with a named face
+    int layout = 0;                     // 0 Lines, 1 Packed, 2 Inverse
+    int rows = 0;                       // rows of the Lines layout; 0: from Max
+
+    bool operator==(const AlphabetSettings&) const = default;
+};
+
+inline constexpr const char* kDefaultAlphabetText = "VELQUINOGRAPH PAINTS WITH LETTERS & CIRCLES.";
+inline constexpr const char* kDefaultAlphabetFace = "DejaVu Sans";
+// What the settings block can keep: text and face bytes (one less than the field), rows.
+inline constexpr std::size_t kAlphabetTextLimit = 2048, kAlphabetFaceLimit = 256;
+inline constexpr int kAlphabetRowsLimit = 1000;
 
 struct Settings {
     Unit unit = Unit::Pixel;            // unit of Wid and Hgt
@@ -33,6 +52,7 @@ struct Settings {
     double wid = 0, hgt = 0;               // Wid and Hgt as shown, in the unit
     int video_width = 640, video_height = 480;
     Drawing drawing;  // the spike drawing or cell picture last chosen; kind None: the plain render
+    AlphabetSettings alphabet;
 };
 
 // The four memory-limit choices of the menu.

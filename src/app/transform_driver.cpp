@@ -4,6 +4,7 @@
 #include <cmath>
 #include <cstdio>
 
+#include "app/alphabet_driver.h"
 #include "app/vectorize_driver.h"
 #include "host/progress.h"
 #include "image/resample.h"
@@ -98,6 +99,10 @@ int do_transform(Document& doc, Host& host, TransformMode mode, bool show_count)
         host.message("Please open a picture first");
         return -1;
     }
+    // The letters are set first: a blank text, a missing font or a picture too small for one
+    // letter leaves the previous result as it was.
+    std::optional<std::vector<PlacedGlyph>> letters;
+    if (mode == TransformMode::Alphabet && !(letters = set_alphabet_text(doc, host))) return -1;
     doc.selected_outline = -1;
     doc.hovered_outline = -1;
     doc.segments.clear();
@@ -138,8 +143,8 @@ int do_transform(Document& doc, Host& host, TransformMode mode, bool show_count)
             count = do_vectorize(doc, host);
             break;
         case TransformMode::Alphabet:
-            host.message("The Alphabet transform is not available yet");
-            return -1;
+            count = do_alphabet(doc, host, *letters);
+            break;
     }
     // A refused packing still ends like a finished one in the window (flag, outlines, count); only the
     // result says it failed.

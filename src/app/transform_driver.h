@@ -1,5 +1,6 @@
 // The Transform command: Normal packs the picture with circles grown against the brush-size map,
-// Vectorize divides it into Segments and packs each one. Runs on the worker.
+// Vectorize divides it into Segments and packs each one, Alphabet packs the letters of a text set
+// over it. Runs on the worker.
 #pragma once
 
 #include <cstddef>

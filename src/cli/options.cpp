@@ -2,6 +2,8 @@
 
 #include <algorithm>
 #include <cstdlib>
+#include <fstream>
+#include <sstream>
 
 #include "app/units.h"
 #include "cli/layer_options.h"
@@ -30,7 +32,15 @@ void add_picture_options(CLI::App& cmd, PictureOptions& o) {
 void add_transform_options(CLI::App& cmd, TransformOptions& o) {
     cmd.add_option("--min", o.min_size, "Min: smallest circle, fraction of the larger side (default 0.0005)");
     cmd.add_option("--dil", o.dilation, "DIL: dilation of segments (default 0)");
-    cmd.add_option("--transform", o.transform, "transform: normal or vectorize");
+    cmd.add_option("--transform", o.transform, "transform: normal, vectorize or alphabet");
+    cmd.add_option("--alphabet-text", o.alphabet_text, "Alphabet: the text to set (default: a built-in one)");
+    cmd.add_option("--alphabet-file", o.alphabet_file, "Alphabet: read the text from this UTF-8 file");
+    cmd.add_option("--alphabet-font", o.alphabet_font,
+                   "Alphabet: font face, FACE[:bold][:italic] (default DejaVu Sans:bold)");
+    cmd.add_option("--alphabet-layout", o.alphabet_layout,
+                   "Alphabet: lines, packed or inverse (default lines)");
+    cmd.add_option("--alphabet-rows", o.alphabet_rows,
+                   "Alphabet: rows of the lines layout (default: from Max)");
 }
 
 void add_output_options(CLI::App& cmd, OutputOptions& o) {
@@ -123,9 +133,53 @@ std::string apply_transform_options(const TransformOptions& o, Document& doc) {
             s.transform_mode = 0;
         } else if (*o.transform == "vectorize") {
             s.transform_mode = 1;
+        } else if (*o.transform == "alphabet") {
+            s.transform_mode = 2;
         } else {
-            return "--transform must be normal or vectorize";
+            return "--transform must be normal, vectorize or alphabet";
         }
+    }
+    return apply_alphabet_options(o, s.alphabet);
+}
+
+std::string apply_alphabet_options(const TransformOptions& o, AlphabetSettings& a) {
+    if (o.alphabet_text && o.alphabet_file) return "--alphabet-text and --alphabet-file cannot both be given";
+    if (o.alphabet_text) a.text = *o.alphabet_text;
+    if (o.alphabet_file) {
+        std::ifstream in(*o.alphabet_file, std::ios::binary);
+        std::ostringstream text;
+        if (!in || !(text << in.rdbuf())) return "Cannot read the alphabet file " + *o.alphabet_file;
+        a.text = text.str();
+    }
+    if ((o.alphabet_text || o.alphabet_file) && a.text.size() >= kAlphabetTextLimit)
+        return "The alphabet text is too long (at most " + std::to_string(kAlphabetTextLimit - 1) + " bytes)";
+    if (o.alphabet_font) {
+        std::string face = *o.alphabet_font;
+        a.bold = a.italic = false;
+        for (std::size_t colon; (colon = face.rfind(':')) != std::string::npos;) {
+            const std::string style = face.substr(colon + 1);
+            if (style == "bold") {
+                a.bold = true;
+            } else if (style == "italic") {
+                a.italic = true;
+            } else {
+                return "--alphabet-font takes FACE, FACE:bold, FACE:italic or FACE:bold:italic";
+            }
+            face.erase(colon);
+        }
+        if (face.empty() || face.size() >= kAlphabetFaceLimit) return "--alphabet-font needs a face name";
+        a.face = face;
+    }
+    if (o.alphabet_layout) {
+        static const char* names[] = {"lines", "packed", "inverse"};
+        auto it = std::find(std::begin(names), std::end(names), *o.alphabet_layout);
+        if (it == std::end(names)) return "--alphabet-layout must be lines, packed or inverse";
+        a.layout = int(it - std::begin(names));
+    }
+    if (o.alphabet_rows) {
+        if (*o.alphabet_rows < 1 || *o.alphabet_rows > kAlphabetRowsLimit)
+            return "--alphabet-rows must be 1 to " + std::to_string(kAlphabetRowsLimit);
+        a.rows = *o.alphabet_rows;
     }
     return {};
 }

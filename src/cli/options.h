@@ -30,7 +30,11 @@ struct PictureOptions {
 struct TransformOptions {
     std::optional<double> min_size;
     std::optional<int> dilation;
-    std::optional<std::string> transform;  // normal, vectorize
+    std::optional<std::string> transform;  // normal, vectorize, alphabet
+    std::optional<std::string> alphabet_text, alphabet_file;
+    std::optional<std::string> alphabet_font;    // FACE[:bold][:italic]
+    std::optional<std::string> alphabet_layout;  // lines, packed, inverse
+    std::optional<int> alphabet_rows;
 };
 
 struct OutputOptions {
@@ -45,7 +49,7 @@ struct OutputOptions {
 
 // --int --blu --thr --memory --filter --impact --k --max --gap --seed --quiet
 void add_picture_options(CLI::App& cmd, PictureOptions& o);
-// --min --dil --transform
+// --min --dil --transform and the Alphabet transform's --alphabet-* options
 void add_transform_options(CLI::App& cmd, TransformOptions& o);
 // --unit --dpi --width --height --background --global-brightness --layer --passage...
 void add_output_options(CLI::App& cmd, OutputOptions& o);
@@ -54,6 +58,8 @@ void add_output_options(CLI::App& cmd, OutputOptions& o);
 // the returned text says why (empty on success).
 std::string apply_picture_options(const PictureOptions& o, Document& doc);
 std::string apply_transform_options(const TransformOptions& o, Document& doc);
+// The --alphabet-* options over the Alphabet settings.
+std::string apply_alphabet_options(const TransformOptions& o, AlphabetSettings& a);
 // Output size and layers; call after the picture is open (the size keeps the picture's aspect).
 // The passages (o.passages) are drawn after it, by apply_passage_options.
 std::string apply_output_options(const OutputOptions& o, Document& doc, Host& host);

@@ -7,6 +7,7 @@
 #include "app/frame_render.h"
 #include "app/render_op.h"
 #include "app/transform_driver.h"
+#include "gui/alphabet_dialog.h"
 #include "gui/command_handlers.h"
 #include "gui/drawing_dialog.h"
 #include "gui/image_adapter.h"
@@ -46,7 +47,15 @@ void filter(MainWindow& w, int id) {
 }
 
 void transform(MainWindow& w, int id) {
-    const TransformMode mode = id == cmd::kTransformNormal ? TransformMode::Normal : TransformMode::Vectorize;
+    const TransformMode mode = id == cmd::kTransformNormal      ? TransformMode::Normal
+                               : id == cmd::kTransformVectorize ? TransformMode::Vectorize
+                                                                : TransformMode::Alphabet;
+    if (mode == TransformMode::Alphabet) {
+        // The text, font and layout are asked for first; Cancel runs nothing.
+        AlphabetDialog dialog(w.presenter(), w.document().settings.alphabet, &w);
+        if (w.presenter().exec(dialog) != QDialog::Accepted) return;
+        w.document().settings.alphabet = dialog.settings();
+    }
     w.set_view_stale(QString());
     w.start_job([&w, mode] { do_transform(w.document(), w.host(), mode, true); },
                 [&w] { w.picture_panel().reset_view(); });
@@ -109,6 +118,7 @@ constexpr CommandBinding kBindings[] = {
     {cmd::kFilterKMean, filter},
     {cmd::kTransformNormal, transform},
     {cmd::kTransformVectorize, transform},
+    {cmd::kTransformAlphabet, transform},
     {cmd::kRender, render},
     {cmd::kRenderFrame, render_frame},
     {cmd::kSpike, spike_drawing},

@@ -90,6 +90,12 @@ void PicturePanel::rebuild_overlay() {
             for (const BoundaryPoint& p : s.loop.points) poly << QPointF(p.x, p.y);
             o.outlines.push_back(poly);
             for (const Circle& c : s.circles) add_circle(c);
+            // A letter shows all its rings; other Segments' children are Segments drawn on their own.
+            if (s.own_circle_colours)
+                for (const BoundaryPiece& child : s.children) {
+                    QPolygonF& ring = o.inner.emplace_back();
+                    for (const BoundaryPoint& p : child.points) ring << QPointF(p.x, p.y);
+                }
         }
     }
     view_->set_overlay(std::move(o));

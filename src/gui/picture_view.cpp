@@ -149,6 +149,8 @@ void PictureView::draw_overlay(QPainter& p) {
         p.setPen(outline_pen);
         p.drawPolygon(overlay_.outlines[i]);
     }
+    p.setPen(outline_pen);
+    for (const QPolygonF& ring : overlay_.inner) p.drawPolygon(ring);
     p.save();
     p.resetTransform();
     p.drawImage(0, 0, circle_layer_);

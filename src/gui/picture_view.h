@@ -21,6 +21,7 @@ namespace velq::gui {
 struct Overlay {
     QVector<LiveCircle> circles;
     QVector<QPolygonF> outlines;  // one closed polyline per segment, in segment order
+    QVector<QPolygonF> inner;     // a letter's further rings (its counters, an 'i''s dot), never marked
 };
 
 class PictureView : public QWidget {

@@ -41,6 +41,12 @@ std::string encode_layer_record(const LayerRecord& rec, std::span<std::uint8_t, 
     if (!fits_text_field(rec.font.face, o::font_face_size))
         return "The font name is too long to be stored with the settings (at most " +
                std::to_string(o::font_face_size - 1) + " bytes)";
+    if (!fits_text_field(rec.alphabet_text, o::alphabet_text_size))
+        return "The alphabet text is too long to be stored with the settings (at most " +
+               std::to_string(o::alphabet_text_size - 1) + " bytes)";
+    if (!fits_text_field(rec.alphabet_face, o::alphabet_face_size))
+        return "The alphabet font name is too long to be stored with the settings (at most " +
+               std::to_string(o::alphabet_face_size - 1) + " bytes)";
     std::memset(out.data(), 0, out.size());
     put_i32(out, o::passage_mode, rec.passage_mode ? 1 : 0);
     put_i32(out, o::transparency, rec.transparency);
@@ -64,6 +70,9 @@ std::string encode_layer_record(const LayerRecord& rec, std::span<std::uint8_t, 
     put_text(out, o::font_face, o::font_face_size, rec.font.face);
     put_u8(out, o::passage_style, rec.passage_style);
     put_u8(out, o::keep_blanks, rec.keep_blanks);
+
+    put_text(out, o::alphabet_text, o::alphabet_text_size, rec.alphabet_text);
+    put_text(out, o::alphabet_face, o::alphabet_face_size, rec.alphabet_face);
 
     put_u8(out, o::first_shape_only, rec.first_shape_only);
     put_u8(out, o::random, rec.random);
@@ -109,6 +118,9 @@ bool decode_layer_record(std::span<const std::uint8_t, kLayerRecordSize> in, Lay
     if (!get_text(in, o::font_face, o::font_face_size, r.font.face)) return false;
     r.passage_style = in[o::passage_style];
     if (r.passage_style >= kPassageStyleCount || !flag(in[o::keep_blanks], r.keep_blanks)) return false;
+    if (!get_text(in, o::alphabet_text, o::alphabet_text_size, r.alphabet_text) ||
+        !get_text(in, o::alphabet_face, o::alphabet_face_size, r.alphabet_face))
+        return false;
 
     if (!flag(in[o::first_shape_only], r.first_shape_only) || !flag(in[o::random], r.random) ||
         !flag(in[o::shuffle], r.shuffle) || !flag(in[o::invert], r.invert) ||

@@ -23,6 +23,9 @@ inline constexpr std::size_t anim_name = 544, anim_name_size = 1024;
 inline constexpr std::size_t font_height = 1568, font_weight = 1572, font_italic = 1576;
 inline constexpr std::size_t font_face = 1600, font_face_size = 256;
 inline constexpr std::size_t passage_style = 1856, keep_blanks = 1857;
+// The Alphabet transform's passage and font face, kept in the first layer's record only.
+inline constexpr std::size_t alphabet_text = 2048, alphabet_text_size = 2048;
+inline constexpr std::size_t alphabet_face = 4096, alphabet_face_size = 256;
 inline constexpr std::size_t first_shape_only = 4352, random = 4353, shuffle = 4354, invert = 4355,
                              convert = 4356, shown = 4357, case_folding = 4358, has_shapes = 4359;
 }  // namespace layer_offset
@@ -57,6 +60,9 @@ struct LayerRecord {
     std::uint8_t passage_style = 0;  // PassageStyle; 0 (Flat) in blocks written before styles
     bool keep_blanks = false;
     bool has_shapes = false;  // the layer holds at least one shape
+    // The first layer's record also carries the Alphabet transform's text and face (UTF-8; empty:
+    // the built-in ones).
+    std::string alphabet_text, alphabet_face;
 
     // Shapes that are neither the default disc nor passage characters came from files, and their
     // paths follow the record in the block.

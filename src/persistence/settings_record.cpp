@@ -66,6 +66,10 @@ std::string encode_settings_record(const SettingsRecord& rec,
         put_u8(out, o::has_filter_seed, 1);
         put_u32(out, o::filter_seed, rec.filter_seed);
     }
+    put_u8(out, o::alphabet_layout, rec.alphabet_layout);
+    put_u8(out, o::alphabet_bold, rec.alphabet_bold ? 1 : 0);
+    put_u8(out, o::alphabet_italic, rec.alphabet_italic ? 1 : 0);
+    put_i32(out, o::alphabet_rows, rec.alphabet_rows);
     if (rec.logo_kind != LogoKind::None) {
         put_u8(out, o::logo_kind, std::uint8_t(rec.logo_kind));
         put_u8(out, o::logo_transparency, rec.logo_transparency);
@@ -130,6 +134,13 @@ RecordStatus decode_settings_record(std::span<const std::uint8_t, kSettingsRecor
     if (has_seed > 1) return RecordStatus::Invalid;
     r.has_filter_seed = has_seed == 1;
     if (r.has_filter_seed) r.filter_seed = get_u32(in, o::filter_seed);
+    r.alphabet_layout = in[o::alphabet_layout];
+    const std::uint8_t bold = in[o::alphabet_bold], italic = in[o::alphabet_italic];
+    r.alphabet_bold = bold == 1;
+    r.alphabet_italic = italic == 1;
+    r.alphabet_rows = get_i32(in, o::alphabet_rows);
+    if (r.alphabet_layout > 2 || bold > 1 || italic > 1 || !in_range(r.alphabet_rows, 0, kMaxAlphabetRows))
+        return RecordStatus::Invalid;
     const std::uint8_t logo = in[o::logo_kind];
     if (logo > std::uint8_t(LogoKind::Picture)) return RecordStatus::Invalid;
     r.logo_kind = LogoKind(logo);

@@ -24,6 +24,8 @@ inline constexpr std::size_t kPathFieldSize = 4096;
 inline constexpr int kCyclingCount = 21;
 // The largest output side a block may ask for; anything larger is a corrupt or hostile block.
 inline constexpr std::int32_t kMaxOutputSide = 65535;
+// The most rows of text the Alphabet transform sets.
+inline constexpr std::int32_t kMaxAlphabetRows = 1000;
 
 // Offsets of the record's fields.
 namespace settings_offset {
@@ -34,10 +36,13 @@ inline constexpr std::size_t signature = 0, path = 14, version = 4112, interpola
                              cycling = 4173, motion_pack = 4194, logo_kind = 4195, background = 4196,
                              global_brightness = 4200, logo_transparency = 4204, logo_text = 4208,
                              logo_face = 4976, impact_x = 5104, impact_y = 5112, has_filter_seed = 5120,
-                             filter_seed = 5124, reserved = 5160;
+                             filter_seed = 5124, reserved = 5168;
 // The drawing that replaced the render: all zero (and not read) when there is none.
 inline constexpr std::size_t drawing_kind = 5128, drawing_layer = 5129, drawing_burst = 5130,
                              drawing_lead = 5131, drawing_lead_colour = 5132, drawing_spike_width = 5136;
+// The Alphabet transform's layout, font style and rows.
+inline constexpr std::size_t alphabet_layout = 5160, alphabet_bold = 5161, alphabet_italic = 5162,
+                             alphabet_rows = 5164;
 }  // namespace settings_offset
 // The logo's text (or picture path) and font face fields; each holds one byte less of text.
 inline constexpr std::size_t kLogoTextFieldSize = 768, kLogoFaceFieldSize = 128;
@@ -77,6 +82,11 @@ struct SettingsRecord {
     bool has_filter_seed = false;
     std::uint32_t filter_seed = 0;
     Drawing drawing;  // kind None: the plain render
+    // The Alphabet transform's layout (0 Lines, 1 Packed, 2 Inverse), font style and rows (0: from
+    // Max); its text and face live in the first layer's record.
+    std::uint8_t alphabet_layout = 0;
+    bool alphabet_bold = false, alphabet_italic = false;
+    std::int32_t alphabet_rows = 0;
 
     bool operator==(const SettingsRecord&) const = default;
 };

@@ -1,5 +1,6 @@
 #include "render/font_file.h"
 
+#include <cctype>
 #include <memory>
 
 #include <fontconfig/fontconfig.h>

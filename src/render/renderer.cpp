@@ -58,7 +58,15 @@ std::vector<Placement> make_placements(Host& host, Layer& layer, const std::vect
             if (!seg.enabled) continue;
             seg.display = through_palette(palettes, layer.palette, seg.colour);
             apply_colour_options(layer, seg.display, &random);
-            for (const Circle& c : seg.circles) out.push_back(place(layer, c, seg.display));
+            if (!seg.own_circle_colours) {
+                for (const Circle& c : seg.circles) out.push_back(place(layer, c, seg.display));
+                continue;
+            }
+            for (const Circle& c : seg.circles) {
+                ColourRecord paint = through_palette(palettes, layer.palette, c.own);
+                apply_colour_options(layer, paint, nullptr);
+                out.push_back(place(layer, c, paint));
+            }
         }
     } else {
         out.reserve(circles.size());

@@ -7,8 +7,8 @@
 #include <cstdint>
 #include <vector>
 
-#include "segments/colour.h"
 #include "segments/circle.h"
+#include "segments/colour.h"
 
 namespace velq {
 
@@ -19,6 +19,13 @@ struct Pixel {
 
 struct BoundaryPoint {
     double x = 0, y = 0;
+};
+
+// One command of a drawn outline as a font gives it, in picture pixels.
+struct PathCommand {
+    enum class Op { Move, Line, Quad, Cubic } op = Op::Move;
+    // The control points, then the end point: Move and Line use p[0]; Quad p[0], p[1]; Cubic all three.
+    BoundaryPoint p[3];
 };
 
 // An open or closed polyline of boundary points.
@@ -45,6 +52,10 @@ struct Segment {
     ColourRecord display;                      // colour after the layer's palette and options
     // The loop minus the children's loops (made when the children are unified): what is packed.
     std::vector<SegmentRegion> regions;
+    // A letter of the Alphabet transform: each circle is painted in its own colour (the picture's at
+    // its centre) instead of the Segment's, and the outline as the font draws it is kept.
+    bool own_circle_colours = false;
+    std::vector<PathCommand> curves;
 };
 
 }  // namespace velq

@@ -133,7 +133,8 @@ TEST(TransformDriver, RefusalsFailAndLeaveNoCircles) {
         TransformMode mode;
         const char* message;
     } cases[] = {{0.05, 0.05, TransformMode::Normal, "Invalid MAX, MIN value in fill_circle_algo1()"},
-                 {0.05, 0.02, TransformMode::Vectorize, "Invalid MAX, MIN value in fill_circle_algo2()"}};
+                 {0.05, 0.02, TransformMode::Vectorize, "Invalid MAX, MIN value in fill_circle_algo2()"},
+                 {0.05, 0.02, TransformMode::Alphabet, "Invalid MAX, MIN value in fill_circle_algo2()"}};
     for (const Case& k : cases) {
         SCOPED_TRACE(k.message);
         Opened o;
@@ -147,9 +148,6 @@ TEST(TransformDriver, RefusalsFailAndLeaveNoCircles) {
     test::RecordingHost host;
     Document doc(host);
     EXPECT_EQ(do_transform(doc, host, TransformMode::Normal, false), -1) << "nothing to transform";
-    Opened alphabet;
-    EXPECT_EQ(do_transform(alphabet.doc, alphabet.host, TransformMode::Alphabet, false), -1);
-    EXPECT_TRUE(alphabet.host.said("The Alphabet transform is not available yet"));
 }
 
 TEST(TransformDriver, AStoppedPackingKeepsItsCirclesWithTheirColours) {

@@ -27,8 +27,8 @@ std::set<std::string> keys_of(const nlohmann::json& object) {
     return keys;
 }
 
-// Both transforms write one JSON layout, and the SVG of the same run holds the same circles.
-TEST(CirclesCli, BothTransformsWriteOneFormatAndTheSvgHoldsTheSameCircles) {
+// Every transform writes one JSON layout, and the SVG of the same run holds the same circles.
+TEST(CirclesCli, EveryTransformWritesOneFormatAndTheSvgHoldsTheSameCircles) {
     const std::string dir = test::temp_dir("circles-format");
     const std::string in = dir + "/in.png";
     const UBUFFER pic = test::make_picture(50, 36, [](int x, int y) {
@@ -39,7 +39,7 @@ TEST(CirclesCli, BothTransformsWriteOneFormatAndTheSvgHoldsTheSameCircles) {
     const std::set<std::string> top = {"format", "transform", "width", "height", "circles", "segments"};
     const std::set<std::string> circle = {"x", "y", "radius", "colour", "segment"};
     const std::set<std::string> segment = {"index", "colour", "outline", "children"};
-    for (const std::string transform : {"normal", "vectorize"}) {
+    for (const std::string transform : {"normal", "vectorize", "alphabet"}) {
         const std::vector<std::string> args = {"circles", in,     "--int",       "3",
                                                "--max",   "0.06", "--transform", transform};
         std::vector<std::string> to_json = args, to_svg = args;
@@ -59,6 +59,8 @@ TEST(CirclesCli, BothTransformsWriteOneFormatAndTheSvgHoldsTheSameCircles) {
         EXPECT_EQ(j["segments"].empty(), transform == "normal");
         for (const auto& s : j["segments"]) EXPECT_EQ(keys_of(s), segment);
         const std::string svg = read_all(dir + "/c.svg");
+        // Letters keep their font's curves.
+        EXPECT_EQ(svg.find(" Q") != std::string::npos, transform == "alphabet") << transform;
         EXPECT_NE(svg.find("width=\"148\" height=\"106\" viewBox=\"0 0 148 106\""), std::string::npos);
         const std::regex svg_circle(
             "<circle cx=\"([^\"]+)\" cy=\"([^\"]+)\" r=\"([^\"]+)\" fill=\"#([0-9a-f]{6})\"/>");

@@ -21,6 +21,7 @@
 #include <QProgressBar>
 #include <QPushButton>
 #include <QSet>
+#include <QSpinBox>
 #include <QUrl>
 #include <tuple>
 
@@ -289,6 +290,35 @@ private slots:
         f.presenter->colours = {QColor(10, 20, 30)};
         w.trigger(cmd::kBackgroundColor);
         QCOMPARE(f.doc().background, pack_colorref(10, 20, 30));
+    }
+
+    void alphabetDialogSetsTheTextAndLettersTakeAColour() {
+        WindowFixture f;
+        MainWindow& w = *f.window;
+        QVERIFY(f.load_picture(velq::test::noise_picture(60, 40, 5)));
+        f.presenter->on_dialog = [](QDialog& d) {
+            d.findChild<QPlainTextEdit*>("text")->setPlainText(QStringLiteral("Ab"));
+            d.findChild<QSpinBox*>("rows")->setValue(2);
+            return int(QDialog::Accepted);
+        };
+        w.trigger(cmd::kTransformAlphabet);
+        QTRY_VERIFY(!w.busy());
+        QCOMPARE(f.presenter->dialogs, QStringList{QStringLiteral("Alphabet")});
+        QCOMPARE(f.doc().settings.alphabet.text, std::string("Ab"));
+        QVERIFY(w.action(cmd::kTransformAlphabet)->isChecked());
+        QVERIFY(f.doc().segments.size() >= 2);
+        QCOMPARE(f.doc().segments[0].curves.empty(), false);
+
+        // A double click on the first letter's first circle picks that letter.
+        auto* view = w.findChild<PictureView*>();
+        const ViewRect r = view->state().rect;
+        const Circle& first = f.doc().segments[0].circles.front();
+        emit view->double_clicked_at(QPointF(r.left + first.x * r.width(), r.top + first.y * r.height()));
+        QCOMPARE(f.doc().selected_segment, 0);
+        f.presenter->colours = {QColor(10, 20, 30)};
+        w.trigger(cmd::kChangeColor);
+        for (const Circle& c : f.doc().segments[0].circles) QCOMPARE(c.own.c2, 30.0);
+        QVERIFY(f.doc().segments[1].circles.front().own.c2 != 30.0);
     }
 
     void shapeDetailStepsRoundTheSelectedLayersShapes() {

@@ -30,6 +30,13 @@ TEST(LayerRecord, RefusesTextsThatDoNotFitAndValuesOutOfRange) {
     rec = sample;
     rec.font.face.assign(256, 'f');
     EXPECT_NE(encode_layer_record(rec, good).find("font name"), std::string::npos);
+    rec = sample;
+    rec.alphabet_text.assign(2048, 't');
+    EXPECT_NE(encode_layer_record(rec, good).find("alphabet text"), std::string::npos);
+    rec.alphabet_text = "Text \xC3\xA9", rec.alphabet_face = "DejaVu Serif";
+    ASSERT_EQ(encode_layer_record(rec, good), "");
+    EXPECT_EQ(std::string(reinterpret_cast<const char*>(&good[2048])), rec.alphabet_text);
+    EXPECT_EQ(std::string(reinterpret_cast<const char*>(&good[4096])), rec.alphabet_face);
 
     ASSERT_EQ(encode_layer_record(sample, good), "");
     auto i32 = [](std::size_t at, std::int32_t v) { return [=](Record& r) { put(r, at, &v, 4); }; };
@@ -59,7 +66,8 @@ TEST(LayerRecord, RefusesTextsThatDoNotFitAndValuesOutOfRange) {
         {"passage style 7", [](Record& r) { r[1856] = 7; }, true},
         {"passage style 8", [](Record& r) { r[1856] = 8; }, false},
         {"keep blanks 2", [](Record& r) { r[1857] = 2; }, false},
-        {"reserved byte", [](Record& r) { r[3000] = 0xFF; }, true},
+        {"unterminated alphabet face", [](Record& r) { std::memset(r.data() + 4096, 'a', 256); }, false},
+        {"reserved byte", [](Record& r) { r[1900] = 0xFF; }, true},
     };
     for (const auto& c : cases) {
         SCOPED_TRACE(c.what);

@@ -66,6 +66,7 @@ TEST(SettingsRecord, BackgroundBrightnessLogoAndImpactLiveInTheReservedBytes) {
             rec.impact_x = 0.35, rec.impact_y = 0.45;
             rec.has_filter_seed = true, rec.filter_seed = 0xC0FFEE;
             rec.drawing = {DrawingKind::BurstSpikes, 3, 1.5, 9, 4, 0x102030};
+            rec.alphabet_layout = 2, rec.alphabet_italic = true, rec.alphabet_rows = 12;
         }
         Record out;
         const std::string problem = encode_settings_record(rec, out);
@@ -103,6 +104,10 @@ TEST(SettingsRecord, BackgroundBrightnessLogoAndImpactLiveInTheReservedBytes) {
             double spike_width;
             std::memcpy(&spike_width, &out[5136], 8);
             EXPECT_EQ(spike_width, 1.5);
+            std::int32_t rows = 0;
+            std::memcpy(&rows, &out[5164], 4);
+            EXPECT_EQ(std::vector<int>(out.begin() + 5160, out.begin() + 5163), (std::vector<int>{2, 0, 1}));
+            EXPECT_EQ(rows, 12);
         }
     }
 }
@@ -144,6 +149,9 @@ TEST(SettingsRecord, DecodingSortsRecordsByWhatIsWrong) {
          },
          RecordStatus::Invalid},
         {"filter seed flag 2", [](Record& r) { r[5120] = 2; }, RecordStatus::Invalid},
+        {"alphabet layout 3", [](Record& r) { r[5160] = 3; }, RecordStatus::Invalid},
+        {"alphabet italic 2", [](Record& r) { r[5162] = 2; }, RecordStatus::Invalid},
+        {"alphabet rows 1001", i32(5164, 1001), RecordStatus::Invalid},
         {"unterminated logo text",
          [](Record& r) {
              r[4195] = 1;

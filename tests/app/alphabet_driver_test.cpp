@@ -1,0 +1,166 @@
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <cmath>
+
+#include "app/alphabet_driver.h"
+#include "app/filter_driver.h"
+#include "app/metadata.h"
+#include "app/transform_driver.h"
+#include "persistence/settings_block.h"
+#include "support/pictures.h"
+#include "support/recording_host.h"
+#include "transform/ring_checks.h"
+
+namespace velq {
+namespace {
+
+// Stops the transform when the first accepted circles are reported.
+class StopAtFirstCircles : public test::RecordingHost {
+public:
+    void circles_added(std::span<const LiveCircle> batch) override {
+        test::RecordingHost::circles_added(batch);
+        stop = true;
+    }
+};
+
+UBUFFER stripes(int w, int h) {
+    return test::make_picture(w, h,
+                              [](int x, int y) { return (x / 10 + y / 14) % 2 ? 0xFFD04020u : 0xFF2080E0u; });
+}
+
+// A Document holding `source`, filtered once, set for the Alphabet transform.
+template <class HostType = test::RecordingHost>
+struct Opened {
+    HostType host;
+    Document doc{host};
+    explicit Opened(UBUFFER source, int interpolation = 2) {
+        doc.source = std::move(source);
+        doc.settings.interpolation = interpolation;
+        doc.settings.max_size = 0.05;
+        doc.settings.min_size = 0.004;
+        doc.settings.alphabet.rows = 3;
+        EXPECT_EQ(do_filter(doc, host, FilterKind::Normal, doc.settings.memory_limit), 0);
+        host.clear();
+    }
+};
+
+bool same_circles(const std::vector<Circle>& a, const std::vector<Circle>& b) {
+    return std::equal(a.begin(), a.end(), b.begin(), b.end(), [](const Circle& p, const Circle& q) {
+        return p.x == q.x && p.y == q.y && p.radius == q.radius && p.own == q.own;
+    });
+}
+
+// Every letter's circles, letter after letter.
+std::vector<Circle> all_circles(const Document& doc) {
+    std::vector<Circle> out;
+    for (const Segment& s : doc.segments) out.insert(out.end(), s.circles.begin(), s.circles.end());
+    return out;
+}
+
+// Inside the region (in its outer ring, in none of its holes), and how far from its nearest edge.
+bool in_region(double x, double y, const SegmentRegion& r) {
+    return test::inside_ring(r.outer, x, y) &&
+           std::none_of(r.holes.begin(), r.holes.end(),
+                        [&](const auto& h) { return test::inside_ring(h, x, y); });
+}
+double to_edges(double x, double y, const SegmentRegion& r) {
+    double d = test::distance_to_ring(r.outer, x, y);
+    for (const auto& h : r.holes) d = std::min(d, test::distance_to_ring(h, x, y));
+    return d;
+}
+
+TEST(AlphabetDriver, CirclesStayInsideTheirLetterAndOffEveryOtherInEachLayout) {
+    for (const AlphabetLayout layout :
+         {AlphabetLayout::Lines, AlphabetLayout::Packed, AlphabetLayout::Inverse}) {
+        Opened<> o(stripes(150, 100));
+        o.doc.settings.alphabet.layout = int(layout);
+        o.doc.settings.alphabet.text = "Bo%";
+        ASSERT_EQ(do_transform(o.doc, o.host, TransformMode::Alphabet, false), 0) << int(layout);
+        const UBUFFER& pic = o.doc.filtered;
+        const int w = pic.width(), h = pic.height();
+        ASSERT_GT(o.doc.segments.size(), 2u);
+        std::size_t circles = 0;
+        for (std::size_t i = 0; i < o.doc.segments.size(); ++i) {
+            const Segment& s = o.doc.segments[i];
+            for (const Circle& c : s.circles) {
+                const double x = c.x * w, y = c.y * h;
+                ++circles;
+                const auto own = std::find_if(s.regions.begin(), s.regions.end(),
+                                              [&](const SegmentRegion& r) { return in_region(x, y, r); });
+                ASSERT_NE(own, s.regions.end()) << int(layout) << " segment " << i;
+                EXPECT_GE(to_edges(x, y, *own), c.radius - 0.5);
+                EXPECT_EQ(c.own.c0, pic.at(int(x), int(y), 2));
+                EXPECT_EQ(o.doc.label_map.at(int(x), int(y)), i + 1) << "picking finds the letter";
+                for (std::size_t j = 0; j < o.doc.segments.size(); ++j)
+                    for (const SegmentRegion& r : o.doc.segments[j].regions)
+                        if (j != i) EXPECT_TRUE(!in_region(x, y, r) && to_edges(x, y, r) >= c.radius - 0.5);
+            }
+        }
+        EXPECT_GT(circles, 50u);
+    }
+}
+
+TEST(AlphabetDriver, BadInputSaysWhyAndKeepsThePreviousResult) {
+    struct Case {
+        const char* text;
+        const char* face;
+        int side;
+        std::string message;
+    };
+    for (const Case& k : {Case{" \t\n ", "", 150, "The alphabet text has no letter"},
+                          {"Hello", "No Such Face Qwz", 150, "Failed to load the font (No Such Face Qwz)"},
+                          {"Hello", "", 6, "The picture is too small for one letter"}}) {
+        Opened<> o(stripes(k.side, k.side), 1);
+        o.doc.settings.max_size = 0.5;  // room for circles on the smallest picture
+        ASSERT_EQ(do_transform(o.doc, o.host, TransformMode::Normal, false), 0);
+        const std::size_t before = o.doc.circles.size();
+        o.doc.settings.alphabet.text = k.text;
+        o.doc.settings.alphabet.face = k.face;
+        o.host.clear();
+        EXPECT_EQ(do_transform(o.doc, o.host, TransformMode::Alphabet, true), -1);
+        EXPECT_EQ(o.host.messages(), std::vector<std::string>{k.message});
+        EXPECT_EQ(o.doc.circles.size(), before);
+        EXPECT_EQ(o.doc.settings.transform_mode, int(TransformMode::Normal));
+    }
+}
+
+TEST(AlphabetDriver, StopKeepsTheLettersPackedSoFar) {
+    Opened<> full(stripes(200, 150));
+    Opened<StopAtFirstCircles> stopped(stripes(200, 150));
+    ASSERT_EQ(do_transform(full.doc, full.host, TransformMode::Alphabet, false), 0);
+    ASSERT_EQ(do_transform(stopped.doc, stopped.host, TransformMode::Alphabet, false), 0);
+    // What was kept is the first part of the full packing, letter by letter.
+    const std::vector<Circle> kept = all_circles(stopped.doc), every = all_circles(full.doc);
+    ASSERT_GT(kept.size(), 0u);
+    ASSERT_LT(kept.size(), every.size());
+    EXPECT_TRUE(same_circles(kept, {every.begin(), every.begin() + std::ptrdiff_t(kept.size())}));
+    EXPECT_EQ(stopped.host.messages(), std::vector<std::string>{stopped_message(kept.size())});
+}
+
+TEST(AlphabetDriver, ASavedResultReopensToTheSameCircles) {
+    Opened<> saved(stripes(150, 100));
+    AlphabetSettings& a = saved.doc.settings.alphabet;
+    a = {"Wörds & more", "DejaVu Serif", false, true, int(AlphabetLayout::Packed), 4};
+    saved.doc.settings.transform_mode = int(TransformMode::Alphabet);
+    ASSERT_EQ(do_transform(saved.doc, saved.host, TransformMode::Alphabet, false), 0);
+    SettingsBlock block;
+    ASSERT_EQ(make_settings_block(saved.doc, false, block), "");
+    std::vector<std::uint8_t> bytes;
+    ASSERT_EQ(encode_block_body(block, bytes), "");
+    SettingsBlock read;
+    ASSERT_EQ(decode_block_body(bytes, read), BlockStatus::Ok);
+
+    test::RecordingHost host;
+    Document reopened(host);
+    reopened.source = stripes(150, 100);
+    apply_block_settings(reopened, read.settings);
+    ASSERT_EQ(apply_block_layers(reopened, host, read), 0);
+    EXPECT_EQ(reopened.settings.alphabet, a);
+    ASSERT_EQ(do_filter(reopened, host, FilterKind::Normal, reopened.settings.memory_limit), 0);
+    ASSERT_EQ(do_transform(reopened, host, TransformMode(reopened.settings.transform_mode), false), 0);
+    EXPECT_TRUE(same_circles(all_circles(reopened), all_circles(saved.doc)));
+}
+
+}  // namespace
+}  // namespace velq
