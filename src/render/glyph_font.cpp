@@ -66,9 +66,9 @@ double GlyphFont::descender() const {
     return face_ ? -double(face_->face->descender) : 0;
 }
 
-const GlyphOutline& GlyphFont::glyph(char32_t c) {
+const LetterGlyph& GlyphFont::glyph(char32_t c) {
     if (auto it = cache_.find(c); it != cache_.end()) return it->second;
-    GlyphOutline g;
+    LetterGlyph g;
     if (face_) {
         FT_Face face = face_->face;
         const FT_UInt index = FT_Get_Char_Index(face, FT_ULong(c));

@@ -11,7 +11,7 @@
 
 namespace velq {
 
-struct GlyphOutline {
+struct LetterGlyph {
     OutlinePath path;    // font units, y up, origin on the baseline at the pen position
     double advance = 0;  // font units
     bool blank = true;   // no contour (a space, or a character the font lacks and draws as nothing)
@@ -31,14 +31,14 @@ public:
     double ascender() const;   // above the baseline, positive
     double descender() const;  // below the baseline, positive
     // The outline of `c` (cached). A character the font lacks gives its missing-glyph box.
-    const GlyphOutline& glyph(char32_t c);
+    const LetterGlyph& glyph(char32_t c);
     // The pair's kerning, to add to the first character's advance (font units, usually negative).
     double kerning(char32_t left, char32_t right);
 
 private:
     struct Face;
     std::unique_ptr<Face> face_;
-    std::map<char32_t, GlyphOutline> cache_;
+    std::map<char32_t, LetterGlyph> cache_;
 };
 
 }  // namespace velq

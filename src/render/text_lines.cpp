@@ -23,7 +23,7 @@ Run measure(GlyphFont& font, std::u32string text) {
     run.left = std::numeric_limits<double>::max();
     run.right = std::numeric_limits<double>::lowest();
     for (std::size_t k = 0; k < run.text.size(); ++k) {
-        const GlyphOutline& g = font.glyph(run.text[k]);
+        const LetterGlyph& g = font.glyph(run.text[k]);
         run.pens.push_back(pen);
         // The control points hold the curves, and fonts put points at the curves' extremes.
         for (const PathCommand& c : g.path)
@@ -149,7 +149,7 @@ std::vector<PlacedGlyph> layout_lines(GlyphFont& font, std::u32string_view passa
         for (const Run& run : row) {
             const double origin = x - run.left;
             for (std::size_t k = 0; k < run.text.size(); ++k) {
-                const GlyphOutline& g = font.glyph(run.text[k]);
+                const LetterGlyph& g = font.glyph(run.text[k]);
                 if (g.blank) continue;
                 const double pen = origin + run.pens[k] + double(k) * letter_extra;
                 out.push_back(

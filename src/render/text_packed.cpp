@@ -20,7 +20,7 @@ struct Mask {
     double origin_x = 0, origin_y = 0;       // pen origin relative to the mask's corner, pixels
 };
 
-Mask make_mask(const GlyphOutline& g, double scale, double cell, int pad) {
+Mask make_mask(const LetterGlyph& g, double scale, double cell, int pad) {
     double minx = std::numeric_limits<double>::max(), maxx = -minx, miny = minx, maxy = -minx;
     for (const PathCommand& c : g.path)
         for (int i = 0; i < point_count(c.op); ++i) {
