@@ -12,7 +12,6 @@ using enum Gate;
 using enum Check;
 
 // Why a command is greyed. Capabilities nobody has designed yet say so; the rest are being built.
-constexpr std::string_view kNoMotionPack = "Not available yet: motion packs are not designed";
 constexpr std::string_view kNoAlphabet = "Not available yet: the Alphabet transform is not designed";
 constexpr std::string_view kNoPassage = "Not available yet: passages are not designed";
 constexpr std::string_view kNoBatch = "Not available yet: batch runs are not designed";
@@ -38,7 +37,7 @@ constexpr std::string_view kHelp = "Help";
 constexpr std::array kCommands = {
     // id                          text                      menu        need         gate         busy   check      shortcut        unavailable
     Command{cmd::kOpen,            "Open",                   kFile,      None,        Always,      false, Plain,     "Ctrl+O",       {}},
-    Command{cmd::kLoadMotionPack,  "Load motion-pack",       kFile,      None,        Always,      true,  Plain,     "",             kNoMotionPack},
+    Command{cmd::kLoadMotionPack,  "Load motion-pack",       kFile,      None,        Always,      true,  Plain,     "",             {}},
     Command{cmd::kLoadLayers,      "Load layers",            kFile,      None,        Always,      false, Plain,     "",             {}},
     Command{cmd::kLoadLogo,        "Load logo",              kFile,      None,        Always,      true,  Plain,     "",             {}},
     Command{cmd::kSave,            "Save",                   kFile,      Result,      Picture,     false, Plain,     "Ctrl+S",       {}},

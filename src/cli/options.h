@@ -30,6 +30,7 @@ struct TransformOptions {
     std::optional<double> min_size;
     std::optional<int> dilation;
     std::optional<std::string> transform;  // normal, vectorize
+    std::optional<std::string> camera;     // YAW,PITCH,DISTANCE for a 3D model without a camera
 };
 
 struct OutputOptions {
