@@ -23,17 +23,23 @@ int load_motion_pack(Document& doc, Host& host, const std::string& path) {
     }
     const int w = doc.settings.video_width > 0 ? doc.settings.video_width : 640;
     const int h = doc.settings.video_height > 0 ? doc.settings.video_height : 480;
+    // The pictures a picture would have, all blank in the background colour.
+    const auto blank = [&](UBUFFER& b) {
+        if (!b.allocate(w, h, 4)) return false;
+        fill_background(b, doc.background);
+        return true;
+    };
     UBUFFER canvas;
-    if (!canvas.allocate(w, h, 4)) {
+    if (!blank(canvas)) {
         host.message("Failed to load motion pack- " + where + " (out of memory)");
         return -1;
     }
-    fill_background(canvas, doc.background);
     doc.reset();
     init_operation(doc);
-    if (!copy_to(host, canvas, doc.filter_buffer) || !copy_to(host, canvas, doc.working) ||
-        !copy_to(host, canvas, doc.view) || !doc.filtered.allocate(w, h, 4)) {
+    if (!blank(doc.filter_buffer) || !blank(doc.working) || !blank(doc.view) ||
+        !doc.filtered.allocate(w, h, 4)) {
         doc.reset();
+        host.message("Failed to load motion pack- " + where + " (out of memory)");
         return -1;
     }
     doc.source = std::move(canvas);
