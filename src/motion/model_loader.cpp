@@ -176,9 +176,18 @@ ModelRead read_model(const std::string& path) {
     const aiScene* scene = importer.ReadFile(path, aiProcess_Triangulate | aiProcess_LimitBoneWeights |
                                                        aiProcess_JoinIdenticalVertices |
                                                        aiProcess_ValidateDataStructure | aiProcess_FlipUVs);
-    if (!scene || (scene->mFlags & AI_SCENE_FLAGS_INCOMPLETE) || !scene->mRootNode) {
+    if (!scene || !scene->mRootNode) {
         const std::string why = importer.GetErrorString();
         out.error = why.empty() ? "not a 3D model that can be read" : why;
+        return out;
+    }
+    // The importer marks a scene without meshes incomplete; say which it is.
+    if (scene->mNumMeshes == 0) {
+        out.error = "the model has no meshes";
+        return out;
+    }
+    if (scene->mFlags & AI_SCENE_FLAGS_INCOMPLETE) {
+        out.error = "the model is incomplete";
         return out;
     }
     std::map<std::string, int> by_name;
