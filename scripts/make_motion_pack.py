@@ -1,9 +1,9 @@
 #!/usr/bin/env python3
 """Writes data/swaying_tube.gltf: a small animated glTF 2.0 model for trying motion packs.
 
-A tube 2 units tall (radius 0.35, y up) skinned to a chain of four bones, 0.5 apart. Over two seconds
-(it loops) each bone sways about z and x with a lag up the chain, so the tube waves like a plant in
-the wind while it bobs. Vertex colours run through the hues from bottom to top, banded around.
+A tube 2 units tall (radius 0.35, y up) skinned to a chain of four bones, 0.5 apart. Twice in five
+seconds (it loops) each bone sways about z and x with a lag up the chain, so the tube waves like a
+plant in the wind while it bobs. Vertex colours run through the hues from bottom to top, banded around.
 Run again to remake the file: python3 scripts/make_motion_pack.py [OUTPUT]
 """
 import base64
@@ -15,7 +15,7 @@ import sys
 
 AROUND, ALONG, HEIGHT, RADIUS, BONES = 32, 24, 2.0, 0.35, 4
 SPAN = HEIGHT / BONES
-DURATION, KEYS = 2.0, 17
+DURATION, KEYS, SWAYS = 5.0, 41, 2
 
 
 def quat(axis, angle):
@@ -55,14 +55,14 @@ rotations = []
 for k in range(BONES):
     keys = []
     for t in times:
-        phase = 2 * math.pi * t / DURATION - 0.9 * k
+        phase = 2 * math.pi * SWAYS * t / DURATION - 0.9 * k
         sway = quat([0, 0, 1], math.radians(18) * math.sin(phase))
         nod = quat([1, 0, 0], math.radians(10) * math.sin(2 * phase))
         keys += qmul(sway, nod)
     rotations.append(keys)
 bob = []
 for t in times:
-    bob += [0.0, 0.15 * abs(math.sin(2 * math.pi * t / DURATION)), 0.0]
+    bob += [0.0, 0.15 * abs(math.sin(2 * math.pi * SWAYS * t / DURATION)), 0.0]
 
 blob, views, accessors = bytearray(), [], []
 
