@@ -183,6 +183,8 @@ bool command_enabled(const Command& c, const UiState& s) {
             if (!s.picture || !s.transformed) return false;
             break;
     }
+    // A motion pack is no picture: nothing to filter or to transform.
+    if (s.motion_pack && (c.check == Check::Filter || c.check == Check::Transform)) return false;
     // The pairs whose greying follows the selection.
     switch (c.id) {
         case cmd::kLayerDisable:
