@@ -171,6 +171,57 @@ TEST(Model, SamplesCoverAUnitSquareAtTheTargetDensity) {
     }
 }
 
+TEST(Model, SamplesTakeTheModelsColour) {
+    // A unit square whose texture coordinates are its x and y; the texture's four texels are red, green
+    // (top row), blue and white (bottom row, v >= 0.5).
+    Model base;
+    base.nodes.push_back(ModelNode{"square", -1, Mat4{}, {0}});
+    ModelMesh mesh;
+    mesh.positions = {{0, 0, 0}, {1, 0, 0}, {1, 1, 0}, {0, 1, 0}};
+    mesh.triangles = {{0, 1, 2}, {0, 2, 3}};
+    base.meshes.push_back(mesh);
+    UBUFFER texture;
+    ASSERT_TRUE(texture.allocate(2, 2, 4));
+    const std::uint8_t bgra[16] = {0, 0, 255, 255, 0, 255, 0, 255, 255, 0, 0, 255, 255, 255, 255, 255};
+    std::copy(bgra, bgra + 16, texture.data());
+    const std::array<double, 3> quarter_colour[4] = {{255, 0, 0}, {0, 255, 0}, {0, 0, 255}, {255, 255, 255}};
+    enum Source { Texture, VertexColours, Material, Nothing };
+    for (const Source source : {Texture, VertexColours, Material, Nothing}) {
+        Model model;
+        model.nodes = base.nodes;
+        model.meshes = base.meshes;
+        ModelMesh& m = model.meshes[0];
+        m.uv = {{0, 0}, {1, 0}, {1, 1}, {0, 1}};
+        if (source != Nothing) {
+            m.material = 0;
+            model.materials.push_back({{0.5, 0.25, 1.0}, source == Material ? -1 : 0});
+        }
+        if (source == Texture) {
+            UBUFFER copy;
+            ASSERT_TRUE(copy.allocate(2, 2, 4));
+            std::copy(texture.data(), texture.data() + 16, copy.data());
+            model.textures.push_back(std::move(copy));
+        }
+        if (source == VertexColours) {
+            model.materials[0].texture = -1;
+            m.colours.assign(4, {0.2f, 0.4f, 0.6f, 1.0f});
+        }
+        const ModelPose pose(model);
+        const std::vector<SurfaceSample> samples = sample_surface(model, pose, 0.1);
+        ASSERT_FALSE(samples.empty());
+        for (const SurfaceSample& s : samples) {
+            const Vec3 p = sample_position(pose, model, s);
+            if (std::abs(p.x - 0.5) < 1e-9 || std::abs(p.y - 0.5) < 1e-9) continue;  // on a texel edge
+            std::array<double, 3> want = {204, 204, 204};  // no material: light grey
+            if (source == Texture) want = quarter_colour[(p.x >= 0.5) + 2 * (p.y >= 0.5)];
+            if (source == VertexColours) want = {0.2f * 255.0, 0.4f * 255.0, 0.6f * 255.0};
+            if (source == Material) want = {127.5, 63.75, 255};
+            for (int c = 0; c < 3; ++c)
+                EXPECT_NEAR(s.rgb[std::size_t(c)], want[std::size_t(c)], 1e-4) << source;
+        }
+    }
+}
+
 TEST(Model, ShapesLieOnTheSurfaceAndTheViewTurnsTheModel) {
     // A quad laid on a normal has that normal.
     for (const Vec3 n :
