@@ -3,6 +3,7 @@
 #include <cmath>
 #include <cstdint>
 #include <cstring>
+#include <filesystem>
 #include <fstream>
 #include <vector>
 
@@ -10,95 +11,60 @@ namespace velq::test {
 
 namespace {
 
-struct Bytes {
-    std::vector<std::uint8_t> data;
-    template <class T>
-    std::size_t put(std::initializer_list<T> values) {
-        const std::size_t at = data.size();
-        for (T v : values) {
-            std::uint8_t b[sizeof(T)];
-            std::memcpy(b, &v, sizeof(T));
-            data.insert(data.end(), b, b + sizeof(T));
-        }
-        while (data.size() % 4) data.push_back(0);
-        return at;
-    }
-};
-
-std::string base64(const std::vector<std::uint8_t>& in) {
-    static const char* abc = "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789+/";
-    std::string out;
-    for (std::size_t i = 0; i < in.size(); i += 3) {
-        const std::uint32_t n = (std::uint32_t(in[i]) << 16) | (i + 1 < in.size() ? in[i + 1] << 8 : 0) |
-                                (i + 2 < in.size() ? in[i + 2] : 0);
-        out += abc[(n >> 18) & 63];
-        out += abc[(n >> 12) & 63];
-        out += i + 1 < in.size() ? abc[(n >> 6) & 63] : '=';
-        out += i + 2 < in.size() ? abc[n & 63] : '=';
-    }
+// The buffer's parts, in order: positions (72 bytes), indices (24), joints (24), weights (96),
+// inverse bind matrices (128), colours (96), key times (8), rotations (32), translations (24).
+std::vector<std::uint8_t> strip_buffer() {
+    std::vector<std::uint8_t> out;
+    auto put = [&out](auto... values) {
+        (out.insert(out.end(), reinterpret_cast<const std::uint8_t*>(&values),
+                    reinterpret_cast<const std::uint8_t*>(&values) + sizeof values),
+         ...);
+    };
+    put(0.f, 0.f, 0.f, 0.f, 1.f, 0.f, 1.f, 0.f, 0.f, 1.f, 1.f, 0.f, 2.f, 0.f, 0.f, 2.f, 1.f, 0.f);
+    put(std::uint16_t(0), std::uint16_t(2), std::uint16_t(1), std::uint16_t(1), std::uint16_t(2),
+        std::uint16_t(3), std::uint16_t(2), std::uint16_t(4), std::uint16_t(3), std::uint16_t(3),
+        std::uint16_t(4), std::uint16_t(5));
+    for (int v = 0; v < 6; ++v)
+        put(std::uint8_t(v >= 4), std::uint8_t(v < 4), std::uint8_t(0), std::uint8_t(0));
+    for (int v = 0; v < 6; ++v) put(v / 2 == 1 ? 0.5f : 1.f, v / 2 == 1 ? 0.5f : 0.f, 0.f, 0.f);
+    put(1.f, 0.f, 0.f, 0.f, 0.f, 1.f, 0.f, 0.f, 0.f, 0.f, 1.f, 0.f, 0.f, 0.f, 0.f, 1.f);
+    put(1.f, 0.f, 0.f, 0.f, 0.f, 1.f, 0.f, 0.f, 0.f, 0.f, 1.f, 0.f, -1.f, 0.f, 0.f, 1.f);
+    for (int v = 0; v < 6; ++v) put(v < 2 ? 1.f : 0.f, v / 2 == 1 ? 1.f : 0.f, v >= 4 ? 1.f : 0.f, 1.f);
+    const float h = float(std::sqrt(0.5));
+    put(0.f, 1.f, 0.f, 0.f, 0.f, 1.f, 0.f, 0.f, h, h, 0.f, 0.f, 0.f, 0.f, 2.f, 0.f);
     return out;
-}
-
-std::string view(std::size_t offset, std::size_t length) {
-    return R"({"buffer":0,"byteOffset":)" + std::to_string(offset) + R"(,"byteLength":)" +
-           std::to_string(length) + "}";
-}
-
-std::string accessor(int view, int component, int count, const char* type, const char* extra = "") {
-    return R"({"bufferView":)" + std::to_string(view) + R"(,"componentType":)" + std::to_string(component) +
-           R"(,"count":)" + std::to_string(count) + R"(,"type":")" + type + "\"" + extra + "}";
 }
 
 }  // namespace
 
 std::string strip_gltf(const StripOptions& options) {
-    Bytes b;
-    std::vector<std::pair<std::size_t, std::size_t>> views;
-    auto add = [&](auto values) {
-        const std::size_t before = b.data.size();
-        const std::size_t at = b.put(values);
-        views.push_back({at, b.data.size() - before});
-    };
-    // Vertices: index 2k at (k, 0), 2k + 1 at (k, 1).
-    add(std::initializer_list<float>{0, 0, 0, 0, 1, 0, 1, 0, 0, 1, 1, 0, 2, 0, 0, 2, 1, 0});
-    add(std::initializer_list<std::uint16_t>{0, 2, 1, 1, 2, 3, 2, 4, 3, 3, 4, 5});
-    add(std::initializer_list<std::uint8_t>{0, 1, 0, 0, 0, 1, 0, 0, 0, 1, 0, 0,
-                                            0, 1, 0, 0, 1, 0, 0, 0, 1, 0, 0, 0});
-    add(std::initializer_list<float>{1,   0,   0, 0, 1, 0, 0, 0, 0.5, 0.5, 0, 0,
-                                     0.5, 0.5, 0, 0, 1, 0, 0, 0, 1,   0,   0, 0});
-    add(std::initializer_list<float>{1, 0, 0, 0, 0, 1, 0, 0, 0, 0, 1, 0, 0,  0, 0, 1,  // bone 0 at the origin
-                                     1, 0, 0, 0, 0, 1, 0, 0, 0, 0, 1, 0, -1, 0, 0, 1});
-    add(std::initializer_list<float>{1, 0, 0, 1, 1, 0, 0, 1, 0, 1, 0, 1, 0, 1, 0, 1, 0, 0, 1, 1, 0, 0, 1, 1});
-    const float h = float(std::sqrt(0.5));
-    add(std::initializer_list<float>{0, 1});
-    add(std::initializer_list<float>{0, 0, 0, 1, 0, 0, h, h});
-    add(std::initializer_list<float>{0, 0, 0, 0, 2, 0});
-
-    std::string json = R"({"asset":{"version":"2.0"},"scene":0,"scenes":[{"nodes":[0,1]}],)";
-    json += R"("nodes":[{"name":"strip","mesh":0,"skin":0},{"name":"bone0","children":[2]},)"
-            R"({"name":"bone1","translation":[1,0,0]}],)";
-    json += R"("meshes":[{"primitives":[{"attributes":{"POSITION":0,"JOINTS_0":2,"WEIGHTS_0":3,"COLOR_0":5},)"
-            R"("indices":1}]}],)";
-    json += R"("skins":[{"joints":[1,2],"inverseBindMatrices":4}],)";
+    std::string json = R"({"asset":{"version":"2.0"},"scene":0,"scenes":[{"nodes":[0,1]}],
+"nodes":[{"name":"strip","mesh":0,"skin":0},{"name":"bone0","children":[2]},{"name":"bone1","translation":[1,0,0]}],
+"meshes":[{"primitives":[{"attributes":{"POSITION":0,"JOINTS_0":2,"WEIGHTS_0":3,"COLOR_0":5},"indices":1}]}],
+"skins":[{"joints":[1,2],"inverseBindMatrices":4}],)";
     if (options.animated)
-        json += R"("animations":[{"samplers":[{"input":6,"output":7},{"input":6,"output":8}],)"
-                R"("channels":[{"sampler":0,"target":{"node":2,"path":"rotation"}},)"
-                R"({"sampler":1,"target":{"node":1,"path":"translation"}}]}],)";
-    json += R"("accessors":[)" + accessor(0, 5126, 6, "VEC3", R"(,"min":[0,0,0],"max":[2,1,0])") + "," +
-            accessor(1, 5123, 12, "SCALAR") + "," + accessor(2, 5121, 6, "VEC4") + "," +
-            accessor(3, 5126, 6, "VEC4") + "," + accessor(4, 5126, 2, "MAT4") + "," +
-            accessor(5, 5126, 6, "VEC4") + "," + accessor(6, 5126, 2, "SCALAR", R"(,"min":[0],"max":[1])") +
-            "," + accessor(7, 5126, 2, "VEC4") + "," + accessor(8, 5126, 2, "VEC3") + "],";
-    json += R"("bufferViews":[)";
-    for (std::size_t i = 0; i < views.size(); ++i)
-        json += (i ? "," : "") + view(views[i].first, views[i].second);
-    json += R"(],"buffers":[{"byteLength":)" + std::to_string(b.data.size()) +
-            R"(,"uri":"data:application/octet-stream;base64,)" + base64(b.data) + R"("}]})";
-    return json;
+        json += R"("animations":[{"samplers":[{"input":6,"output":7},{"input":6,"output":8}],
+"channels":[{"sampler":0,"target":{"node":2,"path":"rotation"}},{"sampler":1,"target":{"node":1,"path":"translation"}}]}],)";
+    json +=
+        R"("accessors":[{"bufferView":0,"componentType":5126,"count":6,"type":"VEC3","min":[0,0,0],"max":[2,1,0]},
+{"bufferView":1,"componentType":5123,"count":12,"type":"SCALAR"},{"bufferView":2,"componentType":5121,"count":6,"type":"VEC4"},
+{"bufferView":3,"componentType":5126,"count":6,"type":"VEC4"},{"bufferView":4,"componentType":5126,"count":2,"type":"MAT4"},
+{"bufferView":5,"componentType":5126,"count":6,"type":"VEC4"},
+{"bufferView":6,"componentType":5126,"count":2,"type":"SCALAR","min":[0],"max":[1]},
+{"bufferView":7,"componentType":5126,"count":2,"type":"VEC4"},{"bufferView":8,"componentType":5126,"count":2,"type":"VEC3"}],
+"bufferViews":[)";
+    const int lengths[9] = {72, 24, 24, 96, 128, 96, 8, 32, 24};
+    for (int i = 0, at = 0; i < 9; at += lengths[i++])
+        json += (i ? "," : "") + std::string(R"({"buffer":0,"byteOffset":)") + std::to_string(at) +
+                R"(,"byteLength":)" + std::to_string(lengths[i]) + "}";
+    return json + R"(],"buffers":[{"byteLength":504,"uri":"strip.bin"}]})";
 }
 
 void write_strip_gltf(const std::string& path, const StripOptions& options) {
     std::ofstream(path, std::ios::binary) << strip_gltf(options);
+    const std::vector<std::uint8_t> bin = strip_buffer();
+    std::ofstream((std::filesystem::path(path).parent_path() / "strip.bin").string(), std::ios::binary)
+        .write(reinterpret_cast<const char*>(bin.data()), std::streamsize(bin.size()));
 }
 
 }  // namespace velq::test

@@ -14,10 +14,10 @@ struct StripOptions {
     bool animated = true;
 };
 
-// The file's text (JSON with its buffer inline).
+// The file's text (JSON; the buffer is strip.bin beside it).
 std::string strip_gltf(const StripOptions& options = {});
 
-// Writes it to `path`.
+// Writes it to `path`, its buffer to strip.bin beside it.
 void write_strip_gltf(const std::string& path, const StripOptions& options = {});
 
 }  // namespace velq::test
