@@ -5,6 +5,7 @@
 #include <memory>
 
 #include "animation/layer_animation.h"
+#include "app/motion_pack_load.h"
 #include "host/parallel.h"
 #include "host/worker_pool.h"
 #include "motion/pack_animation.h"
@@ -173,9 +174,14 @@ int DocumentAnimation::prepare(int width, int height, const char* alloc_message,
     // A motion pack's surface, sampled at the working size as its circles are, seen at this frame's.
     const MotionPack* pack = doc_.motion_pack_loaded ? doc_.motion_pack.get() : nullptr;
     PackSamples samples;
-    if (pack)
+    if (pack) {
         samples = sample_pack(*pack, doc_.pack_view, doc_.working.width(), doc_.working.height(),
                               doc_.settings.max_size, doc_.settings.min_size);
+        if (samples.too_many) {
+            host_.message(too_many_samples_message(doc_.path));
+            return 1;
+        }
+    }
     const std::span<const Circle> source_circles =
         pack ? std::span<const Circle>(samples.circles) : doc_.circles;
     for (std::size_t i = 0; i < doc_.layers.size(); ++i) {

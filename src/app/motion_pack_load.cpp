@@ -23,6 +23,13 @@ int load_motion_pack(Document& doc, Host& host, const std::string& path) {
     }
     const int w = doc.settings.video_width > 0 ? doc.settings.video_width : 640;
     const int h = doc.settings.video_height > 0 ? doc.settings.video_height : 480;
+    PackSamples samples =
+        sample_pack(*pack, doc.pack_view, w, h, doc.settings.max_size, doc.settings.min_size);
+    if (samples.too_many) {
+        host.status(1, "");
+        host.message(too_many_samples_message(where));
+        return -1;
+    }
     // The pictures a picture would have, all blank in the background colour.
     const auto blank = [&](UBUFFER& b) {
         if (!b.allocate(w, h, 4)) return false;
@@ -47,8 +54,7 @@ int load_motion_pack(Document& doc, Host& host, const std::string& path) {
     doc.settings.out_width = w;
     doc.settings.out_height = h;
     rewrite_size_fields(doc.settings);
-    doc.circles =
-        sample_pack(*pack, doc.pack_view, w, h, doc.settings.max_size, doc.settings.min_size).circles;
+    doc.circles = std::move(samples.circles);
     doc.motion_pack = std::move(pack);
     doc.motion_pack_loaded = true;
     doc.transformed = true;
@@ -58,6 +64,11 @@ int load_motion_pack(Document& doc, Host& host, const std::string& path) {
         host.message("The 3D model has no animation: it stays still (" + where + ")");
     host.refresh(Refresh::View);
     return 0;
+}
+
+std::string too_many_samples_message(const std::string& path) {
+    return "Max and Min are too small for the 3D model: it would take more than " +
+           std::to_string(kMaxPackSamples) + " circles (" + path + ")";
 }
 
 bool is_model_file(const std::string& path) {

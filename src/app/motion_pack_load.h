@@ -14,6 +14,9 @@ namespace velq {
 // pack- PATH (why)", the Document untouched. A model without animation is loaded and said to be still.
 int load_motion_pack(Document& doc, Host& host, const std::string& path);
 
+// Said when Max and Min would cover the model at `path` with more than kMaxPackSamples circles.
+std::string too_many_samples_message(const std::string& path);
+
 // A name ending in .gltf, .glb or .fbx (any case): a file for load_motion_pack.
 bool is_model_file(const std::string& path);
 

@@ -58,7 +58,12 @@ PackSamples sample_pack(const MotionPack& pack, const ViewAngles& angles, int wi
     const double spacing_px = width * (max_size + min_size);
     if (!(spacing_px > 0)) return out;
     ModelPose pose(pack.model());
-    out.samples = sample_surface(pack.model(), pose, spacing_px / view.scale());
+    const double spacing = spacing_px / view.scale();
+    if (!(surface_area(pack.model(), pose) / (spacing * spacing) <= double(kMaxPackSamples))) {
+        out.too_many = true;
+        return out;
+    }
+    out.samples = sample_surface(pack.model(), pose, spacing);
     const Camera camera(width, height);
     out.circles.reserve(out.samples.size());
     for (const SurfaceSample& s : out.samples) {

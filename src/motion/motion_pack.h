@@ -44,7 +44,10 @@ private:
 struct PackSamples {
     std::vector<SurfaceSample> samples;
     std::vector<Circle> circles;  // one per sample, in the same order
+    bool too_many = false;        // more than kMaxPackSamples: none are made
 };
+// Beyond this many samples Max and Min are too small for the model (memory, not looks, sets it).
+inline constexpr std::size_t kMaxPackSamples = 4000000;
 PackSamples sample_pack(const MotionPack& pack, const ViewAngles& angles, int width, int height,
                         double max_size, double min_size);
 

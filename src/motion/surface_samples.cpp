@@ -50,6 +50,17 @@ std::array<double, 3> colour_at(const Model& model, const ModelMesh& mesh,
 
 }  // namespace
 
+double surface_area(const Model& model, const ModelPose& pose) {
+    double area = 0;
+    for (std::size_t i = 0; i < pose.instances().size(); ++i) {
+        const std::vector<Vec3>& v = pose.vertices(i);
+        for (const auto& tri : model.meshes[std::size_t(pose.instances()[i].mesh)].triangles)
+            if (tri[0] < v.size() && tri[1] < v.size() && tri[2] < v.size())
+                area += 0.5 * length(cross(v[tri[1]] - v[tri[0]], v[tri[2]] - v[tri[0]]));
+    }
+    return area;
+}
+
 std::vector<SurfaceSample> sample_surface(const Model& model, const ModelPose& pose, double spacing) {
     std::vector<SurfaceSample> out;
     if (!(spacing > 0)) return out;

@@ -23,6 +23,9 @@ struct SurfaceSample {
 // interpolated texture coordinates, else the vertex colours, else the material's colour.
 std::vector<SurfaceSample> sample_surface(const Model& model, const ModelPose& pose, double spacing);
 
+// The area of every drawn triangle in `pose`.
+double surface_area(const Model& model, const ModelPose& pose);
+
 // The sample's position and unit surface normal (the triangle's, by its winding) in `pose`.
 Vec3 sample_position(const ModelPose& pose, const Model& model, const SurfaceSample& s);
 Vec3 sample_normal(const ModelPose& pose, const Model& model, const SurfaceSample& s);

@@ -109,6 +109,13 @@ TEST(MotionPack, RefusesFilesItCannotUseAndSaysWhenAModelIsStill) {
     ASSERT_EQ(load_motion_pack(doc, host, still), 0);
     EXPECT_TRUE(doc.motion_pack->still());
     EXPECT_TRUE(host.said("The 3D model has no animation: it stays still (" + still + ")"));
+    // Circles far too small for the model are refused before anything changes.
+    Document tiny(host);
+    tiny.settings.max_size = 1e-5;
+    tiny.settings.min_size = 0;
+    EXPECT_EQ(load_motion_pack(tiny, host, still), -1);
+    EXPECT_TRUE(host.said(too_many_samples_message(still)));
+    EXPECT_FALSE(tiny.source);
 }
 
 }  // namespace
