@@ -1,7 +1,7 @@
 # The core library's layers, lowest first. A layer may include and link only itself and the layers
 # it names here, directly or through them; the programs on top (cli, gui) may use every layer.
 # cmake/check_layers.cmake holds the sources to this table on every build.
-set(VELQ_LAYERS host image filters segments transform render animation video persistence app)
+set(VELQ_LAYERS host image filters segments transform render animation motion video persistence app)
 set(VELQ_LAYER_DEPS_host "")
 set(VELQ_LAYER_DEPS_image host)
 set(VELQ_LAYER_DEPS_filters image)
@@ -9,9 +9,10 @@ set(VELQ_LAYER_DEPS_segments image)
 set(VELQ_LAYER_DEPS_transform segments)
 set(VELQ_LAYER_DEPS_render segments)
 set(VELQ_LAYER_DEPS_animation render)
+set(VELQ_LAYER_DEPS_motion animation)
 set(VELQ_LAYER_DEPS_video image)
 set(VELQ_LAYER_DEPS_persistence render)
-set(VELQ_LAYER_DEPS_app filters transform animation video persistence)
+set(VELQ_LAYER_DEPS_app filters transform animation motion video persistence)
 set(VELQ_LAYER_DEPS_cli app)
 set(VELQ_LAYER_DEPS_gui app)
 

@@ -12,7 +12,6 @@ using enum Gate;
 using enum Check;
 
 // Why a command is greyed. Capabilities nobody has designed yet say so; the rest are being built.
-constexpr std::string_view kNoMotionPack = "Not available yet: motion packs are not designed";
 // The test video only repeated what any video export does; exporting the result checks the encoder.
 constexpr std::string_view kNoTestVideo = "Not offered: export a video of the result to check the encoder";
 constexpr std::string_view kNoPipeline = "Not available yet: this operation is being built";
@@ -35,7 +34,7 @@ constexpr std::string_view kHelp = "Help";
 constexpr std::array kCommands = {
     // id                          text                      menu        need         gate         busy   check      shortcut        unavailable
     Command{cmd::kOpen,            "Open",                   kFile,      None,        Always,      false, Plain,     "Ctrl+O",       {}},
-    Command{cmd::kLoadMotionPack,  "Load motion-pack",       kFile,      None,        Always,      true,  Plain,     "",             kNoMotionPack},
+    Command{cmd::kLoadMotionPack,  "Load motion-pack",       kFile,      None,        Always,      true,  Plain,     "",             {}},
     Command{cmd::kLoadLayers,      "Load layers",            kFile,      None,        Always,      false, Plain,     "",             {}},
     Command{cmd::kLoadLogo,        "Load logo",              kFile,      None,        Always,      true,  Plain,     "",             {}},
     Command{cmd::kSave,            "Save",                   kFile,      Result,      Picture,     false, Plain,     "Ctrl+S",       {}},
@@ -181,6 +180,8 @@ bool command_enabled(const Command& c, const UiState& s) {
             if (!s.picture || !s.transformed) return false;
             break;
     }
+    // A motion pack is no picture: nothing to filter or to transform.
+    if (s.motion_pack && (c.check == Check::Filter || c.check == Check::Transform)) return false;
     // The pairs whose greying follows the selection.
     switch (c.id) {
         case cmd::kLayerDisable:

@@ -23,6 +23,7 @@ void Document::reset() {
     transformed = false;
     rendered = false;
     motion_pack_loaded = false;
+    motion_pack.reset();
 }
 
 }  // namespace velq

@@ -4,6 +4,7 @@
 
 #include <array>
 #include <cstdint>
+#include <memory>
 #include <optional>
 #include <string>
 #include <vector>
@@ -12,6 +13,7 @@
 #include "app/settings.h"
 #include "host/random.h"
 #include "image/buffer.h"
+#include "motion/motion_pack.h"
 #include "render/layer.h"
 #include "render/palette.h"
 #include "segments/circle.h"
@@ -60,7 +62,9 @@ struct Document {
     int logo_transparency = 255;
     std::optional<LogoChoice> logo_choice;  // what made `logo`, so that a saved result can make it again
 
-    std::string path;  // current picture
+    std::string path;                               // current picture, or the motion pack when one is loaded
+    std::shared_ptr<const MotionPack> motion_pack;  // the loaded pack (motion_pack_loaded)
+    ViewAngles pack_view;                           // how a pack without a camera of its own is seen
     ViewToggles toggles;
     SeedSource seeds;  // "seed with the current time", or the run seed
 

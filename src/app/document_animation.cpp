@@ -6,8 +6,10 @@
 
 #include "animation/layer_animation.h"
 #include "app/drawing_op.h"
+#include "app/motion_pack_load.h"
 #include "host/parallel.h"
 #include "host/worker_pool.h"
+#include "motion/pack_animation.h"
 #include "render/band_paint.h"
 #include "render/logo.h"
 #include "render/paint.h"
@@ -170,10 +172,25 @@ int DocumentAnimation::prepare(int width, int height, const char* alloc_message,
     std::uint32_t order = 0;
     animations_.clear();
     animations_.resize(doc_.layers.size());
+    // A motion pack's surface, sampled at the working size as its circles are, seen at this frame's.
+    const MotionPack* pack = doc_.motion_pack_loaded ? doc_.motion_pack.get() : nullptr;
+    PackSamples samples;
+    if (pack) {
+        samples = sample_pack(*pack, doc_.pack_view, doc_.working.width(), doc_.working.height(),
+                              doc_.settings.max_size, doc_.settings.min_size);
+        if (samples.too_many) {
+            host_.message(too_many_samples_message(doc_.path));
+            return 1;
+        }
+    }
+    const std::span<const Circle> source_circles =
+        pack ? std::span<const Circle>(samples.circles) : doc_.circles;
     for (std::size_t i = 0; i < doc_.layers.size(); ++i) {
         Layer& layer = doc_.layers[i];
         if (!layer.shown || !layer.has_shapes()) continue;
-        placements[i] = make_placements(host_, layer, doc_.palettes, doc_.segments, doc_.circles, width,
+        // Shapes on a pack ride the model; the first layer paints nothing under it.
+        if (pack && i == 0) continue;
+        placements[i] = make_placements(host_, layer, doc_.palettes, doc_.segments, source_circles, width,
                                         height, scale, random);
         if (host_.stopped()) return 1;
         if (placements[i].empty()) {
@@ -181,11 +198,20 @@ int DocumentAnimation::prepare(int width, int height, const char* alloc_message,
             return 1;
         }
         std::vector<Circle> circles(placements[i].begin(), placements[i].end());
-        // The first layer's shapes count in the duration but are painted into the base, not animated.
-        animations_[i] = prepare_layer_animation(host_, layer, make_items(circles, i == 0 ? 0 : order), ctx);
+        std::vector<AnimationItem> items = make_items(circles, i == 0 ? 0 : order);
+        if (pack) {
+            for (AnimationItem& item : items) item.end = pack->duration();
+            auto ride = std::make_unique<PackAnimation>(layer.anim, *pack, samples.samples,
+                                                        pack->view(doc_.pack_view, width, height));
+            ride->items = std::move(items);
+            animations_[i] = std::move(ride);
+        } else {
+            // The first layer's shapes count in the duration but are painted into the base, not animated.
+            animations_[i] = prepare_layer_animation(host_, layer, std::move(items), ctx);
+        }
         if (i > 0) order += std::uint32_t(circles.size());
     }
-    duration_ = animation_duration(doc_.layers, animations_);
+    duration_ = pack ? pack->duration() : animation_duration(doc_.layers, animations_);
 
     UBUFFER base;
     if (!base.allocate(width, height, 4)) {
@@ -195,6 +221,8 @@ int DocumentAnimation::prepare(int width, int height, const char* alloc_message,
     if (base_picture) {
         if (!animations_[std::size_t(first)]) return 1;
         std::copy(base_picture->data(), base_picture->data() + base.size(), base.data());
+    } else if (pack) {
+        fill_background(base, doc_.background);
     } else if (doc_.rendered && doc_.rendered_settings.drawing.kind != DrawingKind::None) {
         // A drawing replaced the render: the animation starts from it.
         if (draw_picture(doc_, host_, doc_.rendered_settings.drawing, base, nullptr) != 0) return 1;

@@ -1,6 +1,7 @@
 #include "app/drawing_op.h"
 #include "app/filter_and_transform.h"
 #include "app/metadata.h"
+#include "app/motion_pack_load.h"
 #include "app/open_picture.h"
 #include "app/render_op.h"
 #include "image/file_types.h"
@@ -20,9 +21,16 @@ Reopen reopen_from_block(Document& doc, Host& host, const SettingsBlock& block) 
         return Reopen::Failed;
     }
     if (r.motion_pack) {
-        // Motion packs cannot be loaded yet, so a result made from one cannot be reopened.
-        host.message("Failed to load motion pack- " + r.source_path);
-        return Reopen::Failed;
+        // The pack is read before anything of the Document changes: a missing model leaves it as it was.
+        if (!file_exists(r.source_path)) {
+            host.message("Failed to load motion pack- " + r.source_path);
+            return Reopen::Failed;
+        }
+        apply_block_settings(doc, r);
+        if (load_motion_pack(doc, host, r.source_path) != 0) return Reopen::Failed;
+        const bool layers = apply_block_layers(doc, host, block) == 0;
+        const bool logo = apply_block_logo(doc, host, r) == 0;
+        return layers && logo ? Reopen::Done : Reopen::ShapeFileFailed;
     }
     host.status(1, "Reading from...");
     PictureRead source = read_picture(r.source_path);

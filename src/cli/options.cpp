@@ -1,6 +1,8 @@
 #include "cli/options.h"
 
 #include <algorithm>
+#include <cmath>
+#include <cstdio>
 #include <cstdlib>
 #include <fstream>
 #include <sstream>
@@ -41,6 +43,10 @@ void add_transform_options(CLI::App& cmd, TransformOptions& o) {
                    "Alphabet: lines, packed or inverse (default lines)");
     cmd.add_option("--alphabet-rows", o.alphabet_rows,
                    "Alphabet: rows of the lines layout (default: from Max)");
+    cmd.add_option(
+        "--camera", o.camera,
+        "YAW,PITCH,DISTANCE: how a 3D model without a camera is seen (degrees, degrees, model radii; "
+        "default 0,0,3)");
 }
 
 void add_output_options(CLI::App& cmd, OutputOptions& o) {
@@ -138,6 +144,15 @@ std::string apply_transform_options(const TransformOptions& o, Document& doc) {
         } else {
             return "--transform must be normal, vectorize or alphabet";
         }
+    }
+    if (o.camera) {
+        ViewAngles a;
+        char tail = 0;
+        if (std::sscanf(o.camera->c_str(), "%lf,%lf,%lf%c", &a.yaw, &a.pitch, &a.distance, &tail) != 3 ||
+            !std::isfinite(a.yaw) || !std::isfinite(a.pitch) || !(a.distance > 0) ||
+            !std::isfinite(a.distance))
+            return "--camera needs YAW,PITCH,DISTANCE with a distance above 0, not '" + *o.camera + "'";
+        doc.pack_view = a;
     }
     return apply_alphabet_options(o, s.alphabet);
 }

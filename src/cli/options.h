@@ -35,6 +35,7 @@ struct TransformOptions {
     std::optional<std::string> alphabet_font;    // FACE[:bold][:italic]
     std::optional<std::string> alphabet_layout;  // lines, packed, inverse
     std::optional<int> alphabet_rows;
+    std::optional<std::string> camera;  // YAW,PITCH,DISTANCE for a 3D model without a camera
 };
 
 struct OutputOptions {

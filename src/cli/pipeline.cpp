@@ -5,6 +5,7 @@
 #include "app/filter_and_transform.h"
 #include "app/filter_driver.h"
 #include "app/metadata.h"
+#include "app/motion_pack_load.h"
 #include "app/open_picture.h"
 #include "cli/cli_host.h"
 #include "image/picture_writer.h"
@@ -18,6 +19,8 @@ int open_and_filter(Document& doc, Host& host, const std::string& input) {
 }
 
 int open_and_transform(Document& doc, Host& host, const std::string& input, std::optional<double> min_size) {
+    // A 3D model stands where a picture would: its surface samples are the circles.
+    if (is_model_file(input)) return load_motion_pack(doc, host, input) == 0 ? 0 : 1;
     if (open_picture(doc, host, input) != 0) return 1;
     // Open writes Min again, so a Min given on the line goes back in after it.
     if (min_size) doc.settings.min_size = *min_size;

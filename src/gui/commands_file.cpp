@@ -1,5 +1,5 @@
-// The File and Edit commands: Open (also from the command line and drops), Load layers, Load logo,
-// Save, Exit and the settings block on the clipboard.
+// The File and Edit commands: Open (also from the command line and drops), Load motion-pack, Load
+// layers, Load logo, Save, Exit and the settings block on the clipboard.
 #include <QApplication>
 #include <QClipboard>
 #include <QFileInfo>
@@ -8,6 +8,7 @@
 #include <memory>
 
 #include "app/metadata.h"
+#include "app/motion_pack_load.h"
 #include "app/save_result.h"
 #include "gui/command_handlers.h"
 #include "gui/last_folder.h"
@@ -35,6 +36,22 @@ void load_layers_from(MainWindow& w, int) {
     remember_folder(name);
     const std::string path = local_path(name);
     w.start_job([&w, path] { load_layers(w.document(), w.host(), path); });
+}
+
+void load_pack(MainWindow& w, int) {
+    if (!w.may_discard_work()) return;
+    const QString name = w.presenter().open_file(&w, single_entry(kMotionPackTypes), last_folder());
+    if (name.isEmpty()) return;
+    remember_folder(name);
+    const std::string path = local_path(name);
+    if (!file_exists(path)) return;
+    w.start_job([&w, path] { load_motion_pack(w.document(), w.host(), path); },
+                [&w, name] {
+                    if (!w.document().motion_pack_loaded) return;
+                    w.set_unsaved(false);
+                    w.set_file_name(name);
+                    w.picture_panel().reset_view();
+                });
 }
 
 void load_logo(MainWindow& w, int) {
@@ -101,6 +118,7 @@ void clear_clipboard(MainWindow&, int) {
 
 constexpr CommandBinding kBindings[] = {
     {cmd::kOpen, open_chosen},
+    {cmd::kLoadMotionPack, load_pack},
     {cmd::kLoadLayers, load_layers_from},
     {cmd::kLoadLogo, load_logo},
     {cmd::kSave, save},

@@ -24,7 +24,7 @@ inline constexpr std::string_view kLoadShapeTypes =
     "All Graphics Types|*.bmp;*.jpg;*.jpeg;*.png;*.tif;*.tiff;*.webp;*.jfif";
 inline constexpr std::string_view kSocialMediaSourceTypes =
     "All Video Types|*.mp4;*.mov;*.avi;*.wmv;*.mpeg;*.webm;*.3gpp;*.flv";
-inline constexpr std::string_view kMotionPackTypes = "3D model files|*.fbx";
+inline constexpr std::string_view kMotionPackTypes = "3D model files|*.gltf;*.glb;*.fbx";
 
 // Save: entries 1..4 in this order.
 inline constexpr std::array<FileFilter, 4> kSaveTypes{{

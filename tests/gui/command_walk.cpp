@@ -27,6 +27,7 @@
 
 #include "app/commands.h"
 #include "gui/picture_view.h"
+#include "support/gltf_strip.h"
 #include "window_fixture.h"
 
 using namespace velq;
@@ -243,6 +244,20 @@ private slots:
         g.window->trigger(cmd::kOpen);  // cancelled
         QCOMPARE(g.presenter->folders, QStringList{QFileInfo(path).absolutePath()});
         QVERIFY(!g.doc().source);
+    }
+
+    void aMotionPackLoadsFromItsChooserAndGreysFilterAndTransform() {
+        const std::string model = velq::test::temp_dir("gui_pack") + "/strip.gltf";
+        velq::test::write_strip_gltf(model);
+        WindowFixture f;
+        f.presenter->open_names.push_back(QString::fromStdString(model));
+        f.window->trigger(cmd::kLoadMotionPack);
+        QTRY_VERIFY(!f.window->busy());
+        QCOMPARE(f.presenter->file_types, QStringList{QStringLiteral("3D model files")});
+        QVERIFY(f.doc().motion_pack_loaded);
+        QVERIFY(!f.window->action(cmd::kFilterNormal)->isEnabled());
+        QVERIFY(!f.window->action(cmd::kTransformNormal)->isEnabled());
+        QVERIFY(f.window->action(cmd::kRender)->isEnabled());
     }
 
     void settingsTravelOnTheClipboard() {
