@@ -28,8 +28,10 @@ Colour paint_colour(const Placement& p, int g) {
     return {{level(p.paint.c2), level(p.paint.c1), level(p.paint.c0)}};
 }
 
+// Rounds to the nearest byte. Truncating after the clamp equals flooring before it, without the
+// call to floor.
 std::uint8_t to_byte(double v) {
-    return std::uint8_t(std::clamp(std::floor(v + 0.5), 0.0, 255.0));
+    return std::uint8_t(std::clamp(v + 0.5, 0.0, 255.0));
 }
 
 void blend(std::uint8_t* px, const Colour& c, double coverage) {
@@ -173,13 +175,25 @@ bool draw_leads(BandRunner& runner, const CellDiagram& d, int lead, std::uint32_
         for (std::uint32_t k : lists.of(band)) {
             const Edge& e = edges[k];
             const double ex = e.b.x - e.a.x, ey = e.b.y - e.a.y, len2 = ex * ex + ey * ey;
-            const int xa = std::max(0, int(std::floor(std::min(e.a.x, e.b.x) - half - 1)));
-            const int xb = std::min(width, int(std::ceil(std::max(e.a.x, e.b.x) + half + 1)));
-            const int ya = std::max(y0, int(std::floor(std::min(e.a.y, e.b.y) - half - 1)));
-            const int yb = std::min(y1, int(std::ceil(std::max(e.a.y, e.b.y) + half + 1)));
-            for (int y = ya; y < yb; ++y)
-                for (int x = xa; x < xb; ++x) {
-                    const double px = x + 0.5 - e.a.x, py = y + 0.5 - e.a.y;
+            // A pixel is covered only when its centre lies within `reach` of the edge: inside the
+            // edge's box grown by `reach` and, row by row, inside the strip about the edge's line.
+            // The tiny margin keeps any pixel rounding could cover (those left out would get no ink).
+            const double reach = half + 0.5, margin = 1e-7, len = std::sqrt(len2);
+            const double lo_x = std::min(e.a.x, e.b.x) - reach - 0.5 - margin,
+                         hi_x = std::max(e.a.x, e.b.x) + reach - 0.5 + margin;
+            const int xa = std::max(0, int(std::ceil(lo_x))), xb = std::min(width, int(std::floor(hi_x)) + 1);
+            const int ya = std::max(y0, int(std::ceil(std::min(e.a.y, e.b.y) - reach - 0.5 - margin)));
+            const int yb = std::min(y1, int(std::floor(std::max(e.a.y, e.b.y) + reach - 0.5 + margin)) + 1);
+            for (int y = ya; y < yb; ++y) {
+                int xs = xa, xe = xb;
+                const double py = y + 0.5 - e.a.y;
+                if (std::abs(ey) > 1e-9 * len) {
+                    const double mid = e.a.x + py * ex / ey, spread = reach * len / std::abs(ey);
+                    xs = std::max(xa, int(std::ceil(std::max(lo_x, mid - spread - 0.5 - margin))));
+                    xe = std::min(xb, int(std::floor(std::min(hi_x, mid + spread - 0.5 + margin))) + 1);
+                }
+                for (int x = xs; x < xe; ++x) {
+                    const double px = x + 0.5 - e.a.x;
                     const double t = len2 > 0 ? std::clamp((px * ex + py * ey) / len2, 0.0, 1.0) : 0.0;
                     const double c = std::clamp(
                         half + 0.5 - std::sqrt((px - t * ex) * (px - t * ex) + (py - t * ey) * (py - t * ey)),
@@ -187,6 +201,7 @@ bool draw_leads(BandRunner& runner, const CellDiagram& d, int lead, std::uint32_
                     float& slot = cover[std::size_t(y - y0) * width + x];
                     slot = std::max(slot, float(c));
                 }
+            }
         }
         for (int y = y0; y < y1; ++y) {
             std::uint8_t* px = buffer.row(y);
