@@ -29,7 +29,7 @@ struct Shared {
 // flag is raised by the calling thread when the real host's is.
 class RelayHost : public Host {
 public:
-    explicit RelayHost(Shared& shared) : shared_(shared) {}
+    RelayHost(Shared& shared, const Host& real) : shared_(shared), real_(real) {}
     void title(std::string_view) override {}
     void percent(int) override {}
     void message(std::string_view) override {}
@@ -40,10 +40,14 @@ public:
             shared_.live.insert(shared_.live.end(), batch.begin(), batch.end());
         }
         shared_.changed.notify_one();
+        // A Stop on the real host (its flag is atomic) reaches the packer at its next circle rather
+        // than at the calling thread's next look.
+        if (real_.stopped()) stop = true;
     }
 
 private:
     Shared& shared_;
+    const Host& real_;
 };
 
 }  // namespace
@@ -93,14 +97,14 @@ RegionPacking pack_regions(const std::vector<PackRegion>& regions, const std::ve
         Shared shared;
         shared.running = workers;
         std::vector<std::unique_ptr<RelayHost>> relays;
-        for (std::size_t t = 0; t < workers; ++t) relays.push_back(std::make_unique<RelayHost>(shared));
+        for (std::size_t t = 0; t < workers; ++t) relays.push_back(std::make_unique<RelayHost>(shared, host));
         std::vector<std::thread> pool;
         for (std::size_t t = 0; t < workers; ++t) {
             pool.emplace_back([&, t] {
                 RelayHost& relay = *relays[t];
                 for (;;) {
                     const std::size_t k = shared.next.fetch_add(1);
-                    if (k >= n || relay.stopped() || shared.failed.load()) break;
+                    if (k >= n || relay.stopped() || host.stopped() || shared.failed.load()) break;
                     pack_one(order[k], relay);
                     if (oom[order[k]]) shared.failed.store(true);
                 }

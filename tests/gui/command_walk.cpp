@@ -145,7 +145,7 @@ private slots:
                      qPrintable(QString::number(c.id)));
             ++refused;
         }
-        QCOMPARE(refused, 15);  // Spike drawing among them
+        QCOMPARE(refused, 17);  // Spike drawing, Cycling and Load shapes from Passage among them
     }
 
     void workerReportsReachTheWindowAndTogglesWaitForTheEnd() {
