@@ -10,14 +10,6 @@ namespace {
 
 using namespace velq;
 
-class QuietHost : public Host {
-public:
-    void title(std::string_view) override {}
-    void percent(int) override {}
-    void message(std::string_view) override {}
-    bool ask(std::string_view) override { return false; }
-};
-
 void BM_DemoTransform(benchmark::State& state) {
     const TransformMode mode = TransformMode(state.range(0));
     QuietHost host;

@@ -7,6 +7,7 @@
 #include <opencv2/imgproc.hpp>
 
 #include "host/progress.h"
+#include "host/utf8.h"
 #include "render/font_file.h"
 #include "segments/outline_path.h"
 #include "segments/ring_nesting.h"
@@ -96,7 +97,7 @@ int alphabet_rows(const Settings& s) {
 
 std::optional<std::vector<PlacedGlyph>> set_alphabet_text(const Document& doc, Host& host) {
     const AlphabetSettings& a = doc.settings.alphabet;
-    const std::u32string passage = decode_utf8_text(a.text.empty() ? kDefaultAlphabetText : a.text);
+    const std::u32string passage = decode_utf8(a.text.empty() ? kDefaultAlphabetText : a.text);
     if (std::all_of(passage.begin(), passage.end(), is_blank)) {
         host.message("The alphabet text has no letter");
         return std::nullopt;

@@ -11,6 +11,7 @@
 #include "cli/drawing_options.h"
 #include "cli/passage_options.h"
 #include "filters/filter.h"
+#include "host/utf8.h"
 #include "render/palette.h"
 #include "render/passage_style.h"
 
@@ -178,13 +179,11 @@ void print_json(const SettingsBlock& block) {
         l["convert"] = r.convert;
         l["shapes"] = e.shape_paths;
         if (r.passage_mode) {
-            l["passage"] = {{"text", utf16_to_utf8(e.passage)},
-                            {"style", passage_style_name(PassageStyle(r.passage_style))},
-                            {"font", r.font.face},
-                            {"bold", r.font.weight >= 600},
-                            {"italic", r.font.italic},
-                            {"casefold", r.case_folding},
-                            {"keep_blanks", r.keep_blanks}};
+            l["passage"] = {
+                {"text", utf8_of(e.passage)},  {"style", passage_style_name(PassageStyle(r.passage_style))},
+                {"font", r.font.face},         {"bold", r.font.weight >= 600},
+                {"italic", r.font.italic},     {"casefold", r.case_folding},
+                {"keep_blanks", r.keep_blanks}};
         }
         layers.push_back(std::move(l));
     }

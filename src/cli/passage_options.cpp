@@ -3,6 +3,7 @@
 #include <map>
 
 #include "cli/pipeline.h"
+#include "host/utf8.h"
 #include "image/file_bytes.h"
 #include "render/passage_shapes.h"
 
@@ -23,63 +24,12 @@ std::pair<int, std::string> split(const std::string& option, const std::string& 
 }
 
 std::u16string passage_text(const std::string& option, const std::string& utf8) {
-    std::u16string text;
-    usage_check(utf8_to_utf16(utf8, text) ? "" : option + " is not UTF-8 text");
-    return text;
+    std::u32string points;
+    usage_check(decode_utf8_strict(utf8, points) ? "" : option + " is not UTF-8 text");
+    return utf16_of(points);
 }
 
 }  // namespace
-
-bool utf8_to_utf16(const std::string& in, std::u16string& out) {
-    out.clear();
-    for (std::size_t i = 0; i < in.size();) {
-        const auto b = static_cast<unsigned char>(in[i]);
-        const int n = b < 0x80 ? 1 : (b >> 5) == 6 ? 2 : (b >> 4) == 14 ? 3 : (b >> 3) == 30 ? 4 : 0;
-        if (n == 0 || i + std::size_t(n) > in.size()) return false;
-        char32_t c = n == 1 ? b : b & (0x7F >> n);
-        for (int k = 1; k < n; ++k) {
-            const auto t = static_cast<unsigned char>(in[i + std::size_t(k)]);
-            if ((t >> 6) != 2) return false;
-            c = (c << 6) | (t & 0x3F);
-        }
-        if (c > 0x10FFFF || (c >= 0xD800 && c < 0xE000)) return false;
-        if (c >= 0x10000) {
-            out.push_back(char16_t(0xD800 + ((c - 0x10000) >> 10)));
-            out.push_back(char16_t(0xDC00 + ((c - 0x10000) & 0x3FF)));
-        } else {
-            out.push_back(char16_t(c));
-        }
-        i += std::size_t(n);
-    }
-    return true;
-}
-
-std::string utf16_to_utf8(const std::u16string& in) {
-    std::string out;
-    for (std::size_t i = 0; i < in.size(); ++i) {
-        char32_t c = in[i];
-        if (c >= 0xD800 && c < 0xDC00 && i + 1 < in.size() && in[i + 1] >= 0xDC00 && in[i + 1] < 0xE000)
-            c = 0x10000 + ((c - 0xD800) << 10) + (in[++i] - 0xDC00);
-        else if (c >= 0xD800 && c < 0xE000)
-            c = 0xFFFD;
-        if (c < 0x80) {
-            out += char(c);
-        } else if (c < 0x800) {
-            out += char(0xC0 | (c >> 6));
-            out += char(0x80 | (c & 0x3F));
-        } else if (c < 0x10000) {
-            out += char(0xE0 | (c >> 12));
-            out += char(0x80 | ((c >> 6) & 0x3F));
-            out += char(0x80 | (c & 0x3F));
-        } else {
-            out += char(0xF0 | (c >> 18));
-            out += char(0x80 | ((c >> 12) & 0x3F));
-            out += char(0x80 | ((c >> 6) & 0x3F));
-            out += char(0x80 | (c & 0x3F));
-        }
-    }
-    return out;
-}
 
 int apply_passage_options(const PassageOptions& o, Document& doc, Host& host) {
     const int layers = int(doc.layers.size());

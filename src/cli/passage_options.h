@@ -18,9 +18,4 @@ struct PassageOptions {
 // errors; a passage that cannot be drawn is reported by the system and gives 1.
 int apply_passage_options(const PassageOptions& o, Document& doc, Host& host);
 
-// UTF-8 text as UTF-16; false when it is not UTF-8.
-bool utf8_to_utf16(const std::string& in, std::u16string& out);
-// UTF-16 as UTF-8; an unpaired surrogate becomes U+FFFD.
-std::string utf16_to_utf8(const std::u16string& in);
-
 }  // namespace velq::cli

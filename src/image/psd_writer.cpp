@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "host/parallel.h"
+#include "host/utf8.h"
 #include "image/packbits.h"
 
 namespace velq {
@@ -77,30 +78,6 @@ void code_channel(const UBUFFER& p, const Box& box, int byte, Bytes& counts, Byt
     }
 }
 
-std::u16string utf16_of(std::string_view s) {
-    std::u16string out;
-    for (std::size_t i = 0; i < s.size();) {
-        const auto b = static_cast<unsigned char>(s[i]);
-        const int n = b < 0x80 ? 1 : (b >> 5) == 6 ? 2 : (b >> 4) == 14 ? 3 : (b >> 3) == 30 ? 4 : 0;
-        if (n == 0 || i + n > s.size()) {  // not UTF-8: the byte as Latin-1
-            out.push_back(b);
-            ++i;
-            continue;
-        }
-        char32_t c = n == 1 ? b : b & (0x7F >> n);
-        for (int k = 1; k < n; ++k) c = (c << 6) | (static_cast<unsigned char>(s[i + k]) & 0x3F);
-        i += std::size_t(n);
-        if (c >= 0x10000) {
-            c -= 0x10000;
-            out.push_back(char16_t(0xD800 + (c >> 10)));
-            out.push_back(char16_t(0xDC00 + (c & 0x3FF)));
-        } else {
-            out.push_back(char16_t(c));
-        }
-    }
-    return out;
-}
-
 // A layer's record: its box, its channels' lengths, blending, flags and names.
 void put_record(Bytes& b, const PsdLayer& layer, const Box& box, const std::uint32_t (&lengths)[4]) {
     put32(b, std::uint32_t(box.top));
@@ -121,7 +98,7 @@ void put_record(Bytes& b, const PsdLayer& layer, const Box& box, const std::uint
     put32(extra, 0);  // no mask
     put32(extra, 0);  // no blending ranges
     // The short name, Latin-1 (other characters as '?'), padded with its length byte to 4.
-    const std::u16string wide = utf16_of(layer.name);
+    const std::u16string wide = utf16_of(decode_utf8(layer.name));
     const std::size_t start = extra.size();
     extra.push_back(std::uint8_t(std::min<std::size_t>(wide.size(), 255)));
     for (std::size_t i = 0; i < wide.size() && i < 255; ++i)

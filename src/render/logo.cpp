@@ -8,6 +8,7 @@
 #include <ft2build.h>
 #include FT_FREETYPE_H
 
+#include "host/utf8.h"
 #include "image/resample.h"
 #include "render/font_file.h"
 
@@ -57,24 +58,6 @@ namespace {
 // Height at which text logos are drawn; the renderer shrinks them to 3 percent of the picture.
 constexpr int kTextPixels = 128;
 
-std::vector<char32_t> decode_utf8(std::string_view s) {
-    std::vector<char32_t> out;
-    for (std::size_t i = 0; i < s.size();) {
-        const auto b = static_cast<unsigned char>(s[i]);
-        const int n = b < 0x80 ? 1 : (b >> 5) == 6 ? 2 : (b >> 4) == 14 ? 3 : (b >> 3) == 30 ? 4 : 0;
-        if (n == 0 || i + n > s.size()) {  // not UTF-8: take the byte as Latin-1
-            out.push_back(b);
-            ++i;
-            continue;
-        }
-        char32_t c = n == 1 ? b : b & (0x7F >> n);
-        for (int k = 1; k < n; ++k) c = (c << 6) | (static_cast<unsigned char>(s[i + k]) & 0x3F);
-        out.push_back(c);
-        i += n;
-    }
-    return out;
-}
-
 struct FtLibrary {
     FT_Library lib = nullptr;
     FtLibrary() {
@@ -97,7 +80,7 @@ int draw_text_logo(Host& host, std::string_view text_utf8, const std::string& fa
     }
     std::unique_ptr<FT_FaceRec_, decltype(&FT_Done_Face)> face_owner(face, FT_Done_Face);
     FT_Set_Pixel_Sizes(face, 0, kTextPixels);
-    const std::vector<char32_t> text = decode_utf8(text_utf8);
+    const std::u32string text = decode_utf8(text_utf8);
 
     // Lay the line out first to know the canvas; then draw the glyphs' coverage into it.
     const int ascent = int(face->size->metrics.ascender >> 6),

@@ -47,9 +47,6 @@ struct PackedParams {
 std::vector<PlacedGlyph> layout_packed(GlyphFont& font, std::u32string_view passage,
                                        const PackedParams& params, Host& host);
 
-// UTF-8 to code points; a byte that starts no valid sequence is taken as Latin-1.
-std::u32string decode_utf8_text(std::string_view text);
-
 // True for the characters a layout never places (spaces, tabs, line breaks).
 bool is_blank(char32_t c);
 

@@ -74,26 +74,6 @@ bool is_blank(char32_t c) {
            c == 0x3000;
 }
 
-std::u32string decode_utf8_text(std::string_view s) {
-    std::u32string out;
-    for (std::size_t i = 0; i < s.size();) {
-        const auto b = static_cast<unsigned char>(s[i]);
-        const int n = b < 0x80 ? 1 : (b >> 5) == 6 ? 2 : (b >> 4) == 14 ? 3 : (b >> 3) == 30 ? 4 : 0;
-        bool ok = n > 0 && i + n <= s.size();
-        for (int k = 1; ok && k < n; ++k) ok = (static_cast<unsigned char>(s[i + k]) >> 6) == 2;
-        if (!ok) {
-            out.push_back(b);
-            ++i;
-            continue;
-        }
-        char32_t c = n == 1 ? b : b & (0x7F >> n);
-        for (int k = 1; k < n; ++k) c = (c << 6) | (static_cast<unsigned char>(s[i + k]) & 0x3F);
-        out.push_back(c);
-        i += n;
-    }
-    return out;
-}
-
 std::vector<PlacedGlyph> layout_lines(GlyphFont& font, std::u32string_view passage, const LinesParams& params,
                                       Host& host) {
     std::vector<PlacedGlyph> out;

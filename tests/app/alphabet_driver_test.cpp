@@ -15,15 +15,6 @@
 namespace velq {
 namespace {
 
-// Stops the transform when the first accepted circles are reported.
-class StopAtFirstCircles : public test::RecordingHost {
-public:
-    void circles_added(std::span<const LiveCircle> batch) override {
-        test::RecordingHost::circles_added(batch);
-        stop = true;
-    }
-};
-
 UBUFFER stripes(int w, int h) {
     return test::make_picture(w, h,
                               [](int x, int y) { return (x / 10 + y / 14) % 2 ? 0xFFD04020u : 0xFF2080E0u; });
@@ -127,7 +118,7 @@ TEST(AlphabetDriver, BadInputSaysWhyAndKeepsThePreviousResult) {
 
 TEST(AlphabetDriver, StopKeepsTheLettersPackedSoFar) {
     Opened<> full(stripes(200, 150));
-    Opened<StopAtFirstCircles> stopped(stripes(200, 150));
+    Opened<test::StopAtFirstCircles> stopped(stripes(200, 150));
     ASSERT_EQ(do_transform(full.doc, full.host, TransformMode::Alphabet, false), 0);
     ASSERT_EQ(do_transform(stopped.doc, stopped.host, TransformMode::Alphabet, false), 0);
     // Letters are packed side by side, so a Stop keeps, per letter, the first part of its full packing

@@ -12,15 +12,6 @@
 namespace velq {
 namespace {
 
-// Stops the transform when the first accepted circles are reported.
-class StopAtFirstCircles : public test::RecordingHost {
-public:
-    void circles_added(std::span<const LiveCircle> batch) override {
-        test::RecordingHost::circles_added(batch);
-        stop = true;
-    }
-};
-
 UBUFFER quarters(int w = 48, int h = 36) {
     return test::make_picture(w, h, [w, h](int x, int y) {
         static const std::uint32_t c[4] = {0xFFC03020u, 0xFF2060D0u, 0xFF30A040u, 0xFFE0E0E0u};
@@ -152,7 +143,7 @@ TEST(TransformDriver, RefusalsFailAndLeaveNoCircles) {
 
 TEST(TransformDriver, AStoppedPackingKeepsItsCirclesWithTheirColours) {
     // Large enough that the packing outlasts the first live report.
-    Opened<StopAtFirstCircles> stopped(quarters(400, 300), 2);
+    Opened<test::StopAtFirstCircles> stopped(quarters(400, 300), 2);
     Opened<> full(quarters(400, 300), 2);
     ASSERT_EQ(do_transform(full.doc, full.host, TransformMode::Normal, false), 0);
     ASSERT_EQ(do_transform(stopped.doc, stopped.host, TransformMode::Normal, true), 0);

@@ -40,4 +40,13 @@ private:
     std::size_t live_ = 0;
 };
 
+// Stops the operation when the first accepted circles are reported.
+class StopAtFirstCircles : public RecordingHost {
+public:
+    void circles_added(std::span<const LiveCircle> batch) override {
+        RecordingHost::circles_added(batch);
+        stop = true;
+    }
+};
+
 }  // namespace velq::test
