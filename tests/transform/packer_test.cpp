@@ -158,27 +158,39 @@ TEST(Packer, CircleListsArePinned) {
     }
 }
 
-TEST(Packer, RegionsWithHolesArePackedAroundTheHoles) {
+// Regions other than the frame: every circle lies inside the outer ring and outside every hole, the
+// circles stay apart, and they are those of the plain search.
+TEST(Packer, RegionsArePackedInsideTheirRings) {
+    PackRegion holes;
+    holes.outer = {{0, 0}, {60, 2}, {64, 40}, {30, 50}, {2, 38}};
+    holes.holes.push_back({{15, 15}, {25, 15}, {25, 25}, {15, 25}});  // square, either orientation
+    holes.holes.push_back({{40, 30}, {45, 20}, {50, 30}});            // triangle
+    holes.holes.push_back({{30, 8}, {34, 8}, {34, 9}, {30, 9}});      // thin sliver near the edge
+    // A small segment region whose nearly straight corners once sent a candidate outside.
+    PackRegion segment;
+    segment.outer = {{2212.75, 369.75}, {2212.75, 370.75}, {2214.75, 371.75}, {2216.75, 372.75},
+                     {2216.75, 374.75}, {2218.75, 375.75}, {2218.75, 377.75}, {2212.75, 378.75},
+                     {2212.75, 376.75}, {2209.75, 374.75}, {2210.75, 369.75}};
+    // region, min, max, gap, at least this many circles
+    const std::tuple<PackRegion, double, double, double, std::size_t> cases[] = {
+        {holes, 0.8, 2.5, 0.5, 10}, {holes, 0.8, 5.0, 0.5, 10}, {holes, 0.8, 9.0, 0.5, 10},
+        {segment, 1.183, 47.32, 1, 2}};
     QuietHost host;
-    PackRegion r;
-    r.outer = {{0, 0}, {60, 2}, {64, 40}, {30, 50}, {2, 38}};
-    r.holes.push_back({{15, 15}, {25, 15}, {25, 25}, {15, 25}});  // square, either orientation
-    r.holes.push_back({{40, 30}, {45, 20}, {50, 30}});            // triangle
-    r.holes.push_back({{30, 8}, {34, 8}, {34, 9}, {30, 9}});      // thin sliver near the edge
-    for (double rmax : {2.5, 5.0, 9.0}) {
-        const PackOptions o = options(0.8, rmax, 0.5);
+    for (const auto& [r, min, max, gap, least] : cases) {
+        SCOPED_TRACE("max " + std::to_string(max));
+        const PackOptions o = options(min, max, gap);
         const std::vector<Circle> circles = pack_circles(r, o, host);
-        ASSERT_GT(circles.size(), 10u) << rmax;
-        EXPECT_TRUE(valid_packing(circles, o, 1e9, 1e9)) << rmax;
+        ASSERT_GE(circles.size(), least);
+        EXPECT_TRUE(valid_packing(circles, o, 1e9, 1e9));
         for (const Circle& c : circles) {
-            ASSERT_TRUE(test::inside_ring(r.outer, c.x, c.y));
-            ASSERT_GE(test::distance_to_ring(r.outer, c.x, c.y), c.radius - 1e-9);
+            ASSERT_TRUE(test::inside_ring(r.outer, c.x, c.y)) << c.x << "," << c.y;
+            ASSERT_GE(test::distance_to_ring(r.outer, c.x, c.y), c.radius - 1e-9) << c.x << "," << c.y;
             for (const PackRing& hole : r.holes) {
                 ASSERT_FALSE(test::inside_ring(hole, c.x, c.y)) << c.x << "," << c.y;
                 ASSERT_GE(test::distance_to_ring(hole, c.x, c.y), c.radius - 1e-9) << c.x << "," << c.y;
             }
         }
-        EXPECT_EQ(xyr(circles), xyr(test::reference_pack(r, o))) << rmax;
+        EXPECT_EQ(xyr(circles), xyr(test::reference_pack(r, o)));
     }
 }
 
