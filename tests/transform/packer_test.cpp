@@ -175,13 +175,14 @@ TEST(Packer, RegionsArePackedInsideTheirRings) {
     // A first corner bent outwards by 1e-7 radians: convex, though pi taken as 3.141592 calls it reflex.
     PackRegion bent;
     bent.outer = {{5, 10 + 2.5e-7}, {0, 10}, {0, 0}, {10, 0}, {10, 10}};
+    // A first corner on a straight edge whose edge directions cancel to a rounding error outwards.
+    PackRegion straight;
+    straight.outer = {
+        {174.75, 53.75}, {181.708, 56.732}, {151.708, 126.732}, {137.75, 120.75}, {167.75, 50.75}};
     // region, min, max, gap, at least this many circles
     const std::tuple<PackRegion, double, double, double, std::size_t> cases[] = {
-        {holes, 0.8, 2.5, 0.5, 10},
-        {holes, 0.8, 5.0, 0.5, 10},
-        {holes, 0.8, 9.0, 0.5, 10},
-        {segment, 1.183, 47.32, 1, 2},
-        {bent, 1, 3, 1, 4}};
+        {holes, 0.8, 2.5, 0.5, 10},    {holes, 0.8, 5.0, 0.5, 10}, {holes, 0.8, 9.0, 0.5, 10},
+        {segment, 1.183, 47.32, 1, 2}, {bent, 1, 3, 1, 4},         {straight, 1, 5, 0, 20}};
     QuietHost host;
     for (const auto& [r, min, max, gap, least] : cases) {
         SCOPED_TRACE(std::to_string(r.outer.size()) + " points, max " + std::to_string(max));
