@@ -77,9 +77,9 @@ Candidate CornerEvaluator::evaluate(int v, EdgeSearch search) {
     if (!(l1 > 0 && l2 > 0)) return out;
     u1 = (1.0 / l1) * u1;
     u2 = (1.0 / l2) * u2;
-    // |u1 + u2| is twice the cosine of the half-angle, correct to rounding. At a corner within 1e-9 of
-    // a straight one it yields nothing: there u1 + u2 is so short that its direction may be mostly
-    // rounding error, and sqrt(1 - s^2) below would not see how small the cosine is.
+    // |u1 + u2| is twice the cosine of the half-angle, correct to rounding. A corner whose cosine is
+    // below 1e-9 (within 2e-9 radians of a straight one) yields nothing: there u1 + u2 may be mostly
+    // rounding error, pointing anywhere, and sqrt(1 - s^2) below would not see how small the cosine is.
     const Vec2 b = u1 + u2;
     const double lb = norm(b);
     if (!(lb * 0.5 >= 1e-9)) return out;

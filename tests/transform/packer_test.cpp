@@ -172,7 +172,8 @@ TEST(Packer, RegionsArePackedInsideTheirRings) {
     segment.outer = {{2212.75, 369.75}, {2212.75, 370.75}, {2214.75, 371.75}, {2216.75, 372.75},
                      {2216.75, 374.75}, {2218.75, 375.75}, {2218.75, 377.75}, {2212.75, 378.75},
                      {2212.75, 376.75}, {2209.75, 374.75}, {2210.75, 369.75}};
-    // A first corner bent outwards by 1e-7 radians: convex, though pi taken as 3.141592 calls it reflex.
+    // A first corner bent outwards by 1e-7 radians: convex, though an angle measured with pi taken as
+    // 3.141592 would call it reflex.
     PackRegion bent;
     bent.outer = {{5, 10 + 2.5e-7}, {0, 10}, {0, 0}, {10, 0}, {10, 10}};
     // A first corner on a straight edge whose edge directions cancel to a rounding error outwards.
