@@ -64,17 +64,6 @@ bool CornerEvaluator::map_stops(Vec2 p, double r) const {
     return r > double(m.at(int(mx), int(my))) / rules_.map_sx;
 }
 
-bool is_reflex(Vec2 u1, Vec2 u2) {
-    // The side of the cross product decides, as the angle would, unless the angle is within 1e-5 of a
-    // straight one, where pi taken as 3.141592 puts the turn a little off 180 degrees: there the angle
-    // is worked out.
-    const double sine = cross(u2, u1), cosine = dot(u1, u2);
-    if (cosine > -0.5 || std::fabs(sine) > 1e-5) return sine < 0;
-    double degrees = std::atan2(sine, cosine) * 180.0 / kPi;
-    if (degrees < 0) degrees += 360.0;
-    return !(degrees * 0.5 * kPi / 180.0 < kHalfPi);
-}
-
 Candidate CornerEvaluator::evaluate(int v, EdgeSearch search) {
     Candidate out;
     const Vertex& cv = set_.vertex(v);
@@ -88,12 +77,15 @@ Candidate CornerEvaluator::evaluate(int v, EdgeSearch search) {
     if (!(l1 > 0 && l2 > 0)) return out;
     u1 = (1.0 / l1) * u1;
     u2 = (1.0 / l2) * u2;
-    // The bisector points into the region: along u1 + u2 at a convex corner, against it at a reflex one.
-    const bool reflex = is_reflex(u1, u2);
+    // |u1 + u2| is twice the cosine of the half-angle, correct to rounding. A corner whose cosine is
+    // below 1e-9 (within 2e-9 radians of a straight one) yields nothing: there u1 + u2 may be mostly
+    // rounding error, pointing anywhere, and sqrt(1 - s^2) below would not see how small the cosine is.
     const Vec2 b = u1 + u2;
     const double lb = norm(b);
-    if (!(lb > 0)) return out;
-    k.dir = (reflex ? -1.0 / lb : 1.0 / lb) * b;
+    if (!(lb * 0.5 >= 1e-9)) return out;
+    // The bisector points into the region: along u1 + u2 at a convex corner, against it at a reflex
+    // one. The side is that of the cross product, which beyond the test above is far above rounding.
+    k.dir = (cross(u2, u1) < 0 ? -1.0 / lb : 1.0 / lb) * b;
     k.s = std::fabs(cross(k.dir, u1));
     const double cosh = std::sqrt(std::max(0.0, 1.0 - k.s * k.s));
     if (!(cosh >= 1e-9) || !(k.s > 0)) return out;

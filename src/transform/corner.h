@@ -12,15 +12,6 @@
 
 namespace velq::pack {
 
-// Corner angles are measured in degrees with these values of pi and pi / 2.
-inline constexpr double kPi = 3.141592;
-inline constexpr double kHalfPi = 1.570796;
-
-// Whether the corner between unit directions u1 (to the previous point) and u2 (to the next) is
-// reflex: its inside angle in degrees, measured from u2 round to u1, halved and taken back to radians
-// with the values above, is not below kHalfPi.
-bool is_reflex(Vec2 u1, Vec2 u2);
-
 struct CornerRules {
     double min_radius = 0, max_radius = 0, gap = 0;
     const IBUFFER* map = nullptr;   // brush sizes; absent: candidates take the largest radius
