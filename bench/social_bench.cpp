@@ -76,6 +76,7 @@ double encoding_alone(Host& host, const std::string& result, int& frames) {
     if (remake_from_block(doc, host, block) != 0) return -1;
     const auto jobs =
         social_jobs(std::vector{result}, bench::bench_path("velq-social-bench", "alone"), kSeed);
+    std::filesystem::create_directories(std::filesystem::path(jobs[0].output).parent_path());
     double encode_s = 0;
     KeepingSink keep;
     for (std::size_t i = 0; i < jobs.size(); ++i) {
@@ -135,6 +136,7 @@ void BM_SocialSetAgainstEncoders(benchmark::State& state) {
         each_s = each_drawing_its_own(host, result);
         encode_s = encoding_alone(host, result, frames);
         if (written != int(social_media_variants().size()) || each_s < 0 || encode_s < 0) {
+            std::printf("written %d, each %.1f, alone %.1f\n", written, each_s, encode_s);
             state.SkipWithError("a video was not written");
             return;
         }
