@@ -79,6 +79,13 @@ bool output_complete(const std::string& path) {
 }
 
 BatchTally run_batch(Host& host, std::span<const BatchJob> jobs, const BatchOptions& o, const JobStep& step) {
+    return run_batch(host, jobs, o, {}, [&](std::span<const BatchJob* const> group) {
+        return std::vector<JobOutcome>{step(*group[0])};
+    });
+}
+
+BatchTally run_batch(Host& host, std::span<const BatchJob> jobs, const BatchOptions& o,
+                     const Together& together, const GroupStep& step) {
     BatchTally t;
     std::size_t total = 0, done = 0;
     auto takes = [&](std::size_t i) {
@@ -87,68 +94,89 @@ BatchTally run_batch(Host& host, std::span<const BatchJob> jobs, const BatchOpti
     for (std::size_t i = 0; i < jobs.size(); ++i) total += takes(i) ? 1 : 0;
     ProgressRun run(host);
     bool end = false;  // stopped, or a failure without keep-going
-    for (std::size_t i = 0; i < jobs.size() && !end; ++i) {
-        if (!takes(i)) continue;
-        const BatchJob& job = jobs[i];
-        ++done;
+    std::vector<const BatchJob*> group, to_run;
+    for (std::size_t i = 0, next = 0; i < jobs.size() && !end; i = next) {
+        next = i + 1;
+        if (together)
+            while (next < jobs.size() && together(jobs[i], jobs[next])) ++next;
+        group.clear();
+        for (std::size_t k = i; k < next; ++k)
+            if (takes(k)) group.push_back(&jobs[k]);
+        if (group.empty()) continue;
         if (host.stopped() && !host.skip) {
             t.stopped = true;
-            journal_line(o.journal, job, JobStatus::Stopped, 0, "not started");
+            journal_line(o.journal, *group[0], JobStatus::Stopped, 0, "not started");
             break;
         }
         host.skip = false;
         host.stop = false;
         const auto start = std::chrono::steady_clock::now();
-        JobOutcome r;
+        std::vector<JobOutcome> r(group.size());
         {
-            ProgressShare share(host, double(done - 1) / double(total), double(done) / double(total));
-            host.item_label =
-                o.title + " " + std::to_string(done) + "/" + std::to_string(total) + " " + job.name;
+            const std::size_t first = done + 1;
+            done += group.size();
+            ProgressShare share(host, double(first - 1) / double(total), double(done) / double(total));
+            const std::string items =
+                std::to_string(first) + (group.size() > 1 ? "-" + std::to_string(done) : std::string());
+            host.item_label = o.title + " " + items + "/" + std::to_string(total) + " " + group[0]->name;
             host.title(labelled_title(host, kAppName));
-            if (o.skip_existing && output_complete(job.output)) {
-                r.status = JobStatus::Exists;
-            } else {
-                std::error_code ec;
-                fs::create_directories(fs::path(job.output).parent_path(), ec);
-                r = step(job);
+            to_run.clear();
+            for (std::size_t m = 0; m < group.size(); ++m) {
+                if (o.skip_existing && output_complete(group[m]->output)) {
+                    r[m].status = JobStatus::Exists;
+                } else {
+                    std::error_code ec;
+                    fs::create_directories(fs::path(group[m]->output).parent_path(), ec);
+                    to_run.push_back(group[m]);
+                }
+            }
+            if (!to_run.empty()) {
+                std::vector<JobOutcome> got = step(to_run);
+                got.resize(to_run.size(), {JobStatus::Failed, "not run"});
+                for (std::size_t m = 0, q = 0; m < group.size(); ++m)
+                    if (r[m].status != JobStatus::Exists) r[m] = std::move(got[q++]);
             }
             // A job left early leaves no output behind, so nothing partial is ever taken as done.
-            if (host.stopped() && r.status != JobStatus::Exists) {
-                r.status = host.skip ? JobStatus::Skipped : JobStatus::Stopped;
-                r.note = host.skip ? "Skip" : "Stop";
+            for (std::size_t m = 0; m < group.size() && host.stopped(); ++m) {
+                if (r[m].status == JobStatus::Exists) continue;
+                r[m].status = host.skip ? JobStatus::Skipped : JobStatus::Stopped;
+                r[m].note = host.skip ? "Skip" : "Stop";
                 std::error_code ec;
-                fs::remove(job.output, ec);
+                fs::remove(group[m]->output, ec);
             }
         }
         const double seconds =
-            std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
-        switch (r.status) {
-            case JobStatus::Written:
-                ++t.written;
-                break;
-            case JobStatus::Exists:
-                ++t.existing;
-                break;
-            case JobStatus::Skipped:
-                ++t.skipped;
-                break;
-            case JobStatus::Stopped:
-                t.stopped = end = true;
-                break;
-            case JobStatus::Unreadable:
-                if (o.keep_going) {
+            std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count() /
+            double(group.size());
+        for (std::size_t m = 0; m < group.size(); ++m) {
+            switch (r[m].status) {
+                case JobStatus::Written:
+                    ++t.written;
+                    break;
+                case JobStatus::Exists:
+                    ++t.existing;
+                    break;
+                case JobStatus::Skipped:
                     ++t.skipped;
-                } else {
+                    break;
+                case JobStatus::Stopped:
+                    t.stopped = end = true;
+                    break;
+                case JobStatus::Unreadable:
+                    if (o.keep_going) {
+                        ++t.skipped;
+                    } else {
+                        ++t.failed;
+                        end = true;
+                    }
+                    break;
+                case JobStatus::Failed:
                     ++t.failed;
-                    end = true;
-                }
-                break;
-            case JobStatus::Failed:
-                ++t.failed;
-                end = !o.keep_going;
-                break;
+                    end = end || !o.keep_going;
+                    break;
+            }
+            journal_line(o.journal, *group[m], r[m].status, seconds, r[m].note);
         }
-        journal_line(o.journal, job, r.status, seconds, r.note);
     }
     host.item_label.clear();
     host.skip = false;

@@ -6,6 +6,7 @@
 #include <functional>
 #include <span>
 #include <string>
+#include <vector>
 
 #include "app/batch_job.h"
 #include "host/host.h"
@@ -53,6 +54,18 @@ bool output_complete(const std::string& path);
 
 BatchTally run_batch(Host& host, std::span<const BatchJob> jobs, const BatchOptions& options,
                      const JobStep& step);
+
+// Runs several jobs at once; one outcome per job, in order.
+using GroupStep = std::function<std::vector<JobOutcome>(std::span<const BatchJob* const>)>;
+// Whether job `b` may run in one call with job `a`, the first of a run of consecutive jobs.
+using Together = std::function<bool(const BatchJob& a, const BatchJob& b)>;
+
+// The same, with each run of consecutive jobs that go `together` handed to `step` at once: those of
+// them that the shard takes and that are not complete already. For Skip and Stop such a group is one
+// item (the bar, the title "Social media 1-8/21 NAME" and the flags are the group's): every output of
+// a group left early is removed. Each job still has its journal line, with its share of the time.
+BatchTally run_batch(Host& host, std::span<const BatchJob> jobs, const BatchOptions& options,
+                     const Together& together, const GroupStep& step);
 
 // "7 written, 1 skipped, 0 failed (see batch.log)", with what was already there and whether the run
 // was stopped.

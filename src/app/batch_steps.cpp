@@ -109,6 +109,27 @@ JobOutcome ResultVideos::prepare(const std::string& result) {
     return {};
 }
 
+std::vector<JobOutcome> ResultVideos::run(std::span<const BatchJob* const> jobs) {
+    if (jobs.size() <= 1) return jobs.empty() ? std::vector<JobOutcome>{} : std::vector{run(*jobs[0])};
+    const BatchJob& first = *jobs[0];
+    if (run_seed_) {
+        JobOutcome made = prepare(first.input);
+        if (made.status != JobStatus::Written) return std::vector(jobs.size(), made);
+    }
+    const SocialVariant& v = social_media_variants()[std::size_t(first.variant)];
+    doc_.settings.video_width = v.width;
+    doc_.settings.video_height = v.height;
+    doc_.seeds.fix(first.seed);
+    int pw = 0, ph = 0;
+    render_size(doc_, pw, ph);
+    std::vector<std::string> files;
+    for (const BatchJob* j : jobs) files.push_back(j->output);
+    const std::vector<int> written = render_anim_videos(doc_, host_, files, pw, ph, fit_);
+    std::vector<JobOutcome> out;
+    for (int r : written) out.push_back(r == 0 ? JobOutcome{} : failed("no video written"));
+    return out;
+}
+
 JobOutcome ResultVideos::run(const BatchJob& job) {
     if (run_seed_) {
         JobOutcome made = prepare(job.input);

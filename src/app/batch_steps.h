@@ -5,7 +5,9 @@
 
 #include <functional>
 #include <optional>
+#include <span>
 #include <string>
+#include <vector>
 
 #include "app/batch_runner.h"
 #include "app/document.h"
@@ -43,6 +45,8 @@ public:
     // Video: every shape layer gets the job's motion and scan order, at the video size. Social: the
     // variant's size.
     JobOutcome run(const BatchJob& job);
+    // Jobs whose videos share their frames (see share_frames): drawn once, one outcome per job.
+    std::vector<JobOutcome> run(std::span<const BatchJob* const> jobs);
     // The video size of Video jobs; the Document's own when not set.
     void set_video_size(int width, int height) { video_size_ = {width, height}; }
 

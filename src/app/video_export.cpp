@@ -17,6 +17,7 @@
 #include "image/picture_header.h"
 #include "video/encoder.h"
 #include "video/export_loop.h"
+#include "video/fan_out_sink.h"
 #include "video/gif_writer.h"
 #include "video/pipelined_sink.h"
 
@@ -86,6 +87,34 @@ int render_anim_video(Document& doc, Host& host, const std::string& file, int pw
     return r;
 }
 
+std::vector<int> render_anim_videos(Document& doc, Host& host, std::span<const std::string> files, int pw,
+                                    int ph, FitMode fit) {
+    std::vector<int> results(files.size(), -1);
+    if (files.empty()) return results;
+    const FrameLayout layout = frame_layout(pw, ph, doc.settings.video_width, doc.settings.video_height, fit);
+    DocumentAnimation animation(doc, host);
+    {
+        ProgressShare preparing(host, 0, 0.05);
+        if (animation.prepare(pw, ph, "Failed to allocate buffers in render_anim_video") != 0) return results;
+    }
+    ProgressShare writing(host, 0.05, 1);
+    // Each encoder works on a thread of its own, two frames behind at most: the drawing and every
+    // encoder share the cores, and frames of all of them together stay within memory.
+    std::vector<std::unique_ptr<Encoder>> encoders;
+    std::vector<std::unique_ptr<PipelinedSink>> pipelines;
+    std::vector<FanOutSink::Output> outputs;
+    for (const std::string& file : files) {
+        encoders.push_back(std::make_unique<Encoder>(host));
+        pipelines.push_back(std::make_unique<PipelinedSink>(*encoders.back(), 2));
+        outputs.push_back({pipelines.back().get(), file});
+    }
+    FanOutSink fan(std::move(outputs));
+    write_animation(host, fan, animation, files[0], layout, animation.duration());
+    for (std::size_t i = 0; i < files.size(); ++i) results[i] = fan.written(i) ? 0 : -1;
+    doc.frame_buffer = std::move(animation.scene().display());
+    return results;
+}
+
 int generate_sm_video(Document& doc, Host& host, std::span<const std::string> sources, FitMode fit,
                       const SocialRun& run) {
     namespace fs = std::filesystem;
@@ -108,7 +137,8 @@ int generate_sm_video(Document& doc, Host& host, std::span<const std::string> so
     options.keep_going = true;
     ResultVideos videos(doc, host, fit, seed);
     const BatchTally tally =
-        run_batch(host, jobs, options, [&](const BatchJob& job) { return videos.run(job); });
+        run_batch(host, jobs, options, share_frames,
+                  [&](std::span<const BatchJob* const> group) { return videos.run(group); });
     if (run.tally) *run.tally = tally;
     if (!any_readable) host.message("Failed to read source");
     // A run that wrote nothing leaves no trace: the folder goes if this run made it.

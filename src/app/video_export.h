@@ -7,6 +7,7 @@
 #include <optional>
 #include <span>
 #include <string>
+#include <vector>
 
 #include "app/batch_runner.h"
 #include "app/document.h"
@@ -17,6 +18,11 @@ namespace velq {
 // Renders the animation at pw x ph and writes it to `file`. 0 when a file was written (also after
 // Stop), -1 otherwise, after the system's message.
 int render_anim_video(Document& doc, Host& host, const std::string& file, int pw, int ph, FitMode fit);
+
+// The same animation written to several video files (containers, not GIFs) at once, each frame
+// drawn once for all of them. One result per file: 0 written, -1 not (a file that failed is absent).
+std::vector<int> render_anim_videos(Document& doc, Host& host, std::span<const std::string> files, int pw,
+                                    int ph, FitMode fit);
 
 struct SocialVariant {
     int width, height;
@@ -35,7 +41,8 @@ struct SocialRun {
 
 // The social-media export: for every source picture that carries a settings block, the result is
 // made again from the block and written as every variant into "SocialMedia" beside the first source,
-// each variant a job of a batch run (journal SocialMedia/batch.log). Returns the number of videos
+// each variant a job of a batch run (journal SocialMedia/batch.log). Consecutive variants of one size
+// that the run takes are drawn once and written together. Returns the number of videos
 // written, or -1 when the folder could not be made; a run that writes nothing takes away the folder
 // it made.
 int generate_sm_video(Document& doc, Host& host, std::span<const std::string> sources, FitMode fit,

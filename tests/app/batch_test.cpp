@@ -2,6 +2,7 @@
 // existing outputs, Skip, Stop, unreadable inputs and the journal.
 #include <gtest/gtest.h>
 
+#include <cctype>
 #include <filesystem>
 #include <fstream>
 #include <map>
@@ -208,6 +209,49 @@ TEST(BatchRun, ExistingSkipStopUnreadableAndTheJournal) {
         for (std::size_t i = 0; i < jobs.size(); ++i)
             EXPECT_EQ(fs::exists(jobs[i].output), c.outputs[i]) << c.name << i;
         EXPECT_FALSE(host.skip) << c.name;
+    }
+}
+
+// Jobs that go together (here: one first letter) reach the step at once: those of the shard whose
+// outputs are not complete already (upper case). Skip during a group leaves none of its outputs.
+TEST(BatchRun, GroupsOfJobsRunAsOneItem) {
+    struct Case {
+        std::string plan;
+        Shard shard;
+        const char* skip_in;  // the group whose step presses Skip
+        std::vector<std::string> groups;
+        std::string outputs;  // '1' where an output is there afterwards
+    };
+    const Case cases[] = {
+        {"aaabbc", {}, "", {"012", "34", "5"}, "111111"},
+        {"aaabbc", {1, 2}, "", {"1", "3", "5"}, "010101"},
+        {"aAab", {}, "", {"02", "3"}, "1111"},
+        {"aab", {}, "01", {"01", "2"}, "001"},
+    };
+    for (const Case& c : cases) {
+        const fs::path dir = test::temp_dir("batch_groups_" + c.plan + c.skip_in + std::to_string(c.shard.n));
+        std::vector<BatchJob> jobs(c.plan.size());
+        for (std::size_t i = 0; i < jobs.size(); ++i) {
+            jobs[i].name = std::string(1, char(std::tolower(c.plan[i]))) + std::to_string(i);
+            jobs[i].output = (dir / (jobs[i].name + ".png")).string();
+            if (std::isupper(static_cast<unsigned char>(c.plan[i]))) write_result(jobs[i].output);
+        }
+        QuietHost host;
+        BatchOptions o;
+        o.shard = c.shard;
+        o.skip_existing = true;
+        std::vector<std::string> groups;
+        const auto together = [](const BatchJob& a, const BatchJob& b) { return a.name[0] == b.name[0]; };
+        run_batch(host, jobs, o, together, [&](std::span<const BatchJob* const> g) {
+            groups.emplace_back();
+            for (const BatchJob* j : g) groups.back() += j->name.substr(1), write_result(j->output);
+            if (groups.back() == c.skip_in) host.skip = host.stop = true;
+            return std::vector<JobOutcome>(g.size());
+        });
+        EXPECT_EQ(groups, c.groups) << c.plan;
+        std::string outputs;
+        for (const BatchJob& j : jobs) outputs += fs::exists(j.output) ? '1' : '0';
+        EXPECT_EQ(outputs, c.outputs) << c.plan;
     }
 }
 

@@ -1,6 +1,8 @@
 #include <gtest/gtest.h>
 
 #include <filesystem>
+#include <fstream>
+#include <iterator>
 #include <string>
 #include <vector>
 
@@ -18,6 +20,11 @@ std::string small_picture(const std::string& dir) {
     const std::string path = dir + "/in.png";
     EXPECT_EQ(write_picture(path, test::noise_picture(48, 32, 6), 96), PictureError::None);
     return path;
+}
+
+std::string file_bytes(const std::string& path) {
+    std::ifstream in(path, std::ios::binary);
+    return {std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>()};
 }
 
 // Every shape of both layers starts at once and moves half a second: the animation lasts 0.5 s, 16
@@ -83,6 +90,32 @@ TEST(VideoCli, SocialWritesEveryVariantOfASavedResult) {
         EXPECT_EQ(back.pts.size(), 1u) << v.suffix;
         EXPECT_EQ(back.width, v.width) << v.suffix;
         EXPECT_EQ(back.height, v.height) << v.suffix;
+    }
+}
+
+// Videos of one size are written together from one drawing of each frame; a shard that runs only
+// some of them, and single jobs, write the same bytes as the whole set. Only the first size is
+// compared: a video's bytes can still depend on what the process drew before it (an open issue),
+// and VP9's realtime encoding is not repeatable, so WebM is left out.
+TEST(VideoCli, SocialVariantsWrittenTogetherMatchSeparateRuns) {
+    const std::string dir = test::temp_dir("cli-social-groups");
+    const std::string whole = dir + "/whole/art.png", parts = dir + "/parts/art.png";
+    std::filesystem::create_directories(dir + "/whole");
+    std::filesystem::create_directories(dir + "/parts");
+    std::vector<std::string> render = {"render", small_picture(dir), "-o", whole};
+    render.insert(render.end(), kHalfSecond.begin(), kHalfSecond.end());
+    ASSERT_EQ(test::run_cli(render).exit_code, 0);
+    std::filesystem::copy_file(whole, parts);
+    for (const std::vector<std::string>& args :
+         {std::vector<std::string>{"social", whole, "--seed", "3"},
+          {"social", parts, "--seed", "3", "--shard", "1/3"},
+          {"social", parts, "--seed", "3", "--job", "art_youtube.3gpp"},
+          {"social", parts, "--seed", "3", "--job", "art_youtube.mp4"}})
+        ASSERT_EQ(test::run_cli(args).exit_code, 0) << args.back();
+    for (const char* name : {"art_youtube.3gpp", "art_youtube.mp4", "art_youtube.avi", "art_youtube.flv"}) {
+        const std::string part = file_bytes(dir + "/parts/SocialMedia/" + name);
+        EXPECT_FALSE(part.empty()) << name;
+        EXPECT_TRUE(part == file_bytes(dir + "/whole/SocialMedia/" + name)) << name;
     }
 }
 

@@ -1,0 +1,156 @@
+// The social-media set of one result against its encoders alone on the same frames: the set as the
+// tool writes it (each run of variants of one size drawn once and handed to all of their encoders),
+// the same set with every variant drawing its own frames (as it was before the sharing), and the
+// frames of every size drawn beforehand and only encoded, one video after another, with the same
+// encoder settings. The shared set should stay at or below 1.15 times the encoding alone.
+// The result is the demo (data/demo.jpg, the Normal transform, the default animation: 180 frames a
+// video), saved with its settings block.
+#include <benchmark/benchmark.h>
+
+#include <chrono>
+#include <cstdio>
+#include <cstring>
+#include <filesystem>
+#include <string>
+#include <vector>
+
+#include "app/batch_steps.h"
+#include "app/document_animation.h"
+#include "app/metadata.h"
+#include "app/render_op.h"
+#include "app/save_result.h"
+#include "app/video_export.h"
+#include "bench_demo.h"
+#include "video/encoder.h"
+#include "video/export_loop.h"
+
+namespace velq {
+namespace {
+
+constexpr std::uint32_t kSeed = 9;
+
+double seconds_since(std::chrono::steady_clock::time_point t0) {
+    return std::chrono::duration<double>(std::chrono::steady_clock::now() - t0).count();
+}
+
+// Keeps every frame handed over.
+class KeepingSink : public VideoSink {
+public:
+    int init_video(const std::string&, int w, int h) override { return source_.allocate(w, h, 4) ? 0 : -1; }
+    UBUFFER& source() override { return source_; }
+    int write_video_frame(double& t) override {
+        frames.push_back(source_.clone());
+        t = double(frames.size()) / 30;
+        return 0;
+    }
+    int finish() override { return 0; }
+    void abandon() override {}
+    std::vector<UBUFFER> frames;
+
+private:
+    UBUFFER source_;
+};
+
+// The demo result saved with its block; empty when a step failed.
+std::string save_demo_result(Host& host) {
+    Document doc(host);
+    if (!bench::transform_demo(doc, host)) return {};
+    doc.seeds.fix(5);
+    int w = 0, h = 0;
+    render_size(doc, w, h);
+    const std::string path = bench::bench_path("velq-social-bench", "demo.png");
+    if (generate_shaped_image(doc, host, w, h) != 0 || save_result(doc, host, path, 3) != 0) return {};
+    return path;
+}
+
+// Every variant encoded alone from frames drawn beforehand (drawn once per run of one size, as the
+// set draws them); the seconds of the encoding only.
+double encoding_alone(Host& host, const std::string& result, int& frames) {
+    Document doc(host);
+    SettingsBlock block;
+    if (!read_metadata_block(host, result, block)) return -1;
+    doc.seeds.fix(kSeed);
+    doc.settings.min_size = 0.0005;
+    if (remake_from_block(doc, host, block) != 0) return -1;
+    const auto jobs =
+        social_jobs(std::vector{result}, bench::bench_path("velq-social-bench", "alone"), kSeed);
+    std::filesystem::create_directories(std::filesystem::path(jobs[0].output).parent_path());
+    double encode_s = 0;
+    KeepingSink keep;
+    for (std::size_t i = 0; i < jobs.size(); ++i) {
+        const SocialVariant& v = social_media_variants()[std::size_t(jobs[i].variant)];
+        if (i == 0 || !share_frames(jobs[i - 1], jobs[i])) {
+            keep.frames.clear();
+            doc.settings.video_width = v.width;
+            doc.settings.video_height = v.height;
+            doc.seeds.fix(jobs[i].seed);
+            int pw = 0, ph = 0;
+            render_size(doc, pw, ph);
+            DocumentAnimation anim(doc, host);
+            if (anim.prepare(pw, ph, "") != 0) return -1;
+            write_animation(host, keep, anim, "", frame_layout(pw, ph, v.width, v.height, FitMode::Fit),
+                            anim.duration());
+        }
+        frames = int(keep.frames.size());
+        const auto t0 = std::chrono::steady_clock::now();
+        Encoder enc(host);
+        if (enc.init_video(jobs[i].output, keep.frames[0].width(), keep.frames[0].height()) != 0) return -1;
+        for (const UBUFFER& f : keep.frames) {
+            std::memcpy(enc.source().data(), f.data(), f.size());
+            double t;
+            enc.write_video_frame(t);
+        }
+        if (enc.finish() != 0) return -1;
+        encode_s += seconds_since(t0);
+    }
+    return encode_s;
+}
+
+// The set with each variant drawing its own frames: the runner without grouping.
+double each_drawing_its_own(Host& host, const std::string& result) {
+    Document doc(host);
+    const auto jobs = social_jobs(std::vector{result}, bench::bench_path("velq-social-bench", "each"), kSeed);
+    ResultVideos videos(doc, host, FitMode::Fit, kSeed);
+    const auto t0 = std::chrono::steady_clock::now();
+    const BatchTally t = run_batch(host, jobs, {}, [&](const BatchJob& j) { return videos.run(j); });
+    return t.written == int(jobs.size()) ? seconds_since(t0) : -1;
+}
+
+void BM_SocialSetAgainstEncoders(benchmark::State& state) {
+    QuietHost host;
+    const std::string result = save_demo_result(host);
+    if (result.empty()) {
+        state.SkipWithError("demo result");
+        return;
+    }
+    double set_s = 0, each_s = 0, encode_s = 0;
+    int frames = 0;
+    for (auto _ : state) {
+        Document doc(host);
+        const auto t0 = std::chrono::steady_clock::now();
+        const int written =
+            generate_sm_video(doc, host, std::vector{result}, FitMode::Fit, SocialRun{{}, kSeed});
+        set_s = seconds_since(t0);
+        each_s = each_drawing_its_own(host, result);
+        encode_s = encoding_alone(host, result, frames);
+        if (written != int(social_media_variants().size()) || each_s < 0 || encode_s < 0) {
+            std::printf("written %d, each %.1f, alone %.1f\n", written, each_s, encode_s);
+            state.SkipWithError("a video was not written");
+            return;
+        }
+    }
+    state.counters["set_s"] = set_s;
+    state.counters["each_s"] = each_s;
+    state.counters["encode_s"] = encode_s;
+    state.counters["ratio"] = set_s / encode_s;
+    std::printf(
+        "social set of the demo, %d frames a video, %zu videos: shared drawing %.1f s, each drawing its own "
+        "%.1f s, encoding alone %.1f s; ratios %.3f and %.3f\n",
+        frames, social_media_variants().size(), set_s, each_s, encode_s, set_s / encode_s, each_s / encode_s);
+}
+BENCHMARK(BM_SocialSetAgainstEncoders)->Unit(benchmark::kSecond)->UseRealTime()->Iterations(1);
+
+}  // namespace
+}  // namespace velq
+
+BENCHMARK_MAIN();
