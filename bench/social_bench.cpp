@@ -21,6 +21,7 @@
 #include "app/save_result.h"
 #include "app/video_export.h"
 #include "bench_demo.h"
+#include "keeping_sink.h"
 #include "video/encoder.h"
 #include "video/export_loop.h"
 
@@ -32,24 +33,6 @@ constexpr std::uint32_t kSeed = 9;
 double seconds_since(std::chrono::steady_clock::time_point t0) {
     return std::chrono::duration<double>(std::chrono::steady_clock::now() - t0).count();
 }
-
-// Keeps every frame handed over.
-class KeepingSink : public VideoSink {
-public:
-    int init_video(const std::string&, int w, int h) override { return source_.allocate(w, h, 4) ? 0 : -1; }
-    UBUFFER& source() override { return source_; }
-    int write_video_frame(double& t) override {
-        frames.push_back(source_.clone());
-        t = double(frames.size()) / 30;
-        return 0;
-    }
-    int finish() override { return 0; }
-    void abandon() override {}
-    std::vector<UBUFFER> frames;
-
-private:
-    UBUFFER source_;
-};
 
 // The demo result saved with its block; empty when a step failed.
 std::string save_demo_result(Host& host) {
@@ -76,7 +59,7 @@ double encoding_alone(Host& host, const std::string& result, int& frames) {
         social_jobs(std::vector{result}, bench::bench_path("velq-social-bench", "alone"), kSeed);
     std::filesystem::create_directories(std::filesystem::path(jobs[0].output).parent_path());
     double encode_s = 0;
-    KeepingSink keep;
+    bench::KeepingSink keep;
     for (std::size_t i = 0; i < jobs.size(); ++i) {
         const SocialVariant& v = social_media_variants()[std::size_t(jobs[i].variant)];
         if (i == 0 || !share_frames(jobs[i - 1], jobs[i])) {

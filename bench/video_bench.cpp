@@ -23,6 +23,7 @@
 #include "app/document_animation.h"
 #include "app/video_export.h"
 #include "bench_demo.h"
+#include "keeping_sink.h"
 #include "render/band_paint.h"
 #include "render/paint_jobs.h"
 #include "render/renderer.h"
@@ -55,24 +56,6 @@ struct Demo {
     }
     int width() const { return doc.working.width(); }
     int height() const { return doc.working.height(); }
-};
-
-// Keeps every frame the export hands over, for encoding them alone afterwards.
-class KeepingSink : public VideoSink {
-public:
-    int init_video(const std::string&, int w, int h) override { return source_.allocate(w, h, 4) ? 0 : -1; }
-    UBUFFER& source() override { return source_; }
-    int write_video_frame(double& t) override {
-        frames.push_back(source_.clone());
-        t = double(frames.size()) / 30;
-        return 0;
-    }
-    int finish() override { return 0; }
-    void abandon() override {}
-    std::vector<UBUFFER> frames;
-
-private:
-    UBUFFER source_;
 };
 
 void BM_Encode1080p(benchmark::State& state, const char* ext) {
@@ -132,7 +115,7 @@ void BM_ExportAgainstEncoding(benchmark::State& state) {
         state.SkipWithError("demo picture");
         return;
     }
-    KeepingSink keep;
+    bench::KeepingSink keep;
     {
         DocumentAnimation anim(demo.doc, demo.host);
         if (anim.prepare(demo.width(), demo.height(), "") != 0) {
