@@ -52,14 +52,14 @@ int apply_passage_options(const PassageOptions& o, Document& doc, Host& host) {
             passage_text("--passage-file " + path, std::string(bytes.bytes.begin(), bytes.bytes.end()));
     }
     for (const std::string& v : o.font) {
-        auto [i, spec] = split("--passage-font", v, layers);
+        auto [i, face] = split("--passage-font", v, layers);
         FontDescription& font = choice(i).font;
         font.weight = 0;
         font.italic = false;
         // Trailing ":bold" and ":italic", in either order.
-        auto strip = [&spec](std::string_view tag) {
-            const bool has = spec.size() > tag.size() && spec.ends_with(tag);
-            if (has) spec.resize(spec.size() - tag.size());
+        auto strip = [&face](std::string_view tag) {
+            const bool has = face.size() > tag.size() && face.ends_with(tag);
+            if (has) face.resize(face.size() - tag.size());
             return has;
         };
         for (bool more = true; more;) {
@@ -67,8 +67,8 @@ int apply_passage_options(const PassageOptions& o, Document& doc, Host& host) {
             if (strip(":bold")) more = bool(font.weight = 700);
             if (strip(":italic")) more = font.italic = true;
         }
-        usage_check(spec.empty() ? "--passage-font needs a face, not '" + v + "'" : "");
-        font.face = spec;
+        usage_check(face.empty() ? "--passage-font needs a face, not '" + v + "'" : "");
+        font.face = face;
     }
     for (const std::string& v : o.style) {
         const auto [i, name] = split("--passage-style", v, layers);
