@@ -52,7 +52,9 @@ int apply_passage_options(const PassageOptions& o, Document& doc, Host& host) {
             passage_text("--passage-file " + path, std::string(bytes.bytes.begin(), bytes.bytes.end()));
     }
     for (const std::string& v : o.font) {
-        auto [i, face] = split("--passage-font", v, layers);
+        auto parts = split("--passage-font", v, layers);
+        const int i = parts.first;
+        std::string& face = parts.second;
         FontDescription& font = choice(i).font;
         font.weight = 0;
         font.italic = false;
