@@ -153,8 +153,8 @@ void shade_opaque(const cv::Mat& height, const cv::Mat& opacity, cv::Mat& shade,
 
 void shade_lit(const cv::Mat& height, const Light& k, const cv::Mat& opacity, cv::Mat& shade) {
     shade_opaque(height, opacity, shade, [&](int, double a, double b, double c) {
-        const double spec = k.specular > 0 ? k.specular * highlight(a, b, c, k.power) : 0.0;
-        return k.ambient + k.diffuse * lambert(a, b, c) + spec;
+        const double shine = k.specular > 0 ? k.specular * highlight(a, b, c, k.power) : 0.0;
+        return k.ambient + k.diffuse * lambert(a, b, c) + shine;
     });
 }
 
