@@ -109,7 +109,8 @@ void add_cycle_command(CLI::App& app, int& exit_code) {
 
 void add_cycle_video_command(CLI::App& app, int& exit_code) {
     struct Args {
-        std::string result, dir, size = "640x480", fit = "none", ext = "mp4";
+        std::string result, dir, ext = "mp4";
+        VideoFrameArgs frame;
         std::optional<std::string> motions, scans;
         std::uint32_t seed = 0;
         bool quiet = false;
@@ -128,18 +129,14 @@ void add_cycle_video_command(CLI::App& app, int& exit_code) {
     cmd->add_option(
         "--scans", args->scans,
         "scan orders by name or number 0-7, comma separated, or all (default: the stored selections)");
-    cmd->add_option("--size", args->size, "video size WxH (default 640x480)");
-    cmd->add_option("--fit", args->fit, "none (the picture's aspect at the video height), fit or stretch");
+    add_video_frame_options(*cmd, args->frame);
     cmd->add_option("--ext", args->ext,
                     "container of every video: mp4 (default), mov, avi, webm, ..., or gif");
     cmd->add_option("--seed", args->seed, "seed of the run (default 0)");
     cmd->add_flag("--quiet", args->quiet, "no progress line");
     add_batch_options(*cmd, args->batch);
     cmd->callback([args, &exit_code] {
-        int vw = 0, vh = 0;
-        usage_check(parse_size(args->size, vw, vh) ? "" : "--size needs WxH, not '" + args->size + "'");
-        const auto fit = fit_mode_from_name(args->fit);
-        usage_check(fit ? "" : "--fit needs none, fit or stretch, not '" + args->fit + "'");
+        const VideoFrame frame = video_frame_of(args->frame);
         usage_check(is_video("x." + args->ext) || args->ext == "gif" ? ""
                                                                      : "--ext needs a video type or gif");
         CyclingSelections chosen = stored_selections(args->result);
@@ -154,8 +151,8 @@ void add_cycle_video_command(CLI::App& app, int& exit_code) {
         const auto jobs = animation_cycling_jobs(args->result, chosen, args->dir, args->ext, args->seed);
         CliHost host(args->quiet);
         Document doc(host);
-        ResultVideos videos(doc, host, *fit, args->seed);
-        videos.set_video_size(vw, vh);
+        ResultVideos videos(doc, host, frame.fit, args->seed);
+        videos.set_video_size(frame.width, frame.height);
         BatchOptions options;
         options.title = "Cycling";
         options.journal = args->dir + "/batch.log";

@@ -27,9 +27,24 @@ std::optional<FitMode> fit_mode_from_name(const std::string& name) {
     return std::nullopt;
 }
 
+void add_video_frame_options(CLI::App& cmd, VideoFrameArgs& a) {
+    cmd.add_option("--size", a.size, "video size WxH (default 640x480)");
+    cmd.add_option("--fit", a.fit, "none (the picture's aspect at the video height), fit or stretch");
+}
+
+VideoFrame video_frame_of(const VideoFrameArgs& a) {
+    VideoFrame f;
+    usage_check(parse_size(a.size, f.width, f.height) ? "" : "--size needs WxH, not '" + a.size + "'");
+    const auto fit = fit_mode_from_name(a.fit);
+    usage_check(fit ? "" : "--fit needs none, fit or stretch, not '" + a.fit + "'");
+    f.fit = *fit;
+    return f;
+}
+
 void add_video_command(CLI::App& app, int& exit_code) {
     struct Args {
-        std::string input, output, size = "640x480", fit = "none";
+        std::string input, output;
+        VideoFrameArgs frame;
         PictureOptions picture;
         TransformOptions transform;
         OutputOptions out;
@@ -40,16 +55,12 @@ void add_video_command(CLI::App& app, int& exit_code) {
     cmd->add_option("-o,--output", args->output,
                     "video to write: .mp4 .mov .avi .webm .wmv .mpeg .3gpp .flv, or .gif")
         ->required();
-    cmd->add_option("--size", args->size, "video size WxH (default 640x480)");
-    cmd->add_option("--fit", args->fit, "none (the picture's aspect at the video height), fit or stretch");
+    add_video_frame_options(*cmd, args->frame);
     add_picture_options(*cmd, args->picture);
     add_transform_options(*cmd, args->transform);
     add_output_options(*cmd, args->out);
     cmd->callback([args, &exit_code] {
-        int vw = 0, vh = 0;
-        usage_check(parse_size(args->size, vw, vh) ? "" : "--size needs WxH, not '" + args->size + "'");
-        const auto fit = fit_mode_from_name(args->fit);
-        usage_check(fit ? "" : "--fit needs none, fit or stretch, not '" + args->fit + "'");
+        const VideoFrame frame = video_frame_of(args->frame);
         CliHost host(args->picture.quiet);
         Document doc(host);
         exit_code = open_and_transform(doc, host, args->input, args->picture, args->transform);
@@ -59,11 +70,12 @@ void add_video_command(CLI::App& app, int& exit_code) {
             exit_code = 1;
             return;
         }
-        doc.settings.video_width = vw;
-        doc.settings.video_height = vh;
+        doc.settings.video_width = frame.width;
+        doc.settings.video_height = frame.height;
         int pw = 0, ph = 0;
         render_size(doc, pw, ph);
-        exit_code = render_anim_video(doc, host, args->output, pw, ph, *fit) == 0 && !host.stopped() ? 0 : 1;
+        exit_code =
+            render_anim_video(doc, host, args->output, pw, ph, frame.fit) == 0 && !host.stopped() ? 0 : 1;
     });
 }
 
