@@ -2,6 +2,7 @@
 
 #include <vector>
 
+#include "app/drawing_op.h"
 #include "app/render_op.h"
 #include "image/picture_error.h"
 #include "image/psd_writer.h"
@@ -17,10 +18,16 @@ int save_psd(Document& doc, Host& host, const std::string& path, std::span<const
         host.message(psd_too_large_message(merged.width(), merged.height()));
         return -1;
     }
-    // What each layer of the file is: -1 the background, -2 the logo, else the Document's layer.
+    // What each layer of the file is: -1 the background, -2 the logo, -3 the drawing that replaced
+    // the shapes, else the Document's layer.
+    const Drawing& drawing = doc.rendered_settings.drawing;
     std::vector<PsdLayer> layers{{"Background", false}};
     std::vector<int> source{-1};
-    for (std::size_t i = 0; i < doc.layers.size(); ++i) {
+    if (drawing.kind != DrawingKind::None) {
+        layers.push_back({"Drawing", false});
+        source.push_back(-3);
+    }
+    for (std::size_t i = 0; i < doc.layers.size() && drawing.kind == DrawingKind::None; ++i) {
         if (!doc.layers[i].has_shapes()) continue;
         layers.push_back({"Ly" + std::to_string(i), !doc.layers[i].shown});
         source.push_back(int(i));
@@ -38,6 +45,8 @@ int save_psd(Document& doc, Host& host, const std::string& path, std::span<const
             fill_background(picture, doc.background);
             return true;
         }
+        // The drawing is opaque: it is painted over the background colour, as the merged picture has it.
+        if (what == -3) return draw_picture(doc, host, drawing, picture, nullptr) == 0;
         picture.fill(0);
         if (what == -2)
             return render_logo(host, picture, doc.logo, doc.logo_transparency, 1.0, 0.0, true) == 0 &&

@@ -1,6 +1,7 @@
 // The result as a layered picture file: the background colour, each layer that holds shapes alone
 // (bottom first, named "Ly0", "Ly1", ... as in the layer list, hidden ones with their eye off),
-// then the logo; the merged picture is the render itself.
+// then the logo; the merged picture is the render itself. A result turned into a drawing has the
+// drawing (over the background colour) as its one layer between the background and the logo.
 #pragma once
 
 #include <cstdint>

@@ -38,7 +38,8 @@ DrawingDialog::DrawingDialog(Presenter& presenter, const Drawing& initial, QWidg
     layer_ = new QComboBox(this);
     for (int i = 0; i < Layer::kCount; ++i) layer_->addItem(QStringLiteral("Ly%1").arg(i));
     layer_->setCurrentIndex(std::clamp(initial.layer, 0, Layer::kCount - 1));
-    spike_width_ = new QLineEdit(QString::fromStdString(format_double(initial.spike_width)), this);
+    // As typed: "1", "1.5", not "1.000000".
+    spike_width_ = new QLineEdit(QString::number(initial.spike_width, 'g', 15), this);
     burst_ = new QLineEdit(QString::number(initial.burst), this);
     lead_ = new QLineEdit(QString::number(initial.lead), this);
     colour_ = new QPushButton(this);

@@ -133,30 +133,44 @@ TEST(RenderCli, AnInputTakesTheSettingsAndTheLineOverridesThem) {
 }
 
 // The tool's .psd path end to end: the merged picture is the PNG's, the settings block is the same,
-// and ImageMagick's flattening of the layers (a hidden one left out) gives the PNG within 2. The
-// first result's global brightness is set back to 0: its layers stack back only within about 6.
+// and ImageMagick's flattening of the shown layers gives the PNG within 2. The first result's global
+// brightness is set back to 0: its layers stack back only within about 6. A drawing is one layer of
+// its own in place of the shape layers.
 TEST(RenderCli, APsdResultHoldsItsLayersAndItsSettings) {
     Files f;
-    const std::string psd = f.dir + "/layers.psd", png = f.dir + "/layers.png";
-    for (const std::string& out : {psd, png}) {
-        const test::CliResult r =
-            test::run_cli({"render", "--settings", f.first, "-o", out, "--seed", "5", "--background",
-                           "102030", "--global-brightness", "0", "--layer", "2:hidden", "--shapes",
-                           std::string("2=") + VELQ_DATA_DIR + "/shapes/heart.png"});
-        ASSERT_EQ(r.exit_code, 0) << r.err;
-    }
-    const PictureRead merged = read_picture(psd), flat = read_picture(png);
-    ASSERT_TRUE(merged && flat);
-    EXPECT_TRUE(test::same_bytes(flat.picture, merged.picture));
-    EXPECT_EQ(info_of(psd), info_of(png));
+    const struct {
+        std::vector<std::string> args;
+        std::string layers, shown;
+    } cases[] = {
+        {{"--layer", "2:hidden", "--shapes", std::string("2=") + VELQ_DATA_DIR + "/shapes/heart.png"},
+         "|Background|Ly0|Ly1|Ly2|Logo|",
+         "[1-3,5]"},
+        {{"--draw", "spikes-burst"}, "|Background|Drawing|Logo|", "[1-3]"},
+    };
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.layers);
+        const std::string psd = f.dir + "/layers.psd", png = f.dir + "/layers.png";
+        for (const std::string& out : {psd, png}) {
+            std::vector<std::string> args{
+                "render", "--settings",          f.first, "-o", out, "--seed", "5", "--background",
+                "102030", "--global-brightness", "0"};
+            args.insert(args.end(), c.args.begin(), c.args.end());
+            const test::CliResult r = test::run_cli(args);
+            ASSERT_EQ(r.exit_code, 0) << r.err;
+        }
+        const PictureRead merged = read_picture(psd), flat = read_picture(png);
+        ASSERT_TRUE(merged && flat);
+        EXPECT_TRUE(test::same_bytes(flat.picture, merged.picture));
+        EXPECT_EQ(info_of(psd), info_of(png));
 
-    if (!test::have_tool("convert")) GTEST_SKIP() << "ImageMagick missing";
-    // The saved settings carry the first result's logo, so it comes back as the top layer.
-    EXPECT_EQ(test::run_tool("identify -format '%l|' " + test::quoted(psd)), "|Background|Ly0|Ly1|Ly2|Logo|");
-    const std::string pae =
-        test::run_tool("convert " + test::quoted(psd + "[1-3,5]") + " -layers flatten png:- | " +
-                       "compare -metric PAE - " + test::quoted(png) + " null: 2>&1");
-    EXPECT_LE(std::stod(pae.substr(pae.find('(') + 1)), 2.0 / 255 + 1e-6) << pae;
+        if (!test::have_tool("convert")) GTEST_SKIP() << "ImageMagick missing";
+        // The saved settings carry the first result's logo, so it comes back as the top layer.
+        EXPECT_EQ(test::run_tool("identify -format '%l|' " + test::quoted(psd)), c.layers);
+        const std::string pae =
+            test::run_tool("convert " + test::quoted(psd + c.shown) + " -layers flatten png:- | " +
+                           "compare -metric PAE - " + test::quoted(png) + " null: 2>&1");
+        EXPECT_LE(std::stod(pae.substr(pae.find('(') + 1)), 2.0 / 255 + 1e-6) << pae;
+    }
 }
 
 }  // namespace

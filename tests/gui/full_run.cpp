@@ -166,7 +166,9 @@ private slots:
 
         // Run > Spike drawing turns the result into crystal cells of layer 2; saved and reopened, the
         // result is made again with the same drawing (the shuffle's draws differ from run to run).
-        g.presenter->on_dialog = [](QDialog& d) {
+        QString spike_width;
+        g.presenter->on_dialog = [&spike_width](QDialog& d) {
+            spike_width = d.findChild<QLineEdit*>(QStringLiteral("spike_width"))->text();
             d.findChild<QComboBox*>(QStringLiteral("kind"))->setCurrentIndex(1);
             d.findChild<QComboBox*>(QStringLiteral("layer"))->setCurrentIndex(2);
             d.findChild<QLineEdit*>(QStringLiteral("lead"))->setText(QStringLiteral("2"));
@@ -178,6 +180,7 @@ private slots:
         QTRY_VERIFY_WITH_TIMEOUT(!g.window->busy(), 60000);
         QVERIFY2(g.presenter->messages.isEmpty(), qPrintable(g.presenter->messages.join('|')));
         QCOMPARE(g.presenter->dialogs.last(), QStringLiteral("Spike drawing"));
+        QCOMPARE(spike_width, QStringLiteral("1"));
         QVERIFY(g.doc().rendered_settings.drawing.kind == DrawingKind::CrystalCells);
         QVERIFY(to_qimage(g.doc().render_buffer) != plain);
         QCOMPARE(g.window->picture_view().picture(), to_qimage(g.doc().render_buffer));
