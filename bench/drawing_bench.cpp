@@ -42,7 +42,8 @@ void BM_Diagram(benchmark::State& state) {
     Demo& d = demo();
     for (auto _ : state) {
         CellDiagram diagram;
-        benchmark::DoNotOptimize(make_cell_diagram(d.host, d.sites, d.width, d.height, diagram));
+        benchmark::DoNotOptimize(
+            make_cell_diagram(d.host, d.sites, d.width, d.height, diagram, int(state.range(0))));
     }
     state.counters["circles"] = double(d.sites.size());
 }
@@ -55,8 +56,8 @@ void BM_Drawing(benchmark::State& state) {
     out.allocate(d.width, d.height, 4);
     for (auto _ : state) {
         fill_background(out, d.doc.background);
-        benchmark::DoNotOptimize(
-            paint_drawing(d.host, drawing, d.placements, d.doc.working, 0, out, nullptr));
+        benchmark::DoNotOptimize(paint_drawing(d.host, drawing, d.placements, d.doc.working, 0, out, nullptr,
+                                               int(state.range(1))));
     }
 }
 
@@ -65,13 +66,13 @@ void BM_StillRender(benchmark::State& state) {
     for (auto _ : state) benchmark::DoNotOptimize(generate_shaped_image(d.doc, d.host, d.width, d.height));
 }
 
-BENCHMARK(BM_Diagram)->Unit(benchmark::kMillisecond)->UseRealTime();
+// Threads 0 is one per core; one thread shows the work itself on a shared machine.
+BENCHMARK(BM_Diagram)->ArgName("threads")->Arg(0)->Arg(1)->Unit(benchmark::kMillisecond)->UseRealTime();
 BENCHMARK(BM_Drawing)
-    ->ArgName("kind")
-    ->Arg(int(DrawingKind::PebbleCells))
-    ->Arg(int(DrawingKind::CrystalCells))
-    ->Arg(int(DrawingKind::WebSpikes))
-    ->Arg(int(DrawingKind::BurstSpikes))
+    ->ArgNames({"kind", "threads"})
+    ->ArgsProduct({{int(DrawingKind::PebbleCells), int(DrawingKind::CrystalCells),
+                    int(DrawingKind::WebSpikes), int(DrawingKind::BurstSpikes)},
+                   {0, 1}})
     ->Unit(benchmark::kMillisecond)
     ->UseRealTime();
 BENCHMARK(BM_StillRender)->Unit(benchmark::kMillisecond)->UseRealTime();

@@ -23,6 +23,7 @@ struct Grid {
     double max_weight = 0;
     std::vector<std::uint32_t> start;  // per bucket, row by row; one more at the end
     std::vector<std::int32_t> ids;     // sites by bucket, in index order within one
+    std::vector<CellSite> at;          // the sites of `ids`, read in a row rather than scattered
 
     int col_of(double x) const { return std::clamp(int(std::floor((x - x0) / side)), 0, cols - 1); }
     int row_of(double y) const { return std::clamp(int(std::floor((y - y0) / side)), 0, rows - 1); }
@@ -54,6 +55,8 @@ Grid make_grid(std::span<const CellSite> sites, const std::vector<std::int32_t>&
     g.ids.resize(members.size());
     std::vector<std::uint32_t> fill(g.start.begin(), g.start.end() - 1);
     for (std::size_t k = 0; k < members.size(); ++k) g.ids[fill[bucket[k]]++] = members[k];
+    g.at.resize(g.ids.size());
+    for (std::size_t k = 0; k < g.ids.size(); ++k) g.at[k] = sites[std::size_t(g.ids[k])];
     return g;
 }
 
@@ -111,24 +114,59 @@ private:
         if (x0 >= x1 || y0 >= y1) poly_.clear(), label_.clear();
         reach2_ = farthest2();
         const std::size_t n = grids_.size();
-        ring_.assign(n, 0);
-        done_.assign(n, false);
+        ring_.assign(n, 2);
+        // First the sites in the three by three buckets about the site in every class, in three
+        // rounds by the distance from the site to their dividing lines: within a quarter of the site
+        // spacing of the site's own circle (its neighbours in a packing), within one spacing, then
+        // the rest, most of which lie beyond the cell by then. Cutting by the nearest first saves most
+        // of the cuts; the searches by ring below then find little more.
+        const double r = std::sqrt(s.weight);
+        const double bound[2] = {4 * (r + 0.25 * spacing_) * (r + 0.25 * spacing_),
+                                 4 * (r + spacing_) * (r + spacing_)};
+        for (auto& round : near_) round.clear();
+        for (const Grid& g : grids_) {
+            const int cx = g.col_of(s.x), cy = g.row_of(s.y);
+            for (int y = std::max(0, cy - 1); y <= std::min(g.rows - 1, cy + 1); ++y)
+                for (int x = std::max(0, cx - 1); x <= std::min(g.cols - 1, cx + 1); ++x) {
+                    const std::size_t b = std::size_t(y) * g.cols + x;
+                    for (std::uint32_t q = g.start[b]; q < g.start[b + 1]; ++q) {
+                        if (g.ids[q] == i) continue;
+                        const CellSite& o = g.at[q];
+                        const double ox = o.x - s.x, oy = o.y - s.y, d2 = ox * ox + oy * oy;
+                        // Four times the square of the distance from the site to the dividing line,
+                        // negative when the line passes behind the site.
+                        const double lim = d2 - o.weight + s.weight;
+                        const double key = d2 == 0 ? -1.0 : lim <= 0 ? -lim * lim / d2 : lim * lim / d2;
+                        near_[key <= bound[0] ? 0 : key <= bound[1] ? 1 : 2].push_back({key, g.ids[q]});
+                    }
+                }
+        }
+        for (const auto& round : near_)
+            for (std::size_t k = 0; k < round.size() && !poly_.empty(); ++k) {
+                // The line lies beyond every vertex: 2 v.d <= 2 |v| |d| <= lim.
+                if (round[k].first > 0 && round[k].first >= 4 * reach2_) continue;
+                clip(i, round[k].second);
+            }
         for (std::size_t left = n; left > 0 && !poly_.empty();) {
             // The lightest class first: its many small sites near by make the first, tightest cuts.
             for (std::size_t c = n; c-- > 0 && !poly_.empty();) {
-                if (done_[c]) continue;
                 const Grid& g = grids_[c];
-                const int cx = g.col_of(s.x), cy = g.row_of(s.y), k = ring_[c]++;
-                visit_ring(i, g, cx, cy, k);
+                const int cx = g.col_of(s.x), cy = g.row_of(s.y), k = ring_[c];
+                if (k < 0) continue;
                 // Every unseen site of the class lies outside the square of buckets seen so far.
-                const bool whole = cx - k <= 0 && cy - k <= 0 && cx + k >= g.cols - 1 && cy + k >= g.rows - 1;
-                const double seen =
-                    std::min({s.x - (g.x0 + (cx - k) * g.side), g.x0 + (cx + k + 1) * g.side - s.x,
-                              s.y - (g.y0 + (cy - k) * g.side), g.y0 + (cy + k + 1) * g.side - s.y});
+                const int seen_k = k - 1;
+                const bool whole = cx - seen_k <= 0 && cy - seen_k <= 0 && cx + seen_k >= g.cols - 1 &&
+                                   cy + seen_k >= g.rows - 1;
+                const double seen = std::min(
+                    {s.x - (g.x0 + (cx - seen_k) * g.side), g.x0 + (cx + seen_k + 1) * g.side - s.x,
+                     s.y - (g.y0 + (cy - seen_k) * g.side), g.y0 + (cy + seen_k + 1) * g.side - s.y});
                 if (whole || seen * (1 - 1e-12) - 1e-9 >= reach(s.weight, g.max_weight)) {
-                    done_[c] = true;
+                    ring_[c] = -1;
                     --left;
+                    continue;
                 }
+                visit_ring(i, g, cx, cy, k);
+                ++ring_[c];
             }
         }
         return !poly_.empty();
@@ -143,6 +181,7 @@ private:
 
     void visit_ring(int i, const Grid& g, int cx, int cy, int k) {
         const CellSite& s = sites_[std::size_t(i)];
+        double r = reach(s.weight, g.max_weight);
         for (int y = std::max(0, cy - k); y <= std::min(g.rows - 1, cy + k) && !poly_.empty(); ++y) {
             const bool edge_row = y == cy - k || y == cy + k;
             const double by0 = g.y0 + y * g.side, dy = std::max({by0 - s.y, s.y - (by0 + g.side), 0.0});
@@ -154,12 +193,11 @@ private:
                 }
                 // Buckets and sites beyond the reach cannot cut the cell, now or after more cuts.
                 const double bx0 = g.x0 + x * g.side, dx = std::max({bx0 - s.x, s.x - (bx0 + g.side), 0.0});
-                double r = reach(s.weight, g.max_weight);
                 if (dx * dx + dy * dy >= r * r) continue;
                 const std::size_t b = std::size_t(y) * g.cols + x;
                 for (std::uint32_t q = g.start[b]; q < g.start[b + 1] && !poly_.empty(); ++q) {
                     const std::int32_t j = g.ids[q];
-                    const CellSite& o = sites_[std::size_t(j)];
+                    const CellSite& o = g.at[q];
                     const double ox = o.x - s.x, oy = o.y - s.y;
                     if (j == i || ox * ox + oy * oy >= r * r) continue;
                     if (clip(i, j)) r = reach(s.weight, g.max_weight);
@@ -241,8 +279,8 @@ private:
     std::vector<CellPoint> poly_, next_;
     std::vector<std::int32_t> label_, next_label_;
     std::vector<double> side_;
-    std::vector<int> ring_;
-    std::vector<bool> done_;
+    std::vector<int> ring_;                                 // per class: the next ring to visit, -1 when done
+    std::vector<std::pair<double, std::int32_t>> near_[3];  // by round
     double reach2_ = 0;
 };
 
