@@ -12,7 +12,8 @@ namespace {
 
 // Sites are searched in classes of similar weight, each on a grid of its own: a fixed window would
 // miss a huge circle's cut on its tiny neighbours, while one grid bounded by the heaviest site would
-// make every tiny cell search as far as the largest circle reaches.
+// make every tiny cell search as far as the largest circle reaches. A class spans radii within a
+// factor of four: narrower ones give more grids, each adding its near buckets to every cell's search.
 constexpr int kClasses = 12;
 constexpr int kMaxGridSide = 4096;
 constexpr double kSamePoint = 1e-9;  // pixels: vertices this close are one
@@ -68,7 +69,7 @@ std::vector<Grid> make_grids(std::span<const CellSite> sites, const Extent& e) {
     for (std::size_t i = 0; i < sites.size(); ++i) {
         const double w = sites[i].weight;
         int c = kClasses - 1;
-        if (w > 0) c = std::min(kClasses - 1, int(std::floor(std::log2(max_radius / std::sqrt(w)))));
+        if (w > 0) c = std::min(kClasses - 1, int(std::floor(std::log2(max_radius / std::sqrt(w)) / 2)));
         members[std::size_t(std::max(c, 0))].push_back(std::int32_t(i));
     }
     std::vector<Grid> grids;
