@@ -124,7 +124,7 @@ private:
         const double r = std::sqrt(s.weight);
         const double bound[2] = {4 * (r + 0.25 * spacing_) * (r + 0.25 * spacing_),
                                  4 * (r + spacing_) * (r + spacing_)};
-        for (auto& round : near_) round.clear();
+        std::size_t count[3] = {0, 0, 0};
         for (const Grid& g : grids_) {
             const int cx = g.col_of(s.x), cy = g.row_of(s.y);
             for (int y = std::max(0, cy - 1); y <= std::min(g.rows - 1, cy + 1); ++y)
@@ -134,19 +134,20 @@ private:
                         if (g.ids[q] == i) continue;
                         const CellSite& o = g.at[q];
                         const double ox = o.x - s.x, oy = o.y - s.y, d2 = ox * ox + oy * oy;
-                        // Four times the square of the distance from the site to the dividing line,
-                        // negative when the line passes behind the site.
-                        const double lim = d2 - o.weight + s.weight;
-                        const double key = d2 == 0 ? -1.0 : lim <= 0 ? -lim * lim / d2 : lim * lim / d2;
-                        near_[key <= bound[0] ? 0 : key <= bound[1] ? 1 : 2].push_back({key, g.ids[q]});
+                        // The distance from the site to the dividing line is lim / (2 |d|).
+                        const double lim = d2 - o.weight + s.weight, key = lim <= 0 ? -1.0 : lim * lim;
+                        const int round = key <= bound[0] * d2 ? 0 : key <= bound[1] * d2 ? 1 : 2;
+                        if (count[round] == near_[round].size()) near_[round].resize(2 * count[round] + 16);
+                        near_[round][count[round]++] = {lim, d2, g.ids[q]};
                     }
                 }
         }
-        for (const auto& round : near_)
-            for (std::size_t k = 0; k < round.size() && !poly_.empty(); ++k) {
+        for (int round = 0; round < 3; ++round)
+            for (std::size_t k = 0; k < count[round] && !poly_.empty(); ++k) {
                 // The line lies beyond every vertex: 2 v.d <= 2 |v| |d| <= lim.
-                if (round[k].first > 0 && round[k].first >= 4 * reach2_) continue;
-                clip(i, round[k].second);
+                const Near& c = near_[round][k];
+                if (c.lim > 0 && c.lim * c.lim >= 4 * reach2_ * c.d2) continue;
+                clip(i, c.j);
             }
         for (std::size_t left = n; left > 0 && !poly_.empty();) {
             // The lightest class first: its many small sites near by make the first, tightest cuts.
@@ -280,8 +281,12 @@ private:
     std::vector<CellPoint> poly_, next_;
     std::vector<std::int32_t> label_, next_label_;
     std::vector<double> side_;
-    std::vector<int> ring_;                                 // per class: the next ring to visit, -1 when done
-    std::vector<std::pair<double, std::int32_t>> near_[3];  // by round
+    std::vector<int> ring_;  // per class: the next ring to visit, -1 when done
+    struct Near {
+        double lim, d2;  // |c_j - c_i|^2 - w_j + w_i and |c_j - c_i|^2
+        std::int32_t j;
+    };
+    std::vector<Near> near_[3];  // by round, grown as needed
     double reach2_ = 0;
 };
 

@@ -191,11 +191,14 @@ bool draw_leads(BandRunner& runner, const CellDiagram& d, int lead, std::uint32_
             const int xa = std::max(0, int(std::ceil(lo_x))), xb = std::min(width, int(std::floor(hi_x)) + 1);
             const int ya = std::max(y0, int(std::ceil(std::min(e.a.y, e.b.y) - reach - 0.5 - margin)));
             const int yb = std::min(y1, int(std::floor(std::max(e.a.y, e.b.y) + reach - 0.5 + margin)) + 1);
+            // The strip's middle moves by `slope` a row; the margin covers its rounding.
+            const bool slanted = std::abs(ey) > 1e-9 * len;
+            const double slope = slanted ? ex / ey : 0, spread = slanted ? reach * len / std::abs(ey) : 0;
             for (int y = ya; y < yb; ++y) {
                 int xs = xa, xe = xb;
                 const double py = y + 0.5 - e.a.y;
-                if (std::abs(ey) > 1e-9 * len) {
-                    const double mid = e.a.x + py * ex / ey, spread = reach * len / std::abs(ey);
+                if (slanted) {
+                    const double mid = e.a.x + py * slope;
                     xs = std::max(xa, int(std::ceil(std::max(lo_x, mid - spread - 0.5 - margin))));
                     xe = std::min(xb, int(std::floor(std::min(hi_x, mid + spread - 0.5 + margin))) + 1);
                 }
