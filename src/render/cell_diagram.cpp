@@ -88,12 +88,16 @@ public:
 
     void cut(int i, std::vector<CellPoint>& vertex, std::vector<std::int32_t>& across) {
         // First within a box about the site, which saves the cuts that would only trim the frame
-        // down to it; when the box still bounds the cell at the end, it was too small and the cell
-        // is cut again from the whole frame.
+        // down to it; when the box still bounds the cell at the end (or nothing was left in it), it
+        // was too small and the cell is cut again from a box four times as wide, at last from the
+        // whole frame.
         const CellSite& s = sites_[std::size_t(i)];
-        if (!search(i, 2 * std::sqrt(s.weight) + 3 * spacing_) ||
-            std::find(label_.begin(), label_.end(), kBox) != label_.end())
-            search(i, std::numeric_limits<double>::infinity());
+        for (double h = 2 * std::sqrt(s.weight) + 3 * spacing_;; h *= 4) {
+            const bool last = !(h < 2 * std::max(width_, height_));
+            if (last) h = std::numeric_limits<double>::infinity();
+            if ((search(i, h) && std::find(label_.begin(), label_.end(), kBox) == label_.end()) || last)
+                break;
+        }
         for (std::size_t k = 0; k < poly_.size(); ++k) {
             vertex.push_back({poly_[k].x + s.x, poly_[k].y + s.y});
             across.push_back(label_[k]);
@@ -200,8 +204,11 @@ private:
                 for (std::uint32_t q = g.start[b]; q < g.start[b + 1] && !poly_.empty(); ++q) {
                     const std::int32_t j = g.ids[q];
                     const CellSite& o = g.at[q];
-                    const double ox = o.x - s.x, oy = o.y - s.y;
-                    if (j == i || ox * ox + oy * oy >= r * r) continue;
+                    const double ox = o.x - s.x, oy = o.y - s.y, d2 = ox * ox + oy * oy;
+                    if (j == i || d2 >= r * r) continue;
+                    // This site's own line lies beyond every vertex (see the near rounds).
+                    const double lim = d2 - o.weight + s.weight;
+                    if (lim > 0 && lim * lim >= 4 * reach2_ * d2) continue;
                     if (clip(i, j)) r = reach(s.weight, g.max_weight);
                 }
             }
