@@ -250,7 +250,7 @@ bool paint_marks(BandRunner& runner, std::span<const Mark> marks, std::span<cons
             double lo_x, hi_x, lo_y, hi_y;
             // Inward unit normals and offsets of the triangle's sides: the coverage of a pixel is
             // its centre's distance inside the nearest side, plus half a pixel.
-            double nx[3], ny[3], off[3];
+            double nx[3]{}, ny[3]{}, off[3]{};
             if (m.disc) {
                 lo_x = m.spike.tip.x - m.radius, hi_x = m.spike.tip.x + m.radius;
                 lo_y = m.spike.tip.y - m.radius, hi_y = m.spike.tip.y + m.radius;
