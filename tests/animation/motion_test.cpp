@@ -1,6 +1,5 @@
 #include <cmath>
 #include <memory>
-#include <tuple>
 #include <vector>
 
 #include <gtest/gtest.h>

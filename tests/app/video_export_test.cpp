@@ -1,5 +1,3 @@
-#include <cstring>
-#include <filesystem>
 #include <string>
 
 #include <gtest/gtest.h>
@@ -29,11 +27,10 @@ struct Animated {
         doc.seeds.fix(5);  // every drawing of the animation gets the same sparkle
         doc.working.allocate(160, 120, 4);
         for (int j = 0; j < 6; ++j)
-            for (int i = 0; i < 8; ++i) {
+            for (int i = 0; i < 8; ++i)
                 doc.circles.push_back(test::circle(
                     (10 + i * 20) / 160.0, (10 + j * 20) / 120.0, 10.2,
                     ColourRecord{double(i * 30), double(j * 40), double(255 - i * 20), 255, 0, true}));
-            }
         doc.background = pack_colorref(0x10, 0x20, 0x40);
         doc.settings.out_width = 160;
         doc.settings.out_height = 120;

@@ -1,10 +1,10 @@
 #include <gtest/gtest.h>
 
-#include <fstream>
 #include <nlohmann/json.hpp>
 
 #include "persistence/settings_block.h"
 #include "support/blocks.h"
+#include "support/files.h"
 #include "support/pictures.h"
 #include "support/run_cli.h"
 
@@ -22,8 +22,7 @@ TEST(InfoCli, PrintsTheBlockAsJsonAndAsText) {
     block.settings.logo_transparency = 90;
     ASSERT_EQ(encode_file_block(block, tail), "");
     bytes.insert(bytes.end(), tail.begin(), tail.end());
-    std::ofstream(path, std::ios::binary)
-        .write(reinterpret_cast<const char*>(bytes.data()), std::streamsize(bytes.size()));
+    test::put_file(path, bytes);
 
     const test::CliResult json = test::run_cli({"info", "--json", path});
     ASSERT_EQ(json.exit_code, 0) << json.err;

@@ -1,8 +1,6 @@
 #include <gtest/gtest.h>
 
 #include <array>
-#include <cmath>
-#include <cstring>
 #include <tuple>
 #include <vector>
 
@@ -86,9 +84,8 @@ TEST(Matrix, BandCountFollowsLargestCircleAndGap) {
         {1000, 0.02, 1, 24}, {1000, 0.02, 0, 25}, {10, 0.02, 1, 7},     {100, 0.5, 1, 1},
         {100, 1.0, 1, 0},    {50, 0.0, 0, 50},    {1000, 0.02, -41, 0},
     };
-    for (const auto& [width, max, gap, bands] : cases) {
+    for (const auto& [width, max, gap, bands] : cases)
         EXPECT_EQ(matrix_band_count(width, max, gap), bands) << width << " " << max << " " << gap;
-    }
     // The 24 bands of the 1000-pixel picture tile it without gaps.
     for (int j = 1, begin = 0; j <= 24; begin = matrix_band_end(1000, 24, j++)) {
         const int width = matrix_band_end(1000, 24, j) - begin;

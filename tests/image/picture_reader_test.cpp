@@ -73,8 +73,7 @@ TEST(PictureReader, ConversionMatchesThePlainReferenceOnEveryLayout) {
             UBUFFER out;
             ASSERT_EQ(bgra_from_decoded(m, out), ConvertResult::Ok) << depth << " " << channels;
             const cv::Mat want = reference_bgra(m);
-            ASSERT_EQ(out.width(), 17);
-            ASSERT_EQ(out.height(), 13);
+            ASSERT_EQ(std::pair(out.width(), out.height()), std::pair(17, 13));
             EXPECT_EQ(std::memcmp(out.data(), want.data, out.size()), 0)
                 << "depth " << depth << " ch " << channels;
         }

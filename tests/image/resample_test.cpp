@@ -63,8 +63,7 @@ TEST(EnlargeBilinear, InterpolatesBetweenNeighboursAndKeepsTheLastInside) {
         test::make_picture(2, 1, [](int x, int) { return x == 0 ? 0xFF000000u : 0xFF0000FFu; });
     UBUFFER dst;
     dst.allocate(enlarged_size(2, 4), enlarged_size(1, 4), 4);
-    ASSERT_EQ(dst.width(), 5);
-    ASSERT_EQ(dst.height(), 1);
+    ASSERT_EQ(std::pair(dst.width(), dst.height()), std::pair(5, 1));
     enlarge_bilinear(src, dst, 4, 0);
     // Column x samples x / 4 of the way; the last column is pulled 0.1 / 4 back inside.
     const int expect[] = {0, 63, 127, 191, 248};
@@ -142,12 +141,10 @@ TEST(WorkingPictures, SizesFollowIntAndTheMemoryLimit) {
         const UBUFFER src = test::noise_picture(k.w, k.h, 2);
         UBUFFER fb;
         ASSERT_EQ(init_interpol_buffer(host, src, k.f, k.limit, fb), 0);
-        EXPECT_EQ(fb.width(), k.fw);
-        EXPECT_EQ(fb.height(), k.fh);
+        EXPECT_EQ(std::pair(fb.width(), fb.height()), std::pair(k.fw, k.fh));
         WorkingPictures wp;
         ASSERT_EQ(init_filter_buffer(host, fb, k.f, 1, wp), 0);
-        EXPECT_EQ(wp.working.width(), k.ww);
-        EXPECT_EQ(wp.working.height(), k.wh);
+        EXPECT_EQ(std::pair(wp.working.width(), wp.working.height()), std::pair(k.ww, k.wh));
         EXPECT_EQ(wp.label_map.width(), k.ww);
         EXPECT_EQ(std::memcmp(wp.working.data(), wp.filtered.data(), wp.working.size()), 0);
     }
