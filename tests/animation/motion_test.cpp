@@ -21,9 +21,7 @@ struct Fixture {
         std::vector<Circle> out(n);
         for (int i = 0; i < n; ++i) {
             out[i].x = 20 + 160.0 * i / std::max(1, n - 1);
-            out[i].y = 50;
-            out[i].radius = radius;
-            out[i].shape = &disc;
+            out[i].y = 50, out[i].radius = radius, out[i].shape = &disc;
         }
         return out;
     }
@@ -64,9 +62,7 @@ TEST(Motion, EveryKindGlidesSmoothlyIntoItsRestPose) {
     std::vector<Primitive> middles;
     for (int kind = 0; kind < kMotionKinds; ++kind) {
         AnimationSettings s;
-        s.scan = 0;
-        s.duration = 0.0;
-        s.motion_time = 2.0;
+        s.scan = 0, s.duration = 0.0, s.motion_time = 2.0;
         auto a = f.prepared(kind, 3, s);
         SCOPED_TRACE(kMotionNames[kind]);
         const AnimationItem item = a->items[0];

@@ -17,9 +17,7 @@ namespace {
 std::vector<AnimationItem> items_at(const std::vector<std::pair<double, double>>& xy) {
     std::vector<AnimationItem> items(xy.size());
     for (std::size_t i = 0; i < xy.size(); ++i) {
-        items[i].x = xy[i].first;
-        items[i].y = xy[i].second;
-        items[i].order = std::uint32_t(i);
+        items[i].x = xy[i].first, items[i].y = xy[i].second, items[i].order = std::uint32_t(i);
     }
     return items;
 }
@@ -82,9 +80,7 @@ TEST(ScanOrder, RandomDrawsFromTheRemainingItemsAndSeedsAsDescribed) {
 TEST(ScanOrder, StartTimesSpreadOverTheDurationAfterTheTimestamp) {
     auto items = items_at({{0, 0}, {1, 1}, {2, 2}, {3, 3}});
     AnimationSettings s;
-    s.timestamp = 1.0;
-    s.duration = 2.0;
-    s.motion_time = 0.5;
+    s.timestamp = 1.0, s.duration = 2.0, s.motion_time = 0.5;
     assign_times(items, s);
     std::vector<std::pair<double, double>> times;
     for (const auto& it : items) times.emplace_back(it.start, it.end);

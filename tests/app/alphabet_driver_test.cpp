@@ -26,11 +26,8 @@ struct Opened {
     HostType host;
     Document doc{host};
     explicit Opened(UBUFFER source, int interpolation = 2) {
-        doc.source = std::move(source);
-        doc.settings.interpolation = interpolation;
-        doc.settings.max_size = 0.05;
-        doc.settings.min_size = 0.004;
-        doc.settings.alphabet.rows = 3;
+        doc.source = std::move(source), doc.settings.interpolation = interpolation;
+        doc.settings.max_size = 0.05, doc.settings.min_size = 0.004, doc.settings.alphabet.rows = 3;
         EXPECT_EQ(do_filter(doc, host, FilterKind::Normal, doc.settings.memory_limit), 0);
         host.clear();
     }

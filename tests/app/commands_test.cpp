@@ -41,9 +41,7 @@ TEST(BusyModel, StartUpAndBusyOfferOnlyTheirCommands) {
 
 TEST(BusyModel, AfterARenderEverythingButTheSelectionPairsIsOffered) {
     UiState s;
-    s.picture = s.transformed = s.rendered = true;
-    s.selected_layer = 3;
-    s.layer_shown = true;
+    s.picture = s.transformed = s.rendered = true, s.selected_layer = 3, s.layer_shown = true;
     s.segment_enabled = 1;
     for (const Command& c : command_table()) {
         const bool expected =

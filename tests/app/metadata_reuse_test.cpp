@@ -40,12 +40,7 @@ struct Made {
         EXPECT_EQ(write_picture(source, source_picture(), 200), PictureError::None);
         EXPECT_EQ(open_picture(doc, host, source), 0);
         Settings& s = doc.settings;
-        s.interpolation = 2;
-        s.blur = 0;
-        s.threshold = 15;
-        s.max_size = 0.05;
-        s.min_size = 0.0125;
-        s.gap = 0;
+        s.interpolation = 2, s.blur = 0, s.threshold = 15, s.max_size = 0.05, s.min_size = 0.0125, s.gap = 0;
         s.filter_kind = int(filter);
         doc.seeds.fix(9);
         doc.layers[1].palette = 7;

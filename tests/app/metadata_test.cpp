@@ -125,9 +125,7 @@ TEST(Metadata, SettingsComeBackAsTheWindowWouldShowThem) {
     EXPECT_NE(host.messages().at(0).find("too long"), std::string::npos);
 
     Document to(host);
-    to.settings.unit = Unit::Cm;
-    to.settings.out_width = 800;
-    to.settings.out_height = 600;
+    to.settings.unit = Unit::Cm, to.settings.out_width = 800, to.settings.out_height = 600;
     to.settings.dpi = 72;
     apply_block_settings(to, block.settings);
     EXPECT_EQ(to.settings.unit, Unit::Pixel);

@@ -33,9 +33,7 @@ TEST(MotionPack, RendersPlaysSavesAndReopens) {
     test::RecordingHost host;
     Document doc(host);
     doc.seeds.fix(5);
-    doc.settings.video_width = 160;
-    doc.settings.video_height = 120;
-    doc.settings.max_size = 0.03;
+    doc.settings.video_width = 160, doc.settings.video_height = 120, doc.settings.max_size = 0.03;
     ASSERT_EQ(load_motion_pack(doc, host, model), 0);
     EXPECT_TRUE(doc.motion_pack_loaded && doc.transformed);
     render(doc, host);

@@ -31,13 +31,9 @@ struct Rendered {
     Document doc{host};
     Rendered() {
         doc.render_buffer = test::noise_picture(37, 23, 5);
-        doc.rendered = true;
-        doc.path = "/pictures/source.png";
-        doc.rendered_settings.dpi = 300;
-        doc.rendered_settings.out_width = 37;
-        doc.rendered_settings.out_height = 23;
-        doc.rendered_settings.threshold = 12;
-        doc.layers[2].palette = 4;
+        doc.rendered = true, doc.path = "/pictures/source.png", doc.rendered_settings.dpi = 300;
+        doc.rendered_settings.out_width = 37, doc.rendered_settings.out_height = 23;
+        doc.rendered_settings.threshold = 12, doc.layers[2].palette = 4;
     }
 };
 

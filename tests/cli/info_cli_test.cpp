@@ -15,10 +15,8 @@ TEST(InfoCli, PrintsTheBlockAsJsonAndAsText) {
     const std::string path = test::temp_dir("cli-info") + "/result.png";
     std::vector<std::uint8_t> bytes = test::fake_picture(500), tail;
     SettingsBlock block = test::sample_block();
-    block.settings.background = 0x302010;
-    block.settings.global_brightness = -15;
-    block.settings.logo_kind = LogoKind::Picture;
-    block.settings.logo_text = "/logos/mark.png";
+    block.settings.background = 0x302010, block.settings.global_brightness = -15;
+    block.settings.logo_kind = LogoKind::Picture, block.settings.logo_text = "/logos/mark.png";
     block.settings.logo_transparency = 90;
     ASSERT_EQ(encode_file_block(block, tail), "");
     bytes.insert(bytes.end(), tail.begin(), tail.end());

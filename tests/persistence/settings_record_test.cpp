@@ -64,11 +64,8 @@ TEST(SettingsRecord, BackgroundBrightnessLogoAndImpactLiveInTheReservedBytes) {
     for (const Case& c : cases) {
         SCOPED_TRACE(c.what);
         SettingsRecord rec = test::sample_block().settings;
-        rec.background = c.background;
-        rec.global_brightness = c.brightness;
-        rec.logo_kind = c.kind;
-        rec.logo_text = c.text;
-        rec.logo_face = c.face;
+        rec.background = c.background, rec.global_brightness = c.brightness, rec.logo_kind = c.kind;
+        rec.logo_text = c.text, rec.logo_face = c.face;
         rec.logo_transparency = c.kind == LogoKind::None ? 0 : 77;
         if (c.kind != LogoKind::None) {
             rec.impact_x = 0.35, rec.impact_y = 0.45;
