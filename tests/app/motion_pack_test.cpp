@@ -19,13 +19,6 @@
 namespace velq {
 namespace {
 
-void render(Document& doc, Host& host) {
-    int w = 0, h = 0;
-    render_size(doc, w, h);
-    ASSERT_EQ(generate_shaped_image(doc, host, w, h), 0);
-    ASSERT_TRUE(doc.rendered);
-}
-
 TEST(MotionPack, RendersPlaysSavesAndReopens) {
     const std::string dir = test::temp_dir("motion_pack");
     const std::string model = dir + "/strip.gltf", result = dir + "/result.png";
@@ -36,7 +29,10 @@ TEST(MotionPack, RendersPlaysSavesAndReopens) {
     doc.settings.video_width = 160, doc.settings.video_height = 120, doc.settings.max_size = 0.03;
     ASSERT_EQ(load_motion_pack(doc, host, model), 0);
     EXPECT_TRUE(doc.motion_pack_loaded && doc.transformed);
-    render(doc, host);
+    int w = 0, h = 0;
+    render_size(doc, w, h);
+    ASSERT_EQ(generate_shaped_image(doc, host, w, h), 0);
+    ASSERT_TRUE(doc.rendered);
 
     // The video's first frame is the still result; the model moves after it.
     DocumentAnimation animation(doc, host);

@@ -50,7 +50,7 @@ cv::Mat reference_bgra(const cv::Mat& in) {
 TEST(PictureReader, ConversionMatchesThePlainReferenceOnEveryLayout) {
     std::mt19937 gen(7);
     const int depths[] = {CV_8U, CV_16U, CV_32F};
-    for (int depth : depths) {
+    for (int depth : depths)
         for (int channels = 1; channels <= 4; ++channels) {
             cv::Mat m(13, 17, CV_MAKETYPE(depth, channels));
             if (depth == CV_32F) {
@@ -77,7 +77,6 @@ TEST(PictureReader, ConversionMatchesThePlainReferenceOnEveryLayout) {
             EXPECT_EQ(std::memcmp(out.data(), want.data, out.size()), 0)
                 << "depth " << depth << " ch " << channels;
         }
-    }
 }
 
 TEST(PictureReader, BadInputFailsCleanly) {

@@ -227,7 +227,7 @@ TEST(PsdWriter, SectionsRecordsNamesFlagsAndPixelsReadBack) {
     EXPECT_EQ(r.u(2), 1u);
     std::vector<std::uint32_t> row_lengths(4 * 23);
     for (auto& n : row_lengths) n = r.u(2);
-    for (int c = 0; c < 4; ++c) {
+    for (int c = 0; c < 4; ++c)
         for (int y = 0; y < 23; ++y) {
             std::size_t headers_128 = 0;
             const std::uint32_t n = row_lengths[std::size_t(c * 23 + y)];
@@ -237,7 +237,6 @@ TEST(PsdWriter, SectionsRecordsNamesFlagsAndPixelsReadBack) {
             ASSERT_EQ(row.size(), 37u);
             for (int x = 0; x < 37; ++x) ASSERT_EQ(row[std::size_t(x)], merged.at(x, y, c == 3 ? 3 : 2 - c));
         }
-    }
     EXPECT_EQ(r.at, f.size()) << "the sections add up to the file";
 
     // The program's own reader opens the merged picture with its resolution.

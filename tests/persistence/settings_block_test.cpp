@@ -17,13 +17,6 @@ namespace {
 
 using Bytes = std::vector<std::uint8_t>;
 
-Bytes file_with_block(const SettingsBlock& block, std::size_t picture_bytes = 300) {
-    Bytes file = test::fake_picture(picture_bytes), tail;
-    EXPECT_EQ(encode_file_block(block, tail), "");
-    file.insert(file.end(), tail.begin(), tail.end());
-    return file;
-}
-
 // A little-endian field written into the bytes.
 template <class T>
 void put(Bytes& b, std::size_t at, T v) {
@@ -32,7 +25,7 @@ void put(Bytes& b, std::size_t at, T v) {
 
 TEST(SettingsBlock, FileTailsAreSortedIntoNoneInvalidAndOtherVersion) {
     const SettingsBlock block = test::sample_block();
-    const Bytes good = file_with_block(block);
+    const Bytes good = test::file_with_block(block, 300);
     const Bytes sig(reinterpret_cast<const std::uint8_t*>("Velquinograph"),
                     reinterpret_cast<const std::uint8_t*>("Velquinograph") + 14);
     const std::size_t body_at = 300, trailer_at = good.size() - 18;

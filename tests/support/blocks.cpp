@@ -1,5 +1,7 @@
 #include "support/blocks.h"
 
+#include <gtest/gtest.h>
+
 namespace velq::test {
 
 SettingsBlock sample_block() {
@@ -52,6 +54,13 @@ std::size_t entry_offset(const SettingsBlock& block, int i) {
         if (e.record.shapes_from_files()) at += 4 + kPathFieldSize * e.shape_paths.size();
     }
     return at;
+}
+
+std::vector<std::uint8_t> file_with_block(const SettingsBlock& block, std::size_t picture_bytes) {
+    std::vector<std::uint8_t> file = fake_picture(picture_bytes), tail;
+    EXPECT_EQ(encode_file_block(block, tail), "");
+    file.insert(file.end(), tail.begin(), tail.end());
+    return file;
 }
 
 std::vector<std::uint8_t> fake_picture(std::size_t n) {

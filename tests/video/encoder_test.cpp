@@ -51,7 +51,7 @@ std::vector<double> encode(Host& host, const std::string& file, int w, int h, in
 TEST(Encoder, RefusesEmptySizesWithTheMessage) {
     const std::string dir = test::temp_dir("enc-size");
     const std::pair<int, int> sizes[] = {{0, 480}, {640, 0}, {-4, -2}};
-    for (const char* name : {"/a.mp4", "/a.gif"}) {
+    for (const char* name : {"/a.mp4", "/a.gif"})
         for (const auto& [w, h] : sizes) {
             test::RecordingHost host;
             std::unique_ptr<VideoSink> sink = std::string(name).ends_with(".gif")
@@ -64,7 +64,6 @@ TEST(Encoder, RefusesEmptySizesWithTheMessage) {
             ASSERT_EQ(sink->init_video(dir + name, 16, 16), 0) << name;
             sink->abandon();
         }
-    }
     EXPECT_TRUE(test::file_names(dir).empty());
 }
 
@@ -172,7 +171,7 @@ TEST(Encoder, EveryContainerPlaysAtEverySocialMediaSize) {
     const char* exts[] = {".mp4", ".mov", ".avi", ".webm", ".wmv", ".mpeg", ".3gpp", ".flv"};
     const int sizes[][2] = {{64, 48},    {1920, 1080}, {1080, 1080}, {720, 900}, {720, 1280},
                             {1280, 720}, {1080, 1920}, {1080, 1350}, {640, 360}};
-    for (const auto& s : sizes) {
+    for (const auto& s : sizes)
         for (const char* ext : exts) {
             const std::string file = dir + "/v" + std::to_string(s[0]) + "x" + std::to_string(s[1]) + ext;
             SCOPED_TRACE(file);
@@ -190,7 +189,6 @@ TEST(Encoder, EveryContainerPlaysAtEverySocialMediaSize) {
             EXPECT_TRUE(std::string(ext) == ".mpeg" || test::frame_times_are_thirtieths(r));
             EXPECT_EQ(r.decode_errors, 0);
         }
-    }
 }
 
 // Records what it is given, refuses frames from `cap` on and fails at `fail`.
@@ -223,7 +221,7 @@ TEST(PipelinedSink, HandsOverEveryFrameInOrderAndPassesRefusalsOn) {
         {3, -1, 1, 3, 0},
         {1000, 2, -1, 2, -1},
     };
-    for (const int depth : {1, 3}) {
+    for (const int depth : {1, 3})
         for (const auto& [cap, fail, answer, first, finish] : cases) {
             Recorder inner;
             inner.cap = cap;
@@ -250,7 +248,6 @@ TEST(PipelinedSink, HandsOverEveryFrameInOrderAndPassesRefusalsOn) {
             EXPECT_EQ(inner.abandoned, fail >= 0);
             EXPECT_EQ(inner.finished, fail < 0);
         }
-    }
 }
 
 }  // namespace

@@ -239,13 +239,12 @@ TEST(GifWriter, ColoursCloseToWhatIsShownAreLeftOnShow) {
     int kept = 0;
     for (int f = 0; f < 31; ++f) {
         const UBUFFER& want = *src.frame(f / 30.0, 0, 0);
-        for (int x : {0, 47}) {
+        for (int x : {0, 47})
             for (int c = 0; c < 3; ++c) {
                 const int d = std::abs(r.frames[f].at(x, 5, c) - want.at(x, 5, c));
                 EXPECT_LE(d, GifWriter::kKeepError) << "frame " << f;
                 kept += d != 0;
             }
-        }
     }
     EXPECT_GT(kept, 0) << "drifting colours are left on show for a while";
 }
