@@ -16,11 +16,8 @@ namespace {
 
 std::vector<AnimationItem> items_at(const std::vector<std::pair<double, double>>& xy) {
     std::vector<AnimationItem> items(xy.size());
-    for (std::size_t i = 0; i < xy.size(); ++i) {
-        items[i].x = xy[i].first;
-        items[i].y = xy[i].second;
-        items[i].order = std::uint32_t(i);
-    }
+    for (std::size_t i = 0; i < xy.size(); ++i)
+        items[i].x = xy[i].first, items[i].y = xy[i].second, items[i].order = std::uint32_t(i);
     return items;
 }
 
@@ -82,9 +79,7 @@ TEST(ScanOrder, RandomDrawsFromTheRemainingItemsAndSeedsAsDescribed) {
 TEST(ScanOrder, StartTimesSpreadOverTheDurationAfterTheTimestamp) {
     auto items = items_at({{0, 0}, {1, 1}, {2, 2}, {3, 3}});
     AnimationSettings s;
-    s.timestamp = 1.0;
-    s.duration = 2.0;
-    s.motion_time = 0.5;
+    s.timestamp = 1.0, s.duration = 2.0, s.motion_time = 0.5;
     assign_times(items, s);
     std::vector<std::pair<double, double>> times;
     for (const auto& it : items) times.emplace_back(it.start, it.end);
@@ -120,7 +115,7 @@ TEST(AnimationSettings, NamesAndNumbersFindTheirIndex) {
 TEST(OrderSort, SortsByOrderAndKeepsEqualOrdersAsTheyWere) {
     using Entry = std::pair<std::uint32_t, std::uint32_t>;  // order, place in the list
     std::mt19937 gen(11);
-    for (const std::size_t n : {0u, 1u, 7u, 600u, 4095u, 4096u, 20000u}) {
+    for (const std::size_t n : {0u, 1u, 7u, 600u, 4095u, 4096u, 20000u})
         for (const std::uint32_t top : {0u, 255u, 256u, 70000u, 4000000000u}) {
             std::vector<Entry> items(n), spare;
             for (std::uint32_t i = 0; i < n; ++i)
@@ -132,7 +127,6 @@ TEST(OrderSort, SortsByOrderAndKeepsEqualOrdersAsTheyWere) {
             sort_by_order(items, spare, [](const Entry& e) { return e.first; });
             EXPECT_EQ(items, expected) << n << " " << top;
         }
-    }
 }
 
 }  // namespace

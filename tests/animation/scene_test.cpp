@@ -84,10 +84,7 @@ struct World {
 
 AnimationSettings timing(double start, double spread, double motion, int scan) {
     AnimationSettings s;
-    s.timestamp = start;
-    s.duration = spread;
-    s.motion_time = motion;
-    s.scan = scan;
+    s.timestamp = start, s.duration = spread, s.motion_time = motion, s.scan = scan;
     return s;
 }
 

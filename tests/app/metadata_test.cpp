@@ -3,7 +3,6 @@
 #include <gtest/gtest.h>
 
 #include <filesystem>
-#include <fstream>
 #include <functional>
 #include <tuple>
 
@@ -11,6 +10,7 @@
 #include "persistence/settings_block_file.h"
 #include "render/passage_shapes.h"
 #include "support/blocks.h"
+#include "support/files.h"
 #include "support/pictures.h"
 #include "support/recording_host.h"
 
@@ -19,11 +19,6 @@ namespace {
 
 namespace fs = std::filesystem;
 using Bytes = std::vector<std::uint8_t>;
-
-void write_bytes(const std::string& path, const Bytes& b) {
-    std::ofstream f(path, std::ios::binary);
-    f.write(reinterpret_cast<const char*>(b.data()), std::streamsize(b.size()));
-}
 
 // A shape picture file: 1024 wide is enough for a shape.
 std::string shape_file(const std::string& dir, const std::string& name, std::uint32_t seed) {
@@ -130,9 +125,7 @@ TEST(Metadata, SettingsComeBackAsTheWindowWouldShowThem) {
     EXPECT_NE(host.messages().at(0).find("too long"), std::string::npos);
 
     Document to(host);
-    to.settings.unit = Unit::Cm;
-    to.settings.out_width = 800;
-    to.settings.out_height = 600;
+    to.settings.unit = Unit::Cm, to.settings.out_width = 800, to.settings.out_height = 600;
     to.settings.dpi = 72;
     apply_block_settings(to, block.settings);
     EXPECT_EQ(to.settings.unit, Unit::Pixel);
@@ -156,9 +149,7 @@ TEST(Metadata, SettingsComeBackAsTheWindowWouldShowThem) {
 
 TEST(Metadata, DetectSaysWhatIsWrongWithAFile) {
     const std::string dir = test::temp_dir("metadata_detect");
-    Bytes good = test::fake_picture(100), tail;
-    ASSERT_EQ(encode_file_block(test::sample_block(), tail), "");
-    good.insert(good.end(), tail.begin(), tail.end());
+    const Bytes good = test::file_with_block(test::sample_block(), 100);
     Bytes old_version = good;
     old_version[100 + 4112] = 3;
     Bytes long_l = good;
@@ -180,7 +171,7 @@ TEST(Metadata, DetectSaysWhatIsWrongWithAFile) {
     for (const auto& c : cases) {
         SCOPED_TRACE(c.name);
         const std::string path = dir + "/" + c.name;
-        if (c.name != std::string("missing.png")) write_bytes(path, c.content);
+        if (c.name != std::string("missing.png")) test::put_file(path, c.content);
         test::RecordingHost host;
         EXPECT_EQ(detect_metadata(host, path), c.found);
         EXPECT_EQ(host.messages(),

@@ -3,7 +3,6 @@
 #include <gtest/gtest.h>
 
 #include <filesystem>
-#include <fstream>
 
 #include "app/document_animation.h"
 #include "app/metadata.h"
@@ -12,23 +11,13 @@
 #include "app/render_op.h"
 #include "app/save_result.h"
 #include "image/picture_writer.h"
+#include "support/files.h"
 #include "support/gltf_strip.h"
 #include "support/pictures.h"
 #include "support/recording_host.h"
 
 namespace velq {
 namespace {
-
-bool same_pixels(const UBUFFER& a, const UBUFFER& b) {
-    return a.same_shape(b) && std::equal(a.data(), a.data() + a.size(), b.data());
-}
-
-void render(Document& doc, Host& host) {
-    int w = 0, h = 0;
-    render_size(doc, w, h);
-    ASSERT_EQ(generate_shaped_image(doc, host, w, h), 0);
-    ASSERT_TRUE(doc.rendered);
-}
 
 TEST(MotionPack, RendersPlaysSavesAndReopens) {
     const std::string dir = test::temp_dir("motion_pack");
@@ -37,26 +26,27 @@ TEST(MotionPack, RendersPlaysSavesAndReopens) {
     test::RecordingHost host;
     Document doc(host);
     doc.seeds.fix(5);
-    doc.settings.video_width = 160;
-    doc.settings.video_height = 120;
-    doc.settings.max_size = 0.03;
+    doc.settings.video_width = 160, doc.settings.video_height = 120, doc.settings.max_size = 0.03;
     ASSERT_EQ(load_motion_pack(doc, host, model), 0);
     EXPECT_TRUE(doc.motion_pack_loaded && doc.transformed);
-    render(doc, host);
+    int w = 0, h = 0;
+    render_size(doc, w, h);
+    ASSERT_EQ(generate_shaped_image(doc, host, w, h), 0);
+    ASSERT_TRUE(doc.rendered);
 
     // The video's first frame is the still result; the model moves after it.
     DocumentAnimation animation(doc, host);
     ASSERT_EQ(animation.prepare(160, 120, "no memory"), 0);
     EXPECT_DOUBLE_EQ(animation.duration(), 1.0);
-    EXPECT_TRUE(same_pixels(*animation.frame(0.0, 1, 0), doc.render_buffer));
-    EXPECT_FALSE(same_pixels(*animation.frame(1.0, 1, 0), doc.render_buffer));
+    EXPECT_TRUE(test::same_bytes(*animation.frame(0.0, 1, 0), doc.render_buffer));
+    EXPECT_FALSE(test::same_bytes(*animation.frame(1.0, 1, 0), doc.render_buffer));
 
     ASSERT_EQ(save_result(doc, host, result, 3), 0);
     Document again(host);
     again.seeds.fix(5);
     ASSERT_EQ(read_metadata(again, host, result), 0);
     EXPECT_TRUE(again.motion_pack_loaded);
-    EXPECT_TRUE(same_pixels(again.render_buffer, doc.render_buffer));
+    EXPECT_TRUE(test::same_bytes(again.render_buffer, doc.render_buffer));
 
     // Opening a picture frees the pack.
     const std::string picture = dir + "/picture.png";
@@ -92,7 +82,7 @@ TEST(MotionPack, RefusesFilesItCannotUseAndSaysWhenAModelIsStill) {
     };
     for (const Case& c : cases) {
         const std::string path = dir + "/" + c.name;
-        if (std::string(c.name) != "missing.gltf") std::ofstream(path, std::ios::binary) << c.bytes;
+        if (std::string(c.name) != "missing.gltf") test::put_text(path, c.bytes);
         test::RecordingHost host;
         Document doc(host);
         EXPECT_EQ(load_motion_pack(doc, host, path), -1) << c.name;

@@ -7,6 +7,7 @@
 #include "app/logo_choice.h"
 #include "render/renderer.h"
 #include "support/circles.h"
+#include "support/files.h"
 #include "support/pictures.h"
 #include "support/recording_host.h"
 
@@ -171,9 +172,7 @@ TEST(Render, LogoChoiceKeepsThePreviousLogoWhenAFileFails) {
     ASSERT_TRUE(doc.logo);
     EXPECT_EQ(doc.logo_transparency, 255);
     const int width = doc.logo.width();
-    std::FILE* f = std::fopen((dir + "/bad.png").c_str(), "wb");
-    std::fputs("not a picture", f);
-    std::fclose(f);
+    test::put_text(dir + "/bad.png", "not a picture");
     EXPECT_EQ(choose_logo(doc, host, {false, "", "", dir + "/bad.png", 3}), -1);
     EXPECT_EQ(host.messages(), std::vector<std::string>{"Failed to read logo image"});
     EXPECT_EQ(doc.logo.width(), width);

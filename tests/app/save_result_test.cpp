@@ -3,27 +3,20 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
-#include <filesystem>
-#include <fstream>
-#include <iterator>
+#include <functional>
 
 #include "app/metadata.h"
 #include "image/picture_reader.h"
 #include "image/psd_writer.h"
 #include "persistence/settings_block_file.h"
+#include "support/files.h"
 #include "support/pictures.h"
 #include "support/recording_host.h"
 
 namespace velq {
 namespace {
 
-namespace fs = std::filesystem;
 using Bytes = std::vector<std::uint8_t>;
-
-Bytes slurp(const std::string& p) {
-    std::ifstream f(p, std::ios::binary);
-    return Bytes(std::istreambuf_iterator<char>(f), {});
-}
 
 // How many times the 14 signature bytes occur in the file.
 int signatures_in(const Bytes& file) {
@@ -38,13 +31,9 @@ struct Rendered {
     Document doc{host};
     Rendered() {
         doc.render_buffer = test::noise_picture(37, 23, 5);
-        doc.rendered = true;
-        doc.path = "/pictures/source.png";
-        doc.rendered_settings.dpi = 300;
-        doc.rendered_settings.out_width = 37;
-        doc.rendered_settings.out_height = 23;
-        doc.rendered_settings.threshold = 12;
-        doc.layers[2].palette = 4;
+        doc.rendered = true, doc.path = "/pictures/source.png", doc.rendered_settings.dpi = 300;
+        doc.rendered_settings.out_width = 37, doc.rendered_settings.out_height = 23;
+        doc.rendered_settings.threshold = 12, doc.layers[2].palette = 4;
     }
 };
 
@@ -70,7 +59,7 @@ TEST(SaveResult, WritesThePictureWithItsResolutionAndOneBlockEachTime) {
         for (int round = 0; round < 2; ++round) {  // saving twice into the same name
             ASSERT_EQ(save_result(r.doc, r.host, dir + "/" + c.name, c.entry), 0)
                 << c.name << r.host.messages()[0];
-            const Bytes file = slurp(target);
+            const Bytes file = test::file_content(target);
             EXPECT_EQ(signatures_in(file), 2) << c.name << ": one record and one trailer";
             SettingsBlock back;
             ASSERT_TRUE(read_metadata_block(r.host, target, back)) << c.name;
@@ -84,13 +73,14 @@ TEST(SaveResult, WritesThePictureWithItsResolutionAndOneBlockEachTime) {
         EXPECT_TRUE(r.host.messages().empty()) << c.name;
     }
     // Nothing but the results is left in the folder: no temporary files.
-    EXPECT_EQ(std::distance(fs::directory_iterator(dir), fs::directory_iterator()), 4);
+    EXPECT_EQ(test::file_names(dir).size(), 4u);
 }
 
 TEST(SaveResult, RefusalsAndFailuresLeaveTheUsersFileAlone) {
     const std::string dir = test::temp_dir("save_result_fail");
     const std::string existing = dir + "/keep.png";
-    std::ofstream(existing) << "old content";
+    const Bytes old = {'o', 'l', 'd'};
+    test::put_file(existing, old);
     struct Case {
         const char* what;
         std::function<void(Document&)> setup;
@@ -115,10 +105,8 @@ TEST(SaveResult, RefusalsAndFailuresLeaveTheUsersFileAlone) {
         EXPECT_EQ(save_result(r.doc, r.host, c.name, c.entry), -1) << c.what;
         EXPECT_EQ(r.host.messages(), std::vector<std::string>{c.message}) << c.what;
     }
-    std::ifstream f(existing);
-    std::string content((std::istreambuf_iterator<char>(f)), {});
-    EXPECT_EQ(content, "old content");
-    EXPECT_EQ(std::distance(fs::directory_iterator(dir), fs::directory_iterator()), 1);
+    EXPECT_EQ(test::file_content(existing), old);
+    EXPECT_EQ(test::file_names(dir), std::vector<std::string>{"keep.png"});
 }
 
 }  // namespace

@@ -25,8 +25,7 @@ struct Opened {
     HostType host;
     Document doc{host};
     explicit Opened(UBUFFER source = quarters(), int interpolation = 3) {
-        doc.source = std::move(source);
-        doc.settings.interpolation = interpolation;
+        doc.source = std::move(source), doc.settings.interpolation = interpolation;
         doc.settings.max_size = 0.05;
         doc.seeds.fix(3);
         EXPECT_EQ(do_filter(doc, host, FilterKind::Normal, doc.settings.memory_limit), 0);

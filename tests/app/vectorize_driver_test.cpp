@@ -28,9 +28,7 @@ TEST(VectorizeDriver, FillsPiecesSegmentsLabelMapAndCountsEveryCircle) {
             doc.filtered = blocks();
             doc.working = test::flat_picture(48, 40, 0xFF000000u);  // must not be read
         }
-        doc.settings.interpolation = 1;
-        doc.settings.max_size = 0.1;
-        doc.settings.min_size = 0.02;
+        doc.settings.interpolation = 1, doc.settings.max_size = 0.1, doc.settings.min_size = 0.02;
         const std::size_t count = do_vectorize(doc, host).value_or(0);
         ASSERT_GE(doc.segments.size(), 3u);
         EXPECT_FALSE(doc.pieces.empty());

@@ -1,5 +1,3 @@
-#include <cstring>
-#include <filesystem>
 #include <string>
 
 #include <gtest/gtest.h>
@@ -29,15 +27,12 @@ struct Animated {
         doc.seeds.fix(5);  // every drawing of the animation gets the same sparkle
         doc.working.allocate(160, 120, 4);
         for (int j = 0; j < 6; ++j)
-            for (int i = 0; i < 8; ++i) {
+            for (int i = 0; i < 8; ++i)
                 doc.circles.push_back(test::circle(
                     (10 + i * 20) / 160.0, (10 + j * 20) / 120.0, 10.2,
                     ColourRecord{double(i * 30), double(j * 40), double(255 - i * 20), 255, 0, true}));
-            }
         doc.background = pack_colorref(0x10, 0x20, 0x40);
-        doc.settings.out_width = 160;
-        doc.settings.out_height = 120;
-        doc.settings.global_brightness = 9;
+        doc.settings.out_width = 160, doc.settings.out_height = 120, doc.settings.global_brightness = 9;
         doc.layers[2] = Layer(host, true);
         doc.layers[1].palette = 7;
         doc.layers[2].set_size(60);
@@ -49,11 +44,7 @@ struct Animated {
 
     void set(int layer, int motion, int scan, double start, double spread, double move) {
         AnimationSettings& a = doc.layers[layer].anim;
-        a.motion = motion;
-        a.scan = scan;
-        a.timestamp = start;
-        a.duration = spread;
-        a.motion_time = move;
+        a.motion = motion, a.scan = scan, a.timestamp = start, a.duration = spread, a.motion_time = move;
     }
 
     // The duration these settings give: layer 1 ends last, at 0.5 + 1.5 * 47 / 48 + 0.6.

@@ -25,16 +25,13 @@ TEST(ViewRectArithmetic, ResetViewCentresThePictureKeepingItsAspect) {
             << c.cw << "x" << c.ch << " " << c.pw << "x" << c.ph;
 }
 
-TEST(ViewRectArithmetic, WheelZoomsAboutTheCursor) {
+TEST(ViewRectArithmetic, WheelZoomsAboutTheCursorUnlessTheStepIsBelowOnePercentOfTheControl) {
     // One notch in at the centre of a 400 x 200 picture fitted into 800 x 600.
     EXPECT_EQ(wheel_zoom({0, 100, 800, 500}, 120, 400, 300, 800, 600, 400, 200),
               (ViewRect{-120, 40, 920, 560}));
     // Out again off centre: the point under the cursor stays (within truncation).
     EXPECT_EQ(wheel_zoom({0, 100, 800, 500}, -120, 200, 200, 800, 600, 400, 200),
               (ViewRect{60, 130, 620, 410}));
-}
-
-TEST(ViewRectArithmetic, WheelStepBelowOnePercentOfTheControlIsIgnored) {
     // 12 x 9 view of a 4:3 picture in an 800 x 600 control: the floor is 8 x 6.
     const ViewRect small{100, 100, 112, 109};
     struct Case {

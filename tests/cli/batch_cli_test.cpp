@@ -3,11 +3,11 @@
 #include <gtest/gtest.h>
 
 #include <filesystem>
-#include <fstream>
 #include <sstream>
 
 #include "app/batch_job.h"
 #include "image/picture_writer.h"
+#include "support/files.h"
 #include "support/pictures.h"
 #include "support/run_cli.h"
 #include "support/tools.h"
@@ -22,11 +22,6 @@ std::vector<std::string> split(const std::string& text, char sep) {
     std::istringstream in(text);
     for (std::string l; std::getline(in, l, sep);) out.push_back(l);
     return out;
-}
-
-std::string slurp(const fs::path& p) {
-    std::ifstream in(p, std::ios::binary);
-    return {std::istreambuf_iterator<char>(in), {}};
 }
 
 TEST(BatchCli, ListLinesReadBackIntoExactlyTheirJob) {
@@ -99,13 +94,14 @@ TEST(BatchCli, ShardsUnderGnuParallelWriteTheBytesOfOneRun) {
     listed.push_back((dir / "two").string());
     listed.push_back("--list");
     const test::CliResult list = test::run_cli(listed);
-    std::ofstream(dir / "jobs.txt") << list.out;
+    test::put_text(dir / "jobs.txt", list.out);
     shell += "parallel -j2 --joblog jobs.log < jobs.txt && echo done";
     ASSERT_EQ(test::run_tool(shell), "done");
     std::size_t compared = 0;
     for (const auto& e : fs::directory_iterator(dir / "one")) {
         if (e.path().extension() == ".log") continue;
-        EXPECT_EQ(slurp(e.path()), slurp(dir / "two" / e.path().filename())) << e.path().filename();
+        EXPECT_EQ(test::file_content(e.path()), test::file_content(dir / "two" / e.path().filename()))
+            << e.path().filename();
         ++compared;
     }
     EXPECT_EQ(compared, 4u);

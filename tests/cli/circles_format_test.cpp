@@ -1,25 +1,17 @@
 #include <gtest/gtest.h>
 
-#include <fstream>
 #include <regex>
 #include <set>
-#include <sstream>
 
 #include <nlohmann/json.hpp>
 
 #include "image/picture_writer.h"
+#include "support/files.h"
 #include "support/pictures.h"
 #include "support/run_cli.h"
 
 namespace velq {
 namespace {
-
-std::string read_all(const std::string& path) {
-    std::ifstream in(path, std::ios::binary);
-    std::stringstream s;
-    s << in.rdbuf();
-    return s.str();
-}
 
 std::set<std::string> keys_of(const nlohmann::json& object) {
     std::set<std::string> keys;
@@ -50,7 +42,7 @@ TEST(CirclesCli, EveryTransformWritesOneFormatAndTheSvgHoldsTheSameCircles) {
         EXPECT_TRUE(r.out.empty()) << "nothing but requested output goes to stdout";
         ASSERT_EQ(test::run_cli(to_svg).exit_code, 0);
 
-        const nlohmann::json j = nlohmann::json::parse(read_all(dir + "/c.json"));
+        const nlohmann::json j = nlohmann::json::parse(test::file_text(dir + "/c.json"));
         EXPECT_EQ(keys_of(j), top) << transform;
         EXPECT_EQ(j["format"], "velquino-circles-1");
         EXPECT_EQ(j["transform"], transform);
@@ -58,7 +50,7 @@ TEST(CirclesCli, EveryTransformWritesOneFormatAndTheSvgHoldsTheSameCircles) {
         EXPECT_EQ(j["height"], 106);
         EXPECT_EQ(j["segments"].empty(), transform == "normal");
         for (const auto& s : j["segments"]) EXPECT_EQ(keys_of(s), segment);
-        const std::string svg = read_all(dir + "/c.svg");
+        const std::string svg = test::file_text(dir + "/c.svg");
         // Letters keep their font's curves.
         EXPECT_EQ(svg.find(" Q") != std::string::npos, transform == "alphabet") << transform;
         EXPECT_NE(svg.find("width=\"148\" height=\"106\" viewBox=\"0 0 148 106\""), std::string::npos);

@@ -1,10 +1,10 @@
 #include <gtest/gtest.h>
 
-#include <fstream>
 #include <nlohmann/json.hpp>
 
 #include "persistence/settings_block.h"
 #include "support/blocks.h"
+#include "support/files.h"
 #include "support/pictures.h"
 #include "support/run_cli.h"
 
@@ -13,17 +13,11 @@ namespace {
 
 TEST(InfoCli, PrintsTheBlockAsJsonAndAsText) {
     const std::string path = test::temp_dir("cli-info") + "/result.png";
-    std::vector<std::uint8_t> bytes = test::fake_picture(500), tail;
     SettingsBlock block = test::sample_block();
-    block.settings.background = 0x302010;
-    block.settings.global_brightness = -15;
-    block.settings.logo_kind = LogoKind::Picture;
-    block.settings.logo_text = "/logos/mark.png";
+    block.settings.background = 0x302010, block.settings.global_brightness = -15;
+    block.settings.logo_kind = LogoKind::Picture, block.settings.logo_text = "/logos/mark.png";
     block.settings.logo_transparency = 90;
-    ASSERT_EQ(encode_file_block(block, tail), "");
-    bytes.insert(bytes.end(), tail.begin(), tail.end());
-    std::ofstream(path, std::ios::binary)
-        .write(reinterpret_cast<const char*>(bytes.data()), std::streamsize(bytes.size()));
+    test::put_file(path, test::file_with_block(block, 500));
 
     const test::CliResult json = test::run_cli({"info", "--json", path});
     ASSERT_EQ(json.exit_code, 0) << json.err;

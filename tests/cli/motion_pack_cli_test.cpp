@@ -2,9 +2,9 @@
 #include <gtest/gtest.h>
 
 #include <filesystem>
-#include <fstream>
 
 #include "image/picture_reader.h"
+#include "support/files.h"
 #include "support/gltf_strip.h"
 #include "support/pictures.h"
 #include "support/run_cli.h"
@@ -17,7 +17,7 @@ TEST(MotionPackCli, RendersAndPlaysAModel) {
     const std::string dir = test::temp_dir("cli-motion-pack");
     const std::string model = dir + "/strip.gltf", broken = dir + "/broken.glb";
     test::write_strip_gltf(model);
-    std::ofstream(broken, std::ios::binary) << test::strip_gltf().substr(0, 300);
+    test::put_text(broken, test::strip_gltf().substr(0, 300));
     struct Case {
         std::vector<std::string> args;
         int exit_code;
@@ -40,8 +40,7 @@ TEST(MotionPackCli, RendersAndPlaysAModel) {
     }
     const PictureRead front = read_picture(dir + "/front.png"), side = read_picture(dir + "/side.png");
     ASSERT_TRUE(front && side);
-    EXPECT_FALSE(
-        std::equal(front.picture.data(), front.picture.data() + front.picture.size(), side.picture.data()));
+    EXPECT_FALSE(test::same_bytes(front.picture, side.picture));
     const test::ReadBack back = test::read_back(dir + "/strip.mp4");
     EXPECT_EQ(back.pts.size(), 31u);  // one second of animation at 30 frames a second, both ends
 }

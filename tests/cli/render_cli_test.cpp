@@ -2,6 +2,7 @@
 
 #include <filesystem>
 #include <nlohmann/json.hpp>
+#include <tuple>
 
 #include "image/picture_reader.h"
 #include "image/picture_writer.h"
@@ -60,10 +61,8 @@ TEST(RenderCli, TheResultCarriesItsSettingsAndRendersAgainTheSame) {
     EXPECT_TRUE(test::same_bytes(first.picture, second.picture));
     const auto j = info_of(again);
     EXPECT_EQ(j, info_of(f.first));
-    EXPECT_EQ(j["int"], 2);
-    EXPECT_EQ(j["thr"], 14);
-    EXPECT_EQ(j["background"], "102030");
-    EXPECT_EQ(j["global_brightness"], 20);
+    EXPECT_EQ(std::tuple(j["int"], j["thr"], j["background"], j["global_brightness"]),
+              std::tuple(2, 14, "102030", 20));
     EXPECT_EQ(j["logo"],
               nlohmann::json::parse(R"({"text": "Velq", "font": "Courier New", "transparency": 200})"));
     EXPECT_EQ(j["source"], fs::absolute(f.source).lexically_normal().string());
@@ -87,9 +86,8 @@ TEST(RenderCli, ADrawingIsKeptAndMadeAgainFromTheSettings) {
     ASSERT_EQ(r.exit_code, 0) << r.err;
     const PictureRead a = read_picture(drawn), b = read_picture(again), plain = read_picture(f.first);
     ASSERT_TRUE(a && b && plain);
-    ASSERT_TRUE(a.picture.same_shape(b.picture));
-    EXPECT_TRUE(std::equal(a.picture.data(), a.picture.data() + a.picture.size(), b.picture.data()));
-    EXPECT_FALSE(std::equal(a.picture.data(), a.picture.data() + a.picture.size(), plain.picture.data()));
+    EXPECT_TRUE(test::same_bytes(a.picture, b.picture));
+    EXPECT_FALSE(test::same_bytes(a.picture, plain.picture));
     const std::vector<std::string> refused[] = {{"--draw", "voronoi"},
                                                 {"--burst", "3"},
                                                 {"--draw", "spikes-burst", "--burst", "0"},
@@ -121,13 +119,10 @@ TEST(RenderCli, AnInputTakesTheSettingsAndTheLineOverridesThem) {
         const test::CliResult r = test::run_cli(args);
         ASSERT_EQ(r.exit_code, 0) << c.args.back() << ": " << r.err;
         const auto j = info_of(out);
-        EXPECT_EQ(j["thr"], c.thr) << c.args.back();
-        EXPECT_EQ(j["max"], 0.05) << c.args.back();
-        EXPECT_EQ(j["width"], c.width) << c.args.back();
-        EXPECT_EQ(j["dpi"], c.dpi) << c.args.back();
-        EXPECT_EQ(j["layers"][1]["palette"], c.palette) << c.args.back();
-        EXPECT_EQ(j["layers"][1]["size"], 70) << c.args.back();
-        EXPECT_EQ(j["layers"][1]["invert"], true) << c.args.back();
+        const auto& l = j["layers"][1];
+        EXPECT_EQ(std::tuple(j["thr"], j["max"], j["width"], j["dpi"], l["palette"], l["size"], l["invert"]),
+                  std::tuple(c.thr, 0.05, c.width, c.dpi, c.palette, 70, true))
+            << c.args.back();
         EXPECT_EQ(j["source"], fs::absolute(c.source).lexically_normal().string()) << c.args.back();
     }
 }

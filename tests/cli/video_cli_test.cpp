@@ -1,14 +1,13 @@
 #include <gtest/gtest.h>
 
 #include <filesystem>
-#include <fstream>
-#include <iterator>
 #include <string>
 #include <vector>
 
 #include "app/video_export.h"
 #include "image/picture_reader.h"
 #include "image/picture_writer.h"
+#include "support/files.h"
 #include "support/pictures.h"
 #include "support/run_cli.h"
 #include "support/video_read_back.h"
@@ -20,11 +19,6 @@ std::string small_picture(const std::string& dir) {
     const std::string path = dir + "/in.png";
     EXPECT_EQ(write_picture(path, test::noise_picture(48, 32, 6), 96), PictureError::None);
     return path;
-}
-
-std::string file_bytes(const std::string& path) {
-    std::ifstream in(path, std::ios::binary);
-    return {std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>()};
 }
 
 // Every shape of both layers starts at once and moves half a second: the animation lasts 0.5 s, 16
@@ -58,8 +52,7 @@ TEST(VideoCli, WritesTheAnimationAsAVideoAGifOrOneFrame) {
         if (c.frames == 0) {
             const PictureRead frame = read_picture(dir + "/" + c.name);
             ASSERT_TRUE(frame);
-            EXPECT_EQ(frame.picture.width(), c.w);
-            EXPECT_EQ(frame.picture.height(), c.h);
+            EXPECT_EQ(std::pair(frame.picture.width(), frame.picture.height()), std::pair(c.w, c.h));
             continue;
         }
         const test::ReadBack back = test::read_back(dir + "/" + c.name);
@@ -88,8 +81,7 @@ TEST(VideoCli, SocialWritesEveryVariantOfASavedResult) {
     for (const SocialVariant& v : social_media_variants()) {
         const test::ReadBack back = test::read_back(dir + "/SocialMedia/art" + v.suffix);
         EXPECT_EQ(back.pts.size(), 1u) << v.suffix;
-        EXPECT_EQ(back.width, v.width) << v.suffix;
-        EXPECT_EQ(back.height, v.height) << v.suffix;
+        EXPECT_EQ(std::pair(back.width, back.height), std::pair(v.width, v.height)) << v.suffix;
     }
 }
 
@@ -113,9 +105,9 @@ TEST(VideoCli, SocialVariantsWrittenTogetherMatchSeparateRuns) {
           {"social", parts, "--seed", "3", "--job", "art_youtube.mp4"}})
         ASSERT_EQ(test::run_cli(args).exit_code, 0) << args.back();
     for (const char* name : {"art_youtube.3gpp", "art_youtube.mp4", "art_youtube.avi", "art_youtube.flv"}) {
-        const std::string part = file_bytes(dir + "/parts/SocialMedia/" + name);
+        const auto part = test::file_content(dir + "/parts/SocialMedia/" + name);
         EXPECT_FALSE(part.empty()) << name;
-        EXPECT_TRUE(part == file_bytes(dir + "/whole/SocialMedia/" + name)) << name;
+        EXPECT_TRUE(part == test::file_content(dir + "/whole/SocialMedia/" + name)) << name;
     }
 }
 

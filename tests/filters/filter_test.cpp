@@ -1,8 +1,6 @@
 #include <gtest/gtest.h>
 
 #include <array>
-#include <cmath>
-#include <cstring>
 #include <tuple>
 #include <vector>
 
@@ -67,7 +65,7 @@ TEST(Shuffle, RowsSplitAtTheSeedsCutLinesIntoRotatedZones) {
             ASSERT_EQ(run(kind, p, seed, host), 0);
             const std::vector<int> first = cut_columns(seed, triple ? 0.3 : 0.5, w, h),
                                    second = cut_columns(seed, 0.65, w, h);
-            for (int y = 0; y < h; ++y) {
+            for (int y = 0; y < h; ++y)
                 for (int x = 0; x < w; ++x) {
                     const auto [b, g, r] = bgr(in, x, y);
                     const Bgr forms[] = {{g, r, up(b)}, {r, up(b), down(g)}, {up(b), down(g), up(r)}};
@@ -75,7 +73,6 @@ TEST(Shuffle, RowsSplitAtTheSeedsCutLinesIntoRotatedZones) {
                     ASSERT_EQ(bgr(p, x, y), forms[zone]) << "seed " << seed << " at " << x << "," << y;
                     ASSERT_EQ(p.at(x, y, 3), in.at(x, y, 3));
                 }
-            }
         }
     }
 }
@@ -86,9 +83,8 @@ TEST(Matrix, BandCountFollowsLargestCircleAndGap) {
         {1000, 0.02, 1, 24}, {1000, 0.02, 0, 25}, {10, 0.02, 1, 7},     {100, 0.5, 1, 1},
         {100, 1.0, 1, 0},    {50, 0.0, 0, 50},    {1000, 0.02, -41, 0},
     };
-    for (const auto& [width, max, gap, bands] : cases) {
+    for (const auto& [width, max, gap, bands] : cases)
         EXPECT_EQ(matrix_band_count(width, max, gap), bands) << width << " " << max << " " << gap;
-    }
     // The 24 bands of the 1000-pixel picture tile it without gaps.
     for (int j = 1, begin = 0; j <= 24; begin = matrix_band_end(1000, 24, j++)) {
         const int width = matrix_band_end(1000, 24, j) - begin;
@@ -108,14 +104,13 @@ TEST(Matrix, EachBandRotatesBackBelowItsRandomRow) {
         Random rng(seed);
         for (int band = 0; band < 3; ++band) {
             const int cut = std::min(int(rng.next() * h * 0.5 / 32767 + h * 0.25 + 0.5), h);
-            for (int y = 0; y < h; ++y) {
+            for (int y = 0; y < h; ++y)
                 for (int x = band * 3; x < band * 3 + 3; ++x) {
                     const auto [b, g, r] = bgr(in, x, y);
                     const Bgr want = y < cut ? Bgr{r, up(b), g} : Bgr{g, down(r), up(b)};
                     ASSERT_EQ(bgr(p, x, y), want) << "seed " << seed << " at " << x << "," << y;
                     ASSERT_EQ(p.at(x, y, 3), in.at(x, y, 3));
                 }
-            }
         }
     }
 }

@@ -1,7 +1,6 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
-#include <cstring>
 #include <tuple>
 
 #include "filters/local_contrast.h"
@@ -17,7 +16,7 @@ using test::same_bytes;
 UBUFFER plain_local_contrast(const UBUFFER& in, double k, ContrastDirection dir) {
     UBUFFER out = in.clone();
     const int w = in.width(), h = in.height(), r = w / 10;
-    for (int y = 0; y < h; ++y) {
+    for (int y = 0; y < h; ++y)
         for (int x = 0; x < w; ++x) {
             const int y0 = std::max(y - r, 0), y1 = std::min(y + r, h - 1);
             const int x0 = std::max(x - r, 0), x1 = std::min(x + r, w - 1);
@@ -33,7 +32,6 @@ UBUFFER plain_local_contrast(const UBUFFER& in, double k, ContrastDirection dir)
                 out.at(x, y, c) = std::uint8_t(nv < 0 ? 0 : nv > 255 ? 255 : nv);
             }
         }
-    }
     return out;
 }
 

@@ -17,15 +17,12 @@ public:
     void message(QWidget*, const QString& text) override { messages << text; }
     bool ask(QWidget*, const QString& question) override {
         questions << question;
-        if (answers.empty()) return false;
-        const bool a = answers.front();
-        answers.pop_front();
-        return a;
+        return take(answers).value_or(false);
     }
     QString open_file(QWidget*, const FileType& type, const QString& folder) override {
         file_types << type.name;
         folders << folder;
-        return take(open_names);
+        return take(open_names).value_or(QString());
     }
     QStringList open_files(QWidget*, const FileType& type, const QString&) override {
         file_types << type.name;
@@ -35,19 +32,11 @@ public:
                       const QString&) override {
         for (const auto& t : types) file_types << t.name;
         chosen = save_type >= 0 ? save_type : preferred;
-        return take(save_names);
+        return take(save_names).value_or(QString());
     }
-    std::optional<QColor> choose_colour(QWidget*, const QColor&) override {
-        if (colours.empty()) return std::nullopt;
-        const QColor c = colours.front();
-        colours.pop_front();
-        return c;
-    }
+    std::optional<QColor> choose_colour(QWidget*, const QColor&) override { return take(colours); }
     std::optional<double> ask_number(QWidget*, const QString&, double, double, double) override {
-        if (numbers.empty()) return std::nullopt;
-        const double v = numbers.front();
-        numbers.pop_front();
-        return v;
+        return take(numbers);
     }
     std::optional<QSize> ask_size(QWidget*, const QSize&) override { return std::nullopt; }
     int exec(QDialog& dialog) override {
@@ -65,11 +54,13 @@ public:
     std::function<int(QDialog&)> on_dialog;
 
 private:
-    static QString take(std::deque<QString>& q) {
-        if (q.empty()) return {};
-        QString s = q.front();
+    // The next scripted reply, or none when the script has run out.
+    template <class T>
+    static std::optional<T> take(std::deque<T>& q) {
+        if (q.empty()) return std::nullopt;
+        T v = std::move(q.front());
         q.pop_front();
-        return s;
+        return v;
     }
 };
 

@@ -1,11 +1,7 @@
 #include <gtest/gtest.h>
 
-#include <filesystem>
-
 #include "image/file_types.h"
 #include "image/picture_writer.h"
-#include "picture_files.h"
-#include "support/pictures.h"
 
 namespace velq {
 namespace {

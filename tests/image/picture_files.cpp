@@ -1,8 +1,5 @@
 #include "picture_files.h"
 
-#include <fstream>
-#include <iterator>
-
 #include <opencv2/imgcodecs.hpp>
 
 #include "image/resolution_stamp.h"
@@ -24,16 +21,6 @@ void put_chunk(std::vector<std::uint8_t>& png, const std::string& type,
 }
 
 }  // namespace
-
-std::vector<std::uint8_t> file_content(const std::string& path) {
-    std::ifstream f(path, std::ios::binary);
-    return {std::istreambuf_iterator<char>(f), std::istreambuf_iterator<char>()};
-}
-
-void put_file(const std::string& path, const std::vector<std::uint8_t>& bytes) {
-    std::ofstream f(path, std::ios::binary | std::ios::trunc);
-    f.write(reinterpret_cast<const char*>(bytes.data()), std::streamsize(bytes.size()));
-}
 
 std::vector<std::uint8_t> encoded(const cv::Mat& m, const std::string& ext) {
     std::vector<std::uint8_t> out;

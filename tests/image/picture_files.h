@@ -1,4 +1,4 @@
-// Helpers for the picture-file tests: bytes in and out of files, PNG streams with chunks of our own, and the
+// Helpers for the picture-file tests: PNG streams with chunks of our own, and the
 // independent tools (support/tools.h) that check what our writers put in a file.
 #pragma once
 
@@ -8,12 +8,10 @@
 
 #include <opencv2/core/mat.hpp>
 
+#include "support/files.h"
 #include "support/tools.h"
 
 namespace velq::test {
-
-std::vector<std::uint8_t> file_content(const std::string& path);
-void put_file(const std::string& path, const std::vector<std::uint8_t>& bytes);
 
 // OpenCV's encoding of `m` for the extension (".png", ".jpg", ...).
 std::vector<std::uint8_t> encoded(const cv::Mat& m, const std::string& ext);

@@ -95,8 +95,7 @@ TEST(PictureHeader, ReadsTheSizeOfEveryFormatAndRefusesAbsurdOnes) {
     for (const Case& c : cases) {
         const PictureHeader h = read_picture_header(c.bytes);
         EXPECT_EQ(h.format, c.format) << c.what;
-        EXPECT_EQ(h.width, c.w) << c.what;
-        EXPECT_EQ(h.height, c.h) << c.what;
+        EXPECT_EQ(std::pair(h.width, h.height), std::pair(c.w, c.h)) << c.what;
         if (!c.too_large) continue;
         const PictureRead r = decode_picture(c.bytes);
         EXPECT_EQ(r.error, PictureError::TooLarge) << c.what;
@@ -124,8 +123,8 @@ TEST(PictureHeader, EveryCutOffJpegIsRefusedAndOthersNeverCrash) {
             }
             // Whatever a decoder makes of a cut-off file, it is a whole picture or nothing.
             if (r) {
-                EXPECT_EQ(r.picture.width(), 40) << ext << " " << n;
-                EXPECT_EQ(r.picture.height(), 24) << ext << " " << n;
+                EXPECT_EQ(std::pair(r.picture.width(), r.picture.height()), std::pair(40, 24))
+                    << ext << " " << n;
             } else {
                 EXPECT_FALSE(r.picture);
             }

@@ -50,7 +50,7 @@ cv::Mat reference_bgra(const cv::Mat& in) {
 TEST(PictureReader, ConversionMatchesThePlainReferenceOnEveryLayout) {
     std::mt19937 gen(7);
     const int depths[] = {CV_8U, CV_16U, CV_32F};
-    for (int depth : depths) {
+    for (int depth : depths)
         for (int channels = 1; channels <= 4; ++channels) {
             cv::Mat m(13, 17, CV_MAKETYPE(depth, channels));
             if (depth == CV_32F) {
@@ -73,12 +73,10 @@ TEST(PictureReader, ConversionMatchesThePlainReferenceOnEveryLayout) {
             UBUFFER out;
             ASSERT_EQ(bgra_from_decoded(m, out), ConvertResult::Ok) << depth << " " << channels;
             const cv::Mat want = reference_bgra(m);
-            ASSERT_EQ(out.width(), 17);
-            ASSERT_EQ(out.height(), 13);
+            ASSERT_EQ(std::pair(out.width(), out.height()), std::pair(17, 13));
             EXPECT_EQ(std::memcmp(out.data(), want.data, out.size()), 0)
                 << "depth " << depth << " ch " << channels;
         }
-    }
 }
 
 TEST(PictureReader, BadInputFailsCleanly) {

@@ -15,16 +15,6 @@ namespace fs = std::filesystem;
 using test::quoted;
 using test::run_tool;
 
-// Names in `dir` other than `keep`: temporaries left behind would show here.
-std::vector<std::string> other_files(const std::string& dir, const std::vector<std::string>& keep) {
-    std::vector<std::string> out;
-    for (const auto& e : fs::directory_iterator(dir)) {
-        const std::string name = e.path().filename().string();
-        if (std::find(keep.begin(), keep.end(), name) == keep.end()) out.push_back(name);
-    }
-    return out;
-}
-
 TEST(PictureWriter, ResolutionRoundTripsAndIndependentToolsAgree) {
     const bool exiftool = test::have_tool("exiftool");
     const std::string dir = test::temp_dir("writer_dpi");
@@ -48,8 +38,7 @@ TEST(PictureWriter, ResolutionRoundTripsAndIndependentToolsAgree) {
         const PictureRead back = read_picture(path);
         ASSERT_TRUE(back) << c.name;
         EXPECT_EQ(back.dpi, c.dpi) << c.name;
-        ASSERT_EQ(back.picture.width(), 31);
-        ASSERT_EQ(back.picture.height(), 17);
+        ASSERT_EQ(std::pair(back.picture.width(), back.picture.height()), std::pair(31, 17));
         if (c.lossless && picture_type_of(path) != PictureType::Bmp) {
             // PNG and TIFF keep alpha: the samples come back as written, faint pixels cleared. A
             // TIFF's alpha is marked unassociated, so the TIFF decoder hands back colours multiplied
@@ -91,12 +80,13 @@ TEST(PictureWriter, ExistingFileIsReplacedWholeOrLeftAlone) {
     EXPECT_EQ(back.picture.at(2, 2, 2), 0x11);
     EXPECT_EQ(fs::status(path).permissions() & fs::perms::all,
               fs::perms::owner_read | fs::perms::owner_write | fs::perms::group_read);
-    EXPECT_TRUE(other_files(dir, {"result.png"}).empty());
+    EXPECT_EQ(test::file_names(dir), std::vector<std::string>{"result.png"});
 
     // Failures: the old file stays byte for byte, and nothing else appears.
     const auto before = test::file_content(path);
     const std::string png_named_folder = dir + "/folder.png";
     fs::create_directories(png_named_folder);
+    const std::vector<std::string> both = {"folder.png", "result.png"};
     struct Case {
         const char* what;
         std::string path;
@@ -113,7 +103,7 @@ TEST(PictureWriter, ExistingFileIsReplacedWholeOrLeftAlone) {
         EXPECT_EQ(write_picture(c.path, c.picture ? *c.picture : absent, 96), c.error) << c.what;
         EXPECT_EQ(test::file_content(path), before) << c.what;
         EXPECT_TRUE(fs::is_directory(png_named_folder)) << c.what;
-        EXPECT_EQ(other_files(dir, {"result.png", "folder.png"}), std::vector<std::string>{}) << c.what;
+        EXPECT_EQ(test::file_names(dir), both) << c.what;
     }
 
     // A writer that fails half way leaves no temporary and the target untouched.
@@ -122,7 +112,7 @@ TEST(PictureWriter, ExistingFileIsReplacedWholeOrLeftAlone) {
         return false;
     }));
     EXPECT_EQ(test::file_content(path), before);
-    EXPECT_TRUE(other_files(dir, {"result.png", "folder.png"}).empty());
+    EXPECT_EQ(test::file_names(dir), both);
 }
 
 TEST(PictureWriter, RawWriterMakesEveryPixelOpaque) {
@@ -138,9 +128,7 @@ TEST(PictureWriter, RawWriterMakesEveryPixelOpaque) {
         for (int y = 0; y < 3; ++y)
             for (int x = 0; x < 4; ++x) {
                 EXPECT_EQ(back.picture.at(x, y, 3), 255) << name;
-                if (std::string(name) != "r.webp") {
-                    EXPECT_EQ(back.picture.at(x, y, 0), 0x60) << name;
-                }
+                EXPECT_TRUE(std::string(name) == "r.webp" || back.picture.at(x, y, 0) == 0x60) << name;
             }
     }
     EXPECT_EQ(write_raw(dir + "/r.unknown", picture), PictureError::UnknownType);

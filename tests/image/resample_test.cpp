@@ -10,9 +10,11 @@
 namespace velq {
 namespace {
 
-// The shrink formula written out directly from its description, one destination sample at a time.
-int reference_shrink(const UBUFFER& src, int c, int dw, int dh, int x, int y) {
+// The shrink formula written out directly from its description, one destination sample at a time;
+// a picture that grows takes the nearest source pixel.
+int reference_resized(const UBUFFER& src, int c, int dw, int dh, int x, int y) {
     const int sw = src.width(), sh = src.height();
+    if (dw > sw && dh > sh) return src.at(x * sw / dw, y * sh / dh, c);
     auto S = [&](int i, int j) {
         double s = 0;
         for (int yy = 0; yy <= j; ++yy)
@@ -27,13 +29,15 @@ int reference_shrink(const UBUFFER& src, int c, int dw, int dh, int x, int y) {
     return int(std::clamp(v, 0.0, 255.0));
 }
 
-TEST(GetResized, ShrinkMatchesTheBoxFormulaIncludingTheBlackEdge) {
+TEST(GetResized, ShrinksByTheBoxFormulaWithItsBlackEdgeAndEnlargesToTheNearestPixel) {
     test::RecordingHost host;
-    const UBUFFER noise = test::noise_picture(13, 9, 3), flat = test::flat_picture(3, 3, 0xFF804020);
+    const UBUFFER noise = test::noise_picture(13, 9, 3), flat = test::flat_picture(3, 3, 0xFF804020),
+                  small = test::noise_picture(3, 2, 9);
     struct Case {
         const UBUFFER* src;
         int dw, dh;
-    } cases[] = {{&noise, 2, 1}, {&noise, 5, 4}, {&noise, 12, 8}, {&noise, 6, 3}, {&flat, 2, 2}};
+    } cases[] = {{&noise, 2, 1}, {&noise, 5, 4}, {&noise, 12, 8},
+                 {&noise, 6, 3}, {&flat, 2, 2},  {&small, 7, 5}};
     for (const Case& k : cases) {
         SCOPED_TRACE(testing::Message() << k.src->width() << " to " << k.dw << "x" << k.dh);
         UBUFFER dst;
@@ -42,20 +46,9 @@ TEST(GetResized, ShrinkMatchesTheBoxFormulaIncludingTheBlackEdge) {
         for (int y = 0; y < k.dh; ++y)
             for (int x = 0; x < k.dw; ++x)
                 for (int c = 0; c < 4; ++c)
-                    ASSERT_EQ(dst.at(x, y, c), reference_shrink(*k.src, c, k.dw, k.dh, x, y))
+                    ASSERT_EQ(dst.at(x, y, c), reference_resized(*k.src, c, k.dw, k.dh, x, y))
                         << x << "," << y;
     }
-}
-
-TEST(GetResized, EnlargingTakesTheNearestSourcePixel) {
-    test::RecordingHost host;
-    const UBUFFER src = test::noise_picture(3, 2, 9);
-    UBUFFER dst;
-    dst.allocate(7, 5, 4);
-    ASSERT_EQ(get_resized(host, src, dst), 0);
-    for (int y = 0; y < 5; ++y)
-        for (int x = 0; x < 7; ++x)
-            for (int c = 0; c < 4; ++c) EXPECT_EQ(dst.at(x, y, c), src.at(x * 3 / 7, y * 2 / 5, c));
 }
 
 TEST(EnlargeBilinear, InterpolatesBetweenNeighboursAndKeepsTheLastInside) {
@@ -63,8 +56,7 @@ TEST(EnlargeBilinear, InterpolatesBetweenNeighboursAndKeepsTheLastInside) {
         test::make_picture(2, 1, [](int x, int) { return x == 0 ? 0xFF000000u : 0xFF0000FFu; });
     UBUFFER dst;
     dst.allocate(enlarged_size(2, 4), enlarged_size(1, 4), 4);
-    ASSERT_EQ(dst.width(), 5);
-    ASSERT_EQ(dst.height(), 1);
+    ASSERT_EQ(std::pair(dst.width(), dst.height()), std::pair(5, 1));
     enlarge_bilinear(src, dst, 4, 0);
     // Column x samples x / 4 of the way; the last column is pulled 0.1 / 4 back inside.
     const int expect[] = {0, 63, 127, 191, 248};
@@ -142,12 +134,10 @@ TEST(WorkingPictures, SizesFollowIntAndTheMemoryLimit) {
         const UBUFFER src = test::noise_picture(k.w, k.h, 2);
         UBUFFER fb;
         ASSERT_EQ(init_interpol_buffer(host, src, k.f, k.limit, fb), 0);
-        EXPECT_EQ(fb.width(), k.fw);
-        EXPECT_EQ(fb.height(), k.fh);
+        EXPECT_EQ(std::pair(fb.width(), fb.height()), std::pair(k.fw, k.fh));
         WorkingPictures wp;
         ASSERT_EQ(init_filter_buffer(host, fb, k.f, 1, wp), 0);
-        EXPECT_EQ(wp.working.width(), k.ww);
-        EXPECT_EQ(wp.working.height(), k.wh);
+        EXPECT_EQ(std::pair(wp.working.width(), wp.working.height()), std::pair(k.ww, k.wh));
         EXPECT_EQ(wp.label_map.width(), k.ww);
         EXPECT_EQ(std::memcmp(wp.working.data(), wp.filtered.data(), wp.working.size()), 0);
     }

@@ -3,22 +3,16 @@
 #include <gtest/gtest.h>
 
 #include <filesystem>
-#include <fstream>
-#include <iterator>
 
 #include "persistence/settings_block.h"
 #include "support/blocks.h"
+#include "support/files.h"
 
 namespace velq {
 namespace {
 
 namespace fs = std::filesystem;
 using Bytes = std::vector<std::uint8_t>;
-
-Bytes slurp(const fs::path& p) {
-    std::ifstream f(p, std::ios::binary);
-    return Bytes(std::istreambuf_iterator<char>(f), {});
-}
 
 const fs::path kSeeds =
     (fs::path(VELQ_TEST_DATA) / ".." / ".." / "fuzz" / "corpus" / "settings_block").lexically_normal();
@@ -27,15 +21,16 @@ TEST(SettingsBlockCorpus, SeedBlocksStillReadAsWritten) {
     Bytes body, tail;
     ASSERT_EQ(encode_block_body(test::sample_block(), body), "");
     ASSERT_EQ(encode_file_block(test::sample_block(), tail), "");
-    EXPECT_EQ(slurp(kSeeds / "sample_clipboard.bin"), body);
+    EXPECT_EQ(test::file_content(kSeeds / "sample_clipboard.bin"), body);
 
     SettingsBlock block;
-    const Bytes file = slurp(kSeeds / "sample_file_tail.bin");
+    const Bytes file = test::file_content(kSeeds / "sample_file_tail.bin");
     ASSERT_EQ(decode_file_block(file, block), BlockStatus::Ok);
     EXPECT_EQ(block, test::sample_block());
     EXPECT_TRUE(std::equal(tail.rbegin(), tail.rend(), file.rbegin()));
 
-    ASSERT_EQ(decode_file_block(slurp(kSeeds / "default_file_block.bin"), block), BlockStatus::Ok);
+    ASSERT_EQ(decode_file_block(test::file_content(kSeeds / "default_file_block.bin"), block),
+              BlockStatus::Ok);
     EXPECT_EQ(block.settings.source_path, "/tmp/picture.png");
     EXPECT_TRUE(block.layers[0].record.first_shape_only);
     // Blocks written before the background, brightness and logo were kept read as their defaults.
@@ -49,7 +44,7 @@ TEST(SettingsBlockCorpus, EverySeedAndKeptInputDecodesWithoutHarm) {
     for (const fs::path& dir : {kSeeds, fs::path(VELQ_TEST_DATA) / "settings_block_crashes"}) {
         if (!fs::is_directory(dir)) continue;
         for (const auto& e : fs::directory_iterator(dir)) {
-            const Bytes in = slurp(e.path());
+            const Bytes in = test::file_content(e.path());
             SettingsBlock a, b;
             const auto file_status = decode_file_block(in, a);
             const auto body_status = decode_block_body(in, b);

@@ -17,7 +17,7 @@ namespace velq::test {
 inline void reference_blend(const Circle& p, const UBUFFER& st, UBUFFER& buffer, int g) {
     const double left = p.x - p.radius, top = p.y - p.radius, k = p.brightness / 100;
     const double tint[3] = {p.paint.c2, p.paint.c1, p.paint.c0};  // blue, green, red bytes
-    for (int j = 0; j < st.height(); ++j) {
+    for (int j = 0; j < st.height(); ++j)
         for (int i = 0; i < st.width(); ++i) {
             const int tx = int(left + i), ty = int(top + j);
             const int m = st.at(i, j, 1), s = st.at(i, j, 0);
@@ -30,7 +30,6 @@ inline void reference_blend(const Circle& p, const UBUFFER& st, UBUFFER& buffer,
             }
             buffer.at(tx, ty, 3) = 255;
         }
-    }
 }
 
 // The shape's planes resized to side d by the image code's plane resize.
@@ -52,13 +51,12 @@ inline void reference_fill_shape(Host& host, const Circle& p, UBUFFER& buffer, i
 inline std::unique_ptr<SHAPE> make_shape(Host& host, const std::function<std::pair<int, int>(int, int)>& fn,
                                          int brightness = 100, int transparency = 255) {
     auto s = std::make_unique<SHAPE>(host);
-    for (int y = 0; y < SHAPE::kSide; ++y) {
+    for (int y = 0; y < SHAPE::kSide; ++y)
         for (int x = 0; x < SHAPE::kSide; ++x) {
             const auto [shade, opacity] = fn(x, y);
             s->org_buffer.at(x, y, 0) = std::uint8_t(shade);
             s->org_buffer.at(x, y, 1) = std::uint8_t(opacity);
         }
-    }
     s->apply_layer_tone(brightness, transparency);
     return s;
 }

@@ -80,9 +80,9 @@ TEST(Shape, ReadShape) {
         EXPECT_EQ(s.read_shape(host, path), k.message ? -1 : 0);
         EXPECT_TRUE(!k.message || host.said(k.message));
         EXPECT_EQ(s.name, k.message ? "" : path);
-        EXPECT_EQ(s.org_buffer.at(512, 512, 0), k.shade);
-        EXPECT_EQ(s.org_buffer.at(512, 512, 1), k.opacity);
-        EXPECT_EQ(s.preview_buffer.at(512, 512, 2), k.shade);
+        EXPECT_EQ(std::tuple(s.org_buffer.at(512, 512, 0), s.org_buffer.at(512, 512, 1),
+                             s.preview_buffer.at(512, 512, 2)),
+                  std::tuple(k.shade, k.opacity, k.shade));
         if (k.message || k.w != k.h) continue;
         // A square's edge midpoints lie at 512 / sqrt(2) from the centre, its corners on the rim.
         EXPECT_EQ(s.org_buffer.at(512, 512 - 355, 1), k.opacity);

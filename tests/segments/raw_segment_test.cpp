@@ -57,13 +57,9 @@ TEST(RawSegments, DuplicatePopsWeighInTheMeanAndAreRemovedFromTheList) {
     UBUFFER pic = test::make_picture(2, 2, [](int x, int y) { return grey(x == 1 && y == 0 ? 21 : 0); });
     auto segs = generate_raw_segments(pic, 255, host);
     ASSERT_EQ(segs.size(), 1u);
-    ASSERT_EQ(segs[0].pixels.size(), 4u);
-    const int order[4][2] = {{0, 0}, {0, 1}, {1, 1}, {1, 0}};
-    for (int i = 0; i < 4; ++i) {
-        EXPECT_EQ(segs[0].pixels[i].x, order[i][0]);
-        EXPECT_EQ(segs[0].pixels[i].y, order[i][1]);
-        EXPECT_EQ(segs[0].pixels[i].tag, 1);
-    }
+    std::vector<std::tuple<int, int, int>> pixels;  // x, y, tag
+    for (const Pixel& p : segs[0].pixels) pixels.emplace_back(p.x, p.y, p.tag);
+    EXPECT_EQ(pixels, (std::vector<std::tuple<int, int, int>>{{0, 0, 1}, {0, 1, 1}, {1, 1, 1}, {1, 0, 1}}));
     EXPECT_DOUBLE_EQ(segs[0].mean[0], 8.4);
     EXPECT_DOUBLE_EQ(segs[0].mean[3], 255.0);
     for (int y = 0; y < 2; ++y)

@@ -17,5 +17,7 @@ SettingsBlock sample_block();
 std::size_t entry_offset(const SettingsBlock& block, int i);
 // Some bytes that stand in for a picture in front of an appended block.
 std::vector<std::uint8_t> fake_picture(std::size_t n);
+// A fake picture of `picture_bytes` with `block` appended as a file carries it.
+std::vector<std::uint8_t> file_with_block(const SettingsBlock& block, std::size_t picture_bytes);
 
 }  // namespace velq::test

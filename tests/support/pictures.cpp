@@ -10,7 +10,7 @@ namespace velq::test {
 UBUFFER make_picture(int w, int h, const std::function<std::uint32_t(int, int)>& fn) {
     UBUFFER b;
     b.allocate(w, h, 4);
-    for (int y = 0; y < h; ++y) {
+    for (int y = 0; y < h; ++y)
         for (int x = 0; x < w; ++x) {
             const std::uint32_t v = fn(x, y);
             b.at(x, y, 0) = std::uint8_t(v);
@@ -18,7 +18,6 @@ UBUFFER make_picture(int w, int h, const std::function<std::uint32_t(int, int)>&
             b.at(x, y, 2) = std::uint8_t(v >> 16);
             b.at(x, y, 3) = std::uint8_t(v >> 24);
         }
-    }
     return b;
 }
 

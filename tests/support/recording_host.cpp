@@ -33,30 +33,6 @@ void RecordingHost::circles_added(std::span<const LiveCircle> batch) {
     std::lock_guard lock(mutex_);
     live_ += batch.size();
 }
-std::vector<std::string> RecordingHost::titles() const {
-    std::lock_guard lock(mutex_);
-    return titles_;
-}
-std::vector<int> RecordingHost::percents() const {
-    std::lock_guard lock(mutex_);
-    return percents_;
-}
-std::vector<std::string> RecordingHost::messages() const {
-    std::lock_guard lock(mutex_);
-    return messages_;
-}
-std::vector<std::string> RecordingHost::questions() const {
-    std::lock_guard lock(mutex_);
-    return questions_;
-}
-std::vector<std::string> RecordingHost::debug_lines() const {
-    std::lock_guard lock(mutex_);
-    return debug_;
-}
-std::size_t RecordingHost::live_circles() const {
-    std::lock_guard lock(mutex_);
-    return live_;
-}
 bool RecordingHost::said(std::string_view m) const {
     std::lock_guard lock(mutex_);
     return std::find(messages_.begin(), messages_.end(), m) != messages_.end();

@@ -21,12 +21,12 @@ public:
     void circles_added(std::span<const LiveCircle> batch) override;
 
     // Copies, safe to call while a worker still reports.
-    std::vector<std::string> titles() const;
-    std::vector<int> percents() const;
-    std::vector<std::string> messages() const;
-    std::vector<std::string> questions() const;
-    std::vector<std::string> debug_lines() const;
-    std::size_t live_circles() const;
+    std::vector<std::string> titles() const { return copy(titles_); }
+    std::vector<int> percents() const { return copy(percents_); }
+    std::vector<std::string> messages() const { return copy(messages_); }
+    std::vector<std::string> questions() const { return copy(questions_); }
+    std::vector<std::string> debug_lines() const { return copy(debug_); }
+    std::size_t live_circles() const { return copy(live_); }
     bool said(std::string_view message) const;
     void clear();
 
@@ -34,6 +34,11 @@ public:
     int stop_at_percent = -1;  // when not negative, the first percent at or above it presses Stop
 
 private:
+    template <class T>
+    T copy(const T& field) const {
+        std::lock_guard lock(mutex_);
+        return field;
+    }
     mutable std::mutex mutex_;
     std::vector<std::string> titles_, messages_, questions_, debug_;
     std::vector<int> percents_;

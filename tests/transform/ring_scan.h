@@ -15,7 +15,7 @@ inline IBUFFER ring_scan(const UBUFFER& pic, double thr, int maxpx, int minpx) {
     IBUFFER out;
     out.allocate(pic.width(), pic.height(), 1);
     const int w = pic.width(), h = pic.height();
-    for (int y = 0; y < h; ++y) {
+    for (int y = 0; y < h; ++y)
         for (int x = 0; x < w; ++x) {
             int s = minpx < 1 ? 1 : minpx;
             auto differs = [&](int i, int j) {
@@ -33,7 +33,6 @@ inline IBUFFER ring_scan(const UBUFFER& pic, double thr, int maxpx, int minpx) {
             }
             out.at(x, y) = std::uint32_t(s);
         }
-    }
     return out;
 }
 

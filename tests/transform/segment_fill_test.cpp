@@ -1,10 +1,10 @@
 #include <gtest/gtest.h>
 
-#include <cmath>
 #include <tuple>
 
 #include "ring_checks.h"
 #include "segments/vectorize.h"
+#include "support/circles.h"
 #include "support/pictures.h"
 #include "support/recording_host.h"
 #include "transform/segment_fill.h"
@@ -92,14 +92,8 @@ TEST(SegmentFill, ThreadCountChangesNothing) {
         SegmentFillParams params{0.01, 0.08, 1};
         params.threads = threads;
         EXPECT_EQ(fill_circle_algo2(segments, params, 60, 48, host).value_or(0), base.count);
-        for (std::size_t i = 0; i < segments.size(); ++i) {
-            const auto& got = segments[i].circles;
-            const auto& want = base.segments[i].circles;
-            ASSERT_EQ(got.size(), want.size());
-            for (std::size_t k = 0; k < got.size(); ++k)
-                EXPECT_TRUE(got[k].x == want[k].x && got[k].y == want[k].y &&
-                            got[k].radius == want[k].radius && got[k].own == want[k].own);
-        }
+        for (std::size_t i = 0; i < segments.size(); ++i)
+            EXPECT_TRUE(test::same_circles(segments[i].circles, base.segments[i].circles)) << i;
     }
 }
 

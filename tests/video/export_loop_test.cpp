@@ -1,12 +1,11 @@
 #include <gtest/gtest.h>
 
 #include <cmath>
-#include <filesystem>
-#include <set>
 #include <string>
 #include <tuple>
 #include <vector>
 
+#include "support/files.h"
 #include "support/pictures.h"
 #include "support/recording_host.h"
 #include "support/video_read_back.h"
@@ -17,8 +16,6 @@
 
 namespace velq {
 namespace {
-
-namespace fs = std::filesystem;
 
 // Exports a white picture of its size with an encoder, and remembers what the loop asked of it.
 struct WhiteExport : FrameSource {
@@ -149,11 +146,8 @@ TEST(ExportLoop, StopKeepsAPlayableFileAndFailuresKeepNothing) {
     failed.fail_at = 3;
     EXPECT_EQ(failed.run(dir + "/failed.mp4", 9.0), -1);
     EXPECT_EQ(empty.run(dir + "/empty.mp4", 1.0), -1);
-    EXPECT_TRUE(empty.host.said("Failed to initialize an encoder"));
     EXPECT_EQ(empty.host.titles().back(), "Velquinograph");
-    std::vector<std::string> names;
-    for (const auto& f : fs::directory_iterator(dir)) names.push_back(f.path().filename().string());
-    EXPECT_EQ(names, std::vector<std::string>{"stopped.mp4"});
+    EXPECT_EQ(test::file_names(dir), std::vector<std::string>{"stopped.mp4"});
 }
 
 // Three colour bands that slide one pixel a frame, over a transparent corner.
@@ -188,15 +182,6 @@ TEST(GifWriter, WritesThirtyFramesASecondWithTheAnimationsColours) {
     ASSERT_EQ(write_animation(host, gif, src, file, frame_layout(48, 32, 48, 32, FitMode::None), 1.0), 0);
     EXPECT_EQ(src.rewinds, 1);
     EXPECT_EQ(src.frames, GifWriter::kSamples + 31);
-    // Palette: the three colours and black are in it exactly.
-    std::set<std::uint32_t> entries;
-    const UBUFFER& pal = gif.palette();
-    for (int y = 0; y < pal.height(); ++y)
-        for (int x = 0; x < pal.width(); ++x)
-            entries.insert(std::uint32_t(pal.at(x, y, 2)) << 16 | pal.at(x, y, 1) << 8 | pal.at(x, y, 0));
-    for (std::uint32_t c : {0xE01030u, 0x20C040u, 0x3050F0u, 0x000000u})
-        EXPECT_TRUE(entries.count(c)) << std::hex << c;
-
     const test::ReadBack r = test::read_back(file, nullptr, true);
     EXPECT_EQ(r.format, "gif");
     ASSERT_EQ(r.frames.size(), 31u);
@@ -212,7 +197,6 @@ TEST(GifWriter, WritesThirtyFramesASecondWithTheAnimationsColours) {
                 wrong += r.frames[10].at(x, y, c) != want;
             }
     EXPECT_EQ(wrong, 0);
-    EXPECT_TRUE(std::filesystem::exists(file));
 }
 
 // The plain way, one output pixel at a time in doubles: the mean over the source area it covers
@@ -255,13 +239,12 @@ TEST(GifWriter, ColoursCloseToWhatIsShownAreLeftOnShow) {
     int kept = 0;
     for (int f = 0; f < 31; ++f) {
         const UBUFFER& want = *src.frame(f / 30.0, 0, 0);
-        for (int x : {0, 47}) {
+        for (int x : {0, 47})
             for (int c = 0; c < 3; ++c) {
                 const int d = std::abs(r.frames[f].at(x, 5, c) - want.at(x, 5, c));
                 EXPECT_LE(d, GifWriter::kKeepError) << "frame " << f;
                 kept += d != 0;
             }
-        }
     }
     EXPECT_GT(kept, 0) << "drifting colours are left on show for a while";
 }
