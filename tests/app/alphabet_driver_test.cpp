@@ -76,7 +76,9 @@ TEST(AlphabetDriver, CirclesStayInsideTheirLetterAndOffEveryOtherInEachLayout) {
                 EXPECT_EQ(o.doc.label_map.at(int(x), int(y)), i + 1) << "picking finds the letter";
                 for (std::size_t j = 0; j < o.doc.segments.size(); ++j)
                     for (const SegmentRegion& r : o.doc.segments[j].regions)
-                        if (j != i) EXPECT_TRUE(!in_region(x, y, r) && to_edges(x, y, r) >= c.radius - 0.5);
+                        if (j != i) {
+                            EXPECT_TRUE(!in_region(x, y, r) && to_edges(x, y, r) >= c.radius - 0.5);
+                        }
             }
         }
         EXPECT_GT(circles, 50u);

@@ -50,8 +50,9 @@ TEST(BatchPlan, SelectionsGiveOrderedUniqueNames) {
     };
     for (const Case& c : cases) {
         EXPECT_EQ(names(image_cycling_jobs("in/d.jpg", c.chosen, "o", 0)), c.image);
-        if (!c.video.empty())
+        if (!c.video.empty()) {
             EXPECT_EQ(names(animation_cycling_jobs("in/d.png", c.chosen, "o", "webm", 0)), c.video);
+        }
     }
     // Every motion with every scan order: 40 names, motions outermost, all different.
     CyclingSelections all;

@@ -66,7 +66,9 @@ TEST(Render, ChosenPointsAtTheWorkingSizeAndTwiceIt) {
             {"second layer, a key colour", 150, 75, {161, 179, 0}},
         };
         for (const Point& p : points) EXPECT_EQ(s.at(k * p.x, k * p.y), p.bgr) << p.what << " x" << k;
-        if (k == 1) EXPECT_EQ(s.at(195, 1), (std::array<int, 3>{255, 255, 255})) << "logo";
+        if (k == 1) {
+            EXPECT_EQ(s.at(195, 1), (std::array<int, 3>{255, 255, 255})) << "logo";
+        }
         EXPECT_EQ(s.doc.render_buffer.at(100, 75, 3), 255);
         EXPECT_EQ(s.doc.rendered_settings.out_width, 200 * k);
     }
@@ -141,7 +143,9 @@ TEST(Render, LayersAloneStackBackToTheRender) {
                         std::lround((layer.at(x, y, ch) * a + stack.at(x, y, ch) * (255 - a)) / 255.0));
             }
         // Transparency 128 tones the shape and weighs the blend, as the render does: 255 (128/255)^2.
-        if (i == 2) EXPECT_NEAR(layer.at(150, 75, 3), 64, 1) << "the layer's transparency is in its alpha";
+        if (i == 2) {
+            EXPECT_NEAR(layer.at(150, 75, 3), 64, 1) << "the layer's transparency is in its alpha";
+        }
     }
     int worst = 0, clean_seen = 0;
     for (int y = 0; y < 150; ++y)

@@ -68,7 +68,9 @@ TEST(SaveResult, WritesThePictureWithItsResolutionAndOneBlockEachTime) {
             ASSERT_TRUE(pic) << c.name;
             EXPECT_EQ(pic.dpi, 300) << c.name;
             ASSERT_TRUE(pic.picture.same_shape(r.doc.render_buffer)) << c.name;
-            if (c.exact) EXPECT_TRUE(test::same_bytes(pic.picture, r.doc.render_buffer)) << c.name;
+            if (c.exact) {
+                EXPECT_TRUE(test::same_bytes(pic.picture, r.doc.render_buffer)) << c.name;
+            }
         }
         EXPECT_TRUE(r.host.messages().empty()) << c.name;
     }

@@ -69,7 +69,7 @@ TEST(Prism, ChannelsSeparateAlongTheFacetAxis) {
     const int w = 41, h = 21, line = 20;
     const UBUFFER in =
         test::make_picture(w, h, [&](int x, int) { return x == line ? 0xFFFFFFFFu : 0xFF000000u; });
-    for (const auto [angle, spread] : {std::pair{std::acos(-1.0) / 2, 2.5}, {0.9, 3.0}}) {
+    for (const auto& [angle, spread] : {std::pair{std::acos(-1.0) / 2, 2.5}, {0.9, 3.0}}) {
         PrismLayout l;
         l.side = 2000, l.angle = angle, l.spread = spread, l.shift_u = 900, l.shift_v = 800;
         const UBUFFER out = run_prism(in, l);
@@ -141,7 +141,7 @@ TEST(Prism, FacetsTileThePictureInEqualTriangles) {
 // diagonally), with impacts seeded, near a corner and near an edge.
 TEST(BrokenGlass, ShardsAreOnePieceEach) {
     const int w = 240, h = 180;
-    for (const auto [seed, fx, fy] :
+    for (const auto& [seed, fx, fy] :
          {std::tuple{1u, 0.0, 0.0}, {2u, 0.0, 0.0}, {3u, 0.9, 0.1}, {4u, 0.05, 0.5}}) {
         BrokenGlassParams p;
         p.impact_x = fx, p.impact_y = fy;

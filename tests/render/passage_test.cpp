@@ -54,9 +54,12 @@ TEST(PassageStyles, EachStyleDrawsInsideTheDiscWithItsOwnLook) {
         const SHAPE &o = *shapes[0], &dot = *shapes[1];
         for (int y = 0; y < kSide; ++y)
             for (int x = 0; x < kSide; ++x)
-                if ((x - kCentre) * (x - kCentre) + (y - kCentre) * (y - kCentre) > kCentre * kCentre)
+                if ((x - kCentre) * (x - kCentre) + (y - kCentre) * (y - kCentre) > kCentre * kCentre) {
                     ASSERT_EQ(o.mask_plane.at(x, y), 0) << x << "," << y;
-        if (lit[k]) EXPECT_GT(rim_shade(o, 0, 0), rim_shade(o, kSide - 1, kSide - 1) + 80);
+                }
+        if (lit[k]) {
+            EXPECT_GT(rim_shade(o, 0, 0), rim_shade(o, kSide - 1, kSide - 1) + 80);
+        }
         // Outline draws a ring: nothing deep inside a full stop, something on its edge.
         const int dot_centre = dot.mask_plane.at(kCentre, kCentre);
         EXPECT_EQ(dot_centre == 0, style == PassageStyle::Outline);
