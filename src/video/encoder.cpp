@@ -3,9 +3,11 @@
 #include <algorithm>
 #include <cctype>
 #include <cstdio>
+#include <cstring>
 #include <thread>
 
 extern "C" {
+#include <libavutil/cpu.h>
 #include <libavutil/imgutils.h>
 #include <libavutil/opt.h>
 }
@@ -221,13 +223,16 @@ bool Encoder::add_video_stream(AVCodecID codec_id, int width, int height, bool a
         if (codec_id == AV_CODEC_ID_MPEG1VIDEO) c->mb_decision = 2;
         pix_fmt_ = c->pix_fmt;
         tune_for_speed();
+        keep_repeatable();
     }
     if (fmt_->oformat->flags & AVFMT_GLOBALHEADER) enc_->flags |= AV_CODEC_FLAG_GLOBAL_HEADER;
     return true;
 }
 
 // Settings that change how fast a frame is encoded, not what the video is: every core, and for VP9
-// row multithreading with the realtime deadline (its defaults manage 5 frames a second at 1080p).
+// the realtime deadline (its defaults manage 5 frames a second at 1080p). VP9's threads share a frame
+// by tile columns (four at 1920 wide); its row multithreading is left off, as it makes each encoding
+// of the same frames come out different.
 void Encoder::tune_for_speed() {
     AVCodecContext* c = enc_.get();
     const int caps = codec_->capabilities;
@@ -236,8 +241,22 @@ void Encoder::tune_for_speed() {
     if (codec_->id == AV_CODEC_ID_VP9 || codec_->id == AV_CODEC_ID_VP8) {
         av_opt_set(c->priv_data, "deadline", "realtime", 0);
         av_opt_set_int(c->priv_data, "cpu-used", 8, 0);
-        av_opt_set_int(c->priv_data, "row-mt", 1, 0);
+        av_opt_set_int(c->priv_data, "row-mt", 0, 0);
     }
+}
+
+// Settings that make a video's bytes depend on its frames alone. x264's AVX-512 routines read bytes
+// of its own buffers that nothing wrote when a row is not a multiple of 32 wide, so the video carried
+// whatever the process's memory held before (a job alone and the same job after others differed);
+// its AVX2 routines take as long here. The WebM and Matroska muxers number tracks at random unless
+// asked to be exact.
+void Encoder::keep_repeatable() {
+    AVCodecContext* c = enc_.get();
+    if (std::strcmp(codec_->name, "libx264") == 0 && (av_get_cpu_flags() & AV_CPU_FLAG_AVX512))
+        av_opt_set(c->priv_data, "x264-params", "asm=AVX2,Cache64", 0);
+    const char* muxer = fmt_->oformat->name;
+    if (std::strcmp(muxer, "webm") == 0 || std::strcmp(muxer, "matroska") == 0)
+        fmt_->flags |= AVFMT_FLAG_BITEXACT;
 }
 
 bool Encoder::open_video_codec() {

@@ -75,6 +75,7 @@ public:
 private:
     bool alloc_output(const AVOutputFormat* format, const std::string& path);
     void tune_for_speed();
+    void keep_repeatable();
     void reset_state();
     static SwsPtr conversion_context(int width, int height, AVPixelFormat to);
     int convert_source();

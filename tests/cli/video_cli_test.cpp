@@ -86,9 +86,8 @@ TEST(VideoCli, SocialWritesEveryVariantOfASavedResult) {
 }
 
 // Videos of one size are written together from one drawing of each frame; a shard that runs only
-// some of them, and single jobs, write the same bytes as the whole set. Only the first size is
-// compared: a video's bytes can still depend on what the process drew before it (an open issue),
-// and VP9's realtime encoding is not repeatable, so WebM is left out.
+// some of them, and single jobs, write the same bytes as the whole set, WebM included, and so does a
+// video that the whole set writes after others of another size.
 TEST(VideoCli, SocialVariantsWrittenTogetherMatchSeparateRuns) {
     const std::string dir = test::temp_dir("cli-social-groups");
     const std::string whole = dir + "/whole/art.png", parts = dir + "/parts/art.png";
@@ -102,9 +101,12 @@ TEST(VideoCli, SocialVariantsWrittenTogetherMatchSeparateRuns) {
          {std::vector<std::string>{"social", whole, "--seed", "3"},
           {"social", parts, "--seed", "3", "--shard", "1/3"},
           {"social", parts, "--seed", "3", "--job", "art_youtube.3gpp"},
-          {"social", parts, "--seed", "3", "--job", "art_youtube.mp4"}})
+          {"social", parts, "--seed", "3", "--job", "art_youtube.mp4"},
+          {"social", parts, "--seed", "3", "--job", "art_facebook_instagram_twitter_square.mp4"}})
         ASSERT_EQ(test::run_cli(args).exit_code, 0) << args.back();
-    for (const char* name : {"art_youtube.3gpp", "art_youtube.mp4", "art_youtube.avi", "art_youtube.flv"}) {
+    for (const char* name :
+         {"art_youtube.3gpp", "art_youtube.mp4", "art_youtube.webm", "art_youtube.avi", "art_youtube.flv",
+          "art_facebook_instagram_twitter_square.mp4", "art_facebook_portrait.mp4"}) {
         const auto part = test::file_content(dir + "/parts/SocialMedia/" + name);
         EXPECT_FALSE(part.empty()) << name;
         EXPECT_TRUE(part == test::file_content(dir + "/whole/SocialMedia/" + name)) << name;
