@@ -85,6 +85,9 @@ public:
     int vertex_count() const { return int(vertices_.size()); }
     int piece_count() const { return int(pieces_.size()); }
     const Box& extent() const { return extent_; }
+    // Whether two edges cross (at a point inside both): a hole that crosses the outer ring, another
+    // hole or itself. Such a region cannot be packed.
+    bool rings_cross();
 
     // The piece being packed (-1 when all are done), and moving on to the next one.
     int current_piece() const { return queue_.empty() ? -1 : queue_.front(); }

@@ -358,6 +358,10 @@ std::vector<Circle> pack_circles(const PackRegion& region, const PackOptions& op
     const CornerRules rules = pack::corner_rules(options);
     if (!(rules.max_radius > 0)) return {};
     OutlineSet set(region, cell_size(rules.max_radius));
+    if (set.rings_cross()) {
+        host.message("The region to fill has outlines that cross each other; it is left empty.");
+        return {};
+    }
     LiveFeed live(host, options, region_area(region));
     FastPacker packer(set, rules, stats);
     std::vector<Circle> out = packer.run(host, live);

@@ -223,9 +223,14 @@ TEST(Packer, NothingToPackGivesNoCircles) {
     QuietHost host;
     PackRegion degenerate;
     degenerate.outer = {{0, 0}, {10, 0}, {20, 0}};
+    PackRegion crossed = frame(40, 40);  // a hole across the outer ring is refused at once
+    crossed.holes.push_back({{30, 10}, {50, 10}, {50, 20}, {30, 20}});
     // region, min, max
-    const std::tuple<PackRegion, double, double> cases[] = {
-        {degenerate, 1, 5}, {PackRegion{}, 1, 5}, {frame(20, 20), 1, 0}, {frame(20, 20), 30, 5}};
+    const std::tuple<PackRegion, double, double> cases[] = {{degenerate, 1, 5},
+                                                            {PackRegion{}, 1, 5},
+                                                            {frame(20, 20), 1, 0},
+                                                            {frame(20, 20), 30, 5},
+                                                            {crossed, 1, 3}};
     for (const auto& [region, min, max] : cases) {
         EXPECT_TRUE(pack_circles(region, options(min, max, PackOptions{}.gap), host).empty())
             << min << " " << max;
