@@ -94,7 +94,7 @@ void BM_RenderDemoLayer(benchmark::State& state) {
         if (first) {
             state.PauseTiming();
             for (const Layer& layer : d.doc.layers)
-                for (const auto& s : layer.shapes) s->stencils.clear();
+                for (const auto& s : layer.shapes) s->stencils.release();
             state.ResumeTiming();
         }
         if (generate_shaped_image(d.doc, d.host, w, h) != 0) state.SkipWithError("render failed");

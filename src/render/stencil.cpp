@@ -25,54 +25,84 @@ std::uint8_t box_mean(std::uint32_t sum, int area) {
 
 }  // namespace
 
-bool PlaneTable::build(const UBUFFER& shade, const UBUFFER& mask) {
-    width_ = shade.width();
-    height_ = shade.height();
-    // The box of non-zero pixels: every row's bytes ORed, and every column's.
+InkBox find_ink(const UBUFFER& shade, const UBUFFER& mask) {
+    // Every row's bytes ORed, and every column's.
+    InkBox box;
+    const int width = shade.width();
+    std::vector<std::uint8_t> columns(std::size_t(width), 0);
     int top = -1, bottom = -1;
-    std::vector<std::uint8_t> columns;
-    try {
-        columns.assign(std::size_t(width_), 0);
-    } catch (const std::bad_alloc&) {
-        return false;
-    }
-    for (int y = 0; y < height_; ++y) {
+    for (int y = 0; y < shade.height(); ++y) {
         const std::uint8_t *a = shade.row(y), *b = mask.row(y);
         std::uint8_t any = 0;
-        for (int x = 0; x < width_; ++x) {
+        for (int x = 0; x < width; ++x) {
             const std::uint8_t v = a[x] | b[x];
             columns[std::size_t(x)] |= v;
             any |= v;
         }
-        if (any) {
-            if (top < 0) top = y;
-            bottom = y;
-        }
+        if (!any) continue;
+        if (top < 0) top = y;
+        bottom = y;
     }
+    if (top < 0) return box;
+    box.y0 = top;
+    box.y1 = bottom;
+    const auto ink = [](std::uint8_t v) { return v != 0; };
+    box.x0 = int(std::find_if(columns.begin(), columns.end(), ink) - columns.begin());
+    box.x1 = width - 1 - int(std::find_if(columns.rbegin(), columns.rend(), ink) - columns.rbegin());
+    return box;
+}
+
+bool PlaneTable::build(const UBUFFER& shade, const UBUFFER& mask, const InkBox& ink) {
+    width_ = shade.width();
+    height_ = shade.height();
     w_ = h_ = 0;
-    if (top < 0) return true;
-    const auto first = std::find_if(columns.begin(), columns.end(), [](std::uint8_t v) { return v != 0; });
-    const auto last = std::find_if(columns.rbegin(), columns.rend(), [](std::uint8_t v) { return v != 0; });
-    x0_ = int(first - columns.begin());
-    y0_ = top;
-    w_ = int(columns.rend() - last) - x0_;
-    h_ = bottom - top + 1;
-    const std::size_t stride = std::size_t(w_) + 1;
+    if (ink.x1 < ink.x0) return true;
+    x0_ = ink.x0;
+    y0_ = ink.y0;
+    const int w = ink.x1 - ink.x0 + 1, h = ink.y1 - ink.y0 + 1;
+    const std::size_t stride = std::size_t(w) + 1;
+    std::vector<std::uint64_t> words;
     try {
-        sums_.resize(stride * (std::size_t(h_) + 1));
+        sums_.resize(stride * (std::size_t(h) + 1));
+        words.resize(std::size_t(w) * 2);
     } catch (const std::bad_alloc&) {
-        w_ = h_ = 0;
         return false;
     }
+    w_ = w;
+    h_ = h;
     std::fill_n(sums_.begin(), stride, 0);
-    for (int j = 0; j < h_; ++j) {
+    // Two rows at a time: their planes are first joined into words (a loop the compiler vectorises),
+    // then the running sums, which cannot be, share the reads of the row above.
+    auto join = [&](int j, std::uint64_t* out) {
         const std::uint8_t *a = shade.row(y0_ + j) + x0_, *b = mask.row(y0_ + j) + x0_;
+        for (int i = 0; i < w; ++i) out[i] = a[i] | std::uint64_t(b[i]) << 32;
+    };
+    std::uint64_t *first = words.data(), *second = first + w;
+    int j = 0;
+    for (; j + 1 < h; j += 2) {
+        join(j, first);
+        join(j + 1, second);
+        std::uint64_t* t = sums_.data() + (std::size_t(j) + 1) * stride;
+        std::uint64_t* u = t + stride;
+        const std::uint64_t* above = t - stride;
+        std::uint64_t run = 0, run2 = 0;
+        t[0] = u[0] = 0;
+        for (int i = 0; i < w; ++i) {
+            run += first[i];
+            run2 += second[i];
+            const std::uint64_t v = above[i + 1] + run;
+            t[i + 1] = v;
+            u[i + 1] = v + run2;
+        }
+    }
+    if (j < h) {
+        join(j, first);
         std::uint64_t* t = sums_.data() + (std::size_t(j) + 1) * stride;
         const std::uint64_t* above = t - stride;
         std::uint64_t run = 0;
         t[0] = 0;
-        for (int i = 0; i < w_; ++i) {
-            run += a[i] | std::uint64_t(b[i]) << 32;
+        for (int i = 0; i < w; ++i) {
+            run += first[i];
             t[i + 1] = above[i + 1] + run;
         }
     }
@@ -192,7 +222,7 @@ std::shared_ptr<const Stencil> StencilCache::get(Host& host, const UBUFFER& shad
     if (const auto it = lent_.find(side); it != lent_.end())
         if (auto s = it->second.lock()) return s;
     PlaneTable table;
-    if (shrinks(shade, side) && !table.build(shade, mask)) {
+    if (shrinks(shade, side) && !table.build(shade, mask, ink_locked(shade, mask))) {
         host.message("Failed to allocate buffers for integral in UBUFFER::get_resized()");
         return nullptr;
     }
@@ -228,7 +258,7 @@ void StencilCache::prepare(Host& host, const UBUFFER& shade, const UBUFFER& mask
     }
     const bool need_table =
         std::any_of(missing.begin(), missing.end(), [&](int d) { return shrinks(shade, d); });
-    if (need_table && !scratch.build(shade, mask)) {
+    if (need_table && !scratch.build(shade, mask, ink_locked(shade, mask))) {
         host.message("Failed to allocate buffers for integral in UBUFFER::get_resized()");
         return;
     }
@@ -240,7 +270,28 @@ void StencilCache::prepare(Host& host, const UBUFFER& shade, const UBUFFER& mask
     }
 }
 
+const InkBox& StencilCache::ink_locked(const UBUFFER& shade, const UBUFFER& mask) {
+    if (!ink_known_) {
+        ink_ = find_ink(shade, mask);
+        ink_known_ = true;
+    }
+    return ink_;
+}
+
+void StencilCache::planes_changed(const InkBox& ink) {
+    std::lock_guard lock(mutex_);
+    forget_locked();
+    ink_ = ink;
+    ink_known_ = true;
+}
+
 void StencilCache::clear() {
+    std::lock_guard lock(mutex_);
+    forget_locked();
+    ink_known_ = false;
+}
+
+void StencilCache::release() {
     std::lock_guard lock(mutex_);
     forget_locked();
 }

@@ -24,6 +24,12 @@ struct Stencil {
     std::vector<int> row_end;    // per row: one past the last such column
 };
 
+// The box that holds every non-zero pixel of a shape's two planes (x1 < x0 when there is none).
+struct InkBox {
+    int x0 = 0, y0 = 0, x1 = -1, y1 = -1;
+};
+InkBox find_ink(const UBUFFER& shade, const UBUFFER& mask);
+
 // Both planes of a shape as one summed-area table over the smallest box that holds every non-zero
 // pixel of either (outside it every sum is a sum of zeros). An entry holds the shade sum in its low
 // 32 bits and the opacity sum in its high 32 bits: neither reaches 2^32 (255 x 2^20), so a box's
@@ -31,8 +37,9 @@ struct Stencil {
 // lookup serve both planes. A caller building many shapes keeps one table and so reuses its memory.
 class PlaneTable {
 public:
-    // From two one-channel planes of one size; false when the table cannot be allocated.
-    bool build(const UBUFFER& shade, const UBUFFER& mask);
+    // From two one-channel planes of one size whose ink lies in `ink`; false when the table cannot be
+    // allocated.
+    bool build(const UBUFFER& shade, const UBUFFER& mask, const InkBox& ink);
     // The planes shrunk to side x side (side below both plane sides) into channels 0 and 1 of `out`,
     // which must start zeroed: byte for byte what the plane resize gives.
     void shrink(int side, UBUFFER& out) const;
@@ -80,8 +87,12 @@ public:
     // still do not fit go to `held`, and get() finds them while the caller holds them.
     void prepare(Host& host, const UBUFFER& shade, const UBUFFER& mask, std::span<const int> sides,
                  PlaneTable& scratch, std::vector<std::shared_ptr<const Stencil>>& held);
-    // Forgets every stencil (the planes changed).
+    // Forgets every stencil: the planes changed and their ink now lies in `ink` (clear: found from
+    // the planes when next needed).
+    void planes_changed(const InkBox& ink);
     void clear();
+    // Forgets every stencil of planes that stay as they are (keeping where their ink lies).
+    void release();
     std::size_t size() const;
     std::size_t bytes() const;
 
@@ -90,12 +101,15 @@ private:
     // Counts the stencil in and keeps it; false when the budget is full.
     bool keep_locked(const std::shared_ptr<const Stencil>& s);
     void forget_locked();
+    const InkBox& ink_locked(const UBUFFER& shade, const UBUFFER& mask);
 
     mutable std::mutex mutex_;
     std::unordered_map<int, std::shared_ptr<const Stencil>> stencils_;
     std::unordered_map<int, std::weak_ptr<const Stencil>> lent_;  // built by prepare, not kept
     std::size_t bytes_ = 0;
     std::shared_ptr<StencilBudget> budget_;
+    InkBox ink_;
+    bool ink_known_ = false;
 };
 
 // A shape's two planes resized to side x side exactly as the plane resize does it (channel 0 shade,

@@ -36,7 +36,8 @@ TEST(Stencil, EqualsThePlaneResizeWhereverTheInkLies) {
             return std::pair{v < 40 ? 0 : 255 - v / 8, v < 80 ? 255 : v};
         });
         PlaneTable table;
-        ASSERT_TRUE(table.build(shape->shade_plane, shape->mask_plane));
+        ASSERT_TRUE(table.build(shape->shade_plane, shape->mask_plane,
+                                find_ink(shape->shade_plane, shape->mask_plane)));
         for (const int d : {1, 2, 3, 7, 31, 64, 97, 255, 511, 1000, 1023, 1024, 1300}) {
             const auto st = build_stencil(host, shape->shade_plane, shape->mask_plane, &table, d);
             ASSERT_TRUE(st);
