@@ -227,7 +227,7 @@ std::shared_ptr<const Stencil> StencilCache::get(Host& host, const UBUFFER& shad
         return nullptr;
     }
     std::shared_ptr<const Stencil> built = build_stencil(host, shade, mask, &table, side);
-    if (built) keep_locked(built);
+    if (built && !keep_locked(built)) lent_[side] = built;  // found again while the caller holds it
     return built;
 }
 

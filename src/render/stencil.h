@@ -79,8 +79,9 @@ public:
     // Counts what this cache keeps against `budget` from now on (the stencils already kept move over
     // when they fit, and are forgotten otherwise).
     void share(const std::shared_ptr<StencilBudget>& budget);
-    // The stencil of `side` (>= 1) from the two 1024-square planes; built on first use. Null, with the
-    // image code's message, when a table could not be allocated. Safe to call from several threads.
+    // The stencil of `side` (>= 1) from the two 1024-square planes; built on first use (and, when the
+    // budget is full, found again only while someone holds it). Null, with the image code's message,
+    // when a table could not be allocated. Safe to call from several threads.
     std::shared_ptr<const Stencil> get(Host& host, const UBUFFER& shade, const UBUFFER& mask, int side);
     // Builds every listed side that is missing with one table (`scratch`, whose memory is reused).
     // When the budget cannot hold them, stencils of sides not listed are forgotten first; those that
@@ -105,7 +106,7 @@ private:
 
     mutable std::mutex mutex_;
     std::unordered_map<int, std::shared_ptr<const Stencil>> stencils_;
-    std::unordered_map<int, std::weak_ptr<const Stencil>> lent_;  // built by prepare, not kept
+    std::unordered_map<int, std::weak_ptr<const Stencil>> lent_;  // built, not kept
     std::size_t bytes_ = 0;
     std::shared_ptr<StencilBudget> budget_;
     InkBox ink_;

@@ -69,6 +69,8 @@ TEST(StencilCache, SharedBudgetBoundsWhatIsKept) {
     ASSERT_EQ(held.size(), 1u);
     EXPECT_EQ(b->stencils.size(), 0u);
     EXPECT_EQ(b->stencils.get(host, b->shade_plane, b->mask_plane, 70), held[0]);
+    const auto lent = b->stencils.get(host, b->shade_plane, b->mask_plane, 90);
+    EXPECT_EQ(b->stencils.get(host, b->shade_plane, b->mask_plane, 90), lent);
 
     const int third[] = {100, 80};  // a's side 60 makes room for 80
     a->stencils.prepare(host, a->shade_plane, a->mask_plane, third, table, held);
