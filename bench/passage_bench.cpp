@@ -5,6 +5,8 @@
 
 #include <chrono>
 #include <cstdio>
+#include <cstdlib>
+#include <cstring>
 #include <string>
 #include <vector>
 
@@ -60,11 +62,11 @@ struct Demo {
     QuietHost host;
     Document doc{host};
     bool ok = false;
-    explicit Demo(bool passage) {
+    explicit Demo(bool passage, const std::u16string& text = kSixty) {
         if (!bench::transform_demo(doc, host, 0.03)) return;
         doc.seeds.fix(7);
         if (passage) {
-            ok = set_layer_passage(host, doc.layers[1], {kSixty, {"DejaVu Sans"}, PassageStyle::Bevel}) == 0;
+            ok = set_layer_passage(host, doc.layers[1], {text, {"DejaVu Sans"}, PassageStyle::Bevel}) == 0;
         } else {
             std::vector<std::string> shapes;
             for (const char* s : {"star", "heart", "flower", "leaf", "drop"})
@@ -74,19 +76,89 @@ struct Demo {
     }
 };
 
+// range(0): 1 passage, 0 picture shapes; range(1): 1 first render (every stencil cache emptied
+// before each render, as after loading the shapes), 0 render again (caches kept).
 void BM_RenderDemoLayer(benchmark::State& state) {
     Demo d(state.range(0) == 1);
-    state.SetLabel(state.range(0) == 1 ? "passage" : "picture shapes");
+    const bool first = state.range(1) == 1;
+    state.SetLabel(std::string(state.range(0) == 1 ? "passage" : "picture shapes") +
+                   (first ? ", first render" : ", again"));
     if (!d.ok) {
         state.SkipWithError("demo");
         return;
     }
     int w = 0, h = 0;
     render_size(d.doc, w, h);
-    for (auto _ : state)
+    if (!first && generate_shaped_image(d.doc, d.host, w, h) != 0) state.SkipWithError("render failed");
+    for (auto _ : state) {
+        if (first) {
+            state.PauseTiming();
+            for (const Layer& layer : d.doc.layers)
+                for (const auto& s : layer.shapes) s->stencils.release();
+            state.ResumeTiming();
+        }
         if (generate_shaped_image(d.doc, d.host, w, h) != 0) state.SkipWithError("render failed");
+    }
 }
-BENCHMARK(BM_RenderDemoLayer)->Arg(0)->Arg(1)->Unit(benchmark::kMillisecond)->Iterations(3);
+BENCHMARK(BM_RenderDemoLayer)
+    ->ArgsProduct({{0, 1}, {1, 0}})
+    ->Unit(benchmark::kMillisecond)
+    ->Iterations(5)
+    ->MeasureProcessCPUTime()
+    ->UseRealTime();
+
+// A field of /proc/self/status in MiB (Linux).
+double status_mib(const char* field) {
+    std::FILE* f = std::fopen("/proc/self/status", "r");
+    if (!f) return 0;
+    char line[256];
+    double kib = 0;
+    const std::size_t n = std::strlen(field);
+    while (std::fgets(line, sizeof line, f))
+        if (std::strncmp(line, field, n) == 0) kib = std::atof(line + n + 1);
+    std::fclose(f);
+    return kib / 1024;
+}
+
+// Peak resident memory counts from here (Linux: "5" resets it); the memory resident now.
+double reset_peak() {
+    if (std::FILE* f = std::fopen("/proc/self/clear_refs", "w")) {
+        std::fputs("5", f);
+        std::fclose(f);
+    }
+    return status_mib("VmRSS:");
+}
+
+// An 80-character passage layer rendered at the demo's size, then 6000 pixels wide: what the layer
+// keeps after each render (planes, packed planes, stencils), and how far resident memory rose during
+// each render (the stencils it builds and holds, the tables, and the picture: 14 MiB, then 92 MiB).
+void BM_EightyCharactersRenderMemory(benchmark::State& state) {
+    Demo d(true, kEighty);
+    if (!d.ok) {
+        state.SkipWithError("demo");
+        return;
+    }
+    auto kept = [&] {
+        double mib = kept_mib(d.doc.layers[1].shapes);
+        for (const auto& s : d.doc.layers[1].shapes) mib += double(s->stencils.bytes()) / (1 << 20);
+        return mib;
+    };
+    int w = 0, h = 0;
+    render_size(d.doc, w, h);
+    for (auto _ : state) {
+        double start = reset_peak();
+        if (generate_shaped_image(d.doc, d.host, w, h) != 0) state.SkipWithError("render failed");
+        state.counters["demo_rise_MiB"] = status_mib("VmHWM:") - start;
+        state.counters["demo_kept_MiB"] = kept();
+        d.doc.render_buffer.reset();
+        start = reset_peak();
+        if (generate_shaped_image(d.doc, d.host, 6000, h * 6000 / w) != 0)
+            state.SkipWithError("render failed");
+        state.counters["wide_rise_MiB"] = status_mib("VmHWM:") - start;
+        state.counters["wide_kept_MiB"] = kept();
+    }
+}
+BENCHMARK(BM_EightyCharactersRenderMemory)->Unit(benchmark::kMillisecond)->Iterations(1);
 
 }  // namespace
 }  // namespace velq

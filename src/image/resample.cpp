@@ -21,6 +21,15 @@ void summed_area_table(const UBUFFER& src, int channel, IBUFFER& table) {
     }
 }
 
+void shrink_edges(int s, int d, std::vector<int>& lo, std::vector<int>& hi) {
+    lo.resize(d);
+    hi.resize(d);
+    for (int i = 0; i < d; ++i) {
+        lo[i] = int(double(i) * s / d + 0.5);
+        hi[i] = std::min(int(double(i + 1) * s / d + 0.5), s - 1);
+    }
+}
+
 namespace {
 
 int clamp_byte(double v) {
@@ -41,16 +50,6 @@ void nearest_channel(const UBUFFER& src, int sc, UBUFFER& dst, int dc) {
             for (int c = 0; c < dw; ++c) d[std::size_t(c) * dch] = s[std::size_t(cols[c]) * sch];
         }
     });
-}
-
-// Box edges of the shrink: trunc(i * s / d + 0.5) and min(trunc((i + 1) * s / d + 0.5), s - 1).
-void shrink_edges(int s, int d, std::vector<int>& lo, std::vector<int>& hi) {
-    lo.resize(d);
-    hi.resize(d);
-    for (int i = 0; i < d; ++i) {
-        lo[i] = int(double(i) * s / d + 0.5);
-        hi[i] = std::min(int(double(i + 1) * s / d + 0.5), s - 1);
-    }
 }
 
 // Box average of the shrink. Each destination box (x0, x1] x (y0, y1] is summed directly (the boxes of

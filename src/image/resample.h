@@ -3,6 +3,7 @@
 #pragma once
 
 #include <cstdint>
+#include <vector>
 
 #include "image/buffer.h"
 
@@ -24,6 +25,10 @@ int get_resized(Host& host, const UBUFFER& src, UBUFFER& dst);
 
 // The same resize from one channel of `src` into one channel of `dst` (planes into a stencil).
 int resize_channel(Host& host, const UBUFFER& src, int src_channel, UBUFFER& dst, int dst_channel);
+
+// Box edges of the shrink of s samples to d: box i is (lo[i], hi[i]] with lo[i] = trunc(i s / d + 0.5)
+// and hi[i] = min(trunc((i + 1) s / d + 0.5), s - 1).
+void shrink_edges(int s, int d, std::vector<int>& lo, std::vector<int>& hi);
 
 // The shrinking branch of resize_channel from a summed-area table built beforehand for a src_width x
 // src_height plane, so that one table serves many shrinks. `dst` must be smaller in both directions.

@@ -48,7 +48,12 @@ public:
     bool set_brightness(int value);
     bool has_shapes() const { return !shapes.empty(); }
 
+    // What the layer's shapes keep of their stencils between renders, all together: a passage
+    // brings up to 128 shapes, each of which would otherwise keep up to its own budget.
+    static constexpr std::size_t kStencilBudget = std::size_t(24) << 20;
+
     std::vector<std::unique_ptr<SHAPE>> shapes;
+    std::shared_ptr<StencilBudget> stencil_budget = std::make_shared<StencilBudget>(kStencilBudget);
     int transparency = 255;  // 0..255
     int size = 100;          // percent of the circle's radius, 0..300
     int brightness = 100;    // percent, 0 and up

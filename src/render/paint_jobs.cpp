@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <atomic>
 #include <map>
+#include <mutex>
 #include <thread>
 #include <vector>
 
@@ -15,34 +16,43 @@ namespace velq {
 
 namespace {
 template <class T>
-void prepare_stencils_of(Host& host, std::span<const T> placements) {
+HeldStencils prepare_stencils_of(Host& host, std::span<const T> placements) {
     std::map<const SHAPE*, std::vector<int>> sides;
     for (const Circle& p : placements) {
         if (!p.shape || !p.shape->usable()) continue;
         const int side = saturate_int(2 * p.radius + 0.5);
         if (side >= 1) sides[p.shape].push_back(side);
     }
-    // Shapes are independent (each cache has its own lock): a passage layer brings dozens of them.
+    // Shapes are independent (each cache has its own lock): a passage layer brings dozens of them,
+    // taken one at a time by each thread, which keeps one table for all of its shapes.
     std::vector<std::pair<const SHAPE*, std::vector<int>>> work(sides.begin(), sides.end());
+    std::atomic<std::size_t> next{0};
+    std::mutex held_mutex;
+    HeldStencils held;
     parallel_rows(
-        0, int(work.size()),
-        [&](int begin, int end) {
-            for (int i = begin; i < end; ++i) {
-                auto& [shape, list] = work[std::size_t(i)];
+        0, std::min(int(work.size()), worker_count()),
+        [&](int, int) {
+            PlaneTable table;
+            HeldStencils mine;
+            for (std::size_t i = next++; i < work.size(); i = next++) {
+                auto& [shape, list] = work[i];
                 std::sort(list.begin(), list.end());
                 list.erase(std::unique(list.begin(), list.end()), list.end());
-                shape->stencils.prepare(host, shape->shade_plane, shape->mask_plane, list);
+                shape->stencils.prepare(host, shape->shade_plane, shape->mask_plane, list, table, mine);
             }
+            std::lock_guard lock(held_mutex);
+            held.insert(held.end(), mine.begin(), mine.end());
         },
         1);
+    return held;
 }
 }  // namespace
 
-void prepare_stencils(Host& host, std::span<const Placement> placements) {
-    prepare_stencils_of(host, placements);
+HeldStencils prepare_stencils(Host& host, std::span<const Placement> placements) {
+    return prepare_stencils_of(host, placements);
 }
-void prepare_stencils(Host& host, std::span<const Circle> circles) {
-    prepare_stencils_of(host, circles);
+HeldStencils prepare_stencils(Host& host, std::span<const Circle> circles) {
+    return prepare_stencils_of(host, circles);
 }
 
 bool paint_jobs(Host& host, const Painter& painter, std::span<const PaintJob> jobs, UBUFFER& buffer,

@@ -10,10 +10,11 @@
 
 namespace velq {
 
-// Builds the stencils that the placements (or circles in pixels) need, one pair of summed-area tables
-// per shape.
-void prepare_stencils(Host& host, std::span<const Placement> placements);
-void prepare_stencils(Host& host, std::span<const Circle> circles);
+// Builds the stencils that the placements (or circles in pixels) need, one table per shape. Returns
+// those their shapes' budget could not keep: held by the caller until the jobs are readied.
+using HeldStencils = std::vector<std::shared_ptr<const Stencil>>;
+HeldStencils prepare_stencils(Host& host, std::span<const Placement> placements);
+HeldStencils prepare_stencils(Host& host, std::span<const Circle> circles);
 
 // Paints the jobs in order. The picture is cut into tiles, painted by several threads at once; each
 // tile takes the jobs that reach it in list order, so every pixel sees the placements in list order

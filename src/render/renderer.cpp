@@ -51,6 +51,7 @@ std::vector<Placement> make_placements(Host& host, Layer& layer, const std::vect
                                        int width, int height, double radius_scale, Random& random) {
     std::vector<Placement> out;
     if (!layer.shown) return out;
+    for (const auto& s : layer.shapes) s->stencils.share(layer.stencil_budget);
     layer.rewind();
     if (!segments.empty()) {
         for (Segment& seg : segments) {
@@ -109,7 +110,7 @@ namespace {
 template <class T>
 bool paint_list(Host& host, std::span<const T> list, UBUFFER& buffer, int global_brightness, bool white,
                 Progress* progress, int threads, bool straight_alpha = false) {
-    prepare_stencils(host, list);
+    const HeldStencils held = prepare_stencils(host, list);
     Painter painter(host, global_brightness, straight_alpha);
     std::vector<PaintJob> jobs(list.size());
     for (std::size_t i = 0; i < list.size(); ++i) {

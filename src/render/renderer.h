@@ -27,7 +27,8 @@ void apply_colour_options(const Layer& layer, ColourRecord& colour, Random* rand
 // segment's display colour is recomputed and stored) when there are segments, else the free circle
 // list with each circle's own colour. Centres become pixels of a width x height picture, radii are
 // multiplied by radius_scale (output size over working size) and then by the layer's size percent.
-// The layer's shape cursor is rewound and stepped once per circle. A hidden layer yields none.
+// The layer's shape cursor is rewound and stepped once per circle, and its shapes keep their stencils
+// on the layer's budget. A hidden layer yields none.
 std::vector<Placement> make_placements(Host& host, Layer& layer, const std::vector<Palette>& palettes,
                                        std::vector<Segment>& segments, std::span<const Circle> circles,
                                        int width, int height, double radius_scale, Random& random);

@@ -24,7 +24,7 @@ void extract_planes(SHAPE& s) {
         m[i] = a[2 * i + 1];
     }
     ++s.generation;
-    s.stencils.clear();
+    s.stencils.planes_changed(find_ink(s.shade_plane, s.mask_plane));
 }
 
 bool allocate_buffers(SHAPE& s) {
@@ -229,6 +229,7 @@ std::unique_ptr<SHAPE> SHAPE::from_planes(Host& host, std::span<const std::uint8
     std::copy(opacity.begin(), opacity.end(), s->mask_plane.data());
     s->character = character;
     ++s->generation;
+    s->stencils.planes_changed(find_ink(s->shade_plane, s->mask_plane));
     return s;
 }
 
@@ -256,7 +257,7 @@ void SHAPE::apply_layer_tone(int brightness_percent, int transparency) {
         std::copy_n(planes.begin() + std::ptrdiff_t(n), n, m);
         tone_planes(sh, m, n, brightness_percent, transparency);
         ++generation;
-        stencils.clear();
+        stencils.planes_changed(find_ink(shade_plane, mask_plane));
         return;
     }
     const std::uint8_t* o = org_buffer.data();

@@ -188,6 +188,16 @@ TEST(PaintPlacements, TilesAndThreadsKeepEveryPixelsOrder) {
         ASSERT_TRUE(paint_placements(host, list, buf, 10, false, nullptr, threads));
         EXPECT_TRUE(same_bytes(buf, ref)) << threads << " threads";
     }
+    // Shapes whose budget keeps next to none of their stencils paint the same.
+    const auto tight = std::make_shared<StencilBudget>(20000);
+    for (const auto& s : shapes) {
+        s->stencils.clear();
+        s->stencils.share(tight);
+    }
+    UBUFFER tight_buf = test::noise_picture(300, 260, 9);
+    ASSERT_TRUE(paint_placements(host, list, tight_buf, 10, false, nullptr, 2));
+    EXPECT_TRUE(same_bytes(tight_buf, ref)) << "tight budget";
+    EXPECT_LE(tight->used(), tight->limit());
     UBUFFER buf = test::noise_picture(300, 260, 9);
     ASSERT_TRUE(paint_circles(host, std::vector<Circle>(list.begin(), list.end()), buf, 10));
     EXPECT_TRUE(same_bytes(buf, ref)) << "circles";
