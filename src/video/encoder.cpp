@@ -228,12 +228,13 @@ bool Encoder::add_video_stream(AVCodecID codec_id, int width, int height, bool a
     return true;
 }
 
-// Settings that change how fast a frame is encoded, not what the video is: four threads, and for VP9
+// Settings that change how fast a frame is encoded, not what the video is: two threads, and for VP9
 // the realtime deadline (its defaults manage 5 frames a second at 1080p). The count is fixed, not
 // the machine's cores: H.264 and MPEG-4 split their work by it and their bytes follow, so a fixed
-// count makes the same file on any machine; four encode 1080p as fast as two on two cores. VP9's
-// threads share a frame by tile columns (four at 1920 wide); its row multithreading is left off, as
-// it makes each encoding of the same frames come out different.
+// count makes the same file on any machine. Two is what two cores used before: their speed and
+// bytes stay; four or six were no faster there in processor time. VP9's threads share a frame by
+// tile columns (four at 1920 wide); its row multithreading is left off, as it makes each encoding of
+// the same frames come out different.
 void Encoder::tune_for_speed() {
     AVCodecContext* c = enc_.get();
     const int caps = codec_->capabilities;
