@@ -163,14 +163,10 @@ std::vector<BatchJob> social_jobs(std::span<const std::string> sources, const st
     const auto variants = social_media_variants();
     for (const std::string& source : sources) {
         const std::string stem = stem_of(source);
-        std::uint32_t seed = 0;
         for (std::size_t v = 0; v < variants.size(); ++v) {
             BatchJob j = job(BatchKind::Social, source, dir, stem + variants[v].suffix, run_seed);
             j.variant = int(v);
-            const bool same_size = v > 0 && variants[v].width == variants[v - 1].width &&
-                                   variants[v].height == variants[v - 1].height;
-            if (same_size) j.seed = seed;
-            seed = j.seed;
+            j.seed = job_seed(run_seed, stem);
             jobs.push_back(std::move(j));
         }
     }
@@ -178,14 +174,8 @@ std::vector<BatchJob> social_jobs(std::span<const std::string> sources, const st
 }
 
 bool share_frames(const BatchJob& a, const BatchJob& b) {
-    if (a.kind != BatchKind::Social || b.kind != BatchKind::Social || a.input != b.input || a.seed != b.seed)
-        return false;
-    const auto variants = social_media_variants();
-    if (a.variant < 0 || b.variant < 0 || std::size_t(a.variant) >= variants.size() ||
-        std::size_t(b.variant) >= variants.size())
-        return false;
-    const SocialVariant &va = variants[std::size_t(a.variant)], &vb = variants[std::size_t(b.variant)];
-    return va.width == vb.width && va.height == vb.height;
+    return a.kind == BatchKind::Social && b.kind == BatchKind::Social && a.input == b.input &&
+           a.seed == b.seed;
 }
 
 }  // namespace velq

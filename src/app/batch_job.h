@@ -65,14 +65,14 @@ std::vector<BatchJob> animation_cycling_jobs(const std::string& result, const Cy
 // be written as they are (.tif, .webp, ...) get ".png" added.
 std::vector<BatchJob> folder_jobs(std::span<const std::string> dirs, bool recursive, const std::string& dir,
                                   std::uint32_t run_seed);
-// The social-media set of each source, in the set's order, into DIR. Consecutive variants of one
-// size show the same animation, in different containers: they take the seed of the first of them, so
-// a run can draw each frame once for all of them.
+// The social-media set of each source, in the set's order, into DIR. The set is one animation in
+// many sizes and containers: every variant takes the seed of the source's stem (not of its own name),
+// so a run draws each frame once for all of them and a variant run alone draws the same.
 std::vector<BatchJob> social_jobs(std::span<const std::string> sources, const std::string& dir,
                                   std::uint32_t run_seed);
 
-// True when `b` can be made from the very frames drawn for `a`: social variants of one source at one
-// size with one seed.
+// True when `b` can be made from the very frames drawn for `a`: social variants of one source with
+// one seed.
 bool share_frames(const BatchJob& a, const BatchJob& b);
 
 }  // namespace velq

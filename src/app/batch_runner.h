@@ -62,7 +62,7 @@ using Together = std::function<bool(const BatchJob& a, const BatchJob& b)>;
 
 // The same, with each run of consecutive jobs that go `together` handed to `step` at once: those of
 // them that the shard takes and that are not complete already. For Skip and Stop such a group is one
-// item (the bar, the title "Social media 1-8/21 NAME" and the flags are the group's): every output of
+// item (the bar, the title "Social media 1-21/42 NAME" and the flags are the group's): every output of
 // a group left early is removed. Each job still has its journal line, with its share of the time.
 BatchTally run_batch(Host& host, std::span<const BatchJob> jobs, const BatchOptions& options,
                      const Together& together, const GroupStep& step);

@@ -110,20 +110,23 @@ JobOutcome ResultVideos::prepare(const std::string& result) {
 }
 
 std::vector<JobOutcome> ResultVideos::run(std::span<const BatchJob* const> jobs) {
-    if (jobs.size() <= 1) return jobs.empty() ? std::vector<JobOutcome>{} : std::vector{run(*jobs[0])};
+    if (jobs.empty()) return {};
     const BatchJob& first = *jobs[0];
+    if (first.kind != BatchKind::Social) return {run(first)};
     if (run_seed_) {
         JobOutcome made = prepare(first.input);
         if (made.status != JobStatus::Written) return std::vector(jobs.size(), made);
     }
-    const SocialVariant& v = social_media_variants()[std::size_t(first.variant)];
-    doc_.settings.video_width = v.width;
-    doc_.settings.video_height = v.height;
+    // Drawn at the result's render size, which no variant changes, with the set's seed: a variant
+    // alone is made exactly as in the whole set.
     doc_.seeds.fix(first.seed);
     int pw = 0, ph = 0;
     render_size(doc_, pw, ph);
-    std::vector<std::string> files;
-    for (const BatchJob* j : jobs) files.push_back(j->output);
+    std::vector<VideoFile> files;
+    for (const BatchJob* j : jobs) {
+        const SocialVariant& v = social_media_variants()[std::size_t(j->variant)];
+        files.push_back({j->output, v.width, v.height});
+    }
     const std::vector<int> written = render_anim_videos(doc_, host_, files, pw, ph, fit_);
     std::vector<JobOutcome> out;
     for (int r : written) out.push_back(r == 0 ? JobOutcome{} : failed("no video written"));
@@ -135,20 +138,18 @@ JobOutcome ResultVideos::run(const BatchJob& job) {
         JobOutcome made = prepare(job.input);
         if (made.status != JobStatus::Written) return made;
     }
-    Document& doc = doc_;
     if (job.kind == BatchKind::Social) {
-        const SocialVariant& v = social_media_variants()[std::size_t(job.variant)];
-        doc.settings.video_width = v.width;
-        doc.settings.video_height = v.height;
-    } else {
-        if (video_size_) {
-            doc.settings.video_width = video_size_->first;
-            doc.settings.video_height = video_size_->second;
-        }
-        for (std::size_t i = 1; i < doc.layers.size(); ++i) {
-            doc.layers[i].anim.motion = job.motion;
-            doc.layers[i].anim.scan = job.scan;
-        }
+        const BatchJob* one[] = {&job};
+        return run(one)[0];
+    }
+    Document& doc = doc_;
+    if (video_size_) {
+        doc.settings.video_width = video_size_->first;
+        doc.settings.video_height = video_size_->second;
+    }
+    for (std::size_t i = 1; i < doc.layers.size(); ++i) {
+        doc.layers[i].anim.motion = job.motion;
+        doc.layers[i].anim.scan = job.scan;
     }
     doc.seeds.fix(job.seed);
     int pw = 0, ph = 0;

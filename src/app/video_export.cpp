@@ -87,11 +87,10 @@ int render_anim_video(Document& doc, Host& host, const std::string& file, int pw
     return r;
 }
 
-std::vector<int> render_anim_videos(Document& doc, Host& host, std::span<const std::string> files, int pw,
+std::vector<int> render_anim_videos(Document& doc, Host& host, std::span<const VideoFile> files, int pw,
                                     int ph, FitMode fit) {
     std::vector<int> results(files.size(), -1);
     if (files.empty()) return results;
-    const FrameLayout layout = frame_layout(pw, ph, doc.settings.video_width, doc.settings.video_height, fit);
     DocumentAnimation animation(doc, host);
     {
         ProgressShare preparing(host, 0, 0.05);
@@ -99,17 +98,20 @@ std::vector<int> render_anim_videos(Document& doc, Host& host, std::span<const s
     }
     ProgressShare writing(host, 0.05, 1);
     // Each encoder works on a thread of its own, two frames behind at most: the drawing and every
-    // encoder share the cores, and frames of all of them together stay within memory.
+    // encoder share the cores, and the frames of all of them together stay within memory (the
+    // drawing itself is kept once).
     std::vector<std::unique_ptr<Encoder>> encoders;
     std::vector<std::unique_ptr<PipelinedSink>> pipelines;
     std::vector<FanOutSink::Output> outputs;
-    for (const std::string& file : files) {
+    for (const VideoFile& f : files) {
         encoders.push_back(std::make_unique<Encoder>(host));
         pipelines.push_back(std::make_unique<PipelinedSink>(*encoders.back(), 2));
-        outputs.push_back({pipelines.back().get(), file});
+        outputs.push_back({pipelines.back().get(), f.file, frame_layout(pw, ph, f.width, f.height, fit)});
     }
     FanOutSink fan(std::move(outputs));
-    write_animation(host, fan, animation, files[0], layout, animation.duration());
+    // The drawing reaches the fan-out as it is; the fan-out scales it for every file.
+    const FrameLayout drawing{pw, ph, pw, ph, 0, 0};
+    write_animation(host, fan, animation, files[0].file, drawing, animation.duration());
     for (std::size_t i = 0; i < files.size(); ++i) results[i] = fan.written(i) ? 0 : -1;
     doc.frame_buffer = std::move(animation.scene().display());
     return results;

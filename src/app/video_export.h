@@ -19,9 +19,15 @@ namespace velq {
 // Stop), -1 otherwise, after the system's message.
 int render_anim_video(Document& doc, Host& host, const std::string& file, int pw, int ph, FitMode fit);
 
-// The same animation written to several video files (containers, not GIFs) at once, each frame
-// drawn once for all of them. One result per file: 0 written, -1 not (a file that failed is absent).
-std::vector<int> render_anim_videos(Document& doc, Host& host, std::span<const std::string> files, int pw,
+// A video file and its video size setting.
+struct VideoFile {
+    std::string file;
+    int width, height;
+};
+// The same animation written to several video files (containers, not GIFs) of any sizes at once:
+// each frame drawn once at pw x ph and placed into every file's frame by the fit. One result per
+// file: 0 written, -1 not (a file that failed is absent).
+std::vector<int> render_anim_videos(Document& doc, Host& host, std::span<const VideoFile> files, int pw,
                                     int ph, FitMode fit);
 
 struct SocialVariant {
@@ -41,10 +47,10 @@ struct SocialRun {
 
 // The social-media export: for every source picture that carries a settings block, the result is
 // made again from the block and written as every variant into "SocialMedia" beside the first source,
-// each variant a job of a batch run (journal SocialMedia/batch.log). Consecutive variants of one size
-// that the run takes are drawn once and written together. Returns the number of videos
-// written, or -1 when the folder could not be made; a run that writes nothing takes away the folder
-// it made.
+// each variant a job of a batch run (journal SocialMedia/batch.log). The variants of one source that
+// the run takes are one item of the run: each frame is drawn once, at the result's render size, and
+// placed into all of their frames. Returns the number of videos written, or -1 when the folder could
+// not be made; a run that writes nothing takes away the folder it made.
 int generate_sm_video(Document& doc, Host& host, std::span<const std::string> sources, FitMode fit,
                       const SocialRun& run = {});
 // "SocialMedia" beside the first source.

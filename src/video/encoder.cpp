@@ -4,7 +4,6 @@
 #include <cctype>
 #include <cstdio>
 #include <cstring>
-#include <thread>
 
 extern "C" {
 #include <libavutil/cpu.h>
@@ -229,15 +228,18 @@ bool Encoder::add_video_stream(AVCodecID codec_id, int width, int height, bool a
     return true;
 }
 
-// Settings that change how fast a frame is encoded, not what the video is: every core, and for VP9
-// the realtime deadline (its defaults manage 5 frames a second at 1080p). VP9's threads share a frame
-// by tile columns (four at 1920 wide); its row multithreading is left off, as it makes each encoding
-// of the same frames come out different.
+// Settings that change how fast a frame is encoded, not what the video is: two threads, and for VP9
+// the realtime deadline (its defaults manage 5 frames a second at 1080p). The count is fixed, not
+// the machine's cores: H.264 and MPEG-4 split their work by it and their bytes follow, so a fixed
+// count makes the same file on any machine. Two is what two cores used before: their speed and
+// bytes stay; four or six were no faster there in processor time. VP9's threads share a frame by
+// tile columns (four at 1920 wide); its row multithreading is left off, as it makes each encoding of
+// the same frames come out different.
 void Encoder::tune_for_speed() {
     AVCodecContext* c = enc_.get();
     const int caps = codec_->capabilities;
     if (caps & (AV_CODEC_CAP_FRAME_THREADS | AV_CODEC_CAP_SLICE_THREADS | AV_CODEC_CAP_OTHER_THREADS))
-        c->thread_count = int(std::max(1u, std::thread::hardware_concurrency()));
+        c->thread_count = kThreads;
     if (codec_->id == AV_CODEC_ID_VP9 || codec_->id == AV_CODEC_ID_VP8) {
         av_opt_set(c->priv_data, "deadline", "realtime", 0);
         av_opt_set_int(c->priv_data, "cpu-used", 8, 0);
@@ -347,7 +349,8 @@ SwsPtr Encoder::conversion_context(int width, int height, AVPixelFormat to) {
     av_opt_set_int(c, "dsth", height, 0);
     av_opt_set_int(c, "dst_format", to, 0);
     av_opt_set_int(c, "sws_flags", SWS_BICUBIC, 0);
-    av_opt_set_int(c, "threads", int(std::max(1u, std::thread::hardware_concurrency())), 0);
+    // Rows are converted alone, so the bytes do not depend on the count.
+    av_opt_set_int(c, "threads", std::max(1, av_cpu_count()), 0);
     if (sws_init_context(c, nullptr, nullptr) < 0) sws.reset();
     return sws;
 }

@@ -23,6 +23,8 @@ public:
     static constexpr std::int64_t kBitRate = 10000000;
     static constexpr int kGop = 15;
     static constexpr int kMaxSeconds = 200;  // frames with pts 0..6000 at most
+    // The codec's threads on every machine, whatever its cores: the bytes of H.264 and MPEG-4 depend on it.
+    static constexpr int kThreads = 2;
 
     explicit Encoder(Host& host);
     // A video that was neither finished nor abandoned is abandoned: its partial file is removed.

@@ -3,21 +3,35 @@
 #include <algorithm>
 #include <cstring>
 
+#include "video/export_loop.h"
+
 namespace velq {
 
+namespace {
+
+bool same_layout(const FrameLayout& a, const FrameLayout& b) {
+    return a.sw == b.sw && a.sh == b.sh && a.ow == b.ow && a.oh == b.oh && a.x0 == b.x0 && a.y0 == b.y0;
+}
+
+}  // namespace
+
 FanOutSink::FanOutSink(std::vector<Output> outputs)
-    : outputs_(std::move(outputs)), state_(outputs_.size(), State::Closed) {}
+    : outputs_(std::move(outputs)), state_(outputs_.size(), State::Closed), scalers_(outputs_.size()) {}
+
+void FanOutSink::fail(std::size_t i) {
+    outputs_[i].sink->abandon();
+    state_[i] = State::Failed;
+}
 
 int FanOutSink::init_video(const std::string&, int width, int height) {
     bool any = false;
     for (std::size_t i = 0; i < outputs_.size(); ++i) {
-        const bool open = outputs_[i].sink->init_video(outputs_[i].file, width, height) == 0;
+        const FrameLayout& l = outputs_[i].layout;
+        const bool open = outputs_[i].sink->init_video(outputs_[i].file, l.ow, l.oh) == 0;
         state_[i] = open ? State::Open : State::Failed;
         any = any || open;
     }
-    if (!any) return -1;
-    // Cleared once: what lies outside the frame's picture is never written.
-    if (!source_.allocate(width, height, 4, Init::Zero)) {
+    if (!any || !source_.allocate(width, height, 4, Init::Zero)) {
         abandon();
         return -1;
     }
@@ -25,32 +39,32 @@ int FanOutSink::init_video(const std::string&, int width, int height) {
 }
 
 int FanOutSink::write_video_frame(double& time_out) {
-    // The last open output takes the picture itself; the one it gives back is as clear outside the
-    // frame's picture, and the next frame covers all of the picture.
-    std::size_t last = outputs_.size();
-    for (std::size_t i = 0; i < outputs_.size(); ++i)
-        if (state_[i] == State::Open) last = i;
+    // Every frame is filled before any is handed on: a sink may give a fresh picture once it has
+    // taken one, and the outputs that share a layout copy the first one's frame.
     for (std::size_t i = 0; i < outputs_.size(); ++i) {
         if (state_[i] != State::Open) continue;
-        VideoSink& sink = *outputs_[i].sink;
-        UBUFFER& into = sink.source();
-        if (into.width() != source_.width() || into.height() != source_.height() ||
-            into.channels() != source_.channels()) {
-            sink.abandon();
-            state_[i] = State::Failed;
+        UBUFFER& into = outputs_[i].sink->source();
+        const FrameLayout& l = outputs_[i].layout;
+        if (into.width() != l.ow || into.height() != l.oh || into.channels() != 4) {
+            fail(i);
             continue;
         }
-        if (i == last) {
-            into.swap(source_);
-        } else {
-            std::memcpy(into.data(), source_.data(), source_.size());
+        std::size_t first = 0;
+        while (first < i && !(state_[first] == State::Open && same_layout(outputs_[first].layout, l)))
+            ++first;
+        if (first < i) {
+            std::memcpy(into.data(), outputs_[first].sink->source().data(), into.size());
+        } else if (!place_frame(source_, l, scalers_[i], into)) {
+            abandon();
+            return -1;
         }
+    }
+    for (std::size_t i = 0; i < outputs_.size(); ++i) {
+        if (state_[i] != State::Open) continue;
         double t = 0;
-        const int r = sink.write_video_frame(t);
-        if (i == last) into.swap(source_);
+        const int r = outputs_[i].sink->write_video_frame(t);
         if (r < 0) {
-            sink.abandon();
-            state_[i] = State::Failed;
+            fail(i);
         } else {
             if (r == 1) state_[i] = State::Capped;
             time_out = t;

@@ -93,6 +93,9 @@ TEST(BatchPlan, SeedsComeFromTheRunSeedAndTheName) {
     const auto jobs = image_cycling_jobs("x/demo.png", only({15}), "o", 7);
     ASSERT_EQ(jobs.size(), 1u);
     EXPECT_EQ(jobs[0].seed, 2438910442u);
+    // A source's social set is one animation: every variant has the seed of the source's stem.
+    for (const BatchJob& j : social_jobs(std::vector<std::string>{"x/a.png", "y/b.png"}, "o", 7))
+        EXPECT_EQ(j.seed, job_seed(7, fs::path(j.input).stem().string())) << j.name;
 }
 
 TEST(BatchPlan, ShardText) {

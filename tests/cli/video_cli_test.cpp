@@ -85,9 +85,9 @@ TEST(VideoCli, SocialWritesEveryVariantOfASavedResult) {
     }
 }
 
-// Videos of one size are written together from one drawing of each frame; a shard that runs only
-// some of them, and single jobs, write the same bytes as the whole set, WebM included, and so does a
-// video that the whole set writes after others of another size.
+// The whole set is written from one drawing of each frame, placed into every size; a shard that runs
+// only some variants, and single jobs, write the same bytes as the whole set, WebM included, at every
+// size.
 TEST(VideoCli, SocialVariantsWrittenTogetherMatchSeparateRuns) {
     const std::string dir = test::temp_dir("cli-social-groups");
     const std::string whole = dir + "/whole/art.png", parts = dir + "/parts/art.png";
