@@ -104,7 +104,7 @@ std::vector<int> render_anim_videos(Document& doc, Host& host, std::span<const V
     std::vector<std::unique_ptr<PipelinedSink>> pipelines;
     std::vector<FanOutSink::Output> outputs;
     for (const VideoFile& f : files) {
-        encoders.push_back(std::make_unique<Encoder>(host));
+        encoders.push_back(std::make_unique<Encoder>(host, Encoder::kSideBySideThreads));
         pipelines.push_back(std::make_unique<PipelinedSink>(*encoders.back(), 2));
         outputs.push_back({pipelines.back().get(), f.file, frame_layout(pw, ph, f.width, f.height, fit)});
     }

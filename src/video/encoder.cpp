@@ -76,7 +76,7 @@ const AVOutputFormat* guess_output_format(const std::string& file) {
     return av_guess_format(nullptr, file.c_str(), nullptr);
 }
 
-Encoder::Encoder(Host& host) : host_(host) {}
+Encoder::Encoder(Host& host, int threads) : host_(host), threads_(threads) {}
 
 Encoder::~Encoder() {
     abandon();
@@ -228,18 +228,16 @@ bool Encoder::add_video_stream(AVCodecID codec_id, int width, int height, bool a
     return true;
 }
 
-// Settings that change how fast a frame is encoded, not what the video is: two threads, and for VP9
-// the realtime deadline (its defaults manage 5 frames a second at 1080p). The count is fixed, not
-// the machine's cores: H.264 and MPEG-4 split their work by it and their bytes follow, so a fixed
-// count makes the same file on any machine. Two is what two cores used before: their speed and
-// bytes stay; four or six were no faster there in processor time. VP9's threads share a frame by
+// Settings that change how fast a frame is encoded, not what the video is: a fixed thread count, and for VP9
+// the realtime deadline (its defaults manage 5 frames a second at 1080p). The thread count is the
+// one the encoder was made with, never the machine's cores (see kThreads). VP9's threads share a frame by
 // tile columns (four at 1920 wide); its row multithreading is left off, as it makes each encoding of
 // the same frames come out different.
 void Encoder::tune_for_speed() {
     AVCodecContext* c = enc_.get();
     const int caps = codec_->capabilities;
     if (caps & (AV_CODEC_CAP_FRAME_THREADS | AV_CODEC_CAP_SLICE_THREADS | AV_CODEC_CAP_OTHER_THREADS))
-        c->thread_count = kThreads;
+        c->thread_count = threads_;
     if (codec_->id == AV_CODEC_ID_VP9 || codec_->id == AV_CODEC_ID_VP8) {
         av_opt_set(c->priv_data, "deadline", "realtime", 0);
         av_opt_set_int(c->priv_data, "cpu-used", 8, 0);
