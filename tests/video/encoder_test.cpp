@@ -72,52 +72,24 @@ TEST(Encoder, RefusesEmptySizesWithTheMessage) {
     EXPECT_TRUE(test::file_names(dir).empty());
 }
 
-TEST(Encoder, OnlyALowerCaseWebmNameGetsAnAlphaChannel) {
-    const std::string dir = test::temp_dir("enc-alpha");
-    // name, alpha
-    const std::tuple<const char*, bool> cases[] = {
-        {"clip.webm", true}, {"clip.WEBM", false}, {"clip.webm.mp4", false}, {"webm", false}};
-    for (const auto& [name, alpha] : cases) {
-        SCOPED_TRACE(name);
-        test::RecordingHost host;
-        const std::string file = dir + "/" + name;
-        Encoder enc(host);
-        ASSERT_EQ(enc.init_video(file, 64, 32), 0);
-        EXPECT_EQ(enc.alpha(), alpha);
-        // Left half fully transparent, right half opaque.
-        const UBUFFER half =
-            test::make_picture(64, 32, [](int x, int) { return x < 32 ? 0x003264C8u : 0xFF3264C8u; });
-        for (int n = 0; n < 3; ++n) {
-            std::memcpy(enc.source().data(), half.data(), half.size());
-            double t;
-            ASSERT_EQ(enc.write_video_frame(t), 0);
-        }
-        ASSERT_EQ(enc.finish(), 0);
-        if (std::string(name).ends_with(".mp4") || std::string(name) == "webm") continue;
-        // FFmpeg's own VP9 decoder drops the alpha plane; libvpx keeps it.
-        const test::ReadBack r = test::read_back(file, "libvpx-vp9", true);
-        ASSERT_EQ(r.frames.size(), 3u);
-        EXPECT_EQ(r.decoded_format == AV_PIX_FMT_YUVA420P, alpha);
-        EXPECT_EQ(r.alpha_mode == "1", alpha);
-        EXPECT_EQ(r.frames[2].at(8, 16, 3) <= 8, alpha);
-        EXPECT_GE(r.frames[2].at(56, 16, 3), 247);
-    }
-}
-
-TEST(Encoder, ChoosesTheMuxerFromTheFinalName) {
+// The final name picks the muxer (nothing guessed: the MPEG program stream), and only a lower-case
+// .webm name gets an alpha channel.
+TEST(Encoder, TheFinalNameChoosesTheMuxerAndTheAlphaChannel) {
     const std::string dir = test::temp_dir("enc-mux");
-    // name, muxer, codec, says_fallback; codec: the codec read back
-    const std::tuple<const char*, const char*, const char*, bool> cases[] = {
-        {"a.xyz", "mpeg", "mpeg1video", false},  // nothing guessed: MPEG program stream
-        {"a", "mpeg", "mpeg1video", false},     {"b.3GPP", "3gp", "mpeg4", true},  // H.263 refuses 640 x 480
-        {"c.3gpp", "3gp", "h263", false},  // 176 x 144 is one of H.263's sizes
-        {"a.wmv", "asf", "msmpeg4v3", false},   {"a.mpeg", "mpeg", "mpeg1video", false},
+    // name, muxer, codec, says_fallback, alpha; codec: the codec read back
+    const std::tuple<const char*, const char*, const char*, bool, bool> cases[] = {
+        {"a.xyz", "mpeg", "mpeg1video", false, false}, {"a", "mpeg", "mpeg1video", false, false},
+        {"b.3GPP", "3gp", "mpeg4", true, false},  // H.263 refuses 640 x 480
+        {"c.3gpp", "3gp", "h263", false, false},  // 176 x 144 is one of H.263's sizes
+        {"a.wmv", "asf", "msmpeg4v3", false, false},   {"a.mpeg", "mpeg", "mpeg1video", false, false},
+        {"d.webm", "webm", "vp9", false, true},        {"d.WEBM", "webm", "vp9", false, false},
+        {"d.webm.mp4", "mp4", "h264", false, false},   {"webm", "mpeg", "mpeg1video", false, false},
     };
-    for (const auto& [name, muxer, codec, says_fallback] : cases) {
+    for (const auto& [name, muxer, codec, says_fallback, alpha] : cases) {
         SCOPED_TRACE(name);
         test::RecordingHost host;
-        const bool small = std::string(name) == "c.3gpp";
-        const int w = small ? 176 : 640, h = small ? 144 : 480;
+        const bool large = std::string(name) == "b.3GPP";
+        const int w = large ? 640 : 176, h = large ? 480 : 144;
         const std::string file = dir + "/" + name;
         Encoder enc(host);
         testing::internal::CaptureStderr();
@@ -126,13 +98,26 @@ TEST(Encoder, ChoosesTheMuxerFromTheFinalName) {
         ASSERT_EQ(r, 0);
         EXPECT_STREQ(enc.format_name(), muxer);
         EXPECT_EQ(err.find("does not take") != std::string::npos, says_fallback) << err;
-        double t;
-        paint_frame(enc, 0);
-        ASSERT_EQ(enc.write_video_frame(t), 0);
+        EXPECT_EQ(enc.alpha(), alpha);
+        // Left half fully transparent, right half opaque.
+        const UBUFFER half =
+            test::make_picture(w, h, [w](int x, int) { return x < w / 2 ? 0x003264C8u : 0xFF3264C8u; });
+        for (int n = 0; n < 3; ++n) {
+            std::memcpy(enc.source().data(), half.data(), half.size());
+            double t;
+            ASSERT_EQ(enc.write_video_frame(t), 0);
+        }
         ASSERT_EQ(enc.finish(), 0);
-        const test::ReadBack back = test::read_back(file);
+        // FFmpeg's own VP9 decoder drops the alpha plane; libvpx keeps it.
+        const bool vp9 = std::string(codec) == "vp9";
+        const test::ReadBack back = test::read_back(file, vp9 ? "libvpx-vp9" : nullptr, vp9);
         EXPECT_EQ(back.codec, codec);
-        EXPECT_EQ(back.pts.size(), 1u);
+        ASSERT_EQ(back.pts.size(), 3u);
+        if (!vp9) continue;
+        EXPECT_EQ(back.decoded_format == AV_PIX_FMT_YUVA420P, alpha);
+        EXPECT_EQ(back.alpha_mode == "1", alpha);
+        EXPECT_EQ(back.frames[2].at(w / 4, h / 2, 3) <= 8, alpha);
+        EXPECT_GE(back.frames[2].at(3 * w / 4, h / 2, 3), 247);
     }
 }
 
@@ -169,13 +154,13 @@ TEST(Encoder, LeavesOnlyTheFinishedFileOrNothing) {
     EXPECT_TRUE(host.said("Failed to initialize an encoder"));
 }
 
-// Every container that the export offers, at every size that the social-media set writes: the video
-// plays, and frame n carries n / 30 s with the out-time that of the next frame.
-TEST(Encoder, EveryContainerPlaysAtEverySocialMediaSize) {
+// Every container that the export offers, at sizes whose heights are not multiples of 16 (the social
+// set's run plays every variant at its own size): the video plays, and frame n carries n / 30 s with
+// the out-time that of the next frame.
+TEST(Encoder, EveryContainerPlaysWithFramesAtThirtiethsOfASecond) {
     const std::string dir = test::temp_dir("enc-all");
     const char* exts[] = {".mp4", ".mov", ".avi", ".webm", ".wmv", ".mpeg", ".3gpp", ".flv"};
-    const int sizes[][2] = {{64, 48},    {1920, 1080}, {1080, 1080}, {720, 900}, {720, 1280},
-                            {1280, 720}, {1080, 1920}, {1080, 1350}, {640, 360}};
+    const int sizes[][2] = {{64, 48}, {720, 900}, {1080, 1350}};
     for (const auto& s : sizes)
         for (const char* ext : exts) {
             const std::string file = dir + "/v" + std::to_string(s[0]) + "x" + std::to_string(s[1]) + ext;
