@@ -5,7 +5,6 @@
 #include <cctype>
 #include <filesystem>
 #include <fstream>
-#include <map>
 #include <set>
 
 #include "app/batch_runner.h"
@@ -105,37 +104,6 @@ TEST(BatchPlan, ShardText) {
     for (const auto& [text, ok] : cases) {
         Shard s;
         EXPECT_EQ(parse_shard(text, s), ok) << text;
-    }
-}
-
-struct Ran {
-    std::string name;
-    std::uint32_t seed;
-};
-
-TEST(BatchRun, ShardsAreDisjointCoverEveryJobAndKeepSeeds) {
-    CyclingSelections all;
-    all.fill(true);
-    const auto jobs = animation_cycling_jobs("r.png", all, "o", "mp4", 11);
-    QuietHost host;
-    std::vector<Ran> whole;
-    run_batch(host, jobs, {}, [&](const BatchJob& j) {
-        whole.push_back({j.name, j.seed});
-        return JobOutcome{};
-    });
-    ASSERT_EQ(whole.size(), jobs.size());
-    for (int n : {1, 3, 7}) {
-        std::map<std::string, std::uint32_t> seen;
-        for (int k = 0; k < n; ++k) {
-            BatchOptions o;
-            o.shard = {k, n};
-            run_batch(host, jobs, o, [&](const BatchJob& j) {
-                EXPECT_TRUE(seen.emplace(j.name, j.seed).second) << j.name << " twice with n " << n;
-                return JobOutcome{};
-            });
-        }
-        ASSERT_EQ(seen.size(), jobs.size()) << n;
-        for (const Ran& r : whole) EXPECT_EQ(seen[r.name], r.seed) << r.name;
     }
 }
 
