@@ -97,7 +97,7 @@ TEST(BatchPlan, SeedsComeFromTheRunSeedAndTheName) {
         EXPECT_EQ(j.seed, job_seed(7, fs::path(j.input).stem().string())) << j.name;
 }
 
-TEST(BatchPlan, ShardText) {
+TEST(BatchPlan, ShardTextAndCover) {
     const std::pair<const char*, bool> cases[] = {{"0/1", true},   {"2/3", true},  {"1/1", false},
                                                   {"-1/2", false}, {"1/0", false}, {"1/2x", false},
                                                   {"a/b", false},  {"3", false}};
@@ -105,6 +105,13 @@ TEST(BatchPlan, ShardText) {
         Shard s;
         EXPECT_EQ(parse_shard(text, s), ok) << text;
     }
+    // Shards are disjoint and cover every job.
+    for (const int n : {1, 3, 7})
+        for (std::size_t i = 0; i < 30; ++i) {
+            int takers = 0;
+            for (int k = 0; k < n; ++k) takers += Shard{k, n}.takes(i);
+            EXPECT_EQ(takers, 1) << i << " of " << n;
+        }
 }
 
 std::vector<std::string> lines(const std::string& path) {
