@@ -110,11 +110,11 @@ TEST(RenderCli, AnInputTakesTheSettingsAndTheLineOverridesThem) {
     }
 }
 
-// The tool's .psd path end to end: the merged picture is the PNG's, the settings block is the same,
-// and ImageMagick's flattening of the shown layers gives the PNG within 2. The first result's global
+// The tool's .psd path end to end (the merged picture and the block are the save's own matter):
+// ImageMagick's flattening of the shown layers gives the PNG within 2. The first result's global
 // brightness is set back to 0: its layers stack back only within about 6. A drawing is one layer of
 // its own in place of the shape layers.
-TEST(RenderCli, APsdResultHoldsItsLayersAndItsSettings) {
+TEST(RenderCli, APsdResultHoldsItsLayers) {
     Files f;
     const struct {
         std::vector<std::string> args;
@@ -136,11 +136,6 @@ TEST(RenderCli, APsdResultHoldsItsLayersAndItsSettings) {
             const test::CliResult r = test::run_cli(args);
             ASSERT_EQ(r.exit_code, 0) << r.err;
         }
-        const PictureRead merged = read_picture(psd), flat = read_picture(png);
-        ASSERT_TRUE(merged && flat);
-        EXPECT_TRUE(test::same_bytes(flat.picture, merged.picture));
-        EXPECT_EQ(info_of(psd), info_of(png));
-
         if (!test::have_tool("convert")) GTEST_SKIP() << "ImageMagick missing";
         // The saved settings carry the first result's logo, so it comes back as the top layer.
         EXPECT_EQ(test::run_tool("identify -format '%l|' " + test::quoted(psd)), c.layers);
