@@ -57,7 +57,9 @@ TEST(VideoCli, WritesTheAnimationAsAVideoAGifOrOneFrame) {
         }
         const test::ReadBack back = test::read_back(dir + "/" + c.name);
         EXPECT_EQ(back.pts.size(), c.frames) << c.name;
-        if (c.w) EXPECT_EQ(back.width, c.w) << c.name;
+        if (c.w) {
+            EXPECT_EQ(back.width, c.w) << c.name;
+        }
         EXPECT_EQ(back.height, c.h) << c.name;
     }
 }
