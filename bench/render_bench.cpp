@@ -111,6 +111,42 @@ void BM_PainterFractionalTints(benchmark::State& state) {
     paint(state, scene().fractional, 0, false);
 }
 
+// S(x, y) = sum of the channel over every (i, j) with i <= x and j <= y: the per-placement table the
+// direct method below builds.
+void summed_area_table(const UBUFFER& src, int channel, IBUFFER& table) {
+    const int w = src.width(), h = src.height(), ch = src.channels();
+    for (int y = 0; y < h; ++y) {
+        const std::uint8_t* s = src.row(y) + channel;
+        std::uint32_t* t = table.row(y);
+        const std::uint32_t* above = y > 0 ? table.row(y - 1) : nullptr;
+        std::uint32_t run = 0;
+        for (int x = 0; x < w; ++x) {
+            run += s[std::size_t(x) * ch];
+            t[x] = above ? run + above[x] : run;
+        }
+    }
+}
+
+// The plane resize's box shrink from such a table into one channel of `dst`.
+void shrink_channel_from_table(const IBUFFER& t, int src_width, int src_height, UBUFFER& dst,
+                               int dst_channel) {
+    const int dw = dst.width(), dh = dst.height(), dch = dst.channels();
+    std::vector<int> x0, x1, y0, y1;
+    shrink_edges(src_width, dw, x0, x1);
+    shrink_edges(src_height, dh, y0, y1);
+    for (int r = 0; r < dh; ++r) {
+        std::uint8_t* d = dst.row(r) + dst_channel;
+        const int bh = y1[r] - y0[r];
+        for (int c = 0; c < dw; ++c) {
+            const int area = (x1[c] - x0[c]) * bh;
+            const std::uint32_t sum =
+                t.at(x0[c], y0[r]) - t.at(x0[c], y1[r]) - t.at(x1[c], y0[r]) + t.at(x1[c], y1[r]);
+            d[std::size_t(c) * dch] =
+                area == 0 ? 0 : std::uint8_t(std::min(255.0, std::trunc(double(sum) / area + 0.5)));
+        }
+    }
+}
+
 // The direct method: for every placement a fresh 4-byte buffer, the two planes shrunk into it through
 // summed-area tables built for that placement (or, in the second variant, through the image code's
 // current plane resize, which sums each box directly), then the formula in doubles for every pixel.

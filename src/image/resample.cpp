@@ -7,20 +7,6 @@
 
 namespace velq {
 
-void summed_area_table(const UBUFFER& src, int channel, IBUFFER& table) {
-    const int w = src.width(), h = src.height(), ch = src.channels();
-    for (int y = 0; y < h; ++y) {
-        const std::uint8_t* s = src.row(y) + channel;
-        std::uint32_t* t = table.row(y);
-        const std::uint32_t* above = y > 0 ? table.row(y - 1) : nullptr;
-        std::uint32_t run = 0;
-        for (int x = 0; x < w; ++x) {
-            run += s[std::size_t(x) * ch];
-            t[x] = above ? run + above[x] : run;
-        }
-    }
-}
-
 void shrink_edges(int s, int d, std::vector<int>& lo, std::vector<int>& hi) {
     lo.resize(d);
     hi.resize(d);
@@ -121,24 +107,6 @@ int resize_channel(Host& host, const UBUFFER& src, int src_channel, UBUFFER& dst
         return -1;
     }
     return 0;
-}
-
-void shrink_channel_from_table(const IBUFFER& table, int src_width, int src_height, UBUFFER& dst,
-                               int dst_channel) {
-    const int dw = dst.width(), dh = dst.height(), dch = dst.channels();
-    std::vector<int> x0, x1, y0, y1;
-    shrink_edges(src_width, dw, x0, x1);
-    shrink_edges(src_height, dh, y0, y1);
-    for (int r = 0; r < dh; ++r) {
-        std::uint8_t* d = dst.row(r) + dst_channel;
-        const int bh = y1[r] - y0[r];
-        for (int c = 0; c < dw; ++c) {
-            const int area = (x1[c] - x0[c]) * bh;
-            const std::uint32_t sum = area == 0 ? 0 : box_sum(table, x0[c], y0[r], x1[c], y1[r]);
-            d[std::size_t(c) * dch] =
-                area == 0 ? 0 : std::uint8_t(clamp_byte(std::trunc(double(sum) / area + 0.5)));
-        }
-    }
 }
 
 int get_resized(Host& host, const UBUFFER& src, UBUFFER& dst) {

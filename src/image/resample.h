@@ -1,4 +1,4 @@
-// Resampling of buffers: summed-area tables, the box shrink / nearest-neighbour enlargement used for
+// Resampling of buffers: the box shrink / nearest-neighbour enlargement used for
 // every resize, the bilinear enlargement by INT, the box blur, and border clearing.
 #pragma once
 
@@ -8,14 +8,6 @@
 #include "image/buffer.h"
 
 namespace velq {
-
-// S(x, y) = sum of channel c over every (i, j) with i <= x and j <= y, kept modulo 2^32: four-term box
-// sums formed in unsigned 32-bit arithmetic stay exact while the box itself holds less than 2^32.
-void summed_area_table(const UBUFFER& src, int channel, IBUFFER& table);
-// Sum of the box (x0, x1] x (y0, y1] of a table (column x0 and row y0 excluded), modulo 2^32.
-inline std::uint32_t box_sum(const IBUFFER& s, int x0, int y0, int x1, int y1) {
-    return s.at(x0, y0) - s.at(x0, y1) - s.at(x1, y0) + s.at(x1, y1);
-}
 
 // Fills `dst` (its size chosen by the caller) from `src`: nearest neighbour when either side grows,
 // otherwise a box average through a summed-area table per channel, where a zero-area box at the right
@@ -29,11 +21,6 @@ int resize_channel(Host& host, const UBUFFER& src, int src_channel, UBUFFER& dst
 // Box edges of the shrink of s samples to d: box i is (lo[i], hi[i]] with lo[i] = trunc(i s / d + 0.5)
 // and hi[i] = min(trunc((i + 1) s / d + 0.5), s - 1).
 void shrink_edges(int s, int d, std::vector<int>& lo, std::vector<int>& hi);
-
-// The shrinking branch of resize_channel from a summed-area table built beforehand for a src_width x
-// src_height plane, so that one table serves many shrinks. `dst` must be smaller in both directions.
-void shrink_channel_from_table(const IBUFFER& table, int src_width, int src_height, UBUFFER& dst,
-                               int dst_channel);
 
 // Size of the bilinear enlargement by `factor`: (n - 1) * factor + 1.
 inline int enlarged_size(int n, int factor) {

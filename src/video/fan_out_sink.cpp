@@ -7,14 +7,6 @@
 
 namespace velq {
 
-namespace {
-
-bool same_layout(const FrameLayout& a, const FrameLayout& b) {
-    return a.sw == b.sw && a.sh == b.sh && a.ow == b.ow && a.oh == b.oh && a.x0 == b.x0 && a.y0 == b.y0;
-}
-
-}  // namespace
-
 FanOutSink::FanOutSink(std::vector<Output> outputs)
     : outputs_(std::move(outputs)), state_(outputs_.size(), State::Closed), scalers_(outputs_.size()) {}
 
@@ -50,8 +42,7 @@ int FanOutSink::write_video_frame(double& time_out) {
             continue;
         }
         std::size_t first = 0;
-        while (first < i && !(state_[first] == State::Open && same_layout(outputs_[first].layout, l)))
-            ++first;
+        while (first < i && !(state_[first] == State::Open && outputs_[first].layout == l)) ++first;
         if (first < i) {
             std::memcpy(into.data(), outputs_[first].sink->source().data(), into.size());
         } else if (!place_frame(source_, l, scalers_[i], into)) {

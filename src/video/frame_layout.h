@@ -10,6 +10,7 @@ struct FrameLayout {
     int sw = 0, sh = 0;  // the picture scaled into the frame
     int ow = 0, oh = 0;  // the video frame, even
     int x0 = 0, y0 = 0;  // where the scaled picture's top-left corner lies in the frame
+    bool operator==(const FrameLayout&) const = default;
 };
 
 // For a picture of pw x ph rendered for a video setting of vw x vh.
