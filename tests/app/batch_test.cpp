@@ -140,15 +140,16 @@ TEST(BatchRun, ExistingSkipStopUnreadableAndTheJournal) {
         std::vector<std::string> statuses;  // journal, in order
         bool ok;
         std::vector<bool> outputs;  // which outputs exist afterwards
+        std::string title;          // shown while the last job runs; "" if it never runs
     };
     const Case cases[] = {
-        {"resume", "cpw", true, false, {"exists", "written", "written"}, true, {true, true, true}},
-        {"no resume", "cw", false, false, {"written", "written"}, true, {true, true}},
-        {"skip moves on", "wsw", false, false, {"written", "skipped", "written"}, true, {true, false, true}},
-        {"stop ends", "wxw", false, false, {"written", "stopped"}, false, {true, false, false}},
-        {"unreadable kept going", "uw", false, true, {"unreadable", "written"}, true, {false, true}},
-        {"unreadable fails", "uw", false, false, {"unreadable"}, false, {false, false}},
-        {"failure kept going", "fw", false, true, {"failed", "written"}, false, {false, true}},
+        {"resume", "cpw", true, false, {"exists", "written", "written"}, true, {true, true, true}, "3/3 2"},
+        {"no resume", "cw", false, false, {"written", "written"}, true, {true, true}, "2/2 1"},
+        {"skip", "wsw", false, false, {"written", "skipped", "written"}, true, {true, false, true}, "3/3 2"},
+        {"stop ends", "wxw", false, false, {"written", "stopped"}, false, {true, false, false}, ""},
+        {"unreadable kept going", "uw", false, true, {"unreadable", "written"}, true, {false, true}, "2/2 1"},
+        {"unreadable fails", "uw", false, false, {"unreadable"}, false, {false, false}, ""},
+        {"failure kept going", "fw", false, true, {"failed", "written"}, false, {false, true}, "2/2 1"},
     };
     for (const Case& c : cases) {
         const fs::path dir = test::temp_dir(std::string("batch_run_") + c.name);
@@ -170,6 +171,7 @@ TEST(BatchRun, ExistingSkipStopUnreadableAndTheJournal) {
         std::size_t at = 0;
         const BatchTally t = run_batch(host, jobs, o, [&](const BatchJob& j) {
             const char step = c.steps[at++];
+            Progress stage(host, "Rendering");
             if (step == 'u') return JobOutcome{JobStatus::Unreadable, "not a readable picture"};
             if (step == 'f') return JobOutcome{JobStatus::Failed, "failed"};
             write_result(j.output);
@@ -187,6 +189,13 @@ TEST(BatchRun, ExistingSkipStopUnreadableAndTheJournal) {
         for (std::size_t i = 0; i < jobs.size(); ++i)
             EXPECT_EQ(fs::exists(jobs[i].output), c.outputs[i]) << c.name << i;
         EXPECT_FALSE(host.skip) << c.name;
+        const auto titles = host.titles();
+        EXPECT_EQ(std::count(titles.begin(), titles.end(),
+                             "Velquinograph (Image cycling " + c.title + ".png: Rendering...)"),
+                  c.title.empty() ? 0 : 1)
+            << c.name;
+        EXPECT_EQ(titles.back(), "Velquinograph") << c.name;
+        EXPECT_EQ(host.percents().back() == 100, !c.title.empty()) << c.name;
     }
 }
 
@@ -231,25 +240,6 @@ TEST(BatchRun, GroupsOfJobsRunAsOneItem) {
         for (const BatchJob& j : jobs) outputs += fs::exists(j.output) ? '1' : '0';
         EXPECT_EQ(outputs, c.outputs) << c.plan;
     }
-}
-
-TEST(BatchRun, TitleNamesTheItem) {
-    std::vector<BatchJob> jobs(2);
-    jobs[0].name = "a.png";
-    jobs[1].name = "b.png";
-    test::RecordingHost host;
-    BatchOptions o;
-    o.title = "Image cycling";
-    run_batch(host, jobs, o, [&](const BatchJob&) {
-        Progress stage(host, "Rendering");
-        return JobOutcome{};
-    });
-    const auto titles = host.titles();
-    EXPECT_NE(
-        std::find(titles.begin(), titles.end(), "Velquinograph (Image cycling 2/2 b.png: Rendering...)"),
-        titles.end());
-    EXPECT_EQ(titles.back(), "Velquinograph");
-    EXPECT_EQ(host.percents().back(), 100);
 }
 
 }  // namespace
