@@ -4,9 +4,7 @@
 
 #include "app/alphabet_driver.h"
 #include "app/filter_driver.h"
-#include "app/metadata.h"
 #include "app/transform_driver.h"
-#include "persistence/settings_block.h"
 #include "support/circles.h"
 #include "support/pictures.h"
 #include "support/recording_host.h"
@@ -127,30 +125,6 @@ TEST(AlphabetDriver, StopKeepsTheLettersPackedSoFar) {
             << i;
     }
     EXPECT_EQ(stopped.host.messages(), std::vector<std::string>{stopped_message(kept.size())});
-}
-
-TEST(AlphabetDriver, ASavedResultReopensToTheSameCircles) {
-    Opened<> saved(stripes(150, 100));
-    AlphabetSettings& a = saved.doc.settings.alphabet;
-    a = {"Wörds & more", "DejaVu Serif", false, true, int(AlphabetLayout::Packed), 4};
-    saved.doc.settings.transform_mode = int(TransformMode::Alphabet);
-    ASSERT_EQ(do_transform(saved.doc, saved.host, TransformMode::Alphabet, false), 0);
-    SettingsBlock block;
-    ASSERT_EQ(make_settings_block(saved.doc, false, block), "");
-    std::vector<std::uint8_t> bytes;
-    ASSERT_EQ(encode_block_body(block, bytes), "");
-    SettingsBlock read;
-    ASSERT_EQ(decode_block_body(bytes, read), BlockStatus::Ok);
-
-    test::RecordingHost host;
-    Document reopened(host);
-    reopened.source = stripes(150, 100);
-    apply_block_settings(reopened, read.settings);
-    ASSERT_EQ(apply_block_layers(reopened, host, read), 0);
-    EXPECT_EQ(reopened.settings.alphabet, a);
-    ASSERT_EQ(do_filter(reopened, host, FilterKind::Normal, reopened.settings.memory_limit), 0);
-    ASSERT_EQ(do_transform(reopened, host, TransformMode(reopened.settings.transform_mode), false), 0);
-    EXPECT_TRUE(test::same_circles(all_circles(reopened), all_circles(saved.doc)));
 }
 
 }  // namespace

@@ -38,7 +38,7 @@ auto layer_fields(const Layer& l) {
 
 auto settings_fields(const Settings& s) {
     return std::tuple(s.interpolation, s.blur, s.threshold, s.gap, s.dilation, s.k_mean, s.filter_kind,
-                      s.transform_mode, s.max_size, s.min_size, s.out_width, s.out_height, s.dpi);
+                      s.transform_mode, s.max_size, s.min_size, s.out_width, s.out_height, s.dpi, s.alphabet);
 }
 
 // Layers changed in every field the window or the tool can change, as the window's edits set them.
@@ -75,6 +75,7 @@ TEST(Metadata, EveryLayerFieldRoundTripsThroughASavedBlock) {
     Document from(host);
     change_layers(from, host, dir);
     from.path = dir + "/source.png";
+    from.rendered_settings.alphabet = {"Wörds & more", "DejaVu Serif"};
     const std::string saved = dir + "/saved.png";
     ASSERT_EQ(write_picture(saved, test::noise_picture(8, 8, 3), 96), PictureError::None);
     ASSERT_EQ(write_metadata(from, host, saved), 0);
@@ -96,6 +97,7 @@ TEST(Metadata, EveryLayerFieldRoundTripsThroughASavedBlock) {
         }
     }
     EXPECT_EQ(to.layers[2].current, to.layers[2].shapes[1].get());
+    EXPECT_EQ(to.settings.alphabet, from.rendered_settings.alphabet);
 }
 
 TEST(Metadata, SettingsComeBackAsTheWindowWouldShowThem) {
@@ -105,6 +107,7 @@ TEST(Metadata, SettingsComeBackAsTheWindowWouldShowThem) {
     s.interpolation = 11, s.blur = 6, s.threshold = 44, s.gap = 3, s.dilation = 5, s.k_mean = 7;
     s.filter_kind = 3, s.transform_mode = 1, s.max_size = 0.045, s.min_size = 0.00075;
     s.out_width = 2000, s.out_height = 1500, s.dpi = 240;
+    s.alphabet = {"", "", false, true, 1, 4};  // text and face go with the layers
     from.flag_byte = true;
     from.cycling[7] = false;
     from.rendered_settings.threshold = 12;
