@@ -3,8 +3,8 @@
 #include <algorithm>
 
 #include "app/alphabet_driver.h"
-#include "app/filter_driver.h"
 #include "app/transform_driver.h"
+#include "opened_document.h"
 #include "support/circles.h"
 #include "support/pictures.h"
 #include "support/recording_host.h"
@@ -18,16 +18,12 @@ UBUFFER stripes(int w, int h) {
                               [](int x, int y) { return (x / 10 + y / 14) % 2 ? 0xFFD04020u : 0xFF2080E0u; });
 }
 
-// A Document holding `source`, filtered once, set for the Alphabet transform.
+// Opened and set for the Alphabet transform: small circles, three rows of letters.
 template <class HostType = test::RecordingHost>
-struct Opened {
-    HostType host;
-    Document doc{host};
-    explicit Opened(UBUFFER source, int interpolation = 2) {
-        doc.source = std::move(source), doc.settings.interpolation = interpolation;
-        doc.settings.max_size = 0.05, doc.settings.min_size = 0.004, doc.settings.alphabet.rows = 3;
-        EXPECT_EQ(do_filter(doc, host, FilterKind::Normal, doc.settings.memory_limit), 0);
-        host.clear();
+struct Opened : test::Opened<HostType> {
+    explicit Opened(UBUFFER source, int interpolation = 2)
+        : test::Opened<HostType>(std::move(source), interpolation) {
+        this->doc.settings.min_size = 0.004, this->doc.settings.alphabet.rows = 3;
     }
 };
 

@@ -1,24 +1,15 @@
 #include <gtest/gtest.h>
 
 #include "app/filter_driver.h"
+#include "opened_document.h"
 #include "support/pictures.h"
-#include "support/recording_host.h"
 
 namespace velq {
 namespace {
 
-// A Document with a small picture already filtered once (Normal), as after Open.
-struct Opened {
-    test::RecordingHost host;
-    Document doc{host};
-    Opened() {
-        doc.source = test::noise_picture(30, 20, 4);
-        doc.settings.interpolation = 2;
-        doc.seeds.fix(3);
-        EXPECT_EQ(do_filter(doc, host, FilterKind::Normal, doc.settings.memory_limit), 0);
-        doc.transformed = doc.rendered = true;
-        host.clear();
-    }
+// Filtered once, transformed and rendered.
+struct Opened : test::Opened<> {
+    Opened() : test::Opened<>(test::noise_picture(30, 20, 4)) { doc.transformed = doc.rendered = true; }
 };
 
 TEST(FilterDriver, ARefusedFilterKeepsThePreviousResult) {

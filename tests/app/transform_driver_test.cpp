@@ -4,13 +4,14 @@
 #include <cmath>
 #include <string>
 
-#include "app/filter_driver.h"
 #include "app/transform_driver.h"
+#include "opened_document.h"
 #include "support/pictures.h"
-#include "support/recording_host.h"
 
 namespace velq {
 namespace {
+
+using test::Opened;
 
 UBUFFER quarters(int w = 48, int h = 36) {
     return test::make_picture(w, h, [w, h](int x, int y) {
@@ -19,27 +20,13 @@ UBUFFER quarters(int w = 48, int h = 36) {
     });
 }
 
-// A Document holding `source`, filtered once (Normal).
-template <class HostType = test::RecordingHost>
-struct Opened {
-    HostType host;
-    Document doc{host};
-    explicit Opened(UBUFFER source = quarters(), int interpolation = 3) {
-        doc.source = std::move(source), doc.settings.interpolation = interpolation;
-        doc.settings.max_size = 0.05;
-        doc.seeds.fix(3);
-        EXPECT_EQ(do_filter(doc, host, FilterKind::Normal, doc.settings.memory_limit), 0);
-        host.clear();
-    }
-};
-
 std::uint32_t argb_of(const ColourRecord& c) {
     return std::uint32_t(c.c3) << 24 | std::uint32_t(c.c0) << 16 | std::uint32_t(c.c1) << 8 |
            std::uint32_t(c.c2);
 }
 
 TEST(TransformDriver, NormalPacksTheFrameInThePicturesColours) {
-    Opened o;
+    Opened<> o(quarters(), 3);
     o.doc.settings.gap = 2;
     const int w = o.doc.working.width(), h = o.doc.working.height();
     ASSERT_EQ(do_transform(o.doc, o.host, TransformMode::Normal, true), 0);
@@ -80,7 +67,7 @@ TEST(TransformDriver, NormalPacksTheFrameInThePicturesColours) {
 TEST(TransformDriver, ProgressOnlyMovesForwardAndEndsAt100) {
     for (const TransformMode mode : {TransformMode::Normal, TransformMode::Vectorize}) {
         SCOPED_TRACE(int(mode));
-        Opened o(quarters(160, 120), 2);
+        Opened<> o(quarters(160, 120));
         ASSERT_EQ(do_transform(o.doc, o.host, mode, false), 0);
         const std::vector<int> p = o.host.percents();
         ASSERT_FALSE(p.empty());
@@ -97,7 +84,7 @@ TEST(TransformDriver, TheFilteredPictureShapesTheCircles) {
     // Coarse noise (blocks of 4 working pixels, 2 after the picture is brought to the filter buffer's
     // size) leaves every brush size at 1; one flat colour lets circles grow.
     const UBUFFER source = test::noise_picture(100, 75, 2);
-    Opened noisy(source.clone(), 2), flat(source.clone(), 2);
+    Opened<> noisy(source.clone()), flat(source.clone());
     noisy.doc.filtered =
         test::make_picture(noisy.doc.working.width(), noisy.doc.working.height(), [](int x, int y) {
             const std::uint32_t k = std::uint32_t(x / 4) * 2654435761u ^ std::uint32_t(y / 4) * 40503u;
@@ -127,7 +114,7 @@ TEST(TransformDriver, RefusalsFailAndLeaveNoCircles) {
                  {0.05, 0.02, TransformMode::Alphabet, "Invalid MAX, MIN value in fill_circle_algo2()"}};
     for (const Case& k : cases) {
         SCOPED_TRACE(k.message);
-        Opened o;
+        Opened<> o(quarters(), 3);
         o.doc.settings.min_size = k.min;
         o.doc.settings.max_size = k.max;
         EXPECT_EQ(do_transform(o.doc, o.host, k.mode, false), -1);
@@ -142,8 +129,8 @@ TEST(TransformDriver, RefusalsFailAndLeaveNoCircles) {
 
 TEST(TransformDriver, AStoppedPackingKeepsItsCirclesWithTheirColours) {
     // Large enough that the packing outlasts the first live report.
-    Opened<test::StopAtFirstCircles> stopped(quarters(400, 300), 2);
-    Opened<> full(quarters(400, 300), 2);
+    Opened<test::StopAtFirstCircles> stopped(quarters(400, 300));
+    Opened<> full(quarters(400, 300));
     ASSERT_EQ(do_transform(full.doc, full.host, TransformMode::Normal, false), 0);
     ASSERT_EQ(do_transform(stopped.doc, stopped.host, TransformMode::Normal, true), 0);
     ASSERT_FALSE(stopped.doc.circles.empty());
@@ -154,7 +141,7 @@ TEST(TransformDriver, AStoppedPackingKeepsItsCirclesWithTheirColours) {
         << "said instead of the count";
     EXPECT_LT(stopped.host.percents().back(), 100);
 
-    Opened<> early;
+    Opened<> early(quarters(), 3);
     early.host.stop = true;
     ASSERT_EQ(do_transform(early.doc, early.host, TransformMode::Vectorize, false), 0);
     EXPECT_EQ(early.host.messages(),

@@ -17,14 +17,12 @@ UBUFFER blocks() {
 }
 
 TEST(VectorizeDriver, FillsPiecesSegmentsLabelMapAndCountsEveryCircle) {
-    struct Case {
-        bool filtered;  // the picture sits in the filtered buffer, or only in the working one
-    } cases[] = {{true}, {false}};
-    for (const Case& c : cases) {
+    // The picture sits in the filtered buffer, or only in the working one.
+    for (const bool filtered : {true, false}) {
         test::RecordingHost host;
         Document doc(host);
         doc.working = blocks();
-        if (c.filtered) {
+        if (filtered) {
             doc.filtered = blocks();
             doc.working = test::flat_picture(48, 40, 0xFF000000u);  // must not be read
         }
@@ -42,7 +40,7 @@ TEST(VectorizeDriver, FillsPiecesSegmentsLabelMapAndCountsEveryCircle) {
         EXPECT_TRUE(label >= 1 && label <= doc.segments.size());
         EXPECT_TRUE(host.messages().empty());
         // The source of the transform is untouched: it worked on a copy.
-        EXPECT_EQ((c.filtered ? doc.filtered : doc.working).at(0, 0, 0), 0xF0);
+        EXPECT_EQ((filtered ? doc.filtered : doc.working).at(0, 0, 0), 0xF0);
     }
 }
 

@@ -19,8 +19,8 @@ TEST(CliRefusals, ExitWithTheReasonAndLeaveNoFile) {
     const std::string dir = test::temp_dir("cli-refusals");
     const std::string in = dir + "/in.png";
     ASSERT_EQ(write_picture(in, test::noise_picture(40, 30, 3), 96), PictureError::None);
-    const std::string png = dir + "/out.png", json = dir + "/out.json", svg = dir + "/out.svg",
-                      mp4 = dir + "/out.mp4", social = dir + "/SocialMedia";
+    const std::string png = dir + "/out.png", json = dir + "/out.json", mp4 = dir + "/out.mp4",
+                      social = dir + "/SocialMedia";
     const std::string minmax = "Velquinograph: Invalid MAX, MIN value in fill_circle_algo1()\n";
     const std::string k_mean = "Velquinograph: Invalid K-Mean value. It must be larger than 1\n";
     const struct {
@@ -34,10 +34,6 @@ TEST(CliRefusals, ExitWithTheReasonAndLeaveNoFile) {
         {{"filter", in, "-o", png, "--filter", "k-mean", "--k", "1"}, png, 1, k_mean, true},
         {{"filter", dir + "/none.png", "-o", png}, png, 1, "Velquinograph: "},
         {{"circles", in, "-o", json, "--min", "0.03", "--max", "0.02"}, json, 1, minmax},
-        {{"circles", in, "-o", svg, "--min", "0.03", "--max", "0.02", "--transform", "vectorize"},
-         svg,
-         1,
-         "Velquinograph: Invalid MAX, MIN value in fill_circle_algo2()\n"},
         {{"render", in, "-o", png, "--min", "0.03", "--max", "0.02"}, png, 1, minmax},
         {{"render", in, "-o", png, "--shapes", "2=" + in}, png, 1, "Velquinograph: Too small shape image"},
         {{"render", in, "-o", png, "--logo-image", dir + "/none.png"}, png, 1, "valid image path!"},

@@ -52,8 +52,6 @@ TEST(RenderCli, TheResultCarriesItsSettingsAndRendersAgainTheSame) {
     Files f;
     const PictureRead first = read_picture(f.first);
     ASSERT_TRUE(first);
-    EXPECT_EQ(first.picture.width(), 160);
-    EXPECT_EQ(first.dpi, 150);
     const std::string again = f.dir + "/again.png", drawn = f.dir + "/drawn.png", redrawn = f.dir + "/re.png";
     for (const std::vector<std::string>& args :
          {std::vector<std::string>{"render", "--settings", f.first, "-o", again, "--seed", "5"},
@@ -75,7 +73,6 @@ TEST(RenderCli, TheResultCarriesItsSettingsAndRendersAgainTheSame) {
               std::tuple(2, 14, "102030", 20));
     EXPECT_EQ(j["logo"],
               nlohmann::json::parse(R"({"text": "Velq", "font": "Courier New", "transparency": 200})"));
-    EXPECT_EQ(j["source"], fs::absolute(f.source).lexically_normal().string());
     ASSERT_EQ(j["layers"][1]["shapes"].size(), 1u);
     EXPECT_EQ(j["layers"][2]["passage"], nlohmann::json::parse(R"({"text": "Ab a", "style": "Bubble",
         "font": "DejaVu Sans", "bold": true, "italic": false, "casefold": true, "keep_blanks": false})"));
