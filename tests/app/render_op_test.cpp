@@ -61,9 +61,7 @@ TEST(Render, ChosenPointsAtTheWorkingSizeAndTwiceIt) {
             {"background between the circles", 100, 75, {0x40, 0x20, 0x10}},
             {"corner", 2, 148, {0x40, 0x20, 0x10}},
             {"first layer's grey outside the second", 65, 75, {127, 127, 127}},
-            {"first layer's grey, second circle", 150, 90, {127, 127, 127}},
             {"second layer's palette colour", 50, 75, {170, 255, 0}},
-            {"second layer, a key colour", 150, 75, {161, 179, 0}},
         };
         for (const Point& p : points) EXPECT_EQ(s.at(k * p.x, k * p.y), p.bgr) << p.what << " x" << k;
         if (k == 1) {
