@@ -44,12 +44,5 @@ TEST(VectorizeDriver, FillsPiecesSegmentsLabelMapAndCountsEveryCircle) {
     }
 }
 
-TEST(VectorizeDriver, NothingToTransformGivesNoCircles) {
-    test::RecordingHost host;
-    Document doc(host);
-    EXPECT_EQ(do_vectorize(doc, host), 0u);
-    EXPECT_TRUE(doc.segments.empty());
-}
-
 }  // namespace
 }  // namespace velq
