@@ -168,12 +168,11 @@ TEST(Metadata, DetectSaysWhatIsWrongWithAFile) {
         {"old.png", old_version, false, "Found a meta data of the previous version. (" + dir + "/old.png)"},
         {"long.png", long_l, false, "Invalid metadata found!"},
         {"empty.png", {}, false, ""},
-        {"missing.png", {}, false, "Failed to open file - " + dir + "/missing.png"},
     };
     for (const auto& c : cases) {
         SCOPED_TRACE(c.name);
         const std::string path = dir + "/" + c.name;
-        if (c.name != std::string("missing.png")) test::put_file(path, c.content);
+        test::put_file(path, c.content);
         test::RecordingHost host;
         EXPECT_EQ(detect_metadata(host, path), c.found);
         EXPECT_EQ(host.messages(),

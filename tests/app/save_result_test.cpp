@@ -43,14 +43,10 @@ TEST(SaveResult, WritesThePictureWithItsResolutionAndOneBlockEachTime) {
         std::string name;
         int entry;
         std::string written;
-        bool exact;  // lossless format: the pixels come back as rendered
     };
-    const Case cases[] = {
-        {"a.png", 2, "a.png", true},
-        {"c", 4, "c.bmp", true},
-        {"e.tif", 2, "e.tif.jpg", false},
-        {"f", 1, "f.psd", true},  // layered; the merged picture is what readers show
-    };
+    // A flat picture and the layered one, whose merged picture is what readers show. (Other formats
+    // and the extensions each entry adds are the picture writer's matter.)
+    const Case cases[] = {{"a.png", 2, "a.png"}, {"f", 1, "f.psd"}};
     for (const auto& c : cases) {
         Rendered r;
         SettingsBlock want;
@@ -67,15 +63,12 @@ TEST(SaveResult, WritesThePictureWithItsResolutionAndOneBlockEachTime) {
             const PictureRead pic = read_picture(target);
             ASSERT_TRUE(pic) << c.name;
             EXPECT_EQ(pic.dpi, 300) << c.name;
-            ASSERT_TRUE(pic.picture.same_shape(r.doc.render_buffer)) << c.name;
-            if (c.exact) {
-                EXPECT_TRUE(test::same_bytes(pic.picture, r.doc.render_buffer)) << c.name;
-            }
+            EXPECT_TRUE(test::same_bytes(pic.picture, r.doc.render_buffer)) << c.name;
         }
         EXPECT_TRUE(r.host.messages().empty()) << c.name;
     }
     // Nothing but the results is left in the folder: no temporary files.
-    EXPECT_EQ(test::file_names(dir).size(), 4u);
+    EXPECT_EQ(test::file_names(dir), (std::vector<std::string>{"a.png", "f.psd"}));
 }
 
 TEST(SaveResult, RefusalsAndFailuresLeaveTheUsersFileAlone) {
