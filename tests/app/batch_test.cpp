@@ -149,21 +149,18 @@ TEST(BatchRun, ExistingSkipStopUnreadableAndTheJournal) {
     };
     for (const Case& c : cases) {
         const fs::path dir = test::temp_dir(std::string("batch_run_") + c.name);
-        std::vector<BatchJob> jobs;
-        for (std::size_t i = 0; i < c.steps.size(); ++i) {
-            BatchJob j;
-            j.name = std::to_string(i) + ".png";
-            j.output = (dir / j.name).string();
-            if (c.steps[i] == 'c') write_result(j.output);
-            if (c.steps[i] == 'p') std::ofstream(j.output) << "partial";
-            jobs.push_back(j);
+        std::vector<BatchJob> jobs(c.steps.size());
+        for (std::size_t i = 0; i < jobs.size(); ++i) {
+            jobs[i].name = std::to_string(i) + ".png";
+            jobs[i].output = (dir / jobs[i].name).string();
+            if (c.steps[i] == 'c') write_result(jobs[i].output);
+            if (c.steps[i] == 'p') std::ofstream(jobs[i].output) << "partial";
         }
         test::RecordingHost host;
-        BatchOptions o;
-        o.title = "Image cycling";
-        o.journal = (dir / "batch.log").string();
-        o.skip_existing = c.skip_existing;
-        o.keep_going = c.keep_going;
+        const BatchOptions o{.title = "Image cycling",
+                             .journal = (dir / "batch.log").string(),
+                             .skip_existing = c.skip_existing,
+                             .keep_going = c.keep_going};
         std::size_t at = 0;
         const BatchTally t = run_batch(host, jobs, o, [&](const BatchJob& j) {
             const char step = c.steps[at++];
@@ -220,9 +217,7 @@ TEST(BatchRun, GroupsOfJobsRunAsOneItem) {
             if (std::isupper(static_cast<unsigned char>(c.plan[i]))) write_result(jobs[i].output);
         }
         QuietHost host;
-        BatchOptions o;
-        o.shard = c.shard;
-        o.skip_existing = true;
+        const BatchOptions o{.shard = c.shard, .skip_existing = true};
         std::vector<std::string> groups;
         const auto together = [](const BatchJob& a, const BatchJob& b) { return a.name[0] == b.name[0]; };
         run_batch(host, jobs, o, together, [&](std::span<const BatchJob* const> g) {
