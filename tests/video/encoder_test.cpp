@@ -9,6 +9,7 @@
 #include <tuple>
 #include <vector>
 
+#include "recording_sink.h"
 #include "support/files.h"
 #include "support/pictures.h"
 #include "support/recording_host.h"
@@ -49,27 +50,6 @@ std::vector<double> encode(Host& host, const std::string& file, int w, int h, in
     }
     if (enc.finish() != 0) return {};
     return times;
-}
-
-// Both sinks refuse empty sizes with the message, and leave nothing behind; nor
-// does a sink abandoned after it started.
-TEST(Encoder, RefusesEmptySizesWithTheMessage) {
-    const std::string dir = test::temp_dir("enc-size");
-    const std::pair<int, int> sizes[] = {{0, 480}, {640, 0}, {-4, -2}};
-    for (const char* name : {"/a.mp4", "/a.gif"})
-        for (const auto& [w, h] : sizes) {
-            test::RecordingHost host;
-            std::unique_ptr<VideoSink> sink = std::string(name).ends_with(".gif")
-                                                  ? std::unique_ptr<VideoSink>(new GifWriter(host))
-                                                  : std::unique_ptr<VideoSink>(new Encoder(host));
-            testing::internal::CaptureStderr();
-            EXPECT_EQ(sink->init_video(dir + name, w, h), -1) << name;
-            testing::internal::GetCapturedStderr();
-            EXPECT_EQ(host.messages(), std::vector<std::string>{"Failed to initialize an encoder"}) << name;
-            ASSERT_EQ(sink->init_video(dir + name, 16, 16), 0) << name;
-            sink->abandon();
-        }
-    EXPECT_TRUE(test::file_names(dir).empty());
 }
 
 // The final name picks the muxer (nothing guessed: the MPEG program stream), and only a lower-case
@@ -128,11 +108,26 @@ TEST(Encoder, TheFinalNameChoosesTheMuxerAndTheAlphaChannel) {
     }
 }
 
+// Both sinks refuse empty sizes with the message; a sink leaves only its finished file, or nothing.
 TEST(Encoder, LeavesOnlyTheFinishedFileOrNothing) {
     const std::string dir = test::temp_dir("enc-files");
+    const std::pair<int, int> sizes[] = {{0, 480}, {640, 0}, {-4, -2}};
+    for (const char* name : {"/a.mp4", "/a.gif"})
+        for (const auto& [w, h] : sizes) {
+            test::RecordingHost host;
+            std::unique_ptr<VideoSink> sink = std::string(name).ends_with(".gif")
+                                                  ? std::unique_ptr<VideoSink>(new GifWriter(host))
+                                                  : std::unique_ptr<VideoSink>(new Encoder(host));
+            testing::internal::CaptureStderr();
+            EXPECT_EQ(sink->init_video(dir + name, w, h), -1) << name;
+            testing::internal::GetCapturedStderr();
+            EXPECT_EQ(host.messages(), std::vector<std::string>{"Failed to initialize an encoder"}) << name;
+            ASSERT_EQ(sink->init_video(dir + name, 16, 16), 0) << name;
+            sink->abandon();
+        }
     test::RecordingHost host;
     {
-        // Finished: renamed into place, no temporary name left.
+        // Finished: renamed into place, no temporary name left (nor any from the refusals).
         ASSERT_EQ(encode(host, dir + "/done.mp4", 32, 32, 2).size(), 2u);
         EXPECT_EQ(test::file_names(dir), std::vector<std::string>{"done.mp4"});
     }
@@ -186,28 +181,6 @@ TEST(Encoder, BytesDependOnTheFramesAlone) {
     }
 }
 
-// Records what it is given, refuses frames from `cap` on and fails at `fail`.
-class Recorder : public VideoSink {
-public:
-    int init_video(const std::string&, int w, int h) override { return source_.allocate(w, h, 4) ? 0 : -1; }
-    UBUFFER& source() override { return source_; }
-    int write_video_frame(double& t) override {
-        if (int(seen.size()) == fail) return -1;
-        if (int(seen.size()) >= cap) return 1;
-        seen.push_back(source_.at(0, 0));
-        t = double(seen.size()) / 30;
-        return 0;
-    }
-    int finish() override { return finished = 1, 0; }
-    void abandon() override { abandoned = true; }
-    std::vector<int> seen;
-    int cap = 1000, fail = -1, finished = 0;
-    bool abandoned = false;
-
-private:
-    UBUFFER source_;
-};
-
 TEST(PipelinedSink, HandsOverEveryFrameInOrderAndPassesRefusalsOn) {
     // cap, fail, answer, first, finish; answer: what the pipeline says once the inner sink has refused or
     // failed a frame; first: the first frame that the inner sink refuses or fails (6: none)
@@ -218,14 +191,14 @@ TEST(PipelinedSink, HandsOverEveryFrameInOrderAndPassesRefusalsOn) {
     };
     for (const int depth : {1, 3})
         for (const auto& [cap, fail, answer, first, finish] : cases) {
-            Recorder inner;
+            test::RecordingSink inner;
             inner.cap = cap;
             inner.fail = fail;
             PipelinedSink pipe(inner, depth);
             ASSERT_EQ(pipe.init_video("", 4, 4), 0);
             std::vector<int> results;
             for (int n = 0; n < 6; ++n) {
-                pipe.source().at(0, 0) = std::uint8_t(10 + n);
+                pipe.source().data()[pipe.source().size() - 1] = std::uint8_t(10 + n);
                 double t = -1;
                 results.push_back(pipe.write_video_frame(t));
                 EXPECT_TRUE(results.back() != 0 || t == double(n + 1) / 30) << n;
