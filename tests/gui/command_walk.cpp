@@ -338,19 +338,14 @@ private slots:
     void passageDialogDrawsTheSelectedLayersCharacters() {
         WindowFixture f(velq::test::noise_picture(30, 20, 3));
         MainWindow& w = *f.window;
-        auto* list = w.control<QListWidget>(ctl::kLayerList);
-        list->setCurrentRow(0);
-        w.trigger(cmd::kLoadShapesPassage);
-        QCOMPARE(f.presenter->messages, QStringList{QStringLiteral("Please select a layer")});
         QVERIFY(!w.action(cmd::kChangePassage)->isEnabled());
-
         // text, style, case folding; an empty text is refused and the layer stays as it was
         const std::tuple<QString, int, bool, std::u16string> cases[] = {
             {QStringLiteral("Ab a"), 4, true, u"ab"},
             {QStringLiteral(" "), 1, true, u"ab"},
             {QStringLiteral("Ab a"), 1, false, u"Aba"},
         };
-        list->setCurrentRow(2);
+        w.control<QListWidget>(ctl::kLayerList)->setCurrentRow(2);
         int command = cmd::kLoadShapesPassage;
         for (const auto& [text, style, fold, chars] : cases) {
             f.presenter->messages.clear();
