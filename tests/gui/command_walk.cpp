@@ -3,12 +3,13 @@
 // while busy and after a render; a refused command shows its message instead of acting; Stop and
 // quitting. And the commands whose work lies in the window: drops open a picture, the file choosers
 // start in the last folder, the settings block travels on the clipboard, the dialogs fill the
-// settings, and the Layers commands act on the selected layer.
+// settings, the Layers commands act on the selected layer, and the batch runs report what they wrote.
 #include <QAction>
 #include <QCheckBox>
 #include <QClipboard>
 #include <QComboBox>
 #include <QDir>
+#include <QFile>
 #include <QFileInfo>
 #include <QImage>
 #include <QLabel>
@@ -25,8 +26,10 @@
 #include <QUrl>
 #include <tuple>
 
+#include "app/batch_job.h"
 #include "app/commands.h"
 #include "gui/picture_view.h"
+#include "image/picture_writer.h"
 #include "support/gltf_strip.h"
 #include "window_fixture.h"
 
@@ -373,6 +376,48 @@ private slots:
             command = cmd::kChangePassage;
         }
         QCOMPARE(f.doc().layers[2].passage_style, PassageStyle::Outline);
+    }
+
+    // The batch runs keep their dialogs' selections in the Document, run on the worker, and say what
+    // they wrote.
+    void imageCyclingAndRoiRenderWriteEveryItem() {
+        WindowFixture f;
+        MainWindow& w = *f.window;
+        const QDir dir(QString::fromStdString(velq::test::temp_dir("gui_batch")));
+        const QString picture = dir.filePath("pic.png");
+        QVERIFY(write_picture(picture.toStdString(), velq::test::noise_picture(24, 16, 5), 96) ==
+                PictureError::None);
+
+        // Image cycling: Matrix and K-mean only, into "cycled".
+        f.presenter->on_dialog = [&](QDialog& d) {
+            for (int i = kCyclingFilterAt; i < kCyclingFilterAt + kCyclingFilters; ++i)
+                d.findChild<QCheckBox*>(QStringLiteral("choice%1").arg(i))->setChecked(i == 15 || i == 20);
+            d.findChild<QLineEdit*>(QStringLiteral("input"))->setText(picture);
+            d.findChild<QLineEdit*>(QStringLiteral("output"))->setText(dir.filePath("cycled"));
+            return int(QDialog::Accepted);
+        };
+        w.trigger(cmd::kImageCycling);
+        QTRY_VERIFY_WITH_TIMEOUT(!w.busy(), 60000);
+        QCOMPARE(f.presenter->messages, QStringList{"2 written, 0 skipped, 0 failed (see batch.log)"});
+        QVERIFY(QFile::exists(dir.filePath("cycled/pic-f3-matrix.png")));
+        for (int i = kCyclingFilterAt; i < kCyclingFilterAt + kCyclingFilters; ++i)
+            QCOMPARE(f.doc().cycling[std::size_t(i)], i == 15 || i == 20);
+        QVERIFY(f.doc().cycling[0]);
+
+        // ROI render over a folder whose only picture is in a subfolder: found only when recursive.
+        QVERIFY(dir.mkpath("in/sub"));
+        QVERIFY(QFile::copy(picture, dir.filePath("in/sub/a.png")));
+        f.presenter->messages.clear();
+        f.presenter->on_dialog = [&](QDialog& d) {
+            d.findChild<QLineEdit*>(QStringLiteral("folders"))->setText(dir.filePath("in"));
+            d.findChild<QCheckBox*>(QStringLiteral("recursive"))->setChecked(true);
+            d.findChild<QLineEdit*>(QStringLiteral("output"))->setText(dir.filePath("out"));
+            return int(QDialog::Accepted);
+        };
+        w.trigger(cmd::kRoiRender);
+        QTRY_VERIFY_WITH_TIMEOUT(!w.busy(), 60000);
+        QCOMPARE(f.presenter->messages, QStringList{"1 written, 0 skipped, 0 failed (see batch.log)"});
+        QVERIFY(QFile::exists(dir.filePath("out/sub/a.png")));
     }
 };
 
