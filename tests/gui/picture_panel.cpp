@@ -120,9 +120,9 @@ private slots:
         w.trigger(cmd::kSegmentDisable);
         QVERIFY(!f.doc().segments[1].enabled);
         QVERIFY(w.action(cmd::kSegmentEnable)->isEnabled());
-        f.presenter->colours = {QColor(10, 20, 30)};
+        f.presenter->colours = {QColor(200, 150, 90)};
         w.trigger(cmd::kChangeColor);  // the chosen colour goes to the picked segment
-        QCOMPARE(f.doc().segments[1].colour.c2, 30.0);
+        QCOMPARE(f.doc().segments[1].colour.c0, 200.0);
 
         QTest::mouseMove(&v, band_centre(v, 3));
         QCOMPARE(f.doc().hovered_outline, 2);
