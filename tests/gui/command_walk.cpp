@@ -107,8 +107,6 @@ private slots:
         QCOMPARE(w.action(cmd::kRender)->toolTip(),
                  QStringLiteral("Waits for a transform: Transform > Normal or Vectorize"));
         QCOMPARE(w.action(cmd::kSave)->toolTip(), QStringLiteral("Needs a render first: Transform > Render"));
-        QCOMPARE(w.action(cmd::kSegmentDisable)->toolTip(),
-                 QStringLiteral("Waits for a transform: Transform > Normal or Vectorize"));
 
         HeldJob held;
         w.start_job(held.job(w.host()));
