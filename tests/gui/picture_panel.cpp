@@ -57,9 +57,8 @@ class PicturePanelTest : public QObject {
     Q_OBJECT
 private slots:
     void mousePansAndZoomsExceptWhileBusy() {
-        WindowFixture f;
+        WindowFixture f(velq::test::noise_picture(64, 32, 5));
         MainWindow& w = *f.window;
-        QVERIFY(f.load_picture(velq::test::noise_picture(64, 32, 5)));
         PictureView& v = w.picture_view();
         const ViewRect fitted = v.state().rect;
         QCOMPARE(fitted, reset_view(v.width(), v.height(), v.picture_width(), v.picture_height()));
@@ -86,8 +85,7 @@ private slots:
 
     // Circles arriving every millisecond are shown about 30 times a second, and none is left out.
     void liveCirclesRefreshTheViewAtMostAbout30TimesASecond() {
-        WindowFixture f;
-        QVERIFY(f.load_picture(velq::test::noise_picture(64, 32, 5)));
+        WindowFixture f(velq::test::noise_picture(64, 32, 5));
         PictureView& v = f.window->picture_view();
         QTRY_VERIFY(v.paint_count() > 0);
         const int before = v.paint_count();
@@ -108,9 +106,8 @@ private slots:
     }
 
     void picksReachTheSegmentsMenuAndTheStatusLine() {
-        WindowFixture f;
+        WindowFixture f(velq::test::noise_picture(24, 16, 5));
         MainWindow& w = *f.window;
-        QVERIFY(f.load_picture(velq::test::noise_picture(24, 16, 5)));
         segment_by_hand(f.doc());
         w.document_changed();
         PictureView& v = w.picture_view();
@@ -123,6 +120,9 @@ private slots:
         w.trigger(cmd::kSegmentDisable);
         QVERIFY(!f.doc().segments[1].enabled);
         QVERIFY(w.action(cmd::kSegmentEnable)->isEnabled());
+        f.presenter->colours = {QColor(200, 150, 90)};
+        w.trigger(cmd::kChangeColor);  // the chosen colour goes to the picked segment
+        QCOMPARE(f.doc().segments[1].colour.c0, 200.0);
 
         QTest::mouseMove(&v, band_centre(v, 3));
         QCOMPARE(f.doc().hovered_outline, 2);

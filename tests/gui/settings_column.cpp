@@ -70,8 +70,7 @@ private slots:
             {ctl::kSize, "350", "Ly2 - Shown T(17)-S(300)-B(100)"},
             {ctl::kBright, "-3", "Ly2 - Shown T(17)-S(300)-B(0)"},
         };
-        WindowFixture f;
-        QVERIFY(f.load_picture(velq::test::noise_picture(30, 20, 3)));
+        WindowFixture f(velq::test::noise_picture(30, 20, 3));
         auto* list = f.window->control<QListWidget>(ctl::kLayerList);
         list->setCurrentRow(2);
         for (const Step& s : steps) {
@@ -117,9 +116,8 @@ private slots:
     }
 
     void fieldsAreReadWhenAJobStartsAndWrittenBackAfter() {
-        WindowFixture f;
+        WindowFixture f(velq::test::noise_picture(24, 16, 11));
         MainWindow& w = *f.window;
-        QVERIFY(f.load_picture(velq::test::noise_picture(24, 16, 11)));
         w.control<QLineEdit>(ctl::kInt)->setText(QStringLiteral("2"));
         w.control<QLineEdit>(ctl::kBlu)->setText(QStringLiteral("0"));
         w.control<QComboBox>(ctl::kUnit)->setCurrentIndex(0);

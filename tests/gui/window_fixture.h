@@ -33,6 +33,11 @@ struct WindowFixture {
         (void)QTest::qWaitForWindowActive(window.get());
     }
 
+    // A window that starts with the picture loaded.
+    explicit WindowFixture(UBUFFER picture) : WindowFixture() {
+        if (!load_picture(std::move(picture))) qFatal("the test picture did not load");
+    }
+
     Document& doc() { return window->document(); }
 
     // The picture becomes the Document's source with freshly built working pictures, as after Open.
