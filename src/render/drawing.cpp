@@ -209,7 +209,7 @@ struct CellLine {
     double y0, y1;  // the rows a pixel within the lead's reach of the edge can be on
 };
 
-constexpr int kChunk = 8;
+constexpr int kChunk = 8;  // pixels at a time; rows of four or fewer take four
 
 std::uint32_t load_pixel(const std::uint8_t* p) {
     std::uint32_t v;
@@ -217,15 +217,16 @@ std::uint32_t load_pixel(const std::uint8_t* p) {
     return v;
 }
 
-// Up to kChunk pixels of one cell's row from x (pixel centre) on: the cell's colour shaded by the
+// Up to kLanes pixels of one cell's row from x (pixel centre) on: the cell's colour shaded by the
 // distance from its circle's centre (dx0 across, dy2 squared down), then the lead colour by the
 // coverage of the nearest shared edge. Fixed-size lanes in float, so the compiler makes vector
 // code of every step; each channel is rounded to a byte before the lead is blended over it.
+template <int kLanes>
 void paint_chunk(std::uint8_t* px, int n, float dx0, float dy2, float per, std::span<const CellLine> lines,
                  std::span<const std::uint32_t> near, double x, double y, float reach, const Colour& colour,
                  const Colour& ink) {
-    float shade[kChunk], dist[kChunk];
-    for (int j = 0; j < kChunk; ++j) {
+    float shade[kLanes], dist[kLanes];
+    for (int j = 0; j < kLanes; ++j) {
         const float dx = dx0 + float(j);
         shade[j] = 1.12f - 0.25f * std::sqrt(std::min(1.0f, (dx * dx + dy2) * per));
         dist[j] = reach;
@@ -236,19 +237,19 @@ void paint_chunk(std::uint8_t* px, int n, float dx0, float dy2, float per, std::
         const double at0 = l.nx * x + l.ny * y - l.off, at1 = at0 + l.nx * (n - 1);
         if (std::min(at0, at1) >= reach) continue;
         const float start = float(at0), step = float(l.nx);
-        for (int j = 0; j < kChunk; ++j) dist[j] = std::min(dist[j], start + step * float(j));
+        for (int j = 0; j < kLanes; ++j) dist[j] = std::min(dist[j], start + step * float(j));
     }
     // Each channel rounded to a byte (the shaded level is never below 0), then the lead blended
     // over that byte (a mix of two bytes needs no clamp); coverage 0 gives the byte back.
     const float c0 = float(colour.c[0]), c1 = float(colour.c[1]), c2 = float(colour.c[2]);
     const float e0 = float(ink.c[0]), e1 = float(ink.c[1]), e2 = float(ink.c[2]);
     auto level = [](float v) { return float(int(std::min(v + 0.5f, 255.0f))); };
-    std::uint32_t out[kChunk], old[kChunk];
-    if (n == kChunk)
+    std::uint32_t out[kLanes], old[kLanes];
+    if (n == kLanes)
         std::memcpy(old, px, sizeof old);
     else
-        for (int j = 0; j < kChunk; ++j) old[j] = j < n ? load_pixel(px + 4 * j) : 0;
-    for (int j = 0; j < kChunk; ++j) {
+        for (int j = 0; j < kLanes; ++j) old[j] = j < n ? load_pixel(px + 4 * j) : 0;
+    for (int j = 0; j < kLanes; ++j) {
         const float cover = std::min(std::max(reach - dist[j], 0.0f), 1.0f);
         const float b0 = level(c0 * shade[j]), b1 = level(c1 * shade[j]), b2 = level(c2 * shade[j]);
         const int v0 = int(b0 + (e0 - b0) * cover + 0.5f), v1 = int(b1 + (e1 - b1) * cover + 0.5f),
@@ -256,7 +257,7 @@ void paint_chunk(std::uint8_t* px, int n, float dx0, float dy2, float per, std::
         out[j] =
             (old[j] & 0xff000000u) | std::uint32_t(v0) | std::uint32_t(v1) << 8 | std::uint32_t(v2) << 16;
     }
-    if (n == kChunk)
+    if (n == kLanes)
         std::memcpy(px, out, sizeof out);
     else
         for (int j = 0; j < n; ++j) std::memcpy(px + 4 * j, &out[j], 4);
@@ -323,8 +324,10 @@ bool paint_cells(BandRunner& runner, const CellDiagram& d, std::span<const Place
                 }
                 for (int xc = x0; xc < x1; xc += kChunk) {
                     const int n = std::min(kChunk, x1 - xc);
-                    paint_chunk(row + std::size_t(xc) * 4, n, float(xc + 0.5 - p.x), float(dy2), float(per),
-                                lines, {near.data(), count}, xc + 0.5, cy, float(reach), colours[i], ink);
+                    (n <= 4 ? paint_chunk<4>
+                            : paint_chunk<kChunk>)(row + std::size_t(xc) * 4, n, float(xc + 0.5 - p.x),
+                                                   float(dy2), float(per), lines, {near.data(), count},
+                                                   xc + 0.5, cy, float(reach), colours[i], ink);
                 }
             }
         }
