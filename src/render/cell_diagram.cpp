@@ -131,26 +131,28 @@ private:
         std::size_t count[3] = {0, 0, 0};
         for (const Grid& g : grids_) {
             const int cx = g.col_of(s.x), cy = g.row_of(s.y);
-            for (int y = std::max(0, cy - 1); y <= std::min(g.rows - 1, cy + 1); ++y)
-                for (int x = std::max(0, cx - 1); x <= std::min(g.cols - 1, cx + 1); ++x) {
-                    const std::size_t b = std::size_t(y) * g.cols + x;
-                    for (std::uint32_t q = g.start[b]; q < g.start[b + 1]; ++q) {
-                        if (g.ids[q] == i) continue;
-                        const CellSite& o = g.at[q];
-                        const double ox = o.x - s.x, oy = o.y - s.y, d2 = ox * ox + oy * oy;
-                        // The distance from the site to the dividing line is lim / (2 |d|).
-                        const double lim = d2 - o.weight + s.weight, key = lim <= 0 ? -1.0 : lim * lim;
-                        const int round = key <= bound[0] * d2 ? 0 : key <= bound[1] * d2 ? 1 : 2;
-                        if (count[round] == near_[round].size()) near_[round].resize(2 * count[round] + 16);
-                        near_[round][count[round]++] = {lim, d2, g.ids[q]};
-                    }
+            const int xa = std::max(0, cx - 1), xb = std::min(g.cols - 1, cx + 1);
+            for (int y = std::max(0, cy - 1); y <= std::min(g.rows - 1, cy + 1); ++y) {
+                // The three buckets of a row are one run of sites.
+                const std::size_t row = std::size_t(y) * g.cols;
+                const std::uint32_t q0 = g.start[row + xa], q1 = g.start[row + xb + 1];
+                const std::size_t room = std::max({count[0], count[1], count[2]}) + (q1 - q0);
+                if (room > near_capacity_) grow_near(room);
+                for (std::uint32_t q = q0; q < q1; ++q) {
+                    const CellSite& o = g.at[q];
+                    const double ox = o.x - s.x, oy = o.y - s.y, d2 = ox * ox + oy * oy;
+                    // The distance from the site to the dividing line is lim / (2 |d|).
+                    const double lim = d2 - o.weight + s.weight, key = lim <= 0 ? -1.0 : lim * lim;
+                    const int round = int(key > bound[0] * d2) + int(key > bound[1] * d2);
+                    near_[round][count[round]++] = {lim, d2, g.ids[q]};
                 }
+            }
         }
         for (int round = 0; round < 3; ++round)
             for (std::size_t k = 0; k < count[round] && !poly_.empty(); ++k) {
                 // The line lies beyond every vertex: 2 v.d <= 2 |v| |d| <= lim.
                 const Near& c = near_[round][k];
-                if (c.lim > 0 && c.lim * c.lim >= 4 * reach2_ * c.d2) continue;
+                if (c.j == i || (c.lim > 0 && c.lim * c.lim >= 4 * reach2_ * c.d2)) continue;
                 clip(i, c.j);
             }
         for (std::size_t left = n; left > 0 && !poly_.empty();) {
@@ -294,6 +296,12 @@ private:
         std::int32_t j;
     };
     std::vector<Near> near_[3];  // by round, grown as needed
+    std::size_t near_capacity_ = 0;
+
+    void grow_near(std::size_t n) {
+        near_capacity_ = std::max(2 * near_capacity_, n + 16);
+        for (auto& v : near_) v.resize(near_capacity_);
+    }
     double reach2_ = 0;
 };
 

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <cstring>
 #include <functional>
 #include <numeric>
 
@@ -36,6 +37,13 @@ std::uint8_t to_byte(double v) {
 
 void blend(std::uint8_t* px, const Colour& c, double coverage) {
     for (int k = 0; k < 3; ++k) px[k] = to_byte(px[k] + (c.c[k] - px[k]) * coverage);
+}
+
+// ceil(v) clamped to [lo, hi], without a call to ceil (the baseline instruction set has none).
+int ceil_within(double v, int lo, int hi) {
+    v = std::clamp(v, double(lo), double(hi));
+    const int c = int(v);
+    return c + (double(c) < v);
 }
 
 // Mark numbers per band of rows, in mark order.
@@ -114,6 +122,79 @@ bool row_span(std::span<const CellPoint> poly, double y, int width, int& x0, int
     return x0 < x1;
 }
 
+// The columns whose centres lie inside a convex polygon, row by row from the top: the same spans as
+// row_span, found by walking the polygon's descending and ascending sides instead of testing every
+// edge on every row.
+class ConvexSpans {
+public:
+    explicit ConvexSpans(std::span<const CellPoint> poly) : poly_(poly) {
+        const std::size_t n = poly.size();
+        std::size_t top = 0;
+        for (std::size_t k = 1; k < n; ++k)
+            if (poly[k].y < poly[top].y) top = k;
+        for (std::size_t s = 0; s < n && ok_; ++s) {
+            const std::size_t k = (top + s) % n, l = k + 1 == n ? 0 : k + 1;
+            if (poly[k].y != poly[l].y) ok_ = add(poly[k].y < poly[l].y ? down_ : up_, k);
+        }
+        std::reverse(up_.edge, up_.edge + up_.count);
+        // Each side must run downwards edge after edge; a cell that rounding left not quite convex
+        // takes the test of every edge instead.
+        for (const Side* side : {&down_, &up_})
+            for (std::size_t k = 1; k < side->count && ok_; ++k)
+                ok_ = bottom(side->edge[k - 1]) <= top_of(side->edge[k]);
+    }
+
+    // Lines must come in increasing y.
+    bool at(double y, int width, int& x0, int& x1) {
+        if (!ok_) return row_span(poly_, y, width, x0, x1);
+        double lo = 1e300, hi = -1e300;
+        cross(down_, y, lo, hi);
+        cross(up_, y, lo, hi);
+        if (lo > hi) return false;
+        x0 = ceil_within(lo - 0.5, 0, width);
+        x1 = ceil_within(hi - 0.5, 0, width);
+        return x0 < x1;
+    }
+
+private:
+    static constexpr std::size_t kMaxSide = 16;  // longer sides take the test of every edge
+    struct Side {
+        std::uint32_t edge[kMaxSide];
+        std::size_t count = 0, at = 0;
+    };
+
+    static bool add(Side& side, std::size_t k) {
+        if (side.count == kMaxSide) return false;
+        side.edge[side.count++] = std::uint32_t(k);
+        return true;
+    }
+    const CellPoint& from(std::uint32_t k) const { return poly_[k]; }
+    const CellPoint& to(std::uint32_t k) const { return poly_[k + 1 == poly_.size() ? 0 : k + 1]; }
+    double top_of(std::uint32_t k) const { return std::min(from(k).y, to(k).y); }
+    double bottom(std::uint32_t k) const { return std::max(from(k).y, to(k).y); }
+
+    // The crossing of the line y with a side, walking on from the edge of the previous line.
+    void cross(Side& side, double y, double& lo, double& hi) const {
+        for (; side.at < side.count; ++side.at) {
+            const std::uint32_t k = side.edge[side.at];
+            if (y < bottom(k)) {
+                if (top_of(k) <= y) {
+                    const CellPoint& a = from(k);
+                    const CellPoint& b = to(k);
+                    const double x = a.x + (y - a.y) * (b.x - a.x) / (b.y - a.y);
+                    lo = std::min(lo, x);
+                    hi = std::max(hi, x);
+                }
+                return;
+            }
+        }
+    }
+
+    std::span<const CellPoint> poly_;
+    Side down_, up_;
+    bool ok_ = true;
+};
+
 void poly_rows(std::span<const CellPoint> poly, double pad, int& y0, int& y1) {
     double lo = 1e300, hi = -1e300;
     for (const CellPoint& p : poly) lo = std::min(lo, p.y), hi = std::max(hi, p.y);
@@ -122,102 +203,133 @@ void poly_rows(std::span<const CellPoint> poly, double pad, int& y0, int& y1) {
     y1 = int(std::min(1e9, std::ceil(hi + pad) + 1));
 }
 
-// Each cell in its colour, lighter toward its circle's centre.
-bool fill_cells(BandRunner& runner, const CellDiagram& d, std::span<const Placement> placements,
-                std::span<const Colour> colours, UBUFFER& buffer) {
+// A shared edge of a cell: inward unit normal, so the distance inside is nx x + ny y - off.
+struct CellLine {
+    double nx, ny, off;
+    double y0, y1;  // the rows a pixel within the lead's reach of the edge can be on
+};
+
+constexpr int kChunk = 8;  // pixels at a time; rows of four or fewer take four
+
+std::uint32_t load_pixel(const std::uint8_t* p) {
+    std::uint32_t v;
+    std::memcpy(&v, p, 4);
+    return v;
+}
+
+// Up to kLanes pixels of one cell's row from x (pixel centre) on: the cell's colour shaded by the
+// distance from its circle's centre (dx0 across, dy2 squared down), then the lead colour by the
+// coverage of the nearest shared edge. Fixed-size lanes in float, so the compiler makes vector
+// code of every step; each channel is rounded to a byte before the lead is blended over it.
+template <int kLanes>
+void paint_chunk(std::uint8_t* px, int n, float dx0, float dy2, float per, std::span<const CellLine> lines,
+                 std::span<const std::uint32_t> near, double x, double y, float reach, const Colour& colour,
+                 const Colour& ink) {
+    float shade[kLanes], dist[kLanes];
+    for (int j = 0; j < kLanes; ++j) {
+        const float dx = dx0 + float(j);
+        shade[j] = 1.12f - 0.25f * std::sqrt(std::min(1.0f, (dx * dx + dy2) * per));
+        dist[j] = reach;
+    }
+    for (std::uint32_t k : near) {
+        const CellLine& l = lines[k];
+        // Chunks this edge's strip misses cost one test.
+        const double at0 = l.nx * x + l.ny * y - l.off, at1 = at0 + l.nx * (n - 1);
+        if (std::min(at0, at1) >= reach) continue;
+        const float start = float(at0), step = float(l.nx);
+        for (int j = 0; j < kLanes; ++j) dist[j] = std::min(dist[j], start + step * float(j));
+    }
+    // Each channel rounded to a byte (the shaded level is never below 0), then the lead blended
+    // over that byte (a mix of two bytes needs no clamp); coverage 0 gives the byte back.
+    const float c0 = float(colour.c[0]), c1 = float(colour.c[1]), c2 = float(colour.c[2]);
+    const float e0 = float(ink.c[0]), e1 = float(ink.c[1]), e2 = float(ink.c[2]);
+    auto level = [](float v) { return float(int(std::min(v + 0.5f, 255.0f))); };
+    std::uint32_t out[kLanes], old[kLanes];
+    if (n == kLanes)
+        std::memcpy(old, px, sizeof old);
+    else
+        for (int j = 0; j < kLanes; ++j) old[j] = j < n ? load_pixel(px + 4 * j) : 0;
+    for (int j = 0; j < kLanes; ++j) {
+        const float cover = std::min(std::max(reach - dist[j], 0.0f), 1.0f);
+        const float b0 = level(c0 * shade[j]), b1 = level(c1 * shade[j]), b2 = level(c2 * shade[j]);
+        const int v0 = int(b0 + (e0 - b0) * cover + 0.5f), v1 = int(b1 + (e1 - b1) * cover + 0.5f),
+                  v2 = int(b2 + (e2 - b2) * cover + 0.5f);
+        out[j] =
+            (old[j] & 0xff000000u) | std::uint32_t(v0) | std::uint32_t(v1) << 8 | std::uint32_t(v2) << 16;
+    }
+    if (n == kLanes)
+        std::memcpy(px, out, sizeof out);
+    else
+        for (int j = 0; j < n; ++j) std::memcpy(px + 4 * j, &out[j], 4);
+}
+
+// Each cell in its colour, lighter toward its circle's centre, with lead lines `lead` pixels wide
+// and soft-sided along the edges it shares with other cells. One pass per pixel: a pixel's lead
+// coverage is clamp(lead / 2 + 0.5 - distance, 0, 1), the distance being to the nearest shared edge;
+// for a pixel inside a convex cell that is the distance to the nearest of its own shared edges'
+// lines, so each cell needs only its own edges, and its neighbours draw the other half of the line.
+bool paint_cells(BandRunner& runner, const CellDiagram& d, std::span<const Placement> placements,
+                 std::span<const Colour> colours, int lead, std::uint32_t lead_colour, UBUFFER& buffer) {
     const int width = buffer.width(), height = buffer.height();
     const BandLists lists = by_band(std::size_t(d.size()), height, [&](std::size_t i, int& y0, int& y1) {
         poly_rows(d.cell(int(i)), 0, y0, y1);
     });
-    return runner.run(lists.bands, height, 50, 80, [&](int band, int y0, int y1) {
-        std::vector<double> shade(std::size_t(width) + 1);
+    const Colour ink{{double(colorref_blue(lead_colour)), double(colorref_green(lead_colour)),
+                      double(colorref_red(lead_colour))}};
+    const double reach = lead > 0 ? lead / 2.0 + 0.5 : 0;
+    return runner.run(lists.bands, height, 50, 100, [&](int band, int y0, int y1) {
+        std::vector<CellLine> lines;
+        std::vector<std::uint32_t> near;
         for (std::uint32_t i : lists.of(band)) {
             const auto poly = d.cell(int(i));
+            const auto across = d.edges(int(i));
             const Placement& p = placements[i];
-            const double reach = 1.6 * std::max(p.radius, 1e-9), per = 1 / (reach * reach);
+            const double far = 1.6 * std::max(p.radius, 1e-9), per = 1 / (far * far);
+            lines.clear();
+            if (reach > 0) {
+                double area = 0;
+                for (std::size_t k = 0; k < poly.size(); ++k) {
+                    const CellPoint& a = poly[k];
+                    const CellPoint& b = poly[k + 1 == poly.size() ? 0 : k + 1];
+                    area += a.x * b.y - b.x * a.y;
+                }
+                for (std::size_t k = 0; k < poly.size(); ++k) {
+                    if (across[k] < 0) continue;  // the frame has no lead
+                    const CellPoint& a = poly[k];
+                    const CellPoint& b = poly[k + 1 == poly.size() ? 0 : k + 1];
+                    const double len = std::sqrt((b.x - a.x) * (b.x - a.x) + (b.y - a.y) * (b.y - a.y));
+                    if (!(len > 0)) continue;
+                    const double nx = (area > 0 ? a.y - b.y : b.y - a.y) / len,
+                                 ny = (area > 0 ? b.x - a.x : a.x - b.x) / len;
+                    lines.push_back({nx, ny, nx * a.x + ny * a.y, std::min(a.y, b.y) - reach,
+                                     std::max(a.y, b.y) + reach});
+                }
+            }
             // Only the rows whose centres the cell's height spans (row_span decides at the ends).
             int ya = y0, yb = y1;
             poly_rows(poly, 0, ya, yb);
+            ConvexSpans spans(poly);
             for (int y = std::max(y0, ya); y < std::min(y1, yb); ++y) {
                 int x0 = 0, x1 = 0;
-                if (!row_span(poly, y + 0.5, width, x0, x1)) continue;
-                std::uint8_t* px = buffer.row(y) + std::size_t(x0) * 4;
-                const double dy2 = (y + 0.5 - p.y) * (y + 0.5 - p.y);
-                // The shades first, in a loop the compiler turns into vector code, then the bytes.
-                double* sh = shade.data();
-                for (int x = x0; x < x1; ++x) {
-                    const double dx = x + 0.5 - p.x;
-                    sh[x - x0] = 1.12 - 0.25 * std::sqrt(std::min(1.0, (dx * dx + dy2) * per));
+                if (!spans.at(y + 0.5, width, x0, x1)) continue;
+                const double cy = y + 0.5, dy2 = (cy - p.y) * (cy - p.y);
+                std::uint8_t* row = buffer.row(y);
+                // A pixel within the lead's reach of a cell's edge line lies within its reach of the
+                // edge itself (the cell is convex), so a row needs only the edges beside it.
+                std::size_t count = 0;
+                near.resize(lines.size());
+                for (std::size_t k = 0; k < lines.size(); ++k) {
+                    near[count] = std::uint32_t(k);
+                    count += lines[k].y0 <= cy && cy <= lines[k].y1;
                 }
-                for (int x = x0; x < x1; ++x, px += 4)
-                    for (int k = 0; k < 3; ++k) px[k] = to_byte(colours[i].c[k] * sh[x - x0]);
-            }
-        }
-    });
-}
-
-// Every edge two cells share, once, as a line `lead` pixels wide with soft sides.
-bool draw_leads(BandRunner& runner, const CellDiagram& d, int lead, std::uint32_t lead_colour,
-                UBUFFER& buffer) {
-    const int width = buffer.width(), height = buffer.height();
-    struct Edge {
-        CellPoint a, b;
-    };
-    std::vector<Edge> edges;
-    for (int i = 0; i < d.size(); ++i) {
-        const auto poly = d.cell(i);
-        const auto across = d.edges(i);
-        for (std::size_t k = 0; k < poly.size(); ++k)
-            if (across[k] > i) edges.push_back({poly[k], poly[k + 1 == poly.size() ? 0 : k + 1]});
-    }
-    const double half = lead / 2.0;
-    const BandLists lists = by_band(edges.size(), height, [&](std::size_t k, int& y0, int& y1) {
-        poly_rows(std::span<const CellPoint>(&edges[k].a, 2), half + 1, y0, y1);
-    });
-    const Colour ink{{double(colorref_blue(lead_colour)), double(colorref_green(lead_colour)),
-                      double(colorref_red(lead_colour))}};
-    return runner.run(lists.bands, height, 80, 100, [&](int band, int y0, int y1) {
-        // The strongest coverage of any edge per pixel: the same whatever order the edges come in.
-        std::vector<float> cover(std::size_t(width) * (y1 - y0), 0.f);
-        for (std::uint32_t k : lists.of(band)) {
-            const Edge& e = edges[k];
-            const double ex = e.b.x - e.a.x, ey = e.b.y - e.a.y, len2 = ex * ex + ey * ey;
-            // A pixel is covered only when its centre lies within `reach` of the edge: inside the
-            // edge's box grown by `reach` and, row by row, inside the strip about the edge's line.
-            // The tiny margin keeps any pixel rounding could cover (those left out would get no ink).
-            const double reach = half + 0.5, margin = 1e-7, len = std::sqrt(len2);
-            const double lo_x = std::min(e.a.x, e.b.x) - reach - 0.5 - margin,
-                         hi_x = std::max(e.a.x, e.b.x) + reach - 0.5 + margin;
-            const int xa = std::max(0, int(std::ceil(lo_x))), xb = std::min(width, int(std::floor(hi_x)) + 1);
-            const int ya = std::max(y0, int(std::ceil(std::min(e.a.y, e.b.y) - reach - 0.5 - margin)));
-            const int yb = std::min(y1, int(std::floor(std::max(e.a.y, e.b.y) + reach - 0.5 + margin)) + 1);
-            // The strip's middle moves by `slope` a row; the margin covers its rounding.
-            const bool slanted = std::abs(ey) > 1e-9 * len;
-            const double slope = slanted ? ex / ey : 0, spread = slanted ? reach * len / std::abs(ey) : 0;
-            for (int y = ya; y < yb; ++y) {
-                int xs = xa, xe = xb;
-                const double py = y + 0.5 - e.a.y;
-                if (slanted) {
-                    const double mid = e.a.x + py * slope;
-                    xs = std::max(xa, int(std::ceil(std::max(lo_x, mid - spread - 0.5 - margin))));
-                    xe = std::min(xb, int(std::floor(std::min(hi_x, mid + spread - 0.5 + margin))) + 1);
-                }
-                for (int x = xs; x < xe; ++x) {
-                    const double px = x + 0.5 - e.a.x;
-                    const double t = len2 > 0 ? std::clamp((px * ex + py * ey) / len2, 0.0, 1.0) : 0.0;
-                    const double c = std::clamp(
-                        half + 0.5 - std::sqrt((px - t * ex) * (px - t * ex) + (py - t * ey) * (py - t * ey)),
-                        0.0, 1.0);
-                    float& slot = cover[std::size_t(y - y0) * width + x];
-                    slot = std::max(slot, float(c));
+                for (int xc = x0; xc < x1; xc += kChunk) {
+                    const int n = std::min(kChunk, x1 - xc);
+                    (n <= 4 ? paint_chunk<4>
+                            : paint_chunk<kChunk>)(row + std::size_t(xc) * 4, n, float(xc + 0.5 - p.x),
+                                                   float(dy2), float(per), lines, {near.data(), count},
+                                                   xc + 0.5, cy, float(reach), colours[i], ink);
                 }
             }
-        }
-        for (int y = y0; y < y1; ++y) {
-            std::uint8_t* px = buffer.row(y);
-            const float* c = cover.data() + std::size_t(y - y0) * width;
-            for (int x = 0; x < width; ++x, px += 4)
-                if (c[x] > 0) blend(px, ink, c[x]);
         }
     });
 }
@@ -334,8 +446,7 @@ bool paint_drawing(Host& host, const Drawing& drawing, std::span<const Placement
         if (progress) progress->set(50);
     }
     if (drawing.kind == DrawingKind::PebbleCells || plain)
-        return fill_cells(runner, diagram, placements, colours, buffer) &&
-               (drawing.lead <= 0 || draw_leads(runner, diagram, drawing.lead, drawing.lead_colour, buffer));
+        return paint_cells(runner, diagram, placements, colours, drawing.lead, drawing.lead_colour, buffer);
 
     // Spikes: small circles first, so the large stars lie on top.
     std::vector<int> order(placements.size());

@@ -219,5 +219,44 @@ TEST(Drawing, SameBytesWhateverTheThreadCount) {
     }
 }
 
+// Lead lines lie on the edges two cells share: full ink within half the width of the edge, a soft
+// side half a pixel wide beyond it, nothing further on and nothing along the frame.
+TEST(Drawing, LeadLinesCoverSharedEdgesOnly) {
+    std::vector<Placement> placements(2);
+    placements[0].x = 16, placements[1].x = 48;  // the shared edge is the line x = 32
+    for (Placement& p : placements) p.y = 16, p.radius = 8, p.paint = {200, 150, 100, 255, 0, true};
+    test::RecordingHost host;
+    auto draw = [&](int lead) {
+        Drawing drawing;
+        drawing.kind = DrawingKind::PebbleCells;
+        drawing.lead = lead;
+        drawing.lead_colour = 0x000000;
+        UBUFFER out;
+        EXPECT_TRUE(out.allocate(64, 32, 4));
+        EXPECT_TRUE(paint_drawing(host, drawing, placements, UBUFFER{}, 0, out, nullptr, 1));
+        return out;
+    };
+    const UBUFFER plain = draw(0), leaded = draw(3);  // reach 3 / 2 + 0.5 from the edge
+    enum Expect { Ink, Between, Plain };
+    const struct {
+        int x, y;
+        Expect expect;
+    } cases[] = {{31, 10, Ink},   {32, 10, Ink}, {30, 10, Between}, {33, 10, Between}, {29, 10, Plain},
+                 {34, 10, Plain}, {31, 0, Ink},  {10, 0, Plain},    {0, 16, Plain},    {63, 31, Plain}};
+    for (const auto& c : cases) {
+        SCOPED_TRACE(testing::Message() << c.x << "," << c.y);
+        const std::uint8_t* got = &leaded.at(c.x, c.y);
+        const std::uint8_t* was = &plain.at(c.x, c.y);
+        for (int k = 0; k < 3; ++k) {
+            if (c.expect == Ink) EXPECT_EQ(got[k], 0);
+            if (c.expect == Plain) EXPECT_EQ(got[k], was[k]);
+            if (c.expect == Between) {
+                EXPECT_GT(got[k], 0);
+                EXPECT_LT(got[k], was[k]);
+            }
+        }
+    }
+}
+
 }  // namespace
 }  // namespace velq
