@@ -248,11 +248,17 @@ TEST(Drawing, LeadLinesCoverSharedEdgesOnly) {
         const std::uint8_t* got = &leaded.at(c.x, c.y);
         const std::uint8_t* was = &plain.at(c.x, c.y);
         for (int k = 0; k < 3; ++k) {
-            if (c.expect == Ink) EXPECT_EQ(got[k], 0);
-            if (c.expect == Plain) EXPECT_EQ(got[k], was[k]);
-            if (c.expect == Between) {
-                EXPECT_GT(got[k], 0);
-                EXPECT_LT(got[k], was[k]);
+            switch (c.expect) {
+                case Ink:
+                    EXPECT_EQ(got[k], 0);
+                    break;
+                case Plain:
+                    EXPECT_EQ(got[k], was[k]);
+                    break;
+                case Between:
+                    EXPECT_GT(got[k], 0);
+                    EXPECT_LT(got[k], was[k]);
+                    break;
             }
         }
     }
