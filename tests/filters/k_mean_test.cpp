@@ -87,29 +87,6 @@ TEST(KMean, AgreesWithThePlainClusteringByteForByte) {
     }
 }
 
-// Pictures with no more colours than centres keep them, made opaque. One colour, whatever its alpha;
-// three colours with K = 8, where the draws pick colours 0, 1, 0, 2, 1, 2, 2, 2 and the repeats attract
-// nothing; two with K = 3, where draws 38, 7719, 21238 give 2, 0, 1 mod 3 and 2 wraps to colour 0, so
-// two centres share the darker colour and the lower one takes it.
-TEST(KMean, FewColoursAreKept) {
-    std::vector<std::tuple<UBUFFER, UBUFFER, int>> cases;  // picture, result, K
-    for (const std::uint32_t argb : {0x00000000u, 0x7F102030u, 0xFFFFFFFFu, 0x01FE01FEu})
-        for (const int k : {2, 3, 100})
-            cases.emplace_back(test::flat_picture(7, 5, argb), test::flat_picture(7, 5, argb | 0xFF000000u),
-                               k);
-    const std::uint32_t three[] = {0xFF0A0B0Cu, 0xFF808080u, 0xFFF0E0D0u};
-    cases.emplace_back(test::make_picture(9, 6, [&](int x, int y) { return three[(x + 2 * y) % 3]; }),
-                       UBUFFER(), 8);
-    cases.emplace_back(test::make_picture(4, 4, [](int x, int) { return x < 2 ? 0xFF101010u : 0xFF202020u; }),
-                       UBUFFER(), 3);
-    for (auto& [in, want, k] : cases) {
-        UBUFFER got = in.clone();
-        test::RecordingHost host;
-        ASSERT_EQ(reduce_color_by_k_mean(host, got, k), 0);
-        EXPECT_TRUE(same_bytes(got, want ? want : in)) << std::hex << colour_index(in.data()) << " K " << k;
-    }
-}
-
 TEST(KMean, ReportsProgressAndRefusesKBelowTwo) {
     UBUFFER p = palette_noise(30, 20, 5, 8);
     const UBUFFER before = p.clone();

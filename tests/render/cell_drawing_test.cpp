@@ -10,6 +10,7 @@
 #include "render/drawing.h"
 #include "render/spikes.h"
 #include "support/recording_host.h"
+#include "transform/ring_checks.h"
 
 namespace velq {
 namespace {
@@ -35,27 +36,6 @@ std::vector<CellSite> random_circles(unsigned seed, int n, double max_r, double 
 
 double power(const CellSite& s, double x, double y) {
     return (x - s.x) * (x - s.x) + (y - s.y) * (y - s.y) - s.weight;
-}
-
-bool inside(std::span<const CellPoint> poly, double x, double y) {
-    for (std::size_t k = 0; k < poly.size(); ++k) {
-        const CellPoint& a = poly[k];
-        const CellPoint& b = poly[(k + 1) % poly.size()];
-        if ((b.x - a.x) * (y - a.y) - (b.y - a.y) * (x - a.x) < 0) return false;
-    }
-    return !poly.empty();
-}
-
-double distance_to_boundary(std::span<const CellPoint> poly, double x, double y) {
-    double best = 1e300;
-    for (std::size_t k = 0; k < poly.size(); ++k) {
-        const CellPoint& a = poly[k];
-        const CellPoint& b = poly[(k + 1) % poly.size()];
-        const double ex = b.x - a.x, ey = b.y - a.y, l2 = ex * ex + ey * ey;
-        const double t = l2 > 0 ? std::clamp(((x - a.x) * ex + (y - a.y) * ey) / l2, 0.0, 1.0) : 0.0;
-        best = std::min(best, std::hypot(x - a.x - t * ex, y - a.y - t * ey));
-    }
-    return best;
 }
 
 // Every pixel centre belongs to the cell of its least power distance, found by trying every site;
@@ -98,9 +78,9 @@ TEST(CellDiagram, AgreesWithBruteForceNearestSearch) {
                 for (int j = 1; j < int(c.sites.size()); ++j)
                     if (power(c.sites[std::size_t(j)], px, py) < power(c.sites[std::size_t(best)], px, py))
                         best = j;
-                if (inside(d.cell(best), px, py)) continue;
+                if (test::inside_ring(d.cell(best), px, py)) continue;
                 ++wrong;
-                ASSERT_LE(distance_to_boundary(d.cell(best), px, py), 1.0) << x << "," << y;
+                ASSERT_LE(test::distance_to_ring(d.cell(best), px, py), 1.0) << x << "," << y;
             }
         EXPECT_LE(wrong, int(kW * kH * 0.005));
     }
