@@ -123,21 +123,6 @@ TEST(KMean, StopEndsTheIterationsAndLeavesUnassignedPixelsAlone) {
         ASSERT_EQ(reduce_color_by_k_mean(host, got, 5), 0);
         EXPECT_TRUE(same_bytes(got, in));
     }
-    // Part-way: only the colours that have a cluster are painted.
-    {
-        std::vector<std::int32_t> table(kColourTableSize, -1);
-        const std::uint8_t* first = in.data();
-        table[colour_index(first)] = 1;
-        const KMeanCentre centres[] = {{1, 2, 3, 255}, {200.9, 100.5, 50.2, 255}};
-        UBUFFER got = in.clone();
-        paint_clusters(got, table.data(), centres);
-        for (std::size_t i = 0; i < in.size(); i += 4) {
-            const bool assigned = colour_index(in.data() + i) == colour_index(first);
-            const std::uint8_t want[4] = {50, 100, 200, 255};
-            for (int c = 0; c < 4; ++c)
-                ASSERT_EQ(got.data()[i + c], assigned ? want[c] : in.data()[i + c]) << i;
-        }
-    }
 }
 
 }  // namespace

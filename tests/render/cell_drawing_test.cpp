@@ -107,37 +107,9 @@ TEST(CellDiagram, PlainCellsMatchSubdivisionFacets) {
     }
 }
 
-// Two touching circles share an edge through their contact point, and the web spikes meet there;
-// among many circles every web spike ends on the dividing line of its pair.
-TEST(CellDiagram, TouchingCirclesAndWebSpikesMeetOnTheDividingLine) {
-    struct Pair {
-        double r0, r1, angle;
-    };
-    const Pair pairs[] = {{10, 10, 0}, {30, 5, 0.7}, {4, 40, 2.1}};
+// Every web spike ends on the dividing line of its pair: where the two power distances are equal.
+TEST(CellDiagram, WebSpikesMeetOnTheDividingLine) {
     test::RecordingHost host;
-    for (const Pair& p : pairs) {
-        const double d = p.r0 + p.r1, ux = std::cos(p.angle), uy = std::sin(p.angle);
-        const std::vector<CellSite> sites{{100, 120, p.r0 * p.r0}, {100 + d * ux, 120 + d * uy, p.r1 * p.r1}};
-        CellDiagram diagram;
-        ASSERT_TRUE(make_cell_diagram(host, sites, kW, kH, diagram, 1));
-        const double cx = 100 + p.r0 * ux, cy = 120 + p.r0 * uy;  // the contact point
-        const auto poly = diagram.cell(0);
-        const auto across = diagram.edges(0);
-        bool through = false;
-        for (std::size_t k = 0; k < poly.size(); ++k) {
-            if (across[k] != 1) continue;
-            const CellPoint& a = poly[k];
-            const CellPoint& b = poly[(k + 1) % poly.size()];
-            through = std::abs((b.x - a.x) * (cy - a.y) - (b.y - a.y) * (cx - a.x)) <
-                      1e-6 * std::hypot(b.x - a.x, b.y - a.y);
-        }
-        EXPECT_TRUE(through) << p.r0 << " " << p.r1;
-        std::vector<Spike> spikes;
-        web_spikes(diagram, sites, 0, 1, spikes);
-        ASSERT_EQ(spikes.size(), 1u);
-        EXPECT_NEAR(spikes[0].tip.x, cx, 1e-9);
-        EXPECT_NEAR(spikes[0].tip.y, cy, 1e-9);
-    }
     const auto sites = random_circles(6, 300, 8);
     CellDiagram diagram;
     ASSERT_TRUE(make_cell_diagram(host, sites, kW, kH, diagram, 2));

@@ -66,22 +66,6 @@ TEST(RawSegments, DuplicatePopsWeighInTheMeanAndAreRemovedFromTheList) {
         for (int x = 0; x < 2; ++x) EXPECT_EQ(pic.at(x, y, 0), 8);  // truncated, not rounded
 }
 
-TEST(RawSegments, EveryPixelOnceCarryingItsSegmentsTruncatedMean) {
-    for (const double thr : {0.0, 60.0}) {
-        test::RecordingHost host;
-        UBUFFER pic = test::noise_picture(23, 17, 3);
-        auto segs = generate_raw_segments(pic, thr, host);
-        std::size_t total = 0;
-        for (const auto& s : segs) {
-            total += s.pixels.size();
-            const double bgra[4] = {s.mean[2], s.mean[1], s.mean[0], s.mean[3]};  // stored red first
-            for (const Pixel& p : s.pixels)
-                for (int k = 0; k < 4; ++k) ASSERT_EQ(pic.at(p.x, p.y, k), int(bgra[k])) << thr;
-        }
-        EXPECT_EQ(total, 23u * 17u) << thr;
-    }
-}
-
 TEST(RawSegments, StopReturnsWhatWasMade) {
     test::RecordingHost host;
     host.stop = true;
