@@ -104,25 +104,22 @@ TEST(KMean, ReportsProgressAndRefusesKBelowTwo) {
     EXPECT_EQ(host.percents(), (std::vector<int>{0, 10, 20, 30, 40, 50, 60, 70, 80, 90, 0}));
 }
 
+// Stopped after the second iteration the pixels take the centres reached so far; stopped before any
+// colour is assigned, nothing changes.
 TEST(KMean, StopEndsTheIterationsAndLeavesUnassignedPixelsAlone) {
     const UBUFFER in = palette_noise(60, 40, 21, 64);
-    // Stopped after the second iteration: the pixels take the centres reached so far.
-    {
+    const auto stopped = [&](int at_percent) {
         test::RecordingHost host;
-        host.stop_at_percent = 10;  // the first report after the iterations start
+        host.stop_at_percent = at_percent;
+        host.stop = at_percent < 0;
         UBUFFER got = in.clone();
-        ASSERT_EQ(reduce_color_by_k_mean(host, got, 5), 0);
-        EXPECT_TRUE(same_bytes(got, plain_k_mean(in, 5, 2)));
-        EXPECT_FALSE(same_bytes(got, plain_k_mean(in, 5)));
-    }
-    // Stopped before any colour is assigned: nothing changes.
-    {
-        test::RecordingHost host;
-        host.stop = true;
-        UBUFFER got = in.clone();
-        ASSERT_EQ(reduce_color_by_k_mean(host, got, 5), 0);
-        EXPECT_TRUE(same_bytes(got, in));
-    }
+        EXPECT_EQ(reduce_color_by_k_mean(host, got, 5), 0);
+        return got;
+    };
+    const UBUFFER two_rounds = stopped(10);  // the first report after the iterations start
+    EXPECT_TRUE(same_bytes(two_rounds, plain_k_mean(in, 5, 2)));
+    EXPECT_FALSE(same_bytes(two_rounds, plain_k_mean(in, 5)));
+    EXPECT_TRUE(same_bytes(stopped(-1), in));
 }
 
 }  // namespace

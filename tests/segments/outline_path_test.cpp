@@ -2,7 +2,6 @@
 
 #include <algorithm>
 #include <array>
-#include <cmath>
 
 #include "segments/outline_path.h"
 #include "transform/ring_checks.h"
