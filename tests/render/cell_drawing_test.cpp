@@ -9,6 +9,7 @@
 #include "render/cell_diagram.h"
 #include "render/drawing.h"
 #include "render/spikes.h"
+#include "support/pictures.h"
 #include "support/recording_host.h"
 #include "transform/ring_checks.h"
 
@@ -142,10 +143,8 @@ TEST(Drawing, SameBytesWhateverTheThreadCount) {
         p.paint = {double(i * 37 % 256), double(i * 91 % 256), double(i * 13 % 256), 255, 0, true};
         placements.push_back(p);
     }
-    UBUFFER picture;
-    ASSERT_TRUE(picture.allocate(64, 64, 4));
-    for (int y = 0; y < 64; ++y)
-        for (int x = 0; x < 64; ++x) picture.at(x, y, 1) = std::uint8_t(x * 3 + y);
+    const UBUFFER picture =
+        test::make_picture(64, 64, [](int x, int y) { return std::uint32_t(x * 3 + y) << 8; });
     test::RecordingHost host;
     for (DrawingKind kind : {DrawingKind::PebbleCells, DrawingKind::CrystalCells, DrawingKind::WebSpikes,
                              DrawingKind::BurstSpikes}) {
