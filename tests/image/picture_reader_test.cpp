@@ -136,12 +136,5 @@ TEST(PictureReader, BadInputFailsCleanly) {
     EXPECT_EQ(read.picture.width(), 64);
 }
 
-TEST(PictureReader, MessagesNameTheFile) {
-    EXPECT_EQ(picture_error_message(PictureError::Unreadable, "/x/a.png"),
-              "Invalid filename in read_image - (/x/a.png)");
-    EXPECT_EQ(picture_error_message(PictureError::OutOfMemory, "/x/a.png"), "Failed to read image");
-    EXPECT_EQ(picture_error_message(PictureError::None, "/x/a.png"), "");
-}
-
 }  // namespace
 }  // namespace velq
