@@ -66,9 +66,6 @@ TEST(LocalContrast, MatchesDirectBoxSumsByteForByte) {
             }
             SCOPED_TRACE(testing::Message() << w << "x" << h << " k " << k << " kind " << kind);
             EXPECT_TRUE(same_bytes(got, plain_local_contrast(in, k, dir)));
-            const std::vector<int> percents = host.percents();
-            EXPECT_EQ(percents.back(), 0);
-            EXPECT_EQ(*std::max_element(percents.begin(), percents.end()), 100);
         }
     }
 }

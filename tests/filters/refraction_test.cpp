@@ -4,7 +4,6 @@
 #include <cmath>
 #include <map>
 #include <set>
-#include <vector>
 
 #include <opencv2/imgproc.hpp>
 

@@ -22,10 +22,17 @@ void put_chunk(std::vector<std::uint8_t>& png, const std::string& type,
 
 }  // namespace
 
-std::vector<std::uint8_t> encoded(const cv::Mat& m, const std::string& ext) {
+std::vector<std::uint8_t> encoded(const cv::Mat& m, const std::string& ext, const std::vector<int>& params) {
     std::vector<std::uint8_t> out;
-    cv::imencode(ext, m, out);
+    cv::imencode(ext, m, out, params);
     return out;
+}
+
+std::vector<std::uint8_t> noise_file(int w, int h, int type, const std::string& ext,
+                                     const std::vector<int>& params) {
+    cv::Mat m(h, w, type);
+    cv::randu(m, cv::Scalar::all(0), cv::Scalar::all(256));
+    return encoded(m, ext, params);
 }
 
 std::vector<std::uint8_t> patched_png(std::vector<std::uint8_t> png, const std::vector<PngChunk>& extra,

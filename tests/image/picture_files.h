@@ -13,8 +13,12 @@
 
 namespace velq::test {
 
-// OpenCV's encoding of `m` for the extension (".png", ".jpg", ...).
-std::vector<std::uint8_t> encoded(const cv::Mat& m, const std::string& ext);
+// OpenCV's encoding of `m` for the extension (".png", ".jpg", ...) with the encoder's parameters.
+std::vector<std::uint8_t> encoded(const cv::Mat& m, const std::string& ext,
+                                  const std::vector<int>& params = {});
+// A w x h picture of OpenCV type `type` filled with noise, encoded as above.
+std::vector<std::uint8_t> noise_file(int w, int h, int type, const std::string& ext,
+                                     const std::vector<int>& params = {});
 
 // `png` (a whole PNG stream) with `extra` chunks (type + data) put right after IHDR, and IHDR claiming
 // width x height when width is not 0.

@@ -4,7 +4,6 @@
 
 #include "image/picture_reader.h"
 #include "image/picture_writer.h"
-#include "image/replace_file.h"
 #include "picture_files.h"
 #include "support/pictures.h"
 
@@ -105,14 +104,6 @@ TEST(PictureWriter, ExistingFileIsReplacedWholeOrLeftAlone) {
         EXPECT_TRUE(fs::is_directory(png_named_folder)) << c.what;
         EXPECT_EQ(test::file_names(dir), both) << c.what;
     }
-
-    // A writer that fails half way leaves no temporary and the target untouched.
-    EXPECT_FALSE(replace_file_with(path, [](std::FILE* f) {
-        std::fputs("half", f);
-        return false;
-    }));
-    EXPECT_EQ(test::file_content(path), before);
-    EXPECT_EQ(test::file_names(dir), both);
 }
 
 TEST(PictureWriter, RawWriterMakesEveryPixelOpaque) {

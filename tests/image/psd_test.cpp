@@ -84,12 +84,11 @@ struct Reader {
     }
     // One channel: compression 1, row lengths, rows; or compression 0 with no pixels.
     Bytes channel(std::size_t rows, std::size_t width) {
-        const std::uint32_t compression = u(2);
-        if (rows == 0) {
-            EXPECT_EQ(compression, 0u);
-            return {};
-        }
-        EXPECT_EQ(compression, 1u);
+        EXPECT_EQ(u(2), rows == 0 ? 0u : 1u);
+        return rows == 0 ? Bytes() : packed_rows(rows, width);
+    }
+    // The lengths of `rows` PackBits rows of `width` bytes, then the rows, unpacked one after another.
+    Bytes packed_rows(std::size_t rows, std::size_t width) {
         std::vector<std::uint32_t> lengths(rows);
         for (auto& n : lengths) n = u(2);
         Bytes out;
@@ -204,7 +203,6 @@ TEST(PsdWriter, SectionsRecordsNamesFlagsAndPixelsReadBack) {
         for (auto& ch : name) ch = char16_t(r.u(2));
         EXPECT_EQ(name, t.full_name);
         EXPECT_EQ(uni_end % 2, 0u);
-        EXPECT_EQ(r.at + 4 <= extra_end, true);
         r.at = extra_end - 4;
     }
     for (std::size_t i = 0; i < l.size(); ++i) {
@@ -224,19 +222,14 @@ TEST(PsdWriter, SectionsRecordsNamesFlagsAndPixelsReadBack) {
     r.at = layer_and_mask_end - 4;
     EXPECT_EQ(r.u(4), 0u) << "global mask";
 
+    // The merged picture: compression 1, then red, green, blue and alpha planes, all row lengths first.
     EXPECT_EQ(r.u(2), 1u);
-    std::vector<std::uint32_t> row_lengths(4 * 23);
-    for (auto& n : row_lengths) n = r.u(2);
+    const Bytes planes = r.packed_rows(4 * 23, 37);
+    ASSERT_EQ(planes.size(), 4u * 23 * 37);
     for (int c = 0; c < 4; ++c)
-        for (int y = 0; y < 23; ++y) {
-            std::size_t headers_128 = 0;
-            const std::uint32_t n = row_lengths[std::size_t(c * 23 + y)];
-            const Bytes row = unpack(
-                Bytes(f.begin() + std::ptrdiff_t(r.at), f.begin() + std::ptrdiff_t(r.at + n)), headers_128);
-            r.at += n;
-            ASSERT_EQ(row.size(), 37u);
-            for (int x = 0; x < 37; ++x) ASSERT_EQ(row[std::size_t(x)], merged.at(x, y, c == 3 ? 3 : 2 - c));
-        }
+        for (int y = 0; y < 23; ++y)
+            for (int x = 0; x < 37; ++x)
+                ASSERT_EQ(planes[std::size_t((c * 23 + y) * 37 + x)], merged.at(x, y, c == 3 ? 3 : 2 - c));
     EXPECT_EQ(r.at, f.size()) << "the sections add up to the file";
 
     // The program's own reader opens the merged picture with its resolution.

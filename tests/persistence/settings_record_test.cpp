@@ -107,6 +107,14 @@ TEST(SettingsRecord, DecodingSortsRecordsByWhatIsWrong) {
     Record good;
     ASSERT_EQ(encode_settings_record(test::sample_block().settings, good), "");
     auto i32 = [](std::size_t at, std::uint32_t v) { return [=](Record& r) { std::memcpy(&r[at], &v, 4); }; };
+    auto f64 = [](std::size_t at, double v) { return [=](Record& r) { std::memcpy(&r[at], &v, 8); }; };
+    // Fills n bytes from `at` with 'x', leaving no terminating zero; sets the logo kind when given.
+    auto fill = [](std::size_t at, std::size_t n, std::uint8_t logo_kind = 0) {
+        return [=](Record& r) {
+            std::memset(r.data() + at, 'x', n);
+            if (logo_kind) r[4195] = logo_kind;
+        };
+    };
     struct Case {
         const char* what;
         std::function<void(Record&)> spoil;
@@ -117,8 +125,7 @@ TEST(SettingsRecord, DecodingSortsRecordsByWhatIsWrong) {
         {"signature zero", [](Record& r) { r[13] = '!'; }, RecordStatus::NoSignature},
         {"version 3", i32(4112, 3), RecordStatus::OtherVersion},
         {"version 5", i32(4112, 5), RecordStatus::OtherVersion},
-        {"unterminated path", [](Record& r) { std::memset(r.data() + 14, 'x', 4096); },
-         RecordStatus::Invalid},
+        {"unterminated path", fill(14, 4096), RecordStatus::Invalid},
         {"INT 0", i32(4116, 0), RecordStatus::Invalid},
         {"INT 51", i32(4116, 51), RecordStatus::Invalid},
         {"BLU 11", i32(4120, 11), RecordStatus::Invalid},
@@ -133,30 +140,14 @@ TEST(SettingsRecord, DecodingSortsRecordsByWhatIsWrong) {
         {"motion pack 7", [](Record& r) { r[4194] = 7; }, RecordStatus::Invalid},
         {"logo kind 3", [](Record& r) { r[4195] = 3; }, RecordStatus::Invalid},
         {"background above 24 bits", i32(4196, 0x01000000), RecordStatus::Invalid},
-        {"impact on the frame",
-         [](Record& r) {
-             const double one = 1.0;
-             std::memcpy(&r[5112], &one, 8);
-         },
-         RecordStatus::Invalid},
+        {"impact on the frame", f64(5112, 1.0), RecordStatus::Invalid},
         {"filter seed flag 2", [](Record& r) { r[5120] = 2; }, RecordStatus::Invalid},
         {"alphabet layout 3", [](Record& r) { r[5160] = 3; }, RecordStatus::Invalid},
         {"alphabet italic 2", [](Record& r) { r[5162] = 2; }, RecordStatus::Invalid},
         {"alphabet rows 1001", i32(5164, 1001), RecordStatus::Invalid},
-        {"unterminated logo text",
-         [](Record& r) {
-             r[4195] = 1;
-             std::memset(r.data() + 4208, 'x', 768);
-         },
-         RecordStatus::Invalid},
-        {"unterminated logo face",
-         [](Record& r) {
-             r[4195] = 1;
-             std::memset(r.data() + 4976, 'x', 128);
-         },
-         RecordStatus::Invalid},
-        {"logo text without a logo", [](Record& r) { std::memset(r.data() + 4208, 'x', 768); },
-         RecordStatus::Ok},
+        {"unterminated logo text", fill(4208, 768, 1), RecordStatus::Invalid},
+        {"unterminated logo face", fill(4976, 128, 1), RecordStatus::Invalid},
+        {"logo text without a logo", fill(4208, 768), RecordStatus::Ok},
         {"reserved bytes", [](Record& r) { r[5170] = 9; }, RecordStatus::Ok},
         {"drawing numbers without a drawing", [](Record& r) { r[5129] = 200; }, RecordStatus::Ok},
         {"drawing kind 5", [](Record& r) { r[5128] = 5, r[5130] = 7, r[5136 + 7] = 0x3F; },

@@ -9,7 +9,9 @@
 #include "render/cell_diagram.h"
 #include "render/drawing.h"
 #include "render/spikes.h"
+#include "support/pictures.h"
 #include "support/recording_host.h"
+#include "transform/ring_checks.h"
 
 namespace velq {
 namespace {
@@ -35,27 +37,6 @@ std::vector<CellSite> random_circles(unsigned seed, int n, double max_r, double 
 
 double power(const CellSite& s, double x, double y) {
     return (x - s.x) * (x - s.x) + (y - s.y) * (y - s.y) - s.weight;
-}
-
-bool inside(std::span<const CellPoint> poly, double x, double y) {
-    for (std::size_t k = 0; k < poly.size(); ++k) {
-        const CellPoint& a = poly[k];
-        const CellPoint& b = poly[(k + 1) % poly.size()];
-        if ((b.x - a.x) * (y - a.y) - (b.y - a.y) * (x - a.x) < 0) return false;
-    }
-    return !poly.empty();
-}
-
-double distance_to_boundary(std::span<const CellPoint> poly, double x, double y) {
-    double best = 1e300;
-    for (std::size_t k = 0; k < poly.size(); ++k) {
-        const CellPoint& a = poly[k];
-        const CellPoint& b = poly[(k + 1) % poly.size()];
-        const double ex = b.x - a.x, ey = b.y - a.y, l2 = ex * ex + ey * ey;
-        const double t = l2 > 0 ? std::clamp(((x - a.x) * ex + (y - a.y) * ey) / l2, 0.0, 1.0) : 0.0;
-        best = std::min(best, std::hypot(x - a.x - t * ex, y - a.y - t * ey));
-    }
-    return best;
 }
 
 // Every pixel centre belongs to the cell of its least power distance, found by trying every site;
@@ -98,9 +79,9 @@ TEST(CellDiagram, AgreesWithBruteForceNearestSearch) {
                 for (int j = 1; j < int(c.sites.size()); ++j)
                     if (power(c.sites[std::size_t(j)], px, py) < power(c.sites[std::size_t(best)], px, py))
                         best = j;
-                if (inside(d.cell(best), px, py)) continue;
+                if (test::inside_ring(d.cell(best), px, py)) continue;
                 ++wrong;
-                ASSERT_LE(distance_to_boundary(d.cell(best), px, py), 1.0) << x << "," << y;
+                ASSERT_LE(test::distance_to_ring(d.cell(best), px, py), 1.0) << x << "," << y;
             }
         EXPECT_LE(wrong, int(kW * kH * 0.005));
     }
@@ -127,37 +108,9 @@ TEST(CellDiagram, PlainCellsMatchSubdivisionFacets) {
     }
 }
 
-// Two touching circles share an edge through their contact point, and the web spikes meet there;
-// among many circles every web spike ends on the dividing line of its pair.
-TEST(CellDiagram, TouchingCirclesAndWebSpikesMeetOnTheDividingLine) {
-    struct Pair {
-        double r0, r1, angle;
-    };
-    const Pair pairs[] = {{10, 10, 0}, {30, 5, 0.7}, {4, 40, 2.1}};
+// Every web spike ends on the dividing line of its pair: where the two power distances are equal.
+TEST(CellDiagram, WebSpikesMeetOnTheDividingLine) {
     test::RecordingHost host;
-    for (const Pair& p : pairs) {
-        const double d = p.r0 + p.r1, ux = std::cos(p.angle), uy = std::sin(p.angle);
-        const std::vector<CellSite> sites{{100, 120, p.r0 * p.r0}, {100 + d * ux, 120 + d * uy, p.r1 * p.r1}};
-        CellDiagram diagram;
-        ASSERT_TRUE(make_cell_diagram(host, sites, kW, kH, diagram, 1));
-        const double cx = 100 + p.r0 * ux, cy = 120 + p.r0 * uy;  // the contact point
-        const auto poly = diagram.cell(0);
-        const auto across = diagram.edges(0);
-        bool through = false;
-        for (std::size_t k = 0; k < poly.size(); ++k) {
-            if (across[k] != 1) continue;
-            const CellPoint& a = poly[k];
-            const CellPoint& b = poly[(k + 1) % poly.size()];
-            through = std::abs((b.x - a.x) * (cy - a.y) - (b.y - a.y) * (cx - a.x)) <
-                      1e-6 * std::hypot(b.x - a.x, b.y - a.y);
-        }
-        EXPECT_TRUE(through) << p.r0 << " " << p.r1;
-        std::vector<Spike> spikes;
-        web_spikes(diagram, sites, 0, 1, spikes);
-        ASSERT_EQ(spikes.size(), 1u);
-        EXPECT_NEAR(spikes[0].tip.x, cx, 1e-9);
-        EXPECT_NEAR(spikes[0].tip.y, cy, 1e-9);
-    }
     const auto sites = random_circles(6, 300, 8);
     CellDiagram diagram;
     ASSERT_TRUE(make_cell_diagram(host, sites, kW, kH, diagram, 2));
@@ -190,10 +143,8 @@ TEST(Drawing, SameBytesWhateverTheThreadCount) {
         p.paint = {double(i * 37 % 256), double(i * 91 % 256), double(i * 13 % 256), 255, 0, true};
         placements.push_back(p);
     }
-    UBUFFER picture;
-    ASSERT_TRUE(picture.allocate(64, 64, 4));
-    for (int y = 0; y < 64; ++y)
-        for (int x = 0; x < 64; ++x) picture.at(x, y, 1) = std::uint8_t(x * 3 + y);
+    const UBUFFER picture =
+        test::make_picture(64, 64, [](int x, int y) { return std::uint32_t(x * 3 + y) << 8; });
     test::RecordingHost host;
     for (DrawingKind kind : {DrawingKind::PebbleCells, DrawingKind::CrystalCells, DrawingKind::WebSpikes,
                              DrawingKind::BurstSpikes}) {

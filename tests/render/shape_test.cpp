@@ -114,14 +114,10 @@ TEST(Shape, LayerToneClampsShadeAndScalesOpacity) {
 TEST(LoadShapes, StopsAtTheFirstUnreadableFile) {
     const std::string dir = test::temp_dir("load-shapes");
     std::vector<std::string> paths;
-    for (int i = 0; i < 5; ++i) {
-        if (i == 2) {
-            paths.push_back(dir + "/missing.png");
-            continue;
-        }
-        paths.push_back(write_picture(dir, "s" + std::to_string(i) + ".png", 1024, 1024, CV_8UC4,
-                                      cv::Scalar(40 * i, 40 * i, 40 * i, 255)));
-    }
+    for (int i = 0; i < 5; ++i)
+        paths.push_back(i == 2 ? dir + "/missing.png"
+                               : write_picture(dir, "s" + std::to_string(i) + ".png", 1024, 1024, CV_8UC4,
+                                               cv::Scalar(40 * i, 40 * i, 40 * i, 255)));
     test::RecordingHost host;
     Layer layer(host, true);
     layer.passage_mode = true;

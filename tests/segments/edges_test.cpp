@@ -114,37 +114,54 @@ TEST(ClosedPath, TurningSumOfTable) {
     }
 }
 
-TEST(LoopAssembly, TwoRegionsSharingABorderGiveTwoLoopsEachOnce) {
-    // A vertical border and the frame split at its ends (as the traced edges and the frame give).
-    std::vector<BoundaryPiece> pieces = {
-        piece({{1.75, 0}, {1.75, 2.5}}),
-        piece({{1.75, 0}, {3.5, 0}, {3.5, 2.5}, {1.75, 2.5}}),
-        piece({{1.75, 2.5}, {0, 2.5}, {0, 0}, {1.75, 0}}),
+// Two regions sharing a border give two loops, the border used by both; a closed piece is a loop,
+// taken reversed when it turns the other way; one too small is none; a piece that leads nowhere either
+// way ends the stage with what was made, and says so only in the debug log.
+TEST(LoopAssembly, PiecesMakeLoopsEachUsedAsOftenAsItsSides) {
+    struct Case {
+        const char* what;
+        std::vector<BoundaryPiece> pieces;
+        std::vector<P> loops;
+        std::vector<unsigned> uses;  // per piece; empty: not checked
+        std::vector<std::string> debug;
     };
-    test::RecordingHost host;
-    auto segs = detect_segments(pieces, host);
-    ASSERT_EQ(segs.size(), 2u);
-    EXPECT_EQ(xy(segs[0].loop.points), xy({{1.75, 0}, {1.75, 2.5}, {0, 2.5}, {0, 0}}));
-    EXPECT_EQ(xy(segs[1].loop.points), xy({{1.75, 0}, {3.5, 0}, {3.5, 2.5}, {1.75, 2.5}}));
-    EXPECT_TRUE(segs[0].loop.closed && segs[1].loop.closed);
-    EXPECT_EQ(pieces[0].uses + 10 * pieces[1].uses + 100 * pieces[2].uses, 112u);  // 2, 1 and 1
-    EXPECT_TRUE(host.debug_lines().empty());
-}
-
-// A closed piece is a loop, taken reversed when it turns the other way; one too small is none; the
-// stop flag leaves none.
-TEST(LoopAssembly, ClosedPieceIsALoopTakenReversedWhenItTurnsTheOtherWay) {
-    std::vector<BoundaryPiece> pieces = {piece({{0, 0}, {0, 2}, {2, 2}, {2, 0}}, true)};
-    test::RecordingHost host;
-    auto segs = detect_segments(pieces, host);
-    ASSERT_EQ(segs.size(), 1u);
-    EXPECT_EQ(xy(segs[0].loop.points), xy({{2, 0}, {2, 2}, {0, 2}, {0, 0}}));
-    EXPECT_EQ(pieces[0].uses, 1u);
-    std::vector<BoundaryPiece> tiny = {piece({{0, 0}, {1, 0}}, true)};
-    EXPECT_TRUE(detect_segments(tiny, host).empty());
-    EXPECT_TRUE(host.debug_lines().empty());
-    host.stop = true;
-    EXPECT_TRUE(detect_segments(pieces, host).empty());
+    const Case cases[] = {
+        // A vertical border and the frame split at its ends (as the traced edges and the frame give).
+        {"two regions",
+         {piece({{1.75, 0}, {1.75, 2.5}}), piece({{1.75, 0}, {3.5, 0}, {3.5, 2.5}, {1.75, 2.5}}),
+          piece({{1.75, 2.5}, {0, 2.5}, {0, 0}, {1.75, 0}})},
+         {{{1.75, 0}, {1.75, 2.5}, {0, 2.5}, {0, 0}}, {{1.75, 0}, {3.5, 0}, {3.5, 2.5}, {1.75, 2.5}}},
+         {2, 1, 1},
+         {}},
+        {"reversed",
+         {piece({{0, 0}, {0, 2}, {2, 2}, {2, 0}}, true)},
+         {{{2, 0}, {2, 2}, {0, 2}, {0, 0}}},
+         {1},
+         {}},
+        {"too small", {piece({{0, 0}, {1, 0}}, true)}, {}, {}, {}},
+        {"leads nowhere",
+         {piece({{0, 0}, {2, 0}, {2, 2}, {0, 2}}, true), piece({{10, 10}, {12, 10}}),
+          piece({{20, 20}, {22, 20}, {22, 22}, {20, 22}}, true)},
+         {{{0, 0}, {2, 0}, {2, 2}, {0, 2}}},
+         {},
+         {"Too many retrying...\n"}},
+    };
+    for (Case c : cases) {
+        SCOPED_TRACE(c.what);
+        test::RecordingHost host;
+        const auto segs = detect_segments(c.pieces, host);
+        ASSERT_EQ(segs.size(), c.loops.size());
+        for (std::size_t i = 0; i < segs.size(); ++i) {
+            EXPECT_EQ(xy(segs[i].loop.points), xy(c.loops[i]));
+            EXPECT_TRUE(segs[i].loop.closed);
+        }
+        for (std::size_t i = 0; i < c.uses.size(); ++i) EXPECT_EQ(c.pieces[i].uses, c.uses[i]) << i;
+        EXPECT_EQ(host.debug_lines(), c.debug);
+        EXPECT_TRUE(host.messages().empty());
+        EXPECT_EQ(host.titles().back(), "Velquinograph");
+        host.stop = true;
+        EXPECT_TRUE(detect_segments(c.pieces, host).empty()) << "stopped";
+    }
 }
 
 TEST(LoopAssembly, EqualScoresGoToTheEarlierPieceInListOrder) {
@@ -161,21 +178,6 @@ TEST(LoopAssembly, EqualScoresGoToTheEarlierPieceInListOrder) {
         ASSERT_FALSE(segs.empty());
         EXPECT_EQ(segs[0].loop.points.size(), square_first ? 4u : 3u);
     }
-}
-
-TEST(LoopAssembly, PieceFailingBothWaysEndsTheStageWithWhatWasMade) {
-    std::vector<BoundaryPiece> pieces = {
-        piece({{0, 0}, {2, 0}, {2, 2}, {0, 2}}, true),
-        piece({{10, 10}, {12, 10}}),  // leads nowhere either way
-        piece({{20, 20}, {22, 20}, {22, 22}, {20, 22}}, true),
-    };
-    test::RecordingHost host;
-    auto segs = detect_segments(pieces, host);
-    EXPECT_EQ(segs.size(), 1u);
-    ASSERT_EQ(host.debug_lines().size(), 1u);
-    EXPECT_EQ(host.debug_lines()[0], "Too many retrying...\n");
-    EXPECT_TRUE(host.messages().empty());
-    EXPECT_EQ(host.titles().back(), "Velquinograph");
 }
 
 }  // namespace

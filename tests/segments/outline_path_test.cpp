@@ -1,9 +1,10 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
-#include <cmath>
+#include <array>
 
 #include "segments/outline_path.h"
+#include "transform/ring_checks.h"
 
 namespace velq {
 namespace {
@@ -14,12 +15,6 @@ BoundaryPoint at(const BoundaryPoint (&p)[4], double t) {
             a * p[0].y + b * p[1].y + c * p[2].y + d * p[3].y};
 }
 
-double to_segment(BoundaryPoint p, BoundaryPoint a, BoundaryPoint b) {
-    const double dx = b.x - a.x, dy = b.y - a.y, len = dx * dx + dy * dy;
-    const double t = len > 0 ? std::clamp(((p.x - a.x) * dx + (p.y - a.y) * dy) / len, 0.0, 1.0) : 0;
-    return std::hypot(p.x - a.x - t * dx, p.y - a.y - t * dy);
-}
-
 // The fewest chords that a walk along finely sampled points can keep within the tolerance: the
 // count a good flattening should come near.
 int greedy_chords(const std::vector<BoundaryPoint>& s, double tol) {
@@ -28,7 +23,8 @@ int greedy_chords(const std::vector<BoundaryPoint>& s, double tol) {
         std::size_t j = i + 1;
         while (j + 1 < s.size()) {
             bool ok = true;
-            for (std::size_t k = i + 1; k <= j && ok; ++k) ok = to_segment(s[k], s[i], s[j + 1]) <= tol;
+            for (std::size_t k = i + 1; k <= j && ok; ++k)
+                ok = test::distance_to_ring(std::array{s[i], s[j + 1]}, s[k].x, s[k].y) <= tol;
             if (!ok) break;
             ++j;
         }
@@ -52,7 +48,7 @@ TEST(OutlinePath, CubicsStayWithinTheToleranceWithoutOversubdividing) {
         for (const BoundaryPoint& q : fine) {
             double d = 1e300;
             for (std::size_t k = 0; k + 1 < line.size(); ++k)
-                d = std::min(d, to_segment(q, line[k], line[k + 1]));
+                d = std::min(d, test::distance_to_ring(std::array{line[k], line[k + 1]}, q.x, q.y));
             worst = std::max(worst, d);
         }
         EXPECT_LE(worst, kFlattenTolerance + 1e-9) << "trial " << trial;

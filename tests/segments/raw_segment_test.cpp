@@ -66,43 +66,12 @@ TEST(RawSegments, DuplicatePopsWeighInTheMeanAndAreRemovedFromTheList) {
         for (int x = 0; x < 2; ++x) EXPECT_EQ(pic.at(x, y, 0), 8);  // truncated, not rounded
 }
 
-TEST(RawSegments, EveryPixelOnceCarryingItsSegmentsTruncatedMean) {
-    for (const double thr : {0.0, 60.0}) {
-        test::RecordingHost host;
-        UBUFFER pic = test::noise_picture(23, 17, 3);
-        auto segs = generate_raw_segments(pic, thr, host);
-        std::size_t total = 0;
-        for (const auto& s : segs) {
-            total += s.pixels.size();
-            const double bgra[4] = {s.mean[2], s.mean[1], s.mean[0], s.mean[3]};  // stored red first
-            for (const Pixel& p : s.pixels)
-                for (int k = 0; k < 4; ++k) ASSERT_EQ(pic.at(p.x, p.y, k), int(bgra[k])) << thr;
-        }
-        EXPECT_EQ(total, 23u * 17u) << thr;
-    }
-}
-
 TEST(RawSegments, StopReturnsWhatWasMade) {
     test::RecordingHost host;
     host.stop = true;
     UBUFFER pic = test::noise_picture(10, 10, 1);
     EXPECT_TRUE(generate_raw_segments(pic, 0, host).empty());
     EXPECT_EQ(host.titles().back(), "Velquinograph");
-}
-
-struct Refined {
-    std::vector<RawSegment> raw, kept;
-    IBUFFER map;
-};
-
-Refined refine(const std::vector<std::string>& art, test::RecordingHost& host) {
-    Refined r;
-    UBUFFER pic = test::art_picture(art);
-    r.raw = generate_raw_segments(pic, 20, host);
-    r.map.allocate(pic.width(), pic.height());
-    label_segments(r.raw, r.map);
-    r.kept = remove_minor_segments(r.raw, r.map, 1.0, host);
-    return r;
 }
 
 TEST(MinorSegments, RaggedSegmentsGoCompactOnesStayBackgroundNeverKept) {
@@ -113,15 +82,20 @@ TEST(MinorSegments, RaggedSegmentsGoCompactOnesStayBackgroundNeverKept) {
         ".#..........", ".#...ggg....", ".#...ggg....", ".....ggg....", "............",
     };
     test::RecordingHost host;
-    Refined r = refine(art, host);
-    ASSERT_EQ(r.raw.size(), 4u);
-    EXPECT_EQ(r.raw[1].boundary, 16u);  // the line
-    EXPECT_EQ(r.raw[2].boundary, 16u);  // the red blob
-    EXPECT_EQ(r.raw[3].boundary, 12u);  // the green blob
-    ASSERT_EQ(r.kept.size(), 1u);
-    EXPECT_EQ(r.kept[0].pixels.size(), 16u);
+    UBUFFER pic = test::art_picture(art);
+    std::vector<RawSegment> raw = generate_raw_segments(pic, 20, host);
+    IBUFFER map;
+    map.allocate(pic.width(), pic.height());
+    label_segments(raw, map);
+    const std::vector<RawSegment> kept = remove_minor_segments(raw, map, 1.0, host);
+    ASSERT_EQ(raw.size(), 4u);
+    EXPECT_EQ(raw[1].boundary, 16u);  // the line
+    EXPECT_EQ(raw[2].boundary, 16u);  // the red blob
+    EXPECT_EQ(raw[3].boundary, 12u);  // the green blob
+    ASSERT_EQ(kept.size(), 1u);
+    EXPECT_EQ(kept[0].pixels.size(), 16u);
     // The line and the small blob are unlabelled; the background and the red blob keep their labels.
-    EXPECT_EQ(std::vector<std::uint32_t>({r.map.at(1, 3), r.map.at(6, 7), r.map.at(0, 0), r.map.at(6, 2)}),
+    EXPECT_EQ(std::vector<std::uint32_t>({map.at(1, 3), map.at(6, 7), map.at(0, 0), map.at(6, 2)}),
               std::vector<std::uint32_t>({0, 0, 1, 3}));
 }
 

@@ -4,20 +4,11 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
-#include <cstdio>
-#include <fstream>
 #include <sstream>
 
-namespace velq::test {
+#include "support/files.h"
 
-namespace {
-std::string slurp(const std::string& path) {
-    std::ifstream in(path, std::ios::binary);
-    std::ostringstream s;
-    s << in.rdbuf();
-    return s.str();
-}
-}  // namespace
+namespace velq::test {
 
 CliResult run_cli(const std::vector<std::string>& args) {
     char out_name[] = "/tmp/velq-cli-out-XXXXXX";
@@ -43,8 +34,8 @@ CliResult run_cli(const std::vector<std::string>& args) {
     ::close(out_fd);
     ::close(err_fd);
     r.exit_code = WIFEXITED(status) ? WEXITSTATUS(status) : 128 + WTERMSIG(status);
-    r.out = slurp(out_name);
-    r.err = slurp(err_name);
+    r.out = file_text(out_name);
+    r.err = file_text(err_name);
     ::unlink(out_name);
     ::unlink(err_name);
     return r;

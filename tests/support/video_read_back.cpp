@@ -48,7 +48,6 @@ ReadBack read_back(const std::string& path, const char* decoder_name, bool keep_
     const int si = av_find_best_stream(in.get(), AVMEDIA_TYPE_VIDEO, -1, -1, nullptr, 0);
     if (si < 0) return out;
     const AVStream* st = in->streams[si];
-    out.opened = true;
     out.format = in->iformat->name;
     out.codec = avcodec_get_name(st->codecpar->codec_id);
     out.width = st->codecpar->width;

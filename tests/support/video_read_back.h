@@ -16,7 +16,6 @@ extern "C" {
 namespace velq::test {
 
 struct ReadBack {
-    bool opened = false;
     std::string format;  // demuxer name, e.g. "mov,mp4,m4a,3gp,3g2,mj2"
     std::string codec;   // codec name of the video stream, e.g. "h264"
     int width = 0, height = 0;

@@ -203,53 +203,32 @@ TEST(Packer, RegionsArePackedInsideTheirRings) {
     }
 }
 
-TEST(Packer, GapShrinksAcceptedCirclesAndRefusesSmallOnes) {
-    // A square of side 10 without a map: the first corner's candidate is the largest radius.
-    // rmax, gap, first; first: stored radius of the first circle; 0: no circle at all
-    const std::tuple<double, double, double> cases[] = {
-        {2.0, 0.0, 2.0}, {2.0, 1.0, 1.5}, {0.5, 1.0, 0.0}, {0.5, 0.98, 0.01}, {0.5, 0.0, 0.5}};
-    QuietHost host;
-    for (const auto& [rmax, gap, first] : cases) {
-        const std::vector<Circle> circles = pack_circles(frame(10, 10), options(0.1, rmax, gap), host);
-        ASSERT_EQ(circles.empty(), first == 0) << rmax << " " << gap;
-        if (first == 0) continue;
-        EXPECT_NEAR(circles[0].radius, first, 1e-12) << rmax << " " << gap;
-        EXPECT_NEAR(circles[0].x, rmax, 1e-9);  // in the first corner, touching both edges
-        EXPECT_NEAR(circles[0].y, rmax, 1e-9);
-    }
-}
-
-TEST(Packer, NothingToPackGivesNoCircles) {
-    QuietHost host;
-    PackRegion degenerate;
+// Without a map the first circle of a square takes the largest radius, in the first corner, and is
+// stored GAP / 2 smaller. Nothing is packed when that leaves no circle, in a degenerate region, with
+// bounds that leave no room, or with a hole across the outer ring (refused at once).
+TEST(Packer, FirstCircleShrinksByTheGapAndNothingToPackGivesNone) {
+    PackRegion degenerate, crossed = frame(40, 40);
     degenerate.outer = {{0, 0}, {10, 0}, {20, 0}};
-    PackRegion crossed = frame(40, 40);  // a hole across the outer ring is refused at once
     crossed.holes.push_back({{30, 10}, {50, 10}, {50, 20}, {30, 20}});
-    // region, min, max
-    const std::tuple<PackRegion, double, double> cases[] = {{degenerate, 1, 5},
-                                                            {PackRegion{}, 1, 5},
-                                                            {frame(20, 20), 1, 0},
-                                                            {frame(20, 20), 30, 5},
-                                                            {crossed, 1, 3}};
-    for (const auto& [region, min, max] : cases) {
-        EXPECT_TRUE(pack_circles(region, options(min, max, PackOptions{}.gap), host).empty())
-            << min << " " << max;
+    // region, min, max, gap, first: stored radius of the first circle; 0: no circle at all
+    const std::tuple<PackRegion, double, double, double, double> cases[] = {
+        {frame(10, 10), 0.1, 2.0, 0.0, 2.0}, {frame(10, 10), 0.1, 2.0, 1.0, 1.5},
+        {frame(10, 10), 0.1, 0.5, 1.0, 0},   {frame(10, 10), 0.1, 0.5, 0.98, 0.01},
+        {frame(10, 10), 0.1, 0.5, 0.0, 0.5}, {degenerate, 1, 5, 1, 0},
+        {PackRegion{}, 1, 5, 1, 0},          {frame(20, 20), 1, 0, 1, 0},
+        {frame(20, 20), 30, 5, 1, 0},        {crossed, 1, 3, 1, 0}};
+    QuietHost host;
+    for (const auto& [region, min, max, gap, first] : cases) {
+        SCOPED_TRACE(testing::Message()
+                     << region.outer.size() << " points, min " << min << " max " << max << " gap " << gap);
+        const std::vector<Circle> circles = pack_circles(region, options(min, max, gap), host);
+        ASSERT_EQ(circles.empty(), first == 0);
+        if (first == 0) continue;
+        EXPECT_NEAR(circles[0].radius, first, 1e-12);
+        EXPECT_NEAR(circles[0].x, max, 1e-9);  // touching both edges of the first corner
+        EXPECT_NEAR(circles[0].y, max, 1e-9);
     }
 }
-
-// Stops the packing once it has been told about `after` circles.
-class StoppingHost : public test::RecordingHost {
-public:
-    explicit StoppingHost(std::size_t after) : after_(after) {}
-    void circles_added(std::span<const LiveCircle> batch) override {
-        test::RecordingHost::circles_added(batch);
-        seen_ += batch.size();
-        if (seen_ >= after_) stop = true;
-    }
-
-private:
-    std::size_t after_, seen_ = 0;
-};
 
 TEST(Packer, ReportsCirclesLiveAndStopsKeepingThem) {
     Packing s = normal_setup(test::PictureKind::Photo, 120, 90, 9);
@@ -258,11 +237,12 @@ TEST(Packer, ReportsCirclesLiveAndStopsKeepingThem) {
     const std::vector<Circle> full = pack_circles(s.region, s.options, all);
     EXPECT_EQ(all.live_circles(), full.size());
 
-    StoppingHost stopping(25);
+    // Stopped once the first circle is reported: that circle is kept, and no other.
+    test::StopAtFirstCircles stopping;
     const std::vector<Circle> part = pack_circles(s.region, s.options, stopping);
-    ASSERT_EQ(part.size(), 25u);
-    EXPECT_EQ(stopping.live_circles(), 25u);
-    for (std::size_t i = 0; i < part.size(); ++i) EXPECT_EQ(part[i].x, full[i].x);
+    ASSERT_EQ(part.size(), 1u);
+    EXPECT_EQ(stopping.live_circles(), 1u);
+    EXPECT_EQ(xyr(part)[0], xyr(full)[0]);
 
     test::RecordingHost stopped;
     stopped.stop = true;

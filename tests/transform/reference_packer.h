@@ -11,8 +11,7 @@
 
 namespace velq::test {
 
-inline std::vector<Circle> reference_pack(const PackRegion& region, const PackOptions& o,
-                                          PackStats* stats_out = nullptr) {
+inline std::vector<Circle> reference_pack(const PackRegion& region, const PackOptions& o) {
     PackStats stats;
     const pack::CornerRules rules = pack::corner_rules(o);
     std::vector<Circle> out;
@@ -23,7 +22,6 @@ inline std::vector<Circle> reference_pack(const PackRegion& region, const PackOp
         bool found = false;
         if (set.piece(p).alive) {
             for (int v : set.corners_in_order(p)) {
-                ++stats.corner_evaluations;
                 const pack::Candidate c = eval.evaluate(v, pack::EdgeSearch::All);
                 if (!c.ok) continue;
                 if (!set.cut(p, c.centre, c.radius, v, stats).done) continue;
@@ -39,7 +37,6 @@ inline std::vector<Circle> reference_pack(const PackRegion& region, const PackOp
         }
         if (!found) set.finish_current();
     }
-    if (stats_out) *stats_out = stats;
     return out;
 }
 

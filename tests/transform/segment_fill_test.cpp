@@ -81,33 +81,26 @@ TEST(SegmentFill, RadiusBoundsThatLeaveNoRoomAreRefused) {
     }
 }
 
-// Regions are packed side by side; the circles and their order never depend on how many threads do it.
-TEST(SegmentFill, ThreadCountChangesNothing) {
+// Regions are packed side by side: the circles and their order never depend on how many threads do
+// it. Disabled segments are not packed, and a stopped packing still stores fractions.
+TEST(SegmentFill, ThreadCountChangesNothingAndDisabledSegmentsAreSkipped) {
     test::RecordingHost host;
     Packed base = pack(host);
     ASSERT_GT(base.count, 0u);
     for (const int threads : {1, 2, 8}) {
         SCOPED_TRACE(threads);
         std::vector<Segment> segments = base.segments;
-        SegmentFillParams params{0.01, 0.08, 1};
-        params.threads = threads;
-        EXPECT_EQ(fill_circle_algo2(segments, params, 60, 48, host).value_or(0), base.count);
+        EXPECT_EQ(fill_circle_algo2(segments, {0.01, 0.08, 1, threads}, 60, 48, host).value_or(0),
+                  base.count);
         for (std::size_t i = 0; i < segments.size(); ++i)
             EXPECT_TRUE(test::same_circles(segments[i].circles, base.segments[i].circles)) << i;
     }
-}
-
-TEST(SegmentFill, DisabledSegmentsAreNotPackedAndStopKeepsFractions) {
-    test::RecordingHost host;
-    Packed p = pack(host);
-    ASSERT_FALSE(p.segments.empty());
-    p.segments[0].enabled = false;
-    const std::size_t count = fill_circle_algo2(p.segments, {0.01, 0.08, 1}, 60, 48, host).value_or(0);
-    EXPECT_TRUE(p.segments[0].circles.empty());
-    EXPECT_LT(count, p.count);
+    base.segments[0].enabled = false;
+    EXPECT_LT(fill_circle_algo2(base.segments, {0.01, 0.08, 1}, 60, 48, host).value_or(0), base.count);
+    EXPECT_TRUE(base.segments[0].circles.empty());
     host.stop = true;
-    fill_circle_algo2(p.segments, {0.01, 0.08, 1}, 60, 48, host);
-    for (const Segment& s : p.segments)
+    fill_circle_algo2(base.segments, {0.01, 0.08, 1}, 60, 48, host);
+    for (const Segment& s : base.segments)
         for (const Circle& c : s.circles) EXPECT_LE(c.x, 1.0);
 }
 
