@@ -114,14 +114,19 @@ struct TestLayer {
 
 // Background; a patch with soft alpha and holes; a hidden layer with a name beyond Latin-1; an
 // empty layer.
+// Built out of line: GCC 12 warns of the name's buffer when the aggregate is a temporary here.
+PsdLayer layer(const char* name, bool hidden) {
+    return {name, hidden};
+}
+
 std::vector<TestLayer> test_layers() {
     std::vector<TestLayer> l(4);
-    l[0] = {{"Background", false},
+    l[0] = {layer("Background", false),
             test::flat_picture(37, 23, 0xFF102030u),
             {0, 0, 23, 37},
             "Background",
             u"Background"};
-    l[1] = {{"Ly1", false},
+    l[1] = {layer("Ly1", false),
             test::make_picture(37, 23,
                                [](int x, int y) -> std::uint32_t {
                                    if (x < 5 || x >= 20 || y < 3 || y >= 12 || (x + y) % 5 == 0) return 0;
@@ -131,14 +136,14 @@ std::vector<TestLayer> test_layers() {
             {3, 5, 12, 20},
             "Ly1",
             u"Ly1"};
-    l[2] = {{"Ly2 \xC3\xA9\xE2\x98\x86", true},
+    l[2] = {layer("Ly2 \xC3\xA9\xE2\x98\x86", true),
             test::noise_picture(37, 23, 4, false),
             {0, 0, 23, 37},
             "Ly2 \xE9?",
             u"Ly2 \u00E9\u2606"};
     l[2].picture.at(0, 0, 3) = 1;  // any alpha but 0 counts as painted
     l[2].picture.at(36, 22, 3) = 1;
-    l[3] = {{"Empty", false}, test::flat_picture(37, 23, 0), {0, 0, 0, 0}, "Empty", u"Empty"};
+    l[3] = {layer("Empty", false), test::flat_picture(37, 23, 0), {0, 0, 0, 0}, "Empty", u"Empty"};
     return l;
 }
 
