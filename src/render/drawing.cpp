@@ -1,6 +1,7 @@
 #include "render/drawing.h"
 
 #include <algorithm>
+#include <bit>
 #include <cmath>
 #include <cstring>
 #include <functional>
@@ -211,6 +212,8 @@ struct CellLine {
 
 constexpr int kChunk = 8;  // pixels at a time; rows of four or fewer take four
 
+// A pixel's four bytes as one word, blue in the low byte.
+static_assert(std::endian::native == std::endian::little, "pixels are assembled as little-endian words");
 std::uint32_t load_pixel(const std::uint8_t* p) {
     std::uint32_t v;
     std::memcpy(&v, p, 4);
