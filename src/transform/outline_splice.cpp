@@ -34,7 +34,10 @@ constexpr double kClearArea = 1e-3;
 void OutlineSet::splice(int piece, std::vector<Crossing>& cr, const std::vector<Vec2>& q, int n,
                         const std::vector<int>& doomed, const std::vector<int>& swallowed, int cycles,
                         PackStats& stats, CutReport& report) {
-    pieces_.reserve(pieces_.size() + std::size_t(cycles) + 1);  // keeps `pc` valid while pieces are added
+    // Room for the pieces this splice may add, so `pc` stays valid; grown geometrically, since a
+    // reserve of just enough would move every piece again at each splice that adds one.
+    const std::size_t room = pieces_.size() + std::size_t(cycles) + 1;
+    if (pieces_.capacity() < room) pieces_.reserve(std::max(room, 2 * pieces_.capacity()));
     Piece& pc = pieces_[std::size_t(piece)];
     const int outer = pc.rings.front();
     const bool outer_involved =
