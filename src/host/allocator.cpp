@@ -12,7 +12,6 @@ void prefer_heap_for_large_work() {
 #if defined(__GLIBC__)
     constexpr int kMib = 1 << 20;
     mallopt(M_MMAP_THRESHOLD, 32 * kMib);  // glibc's largest
-    mallopt(M_TOP_PAD, 256 * kMib);
 #endif
 }
 
