@@ -6,10 +6,8 @@
 
 #include "cli/batch_options.h"
 #include "cli/commands.h"
-#include "host/allocator.h"
 
 int main(int argc, char** argv) {
-    velq::prefer_heap_for_large_work();
     CLI::App app{"velquino " VELQ_VERSION ": turns pictures into decorative shape art"};
     app.set_version_flag("--version", std::string("velquino ") + VELQ_VERSION);
     app.require_subcommand(1);
