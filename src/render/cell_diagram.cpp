@@ -137,7 +137,7 @@ private:
                 const std::size_t row = std::size_t(y) * g.cols;
                 const std::uint32_t q0 = g.start[row + xa], q1 = g.start[row + xb + 1];
                 const std::size_t room = std::max({count[0], count[1], count[2]}) + (q1 - q0);
-                if (room > near_capacity_) grow_near(room);
+                if (room > near_[0].size()) grow_near(room);
                 for (std::uint32_t q = q0; q < q1; ++q) {
                     const CellSite& o = g.at[q];
                     const double ox = o.x - s.x, oy = o.y - s.y, d2 = ox * ox + oy * oy;
@@ -296,11 +296,10 @@ private:
         std::int32_t j;
     };
     std::vector<Near> near_[3];  // by round, grown as needed
-    std::size_t near_capacity_ = 0;
-
+    // The rounds' lists share one size, so a cell writes into them without checks.
     void grow_near(std::size_t n) {
-        near_capacity_ = std::max(2 * near_capacity_, n + 16);
-        for (auto& v : near_) v.resize(near_capacity_);
+        const std::size_t size = std::max(2 * near_[0].size(), n + 16);
+        for (auto& v : near_) v.resize(size);
     }
     double reach2_ = 0;
 };

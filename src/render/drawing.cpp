@@ -290,20 +290,14 @@ bool paint_cells(BandRunner& runner, const CellDiagram& d, std::span<const Place
             const double far = 1.6 * std::max(p.radius, 1e-9), per = 1 / (far * far);
             lines.clear();
             if (reach > 0) {
-                double area = 0;
-                for (std::size_t k = 0; k < poly.size(); ++k) {
-                    const CellPoint& a = poly[k];
-                    const CellPoint& b = poly[k + 1 == poly.size() ? 0 : k + 1];
-                    area += a.x * b.y - b.x * a.y;
-                }
+                // Cells run clockwise on screen, so the inward normal of a -> b is (a.y - b.y, b.x - a.x).
                 for (std::size_t k = 0; k < poly.size(); ++k) {
                     if (across[k] < 0) continue;  // the frame has no lead
                     const CellPoint& a = poly[k];
                     const CellPoint& b = poly[k + 1 == poly.size() ? 0 : k + 1];
                     const double len = std::sqrt((b.x - a.x) * (b.x - a.x) + (b.y - a.y) * (b.y - a.y));
                     if (!(len > 0)) continue;
-                    const double nx = (area > 0 ? a.y - b.y : b.y - a.y) / len,
-                                 ny = (area > 0 ? b.x - a.x : a.x - b.x) / len;
+                    const double nx = (a.y - b.y) / len, ny = (b.x - a.x) / len;
                     lines.push_back({nx, ny, nx * a.x + ny * a.y, std::min(a.y, b.y) - reach,
                                      std::max(a.y, b.y) + reach});
                 }
