@@ -106,25 +106,5 @@ TEST(PictureWriter, ExistingFileIsReplacedWholeOrLeftAlone) {
     }
 }
 
-TEST(PictureWriter, RawWriterMakesEveryPixelOpaque) {
-    const std::string dir = test::temp_dir("writer_raw");
-    const UBUFFER picture =
-        test::make_picture(4, 3, [](int x, int y) { return std::uint32_t(x * 60) << 24 | 0x405060u; });
-    for (const char* name : {"r.png", "r.tif", "r.webp"}) {
-        const std::string path = dir + "/" + name;
-        ASSERT_EQ(write_raw(path, picture), PictureError::None) << name;
-        const PictureRead back = read_picture(path);
-        ASSERT_TRUE(back) << name;
-        EXPECT_EQ(back.dpi, 96) << name;
-        for (int y = 0; y < 3; ++y)
-            for (int x = 0; x < 4; ++x) {
-                EXPECT_EQ(back.picture.at(x, y, 3), 255) << name;
-                EXPECT_TRUE(std::string(name) == "r.webp" || back.picture.at(x, y, 0) == 0x60) << name;
-            }
-    }
-    EXPECT_EQ(write_raw(dir + "/r.unknown", picture), PictureError::UnknownType);
-    EXPECT_FALSE(fs::exists(dir + "/r.unknown"));
-}
-
 }  // namespace
 }  // namespace velq

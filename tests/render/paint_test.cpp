@@ -201,30 +201,24 @@ TEST(PaintPlacements, TilesAndThreadsKeepEveryPixelsOrder) {
     UBUFFER buf = test::noise_picture(300, 260, 9);
     ASSERT_TRUE(paint_circles(host, std::vector<Circle>(list.begin(), list.end()), buf, 10));
     EXPECT_TRUE(same_bytes(buf, ref)) << "circles";
-}
 
-TEST(PaintPlacements, WhiteTintStopFlagAndProgress) {
-    test::RecordingHost host;
-    SHAPE disc(host);
-    std::vector<Placement> list;
-    for (int i = 0; i < 200; ++i)
-        list.push_back(
-            placement(&disc, 4 + (i % 20) * 6, 4 + (i / 20) * 6, 3, ColourRecord{255, 0, 0, 255, 0, true}));
-    UBUFFER buf = test::flat_picture(130, 70, 0xFF000000u);
+    // The white tint paints every shape white, the progress running to its end; a stop paints nothing.
+    UBUFFER white = test::noise_picture(300, 260, 9), white_ref = white.clone();
+    for (Placement p : list) {
+        p.paint = grey(255);
+        test::reference_fill_shape(host, p, white_ref, 10);
+    }
     {
         Progress progress(host, "Rendering shapes");
-        EXPECT_TRUE(paint_placements(host, list, buf, 0, true, &progress, 2));
+        ASSERT_TRUE(paint_placements(host, list, white, 10, true, &progress, 2));
     }
-    EXPECT_EQ(buf.at(4, 4, 1), 255);  // white, not red
+    EXPECT_TRUE(same_bytes(white, white_ref)) << "white";
     const auto percents = host.percents();
     ASSERT_GE(percents.size(), 3u);
-    EXPECT_EQ(percents[percents.size() - 2], 100);
-    EXPECT_EQ(percents.back(), 0);
-
-    UBUFFER untouched = test::flat_picture(130, 70, 0xFF000000u);
+    EXPECT_EQ(std::pair(percents[percents.size() - 2], percents.back()), std::pair(100, 0));
     host.stop = true;
-    EXPECT_FALSE(paint_placements(host, list, untouched, 0, false, nullptr));
-    EXPECT_EQ(untouched.at(4, 4, 2), 0);
+    EXPECT_FALSE(paint_placements(host, list, buf, 10, false, nullptr));
+    EXPECT_TRUE(same_bytes(buf, ref)) << "stopped";
 }
 
 // A frame's shapes painted in bands on kept threads give the bytes of painting them one by one, for
