@@ -83,56 +83,50 @@ TEST(PassageStyles, EachStyleDrawsInsideTheDiscWithItsOwnLook) {
     }
 }
 
-TEST(Passage, CirclesTakeConsecutiveCharacters) {
-    // text, case folding, keep blanks, characters with shapes, the characters of five circles
-    const std::tuple<std::u16string, bool, bool, std::u16string, std::u16string> cases[] = {
-        {u"Ab a", true, false, u"ab", u"abaab"},
-        {u"Ab a", false, true, u"Ab a", u"Ab aA"},
-        {u"\n x\n", false, false, u"x", u"xxxxx"},
-    };
-    for (const auto& [text, fold, keep, chars, walk] : cases) {
-        SCOPED_TRACE(std::string(text.begin(), text.end()));
-        test::RecordingHost host;
-        Layer layer(host, true);
-        PassageChoice choice{text, {"DejaVu Sans"}, PassageStyle::Flat, fold, keep};
-        ASSERT_EQ(set_layer_passage(host, layer, choice), 0);
-        std::u16string made, taken;
-        for (const auto& s : layer.shapes) made += char16_t(s->character);
-        EXPECT_EQ(made, chars);
-        layer.rewind();
-        for (int i = 0; i < 5; ++i, layer.next_shape()) taken += char16_t(layer.current->character);
-        EXPECT_EQ(taken, walk);
-        for (const auto& s : layer.shapes) EXPECT_EQ(opacity_sum(*s) == 0, s->character == u' ');
-    }
-}
-
-TEST(Passage, BadInputLeavesTheLayerAsItWas) {
+// A passage gives the layer one shape per distinct character (blanks only when kept, empty) and the
+// circles its characters in turn; bad input says why and leaves the layer as it was.
+TEST(Passage, CirclesTakeConsecutiveCharactersAndBadInputLeavesTheLayer) {
     std::u16string many;
     for (char16_t c = u'\u0100'; many.size() <= kMaxPassageCharacters; ++c) many += c;
-    // text, face, message (empty: it succeeds)
-    const std::tuple<std::u16string, std::string, std::string> cases[] = {
-        {u"", "DejaVu Sans", "The passage has no characters to draw"},
-        {u" \n\t", "DejaVu Sans", "The passage has no characters to draw"},
-        {u"abc", "No Such Face Anywhere", "Failed to load the font No Such Face Anywhere"},
-        {many, "DejaVu Sans", "The passage has 129 different characters; a layer takes at most 128"},
-        {u"a\u0F40", "DejaVu Sans", ""},  // a character the font lacks is its missing-glyph box
+    struct Case {
+        std::u16string text;
+        std::string message;  // empty: it succeeds
+        std::string face = "DejaVu Sans";
+        bool fold = false, keep = false;
+        std::u16string chars = {}, walk = {};  // the characters with shapes, those of five circles
     };
-    for (const auto& [text, face, message] : cases) {
-        SCOPED_TRACE(face + " " + std::to_string(text.size()));
+    const Case cases[] = {
+        {u"Ab a", "", "DejaVu Sans", true, false, u"ab", u"abaab"},
+        {u"Ab a", "", "DejaVu Sans", false, true, u"Ab a", u"Ab aA"},
+        {u"\n x\n", "", "DejaVu Sans", false, false, u"x", u"xxxxx"},
+        // A character the font lacks is its missing-glyph box.
+        {u"a\u0F40", "", "DejaVu Sans", false, false, u"a\u0F40", u"a\u0F40a\u0F40a"},
+        {u"", "The passage has no characters to draw"},
+        {u" \n\t", "The passage has no characters to draw"},
+        {u"abc", "Failed to load the font No Such Face Anywhere", "No Such Face Anywhere"},
+        {many, "The passage has 129 different characters; a layer takes at most 128"},
+    };
+    for (const Case& c : cases) {
+        SCOPED_TRACE(c.face + " " + std::string(c.text.begin(), c.text.end()));
         test::RecordingHost host;
         Layer layer(host, true);
         const SHAPE* disc = layer.current;
-        const int result = set_layer_passage(host, layer, {text, {face}, PassageStyle::Bevel});
-        EXPECT_EQ(result, message.empty() ? 0 : -1);
-        if (!message.empty()) {
-            EXPECT_EQ(host.messages(), std::vector<std::string>{message});
-            EXPECT_EQ(layer.current, disc);
-            EXPECT_FALSE(layer.passage_mode);
-            EXPECT_TRUE(layer.passage.empty());
-        } else {
-            ASSERT_EQ(layer.shapes.size(), 2u);
-            EXPECT_GT(opacity_sum(*layer.shapes[1]), 0);
+        const int result =
+            set_layer_passage(host, layer, {c.text, {c.face}, PassageStyle::Bevel, c.fold, c.keep});
+        EXPECT_EQ(result, c.message.empty() ? 0 : -1);
+        if (!c.message.empty()) {
+            EXPECT_EQ(host.messages(), std::vector<std::string>{c.message});
+            EXPECT_EQ(std::tuple(layer.current, layer.passage_mode, layer.passage),
+                      std::tuple(disc, false, u""));
+            continue;
         }
+        std::u16string made, taken;
+        for (const auto& s : layer.shapes) made += char16_t(s->character);
+        EXPECT_EQ(made, c.chars);
+        layer.rewind();
+        for (int i = 0; i < 5; ++i, layer.next_shape()) taken += char16_t(layer.current->character);
+        EXPECT_EQ(taken, c.walk);
+        for (const auto& s : layer.shapes) EXPECT_EQ(opacity_sum(*s) == 0, s->character == u' ');
     }
 }
 
