@@ -22,13 +22,11 @@ TEST(Resolution, UnitsConvertToWholeDotsPerInch) {
         {"huge", dpi_from_per_inch(0xFFFFFFFFu, 1), 2147483647},
     };
     for (const Case& c : cases) EXPECT_EQ(c.got, c.expected) << c.what;
-}
-
-TEST(Resolution, StoredPerMetreReadsBackTheSameDpi) {
+    // Pixels per metre are stored as the smallest value that reads back as the same dpi.
     for (int dpi = 1; dpi <= 20000; ++dpi) {
         const std::uint32_t ppm = per_metre_from_dpi(dpi);
         ASSERT_EQ(dpi_from_per_metre(ppm), dpi) << dpi;
-        ASSERT_LT(dpi_from_per_metre(ppm - 1), dpi) << dpi;  // and it is the smallest such value
+        ASSERT_LT(dpi_from_per_metre(ppm - 1), dpi) << dpi;
     }
 }
 

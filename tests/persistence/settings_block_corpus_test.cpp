@@ -34,9 +34,9 @@ TEST(SettingsBlockCorpus, SeedBlocksStillReadAsWritten) {
     EXPECT_EQ(block.settings.source_path, "/tmp/picture.png");
     EXPECT_TRUE(block.layers[0].record.first_shape_only);
     // Blocks written before the background, brightness and logo were kept read as their defaults.
-    EXPECT_EQ(block.settings.background, 0u);
-    EXPECT_EQ(block.settings.global_brightness, 0);
-    EXPECT_EQ(block.settings.logo_kind, LogoKind::None);
+    EXPECT_EQ(
+        std::tuple(block.settings.background, block.settings.global_brightness, block.settings.logo_kind),
+        std::tuple(0u, 0, LogoKind::None));
 }
 
 TEST(SettingsBlockCorpus, EverySeedAndKeptInputDecodesWithoutHarm) {
