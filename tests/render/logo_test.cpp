@@ -58,32 +58,24 @@ TEST(Logo, SizeAndPlacementAndTransparency) {
     }
 }
 
+// A text logo is drawn white and cropped to its drawn pixels: some lie on every edge, and with the
+// letters spaced so that none overlaps another (tall ones and accents among them), the logo's coverage
+// is the sum of the glyphs' own.
 TEST(Logo, TextIsDrawnWhiteAndCropped) {
     test::RecordingHost host;
     UBUFFER logo;
-    ASSERT_EQ(draw_text_logo(host, "Velq", "Courier New", logo), 0)
+    ASSERT_EQ(draw_text_logo(host, "h l A t \xC3\x85 g", "Courier New", logo), 0)
         << (host.messages().empty() ? "" : host.messages()[0]);
-    ASSERT_TRUE(logo);
-    // Four monospaced letters are wider than high; cropping leaves drawn pixels on every edge, and
-    // what is drawn is white.
-    EXPECT_GT(logo.width(), logo.height());
-    int left = 0, right = 0, top = 0, bottom = 0, opaque = 0;
+    int left = 0, right = 0, top = 0, bottom = 0;
+    long drawn = 0, want = 0;
     for (int y = 0; y < logo.height(); ++y)
         for (int x = 0; x < logo.width(); ++x) {
+            drawn += logo.at(x, y, 3);
             if (!logo.at(x, y, 3)) continue;
             left += x == 0, right += x == logo.width() - 1, top += y == 0, bottom += y == logo.height() - 1;
-            opaque += logo.at(x, y, 3) == 255;
             EXPECT_TRUE(logo.at(x, y, 3) < 255 || logo.at(x, y, 0) == 255);
         }
     EXPECT_TRUE(left && right && top && bottom);
-    EXPECT_GT(opaque, 100);
-
-    // Every pixel the glyphs draw is in the logo, tall letters and accents included: with the letters
-    // spaced so that none overlaps another, the logo's coverage is the sum of the glyphs' own.
-    ASSERT_EQ(draw_text_logo(host, "h l A t \xC3\x85 g", "Courier New", logo), 0);
-    long drawn = 0, want = 0;
-    for (int y = 0; y < logo.height(); ++y)
-        for (int x = 0; x < logo.width(); ++x) drawn += logo.at(x, y, 3);
     FT_Library lib = nullptr;
     FT_Face face = nullptr;
     ASSERT_EQ(FT_Init_FreeType(&lib), 0);

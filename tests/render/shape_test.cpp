@@ -126,9 +126,8 @@ TEST(LoadShapes, StopsAtTheFirstUnreadableFile) {
     ASSERT_EQ(layer.shapes.size(), 2u);
     EXPECT_EQ(layer.shapes[1]->name, paths[1]);
     EXPECT_EQ(layer.shapes[1]->shade_plane.at(512, 512), 20);  // 40 at brightness 50
-    EXPECT_EQ(layer.current, layer.shapes[0].get());
-    EXPECT_FALSE(layer.first_shape_only);
-    EXPECT_FALSE(layer.passage_mode);
+    EXPECT_EQ(std::tuple(layer.current, layer.first_shape_only, layer.passage_mode),
+              std::tuple(layer.shapes[0].get(), false, false));
     EXPECT_TRUE(host.said("Failed to read shape in " + paths[2]));
     EXPECT_EQ(host.titles().at(2), "Velquinograph (Loading shapes..." + paths[2] + ")");
     EXPECT_EQ(host.percents(), (std::vector<int>{0, 20, 40, 0}));
