@@ -47,26 +47,20 @@ cv::Mat reference_bgra(const cv::Mat& in) {
 
 TEST(PictureReader, ConversionMatchesThePlainReferenceOnEveryLayout) {
     std::mt19937 gen(7);
-    const int depths[] = {CV_8U, CV_16U, CV_32F};
-    for (int depth : depths)
+    for (const int depth : {CV_8U, CV_16U, CV_32F})
         for (int channels = 1; channels <= 4; ++channels) {
             cv::Mat m(13, 17, CV_MAKETYPE(depth, channels));
-            if (depth == CV_32F) {
-                cv::randu(m, cv::Scalar::all(0), cv::Scalar::all(70000));
-            } else {
-                cv::randu(m, cv::Scalar::all(0), cv::Scalar::all(depth == CV_8U ? 256 : 65536));
-            }
+            const double top = depth == CV_8U ? 256 : depth == CV_16U ? 65536 : 70000;
+            cv::randu(m, cv::Scalar::all(0), cv::Scalar::all(top));
             // Some alphas right at the threshold, whatever the depth.
-            if (channels == 2 || channels == 4) {
-                const double scale = depth == CV_8U ? 1 : 255;
+            if (channels % 2 == 0) {
+                std::vector<cv::Mat> planes;
+                cv::split(m, planes);
                 for (int i = 0; i < 20; ++i) {
-                    const int x = int(gen() % 17), y = int(gen() % 13);
-                    const double a = (9 + int(gen() % 2)) * scale;
-                    if (depth == CV_8U) m.ptr<std::uint8_t>(y)[x * channels + channels - 1] = std::uint8_t(a);
-                    if (depth == CV_16U)
-                        m.ptr<std::uint16_t>(y)[x * channels + channels - 1] = std::uint16_t(a);
-                    if (depth == CV_32F) m.ptr<float>(y)[x * channels + channels - 1] = float(a);
+                    const int x = int(gen() % 17), y = int(gen() % 13), a = 9 + int(gen() % 2);
+                    planes.back()(cv::Rect(x, y, 1, 1)).setTo(a * (depth == CV_8U ? 1 : 255));
                 }
+                cv::merge(planes, m);
             }
             UBUFFER out;
             ASSERT_EQ(bgra_from_decoded(m, out), ConvertResult::Ok) << depth << " " << channels;
@@ -97,7 +91,6 @@ TEST(PictureReader, BadInputFailsCleanly) {
         "\x69\x66\x00\x00\x4d\x4d\x00\x2a\x00\x00\x00\x08\x00\x02\x01\x1a\x00\x05\xfe\x00\x00\x00\x00\xff"
         "\xd8\xff\xd8\x00\x00\xb0\x00\x00\x44\x49\x43\x4d\x00\x57"sv;
     const std::vector<std::uint8_t> webp_dicom(trap.begin(), trap.end());
-    ASSERT_EQ(webp_dicom.size(), 134u);
 
     struct Case {
         const char* name;
