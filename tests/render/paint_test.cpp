@@ -169,9 +169,8 @@ TEST(FillShape, PinnedCentreBytes) {
         UBUFFER buf = test::flat_picture(16, 16, 0xFF000000u | k.old_value * 0x010101u);
         buf.at(8, 8, 3) = 7;
         EXPECT_EQ(fill_shape(host, p, buf, k.global), 0);
-        EXPECT_EQ(buf.at(8, 8, 1), k.centre);
-        EXPECT_EQ(buf.at(0, 0, 1), k.old_value);
-        EXPECT_EQ(buf.at(8, 8, 3), k.radius < 1 ? 7 : 255);
+        EXPECT_EQ(std::tuple(int(buf.at(8, 8, 1)), int(buf.at(0, 0, 1)), int(buf.at(8, 8, 3))),
+                  std::tuple(k.centre, k.old_value, k.radius < 1 ? 7 : 255));
     }
 }
 

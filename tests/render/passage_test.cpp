@@ -3,6 +3,8 @@
 #include <numeric>
 #include <tuple>
 
+#include <opencv2/imgproc.hpp>
+
 #include "render/passage_shapes.h"
 #include "support/recording_host.h"
 
@@ -61,24 +63,18 @@ TEST(PassageStyles, EachStyleDrawsInsideTheDiscWithItsOwnLook) {
             EXPECT_GT(rim_shade(o, 0, 0), rim_shade(o, kSide - 1, kSide - 1) + 80);
         }
         // Outline draws a ring: nothing deep inside a full stop, something on its edge.
-        const int dot_centre = dot.mask_plane.at(kCentre, kCentre);
-        EXPECT_EQ(dot_centre == 0, style == PassageStyle::Outline);
+        EXPECT_EQ(dot.mask_plane.at(kCentre, kCentre) == 0, style == PassageStyle::Outline);
         // All characters share one scale: a full stop stays far smaller than a capital.
         EXPECT_LT(opacity_sum(dot) * 5, opacity_sum(o));
         if (style == PassageStyle::Shadow) {
             // The dark part lies down and to the right of the letter.
-            double lx = 0, ly = 0, ln = 0, dx = 0, dy = 0, dn = 0;
-            for (int y = 0; y < kSide; ++y)
-                for (int x = 0; x < kSide; ++x) {
-                    if (o.mask_plane.at(x, y) == 0) continue;
-                    const bool dark = o.shade_plane.at(x, y) < 128;
-                    (dark ? dx : lx) += x;
-                    (dark ? dy : ly) += y;
-                    ++(dark ? dn : ln);
-                }
-            ASSERT_GT(dn, 0);
-            EXPECT_GT(dx / dn, lx / ln + 10);
-            EXPECT_GT(dy / dn, ly / ln + 10);
+            const cv::Mat mask(kSide, kSide, CV_8U, const_cast<std::uint8_t*>(o.mask_plane.data()));
+            const cv::Mat shade(kSide, kSide, CV_8U, const_cast<std::uint8_t*>(o.shade_plane.data()));
+            const cv::Moments dark = cv::moments((shade < 128) & mask, true);
+            const cv::Moments light = cv::moments((shade >= 128) & mask, true);
+            ASSERT_GT(dark.m00, 0);
+            EXPECT_GT(dark.m10 / dark.m00, light.m10 / light.m00 + 10);
+            EXPECT_GT(dark.m01 / dark.m00, light.m01 / light.m00 + 10);
         }
     }
 }
