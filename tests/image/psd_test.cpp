@@ -1,6 +1,7 @@
 #include <gtest/gtest.h>
 
 #include <cstdio>
+#include <cstring>
 #include <filesystem>
 #include <random>
 #include <string>
@@ -112,14 +113,15 @@ struct TestLayer {
     std::u16string full_name;
 };
 
-// Background; a patch with soft alpha and holes; a hidden layer with a name beyond Latin-1; an
-// empty layer.
 // Built out of line: GCC 12 warns of the name's buffer when the aggregate is a temporary here.
 PsdLayer layer(const char* name, bool hidden) {
     return {name, hidden};
 }
 
-std::vector<TestLayer> test_layers() {
+TEST(PsdWriter, SectionsRecordsNamesFlagsAndPixelsReadBackAndCutFilesAreRefused) {
+    const std::string path = test::temp_dir("psd") + "/layers.psd";
+    // Background; a patch with soft alpha and holes; a hidden layer with a name beyond Latin-1; an
+    // empty layer.
     std::vector<TestLayer> l(4);
     l[0] = {layer("Background", false),
             test::flat_picture(37, 23, 0xFF102030u),
@@ -144,29 +146,15 @@ std::vector<TestLayer> test_layers() {
     l[2].picture.at(0, 0, 3) = 1;  // any alpha but 0 counts as painted
     l[2].picture.at(36, 22, 3) = 1;
     l[3] = {layer("Empty", false), test::flat_picture(37, 23, 0), {0, 0, 0, 0}, "Empty", u"Empty"};
-    return l;
-}
-
-std::string write_test_file(const std::string& path, const std::vector<TestLayer>& l, const UBUFFER& merged) {
     std::vector<PsdLayer> layers;
     for (const auto& t : l) layers.push_back(t.layer);
-    PsdResult result{};
-    const bool ok = replace_file_with(path, [&](std::FILE* f) {
-        result = write_psd(f, merged, 300, layers, [&](int i, UBUFFER& p) {
-            std::copy(l[std::size_t(i)].picture.data(), l[std::size_t(i)].picture.data() + p.size(),
-                      p.data());
-            return true;
-        });
-        return result == PsdResult::Written;
-    });
-    return ok ? "" : "not written";
-}
-
-TEST(PsdWriter, SectionsRecordsNamesFlagsAndPixelsReadBackAndCutFilesAreRefused) {
-    const std::string path = test::temp_dir("psd") + "/layers.psd";
-    const auto l = test_layers();
     const UBUFFER merged = test::noise_picture(37, 23, 9);
-    ASSERT_EQ(write_test_file(path, l, merged), "");
+    ASSERT_TRUE(replace_file_with(path, [&](std::FILE* file) {
+        return write_psd(file, merged, 300, layers, [&](int i, UBUFFER& p) {
+                   std::memcpy(p.data(), l[std::size_t(i)].picture.data(), p.size());
+                   return true;
+               }) == PsdResult::Written;
+    }));
     const Bytes f = test::file_content(path);
     // The header (4 channels, 23 rows of 37, 8 bits, RGB), no colour mode data, and one resource: 300
     // pixels per inch (16.16) across and down.
