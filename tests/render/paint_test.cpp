@@ -99,49 +99,43 @@ TEST(FillShape, MatchesTheDirectFormula) {
             ASSERT_TRUE(same_bytes(fast, slow)) << "G " << g << " placement " << i << " r " << p.radius;
         }
     }
-    // Chosen placements: large sides enlarging and shrinking, a left edge inside the first column so
-    // that two stencil columns land on column 0, and left edges a hair below a whole number.
-    std::vector<Placement> chosen;
+    // Chosen placements, each with its global brightness: large sides enlarging and shrinking, a left
+    // edge inside the first column so that two stencil columns land on column 0, left edges a hair
+    // below a whole number; and every shade and opacity pair at the one side (1024) where the stencil
+    // is the shape itself, for tints and settings that reach the exact path's corners.
+    std::vector<std::pair<Placement, int>> chosen;
     for (const double r : {511.6, 512.0, 515.3})
-        chosen.push_back(placement(shapes[2].get(), 300, 350, r, ColourRecord{200, 30, 90, 255, 0, true}));
-    chosen.push_back(placement(shapes[0].get(), 9.5, 10, 10, grey(255), 128));
+        chosen.emplace_back(placement(shapes[2].get(), 300, 350, r, ColourRecord{200, 30, 90, 255, 0, true}),
+                            0);
+    chosen.emplace_back(placement(shapes[0].get(), 9.5, 10, 10, grey(255), 128), 0);
     for (const double left : {std::nextafter(3.0, 0.0), std::nextafter(7.0, 0.0), 5.0, 2.5})
-        chosen.push_back(
-            placement(shapes[0].get(), left + 9.3, std::nextafter(12.0, 0.0), 9.3, grey(255), 128));
-    for (const Placement& p : chosen) {
-        SCOPED_TRACE(testing::Message() << "r " << p.radius << " at " << p.x << "," << p.y);
-        UBUFFER fast = test::noise_picture(700, 700, 5), slow = fast.clone();
-        fill_shape(host, p, fast, 0);
-        test::reference_fill_shape(host, p, slow, 0);
-        EXPECT_TRUE(same_bytes(fast, slow));
-    }
-    EXPECT_TRUE(host.messages().empty());
-}
-
-// Every shade and opacity pair over every old value, at the one side (1024) where the stencil is
-// the shape itself, for tints and settings that reach the exact path's corners.
-TEST(FillShape, EveryShadeAndOpacityPairMatchesTheFormula) {
-    test::RecordingHost host;
-    auto shape = test::make_shape(host, [](int x, int y) { return std::pair{x & 255, y & 255}; });
+        chosen.emplace_back(
+            placement(shapes[0].get(), left + 9.3, std::nextafter(12.0, 0.0), 9.3, grey(255), 128), 0);
+    auto pairs = test::make_shape(host, [](int x, int y) { return std::pair{x & 255, y & 255}; });
     // tint level, transparency, global, brightness
-    const std::tuple<int, int, int, double> cases[] = {
+    const std::tuple<int, int, int, double> tints[] = {
         {0, 204, 0, 100},      {255, 255, 0, 100},  {255, 128, 0, 100},
         {17, 77, -30, 100},    {200, 1, 50, 100},   {128, 255, 512, 100},
         {254, 230, -512, 100}, {99, 255, 600, 100}, {31, 128, 0, 73.5}};
-    for (const auto& [level, transparency, global, brightness] : cases) {
-        SCOPED_TRACE(testing::Message() << "tint " << level << " T " << transparency << " G " << global);
+    for (const auto& [level, transparency, global, brightness] : tints) {
         const ColourRecord tint{double(level), double(255 - level), double(level / 2), 255, 0, true};
-        const Placement p = placement(shape.get(), 511.75, 511.75, 511.75, tint, transparency, brightness);
-        // The old value runs through all 256 across each 256 x 256 tile, differently per tile.
-        UBUFFER fast = test::make_picture(1024, 1024, [](int x, int y) {
-            const std::uint32_t o = std::uint32_t(x * 7 + (y >> 8) * 61 + (x >> 8) * 13) & 255;
-            return 0xFF000000u | o << 16 | (255 - o) << 8 | ((o * 3) & 255);
-        });
-        UBUFFER slow = fast.clone();
-        fill_shape(host, p, fast, global);
-        test::reference_fill_shape(host, p, slow, global);
+        chosen.emplace_back(placement(pairs.get(), 511.75, 511.75, 511.75, tint, transparency, brightness),
+                            global);
+    }
+    // The old value runs through all 256 across each 256 x 256 tile, differently per tile.
+    const UBUFFER tiles = test::make_picture(1024, 1024, [](int x, int y) {
+        const std::uint32_t o = std::uint32_t(x * 7 + (y >> 8) * 61 + (x >> 8) * 13) & 255;
+        return 0xFF000000u | o << 16 | (255 - o) << 8 | ((o * 3) & 255);
+    });
+    for (const auto& [p, g] : chosen) {
+        SCOPED_TRACE(testing::Message() << "r " << p.radius << " at " << p.x << "," << p.y << " G " << g
+                                        << " T " << p.transparency << " tint " << p.paint.c0);
+        UBUFFER fast = tiles.clone(), slow = tiles.clone();
+        fill_shape(host, p, fast, g);
+        test::reference_fill_shape(host, p, slow, g);
         EXPECT_TRUE(same_bytes(fast, slow));
     }
+    EXPECT_TRUE(host.messages().empty());
 }
 
 // Pinned bytes: where the formula's value is a whole number its doubles may fall just short of it,
