@@ -142,21 +142,16 @@ TEST(Drawing, SameBytesWhateverTheThreadCount) {
     for (DrawingKind kind : {DrawingKind::PebbleCells, DrawingKind::CrystalCells, DrawingKind::WebSpikes,
                              DrawingKind::BurstSpikes}) {
         SCOPED_TRACE(int(kind));
-        Drawing drawing;
-        drawing.kind = kind;
-        drawing.lead = 2;
-        drawing.lead_colour = 0x204060;
-        UBUFFER first;
-        for (int threads : {1, 2, 3}) {
+        const Drawing drawing{kind, 1, 1.0, 7, 2, 0x204060};
+        const auto draw = [&](int threads) {
             UBUFFER out;
-            ASSERT_TRUE(out.allocate(int(kW), int(kH), 4));
-            ASSERT_TRUE(paint_drawing(host, drawing, placements, picture, 5, out, nullptr, threads));
-            if (!first) {
-                first = std::move(out);
-                continue;
-            }
-            EXPECT_EQ(std::memcmp(first.data(), out.data(), out.size()), 0) << threads << " threads";
-        }
+            EXPECT_TRUE(out.allocate(int(kW), int(kH), 4));
+            EXPECT_TRUE(paint_drawing(host, drawing, placements, picture, 5, out, nullptr, threads));
+            return out;
+        };
+        const UBUFFER first = draw(1);
+        for (int threads : {2, 3})
+            EXPECT_TRUE(test::same_bytes(draw(threads), first)) << threads << " threads";
         // Something was drawn in the placements' colours.
         const std::uint8_t* p = &first.at(int(placements[5].x), int(placements[5].y));
         EXPECT_NE(p[0] + p[1] + p[2], 0);

@@ -236,22 +236,21 @@ TEST(Palettes, ToHslScalesHueSaturationLightness) {
     }
 }
 
+// "Bright" shows hue across and saturation down: row 0 mid grey, column 0 red at full saturation, a
+// third of the way round green. "Neon Cyber" shows its five keys, one step per column: 00FFAA first,
+// the second key at a quarter all the way down, 49/50 of the way from 005B80 to 001F3D last.
 TEST(Palettes, PreviewPictures) {
     const auto p = make_palettes();
-    const UBUFFER bright = palette_preview(p[0]);
-    ASSERT_EQ(bright.width(), 200);
-    // Row 0 has no saturation: mid grey across. Column 0 at full saturation is red (hue 0).
-    EXPECT_EQ(bright.at(150, 0, 2), 128);
-    EXPECT_EQ(bright.at(0, 199, 2), 254);
+    const UBUFFER bright = palette_preview(p[0]), neon = palette_preview(p[7]);
+    ASSERT_EQ(std::pair(bright.width(), neon.height()), std::pair(200, 200));
+    // picture, x, y, channel, value
+    const std::tuple<const UBUFFER*, int, int, int, int> cases[] = {
+        {&bright, 150, 0, 2, 128}, {&bright, 0, 199, 2, 254}, {&neon, 0, 10, 0, 170},
+        {&neon, 50, 10, 1, 0xB3},  {&neon, 50, 199, 0, 0xA1}, {&neon, 199, 0, 0, 62}};
+    for (const auto& [picture, x, y, ch, value] : cases)
+        EXPECT_EQ(picture->at(x, y, ch), value) << x << "," << y;
     EXPECT_LT(bright.at(0, 199, 1), 3);
-    // Hue a third of the way round is green.
     EXPECT_GT(bright.at(67, 199, 1), 250);
-
-    const UBUFFER neon = palette_preview(p[7]);  // five keys: one step per column
-    EXPECT_EQ(neon.at(0, 10, 0), 170);           // 00FFAA
-    EXPECT_EQ(neon.at(50, 10, 1), 0xB3);         // the second key at a quarter
-    EXPECT_EQ(neon.at(50, 199, 0), 0xA1);
-    EXPECT_EQ(neon.at(199, 0, 0), 62);  // 49/50 of the way from 005B80 to 001F3D
 }
 
 }  // namespace
