@@ -83,11 +83,6 @@ struct Reader {
         at += n;
         return s;
     }
-    // One channel: compression 1, row lengths, rows; or compression 0 with no pixels.
-    Bytes channel(std::size_t rows, std::size_t width) {
-        EXPECT_EQ(u(2), rows == 0 ? 0u : 1u);
-        return rows == 0 ? Bytes() : packed_rows(rows, width);
-    }
     // The lengths of `rows` PackBits rows of `width` bytes, then the rows, unpacked one after another.
     Bytes packed_rows(std::size_t rows, std::size_t width) {
         std::vector<std::uint32_t> lengths(rows);
@@ -202,7 +197,9 @@ TEST(PsdWriter, SectionsRecordsNamesFlagsAndPixelsReadBackAndCutFilesAreRefused)
         const std::size_t rows = std::size_t(b[2] - b[0]), width = std::size_t(b[3] - b[1]);
         for (int c = 0; c < 4; ++c) {
             const std::size_t start = r.at;
-            const Bytes pixels = r.channel(rows, width);
+            // Compression 1, row lengths, rows; or compression 0 with no pixels.
+            EXPECT_EQ(r.u(2), rows == 0 ? 0u : 1u);
+            const Bytes pixels = rows == 0 ? Bytes() : r.packed_rows(rows, width);
             EXPECT_EQ(r.at - start, lengths[i][std::size_t(c)]) << i << " " << c;
             const int byte = c == 0 ? 3 : 3 - c;  // alpha, then red, green, blue of a BGRA pixel
             for (std::size_t y = 0; y < rows; ++y)
