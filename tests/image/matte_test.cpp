@@ -58,10 +58,9 @@ TEST(Matte, LayerFromBlackAndWhiteGivesTheDrawingOnAnyPicture) {
             }
         }
     }
-    UBUFFER other;
-    other.allocate(kW + 1, kH, 4);
     UBUFFER out;
-    EXPECT_FALSE(matte_from_black_and_white(other, flat(0), out));
+    EXPECT_FALSE(matte_from_black_and_white(test::flat_picture(kW + 1, kH, 0), flat(0), out))
+        << "sizes differ";
 }
 
 }  // namespace
