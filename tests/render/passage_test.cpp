@@ -92,7 +92,7 @@ TEST(Passage, CirclesTakeConsecutiveCharactersAndBadInputLeavesTheLayer) {
         std::u16string chars = {}, walk = {};  // the characters with shapes, those of five circles
     };
     const Case cases[] = {
-        {u"Ab a", "", "DejaVu Sans", true, false, u"ab", u"abaab"},
+        {u"bA a", "", "DejaVu Sans", true, false, u"ba", u"baaba"},
         {u"Ab a", "", "DejaVu Sans", false, true, u"Ab a", u"Ab aA"},
         {u"\n x\n", "", "DejaVu Sans", false, false, u"x", u"xxxxx"},
         // A character the font lacks is its missing-glyph box.
