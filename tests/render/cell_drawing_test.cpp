@@ -166,10 +166,7 @@ TEST(Drawing, LeadLinesCoverSharedEdgesOnly) {
     for (Placement& p : placements) p.y = 16, p.radius = 8, p.paint = {200, 150, 100, 255, 0, true};
     test::RecordingHost host;
     auto draw = [&](int lead) {
-        Drawing drawing;
-        drawing.kind = DrawingKind::PebbleCells;
-        drawing.lead = lead;
-        drawing.lead_colour = 0x000000;
+        const Drawing drawing{DrawingKind::PebbleCells, 1, 1.0, 7, lead, 0x000000};
         UBUFFER out;
         EXPECT_TRUE(out.allocate(64, 32, 4));
         EXPECT_TRUE(paint_drawing(host, drawing, placements, UBUFFER{}, 0, out, nullptr, 1));
