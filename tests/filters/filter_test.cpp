@@ -4,7 +4,6 @@
 #include <tuple>
 #include <vector>
 
-#include "filters/channel_rotation.h"
 #include "filters/cut_line.h"
 #include "filters/filter.h"
 #include "filters/matrix.h"
@@ -28,11 +27,12 @@ int down(int v) {
     return std::max(v - 60, 0);
 }
 
-// Colours whose rotations all differ; alpha varies so that any change to it shows.
+// Colours whose rotations all differ and that reach both caps of the sixty-step shift; alpha varies so
+// that any change to it shows.
 UBUFFER ramp(int w, int h) {
     return test::make_picture(w, h, [](int x, int y) {
-        return std::uint32_t(17 * x + y) << 24 | std::uint32_t(150 + x) << 16 | std::uint32_t(90 + y) << 8 |
-               std::uint32_t(20 + x + y);
+        return std::uint32_t(17 * x + y) << 24 | std::uint32_t(150 + 23 * x + 11 * y) % 256 << 16 |
+               std::uint32_t(90 + x + 37 * y) % 256 << 8 | std::uint32_t(20 + 29 * x + 7 * y) % 256;
     });
 }
 
@@ -149,32 +149,6 @@ TEST(Filter, DispatchTitlesAndRefusals) {
         EXPECT_EQ(host.titles(), titles);
         EXPECT_EQ(host.messages(), c.refusal ? Lines{c.refusal} : Lines{});
         EXPECT_EQ(filter_available(c.kind), !c.refusal);
-    }
-}
-
-using Rotation = void (*)(std::uint8_t*, int, int);
-
-TEST(ChannelRotation, MovesChannelsAndShiftsTheWrappedOneBySixty) {
-    struct Case {
-        const char* name;
-        Rotation fn;
-        std::uint8_t in[4];
-        std::uint8_t out[4];
-    } cases[] = {
-        {"up caps 200 at 255", rotate_up, {200, 1, 2, 0}, {1, 2, 255, 0}},
-        {"down 59 becomes 0", rotate_down, {59, 1, 2, 3}, {1, 2, 0, 3}},
-        {"down 61 becomes 1", rotate_down, {61, 1, 2, 3}, {1, 2, 1, 3}},
-        {"matrix up caps 200", matrix_rotate_up, {200, 20, 30, 40}, {30, 255, 20, 40}},
-        {"matrix down 59", matrix_rotate_down, {59, 20, 30, 40}, {30, 0, 20, 40}},
-        {"matrix down 61", matrix_rotate_down, {61, 20, 30, 40}, {30, 1, 20, 40}},
-    };
-    for (const Case& c : cases) {
-        // The pixel sits between two others that the range leaves alone.
-        std::vector<std::uint8_t> row = {1, 2, 3, 4, c.in[0], c.in[1], c.in[2], c.in[3], 5, 6, 7, 8};
-        c.fn(row.data(), 1, 2);
-        const std::vector<std::uint8_t> want = {1,        2,        3, 4, c.out[0], c.out[1],
-                                                c.out[2], c.out[3], 5, 6, 7,        8};
-        EXPECT_EQ(row, want) << c.name;
     }
 }
 
