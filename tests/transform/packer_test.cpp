@@ -398,26 +398,13 @@ TEST(OutlineCut, AgreesWithBoostDifference) {
         small.allocate(24, 18, 4);
         get_resized(host, working, small);
         const IBUFFER map = get_brush_size(host, small, 20, 4, 0);
-        pack::CornerRules rules;
-        rules.min_radius = 1.1;
-        rules.max_radius = 6;
-        rules.gap = 1;
-        rules.map = &map;
-        rules.map_sx = 24.0 / w;
-        rules.map_sy = 18.0 / h;
-        PackRegion frame;
-        frame.outer = {{0, 0}, {double(w), 0}, {double(w), double(h)}, {0, double(h)}};
-        check_cuts(frame, rules, 150, test::kind_name(kind));
+        check_cuts(frame(w, h), {1.1, 6, 1, &map, 24.0 / w, 18.0 / h}, 150, test::kind_name(kind));
     }
     PackRegion holes;
     holes.outer = {{0, 0}, {50, 3}, {55, 40}, {4, 36}};
     holes.holes.push_back({{10, 10}, {20, 12}, {18, 22}});
     holes.holes.push_back({{30, 20}, {40, 20}, {40, 30}, {30, 30}});
-    pack::CornerRules rules;
-    rules.min_radius = 0.8;
-    rules.max_radius = 4;
-    rules.gap = 0;
-    check_cuts(holes, rules, 200, "holes");
+    check_cuts(holes, {0.8, 4, 0}, 200, "holes");
 }
 
 }  // namespace
