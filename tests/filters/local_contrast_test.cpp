@@ -36,19 +36,13 @@ UBUFFER plain_local_contrast(const UBUFFER& in, double k, ContrastDirection dir)
 }
 
 TEST(LocalContrast, MatchesDirectBoxSumsByteForByte) {
-    // w, h, k, dir
+    using enum ContrastDirection;
+    // w, h, k, dir; narrower than 10 pixels the box has no width, one row high it has no height:
+    // unchanged.
     const std::tuple<int, int, double, ContrastDirection> cases[] = {
-        {10, 10, 3.0, ContrastDirection::Up},
-        {23, 17, 3.0, ContrastDirection::TowardsMean},
-        {64, 40, 1.5, ContrastDirection::Up},
-        {41, 90, 0.4, ContrastDirection::TowardsMean},
-        {200, 150, 3.0, ContrastDirection::Up},
-        {120, 300, 3.0, ContrastDirection::TowardsMean},
-        // Narrower than 10 pixels the box has no width; one row high it has no height: unchanged.
-        {9, 30, 3.0, ContrastDirection::Up},
-        {1, 5, 3.0, ContrastDirection::Up},
-        {37, 1, 3.0, ContrastDirection::Up},
-    };
+        {10, 10, 3.0, Up},   {23, 17, 3.0, TowardsMean},   {64, 40, 1.5, Up}, {41, 90, 0.4, TowardsMean},
+        {200, 150, 3.0, Up}, {120, 300, 3.0, TowardsMean}, {9, 30, 3.0, Up},  {1, 5, 3.0, Up},
+        {37, 1, 3.0, Up}};
     std::uint32_t seed = 1;
     for (const auto& [w, h, k, dir] : cases) {
         // Noise with any alpha, and a smooth picture, whose means are far from the extremes.

@@ -52,8 +52,9 @@ TEST(LowPriorityThread, RunsEachCallOnItsThreadAtALowerPriority) {
 }
 
 // Every task of every run is called exactly once, and run returns only after all of them, whatever
-// the pool's size and the number of tasks, over many runs of one pool (as the frames of a video).
-TEST(WorkerPool, EveryTaskRunsOnceBeforeRunReturns) {
+// the pool's size and the number of tasks, over many runs of one pool (as the frames of a video). The
+// tasks really run side by side: two tasks that each wait for the other finish on a pool of two.
+TEST(WorkerPool, EveryTaskRunsOnceBeforeRunReturnsAndTasksRunSideBySide) {
     for (const int threads : {1, 2, 4}) {
         WorkerPool pool(threads);
         for (int round = 0; round < 200; ++round) {
@@ -67,10 +68,6 @@ TEST(WorkerPool, EveryTaskRunsOnceBeforeRunReturns) {
                 ASSERT_EQ(calls[std::size_t(k)].load(), k < tasks) << threads << "/" << tasks;
         }
     }
-}
-
-// The tasks really run side by side: two tasks that each wait for the other finish on a pool of two.
-TEST(WorkerPool, TasksOfOneRunRunAtTheSameTime) {
     WorkerPool pool(2);
     std::atomic<int> arrived{0}, met{0};
     pool.run(2, [&](int) {

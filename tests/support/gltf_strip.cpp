@@ -20,9 +20,7 @@ std::vector<std::uint8_t> strip_buffer() {
          ...);
     };
     put(0.f, 0.f, 0.f, 0.f, 1.f, 0.f, 1.f, 0.f, 0.f, 1.f, 1.f, 0.f, 2.f, 0.f, 0.f, 2.f, 1.f, 0.f);
-    put(std::uint16_t(0), std::uint16_t(2), std::uint16_t(1), std::uint16_t(1), std::uint16_t(2),
-        std::uint16_t(3), std::uint16_t(2), std::uint16_t(4), std::uint16_t(3), std::uint16_t(3),
-        std::uint16_t(4), std::uint16_t(5));
+    for (const std::uint16_t index : {0, 2, 1, 1, 2, 3, 2, 4, 3, 3, 4, 5}) put(index);
     for (int v = 0; v < 6; ++v)
         put(std::uint8_t(v >= 4), std::uint8_t(v < 4), std::uint8_t(0), std::uint8_t(0));
     for (int v = 0; v < 6; ++v) put(v / 2 == 1 ? 0.5f : 1.f, v / 2 == 1 ? 0.5f : 0.f, 0.f, 0.f);

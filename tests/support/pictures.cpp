@@ -13,10 +13,7 @@ UBUFFER make_picture(int w, int h, const std::function<std::uint32_t(int, int)>&
     for (int y = 0; y < h; ++y)
         for (int x = 0; x < w; ++x) {
             const std::uint32_t v = fn(x, y);
-            b.at(x, y, 0) = std::uint8_t(v);
-            b.at(x, y, 1) = std::uint8_t(v >> 8);
-            b.at(x, y, 2) = std::uint8_t(v >> 16);
-            b.at(x, y, 3) = std::uint8_t(v >> 24);
+            for (int c = 0; c < 4; ++c) b.at(x, y, c) = std::uint8_t(v >> (8 * c));
         }
     return b;
 }

@@ -42,7 +42,8 @@ TEST(BrushSize, EqualsTheRingScanOnGeneratedPictures) {
 }
 
 // Bands of 16 rows (the smallest), so rings cross many band borders and threads share the work; and
-// dots right next to every pixel or sparse, which the rings inside minpx never see.
+// dots right next to every pixel or sparse, which the rings inside minpx never see. A stopped run
+// gives a map with nothing measured, and closes its stage's title.
 TEST(BrushSize, BandBordersAndInnerSquaresChangeNothing) {
     test::RecordingHost host;
     for (test::PictureKind kind :
@@ -63,14 +64,9 @@ TEST(BrushSize, BandBordersAndInnerSquaresChangeNothing) {
         EXPECT_EQ(cells(get_brush_size(host, sparse, 10, 34, minpx)), cells(ring_scan(sparse, 10, 34, minpx)))
             << minpx;
     }
-}
-
-// The stage is shown by its title; a stopped run gives a map with nothing measured.
-TEST(BrushSize, TitleAndStop) {
     test::RecordingHost stopped;
     stopped.stop = true;
-    const IBUFFER partial =
-        get_brush_size(stopped, test::generated_picture(test::PictureKind::Photo, 80, 60, 3), 20, 10, 0);
+    const IBUFFER partial = get_brush_size(stopped, dots, 20, 10, 0);
     ASSERT_TRUE(partial);
     EXPECT_EQ(*std::max_element(partial.data(), partial.data() + partial.size()), 0u);
     EXPECT_EQ(stopped.titles(),

@@ -9,7 +9,7 @@
 namespace velq::test {
 
 std::string kind_name(PictureKind kind) {
-    static const char* names[] = {"flat", "stripes", "gradient", "noise", "blocks", "photo"};
+    static const char* names[] = {"flat", "stripes", "noise", "blocks", "photo"};
     return names[int(kind)];
 }
 
@@ -28,13 +28,6 @@ UBUFFER generated_picture(PictureKind kind, int w, int h, std::uint32_t seed) {
             return make_picture(w, h, [&](int x, int y) {
                 const int i = (vertical ? x : y) / period;
                 return i % 2 ? pack(200, 40, 40) : pack(30, 60, 220);
-            });
-        }
-        case PictureKind::Gradient: {
-            const double ax = (gen() % 200) / 100.0, ay = (gen() % 200) / 100.0;
-            return make_picture(w, h, [&](int x, int y) {
-                const int v = int(ax * x + ay * y) % 256;
-                return pack(v, 255 - v, v / 2);
             });
         }
         case PictureKind::Noise:

@@ -27,15 +27,11 @@ namespace {
 
 // Options without a brush-size map.
 PackOptions options(double min_radius, double max_radius, double gap) {
-    PackOptions o;
-    o.min_radius = min_radius, o.max_radius = max_radius, o.gap = gap;
-    return o;
+    return {min_radius, max_radius, gap};
 }
 
 PackRegion frame(double w, double h) {
-    PackRegion r;
-    r.outer = {{0, 0}, {w, 0}, {w, h}, {0, h}};
-    return r;
+    return {{{0, 0}, {w, 0}, {w, h}, {0, h}}, {}};
 }
 
 // A picture packed the way the Normal transform does it: the brush-size map is made at the size of
@@ -66,16 +62,23 @@ Packing normal_setup(test::PictureKind kind, int w, int h, std::uint32_t seed, i
     return s;
 }
 
-::testing::AssertionResult valid_packing(const std::vector<Circle>& circles, const PackOptions& o, double w,
-                                         double h) {
+// Every circle keeps its radius bounds (stored GAP / 2 smaller), lies inside the outer ring and
+// outside every hole, and stays GAP away from the others.
+::testing::AssertionResult valid_packing(const std::vector<Circle>& circles, const PackOptions& o,
+                                         const PackRegion& r) {
     const double shrink = o.gap * 0.5;
+    const auto clear_of = [](const PackRing& ring, const Circle& c) {
+        return test::distance_to_ring(ring, c.x, c.y) >= c.radius - 1e-9;
+    };
     for (std::size_t i = 0; i < circles.size(); ++i) {
         const Circle& c = circles[i];
         if (c.radius < o.min_radius - shrink - 1e-9 || c.radius > o.max_radius - shrink + 1e-9)
             return ::testing::AssertionFailure() << "circle " << i << " radius " << c.radius;
-        if (c.x - c.radius < -1e-9 || c.y - c.radius < -1e-9 || c.x + c.radius > w + 1e-9 ||
-            c.y + c.radius > h + 1e-9)
-            return ::testing::AssertionFailure() << "circle " << i << " leaves the picture";
+        if (!test::inside_ring(r.outer, c.x, c.y) || !clear_of(r.outer, c))
+            return ::testing::AssertionFailure() << "circle " << i << " leaves the outline";
+        for (const PackRing& hole : r.holes)
+            if (test::inside_ring(hole, c.x, c.y) || !clear_of(hole, c))
+                return ::testing::AssertionFailure() << "circle " << i << " meets a hole";
         for (std::size_t j = 0; j < i; ++j) {
             const Circle& d = circles[j];
             const double apart = std::hypot(c.x - d.x, c.y - d.y) - (c.radius + d.radius + o.gap);
@@ -94,8 +97,8 @@ std::vector<std::tuple<double, double, double>> xyr(const std::vector<Circle>& c
     return out;
 }
 
-// Every kind of picture, with and without gaps: the circles keep their bounds, stay in the picture
-// and apart, and are those of the plain search one for one.
+// Every kind of picture, with and without gaps: the packing is valid and the circles are those of the
+// plain search one for one.
 TEST(Packer, EqualsThePlainSearchCircleForCircle) {
     QuietHost host;
     for (test::PictureKind kind : test::kAllKinds)
@@ -107,15 +110,9 @@ TEST(Packer, EqualsThePlainSearchCircleForCircle) {
                 Packing s = normal_setup(kind, w, h, seed, 3, gap);
                 const std::vector<Circle> circles = pack_circles(s.region, s.options, host);
                 EXPECT_FALSE(circles.empty());
-                EXPECT_TRUE(valid_packing(circles, s.options, w, h));
+                EXPECT_TRUE(valid_packing(circles, s.options, s.region));
                 EXPECT_EQ(xyr(circles), xyr(test::reference_pack(s.region, s.options)));
             }
-    // Without a map every candidate takes the largest radius the outline allows.
-    for (double rmax : {3.0, 6.5}) {
-        const PackOptions o = options(1.1, rmax, 1);
-        const PackRegion r = frame(41, 29);
-        EXPECT_EQ(xyr(pack_circles(r, o, host)), xyr(test::reference_pack(r, o))) << "no map, rmax " << rmax;
-    }
 }
 
 // FNV-1a over the bit patterns of every circle's centre and radius, in packing order.
@@ -158,8 +155,9 @@ TEST(Packer, CircleListsArePinned) {
     }
 }
 
-// Regions other than the frame: every circle lies inside the outer ring and outside every hole, the
-// circles stay apart, and they are those of the plain search.
+// Regions without a map: the packing is valid and the circles are those of the plain search.
+// Nothing is packed when the gap leaves no circle, in a degenerate region, with bounds that leave no
+// room, or with a hole across the outer ring (refused at once).
 TEST(Packer, RegionsArePackedInsideTheirRings) {
     PackRegion holes;
     holes.outer = {{0, 0}, {60, 2}, {64, 40}, {30, 50}, {2, 38}};
@@ -180,53 +178,33 @@ TEST(Packer, RegionsArePackedInsideTheirRings) {
     PackRegion straight;
     straight.outer = {
         {174.75, 53.75}, {181.708, 56.732}, {151.708, 126.732}, {137.75, 120.75}, {167.75, 50.75}};
-    // region, min, max, gap, at least this many circles
-    const std::tuple<PackRegion, double, double, double, std::size_t> cases[] = {
-        {holes, 0.8, 2.5, 0.5, 10},    {holes, 0.8, 5.0, 0.5, 10}, {holes, 0.8, 9.0, 0.5, 10},
-        {segment, 1.183, 47.32, 1, 2}, {bent, 1, 3, 1, 4},         {straight, 1, 5, 0, 20}};
-    QuietHost host;
-    for (const auto& [r, min, max, gap, least] : cases) {
-        SCOPED_TRACE(std::to_string(r.outer.size()) + " points, max " + std::to_string(max));
-        const PackOptions o = options(min, max, gap);
-        const std::vector<Circle> circles = pack_circles(r, o, host);
-        ASSERT_GE(circles.size(), least);
-        EXPECT_TRUE(valid_packing(circles, o, 1e9, 1e9));
-        for (const Circle& c : circles) {
-            ASSERT_TRUE(test::inside_ring(r.outer, c.x, c.y)) << c.x << "," << c.y;
-            ASSERT_GE(test::distance_to_ring(r.outer, c.x, c.y), c.radius - 1e-9) << c.x << "," << c.y;
-            for (const PackRing& hole : r.holes) {
-                ASSERT_FALSE(test::inside_ring(hole, c.x, c.y)) << c.x << "," << c.y;
-                ASSERT_GE(test::distance_to_ring(hole, c.x, c.y), c.radius - 1e-9) << c.x << "," << c.y;
-            }
-        }
-        EXPECT_EQ(xyr(circles), xyr(test::reference_pack(r, o)));
-    }
-}
-
-// Without a map the first circle of a square takes the largest radius, in the first corner, and is
-// stored GAP / 2 smaller. Nothing is packed when that leaves no circle, in a degenerate region, with
-// bounds that leave no room, or with a hole across the outer ring (refused at once).
-TEST(Packer, FirstCircleShrinksByTheGapAndNothingToPackGivesNone) {
+    const PackRegion square = frame(10, 10), wide = frame(20, 20);
     PackRegion degenerate, crossed = frame(40, 40);
     degenerate.outer = {{0, 0}, {10, 0}, {20, 0}};
     crossed.holes.push_back({{30, 10}, {50, 10}, {50, 20}, {30, 20}});
-    // region, min, max, gap, first: stored radius of the first circle; 0: no circle at all
-    const std::tuple<PackRegion, double, double, double, double> cases[] = {
-        {frame(10, 10), 0.1, 2.0, 0.0, 2.0}, {frame(10, 10), 0.1, 2.0, 1.0, 1.5},
-        {frame(10, 10), 0.1, 0.5, 1.0, 0},   {frame(10, 10), 0.1, 0.5, 0.98, 0.01},
-        {frame(10, 10), 0.1, 0.5, 0.0, 0.5}, {degenerate, 1, 5, 1, 0},
-        {PackRegion{}, 1, 5, 1, 0},          {frame(20, 20), 1, 0, 1, 0},
-        {frame(20, 20), 30, 5, 1, 0},        {crossed, 1, 3, 1, 0}};
+    // region, min, max, gap, at least this many circles (0: none at all)
+    const std::tuple<PackRegion, double, double, double, std::size_t> cases[] = {
+        {holes, 0.8, 2.5, 0.5, 10}, {holes, 0.8, 5.0, 0.5, 10},
+        {holes, 0.8, 9.0, 0.5, 10}, {segment, 1.183, 47.32, 1, 2},
+        {bent, 1, 3, 1, 4},         {straight, 1, 5, 0, 20},
+        {square, 0.1, 2.0, 0.0, 4}, {square, 0.1, 2.0, 1.0, 4},
+        {square, 0.1, 0.5, 1.0, 0}, {square, 0.1, 0.5, 0.98, 20},
+        {degenerate, 1, 5, 1, 0},   {PackRegion{}, 1, 5, 1, 0},
+        {wide, 1, 0, 1, 0},         {wide, 30, 5, 1, 0},
+        {crossed, 1, 3, 1, 0}};
     QuietHost host;
-    for (const auto& [region, min, max, gap, first] : cases) {
+    for (const auto& [r, min, max, gap, least] : cases) {
         SCOPED_TRACE(testing::Message()
-                     << region.outer.size() << " points, min " << min << " max " << max << " gap " << gap);
-        const std::vector<Circle> circles = pack_circles(region, options(min, max, gap), host);
-        ASSERT_EQ(circles.empty(), first == 0);
-        if (first == 0) continue;
-        EXPECT_NEAR(circles[0].radius, first, 1e-12);
-        EXPECT_NEAR(circles[0].x, max, 1e-9);  // touching both edges of the first corner
-        EXPECT_NEAR(circles[0].y, max, 1e-9);
+                     << r.outer.size() << " points, min " << min << " max " << max << " gap " << gap);
+        const PackOptions o = options(min, max, gap);
+        const std::vector<Circle> circles = pack_circles(r, o, host);
+        ASSERT_GE(circles.size(), least);
+        if (least == 0) {
+            EXPECT_TRUE(circles.empty());
+            continue;
+        }
+        EXPECT_TRUE(valid_packing(circles, o, r));
+        EXPECT_EQ(xyr(circles), xyr(test::reference_pack(r, o)));
     }
 }
 
@@ -249,10 +227,6 @@ TEST(Packer, ReportsCirclesLiveAndStopsKeepingThem) {
     EXPECT_TRUE(pack_circles(s.region, s.options, stopped).empty());
 }
 
-using pack::Box;
-using pack::FloatQuery;
-using pack::GridEntry;
-
 // The packer's shortcuts must answer exactly as the plain formulas they stand in for: the float box
 // test of the edge grid against the double one, and the float steps against std::nextafter. A single
 // different answer would change which circles are packed.
@@ -274,15 +248,15 @@ TEST(PackShortcuts, FloatQueryMeetsAsTheDoubleBoxTest) {
     const double one_up = std::nextafter(1.0, 2.0), one_down = std::nextafter(1.0, 0.0);
     const float f1 = 1.0f, f1_up = std::nextafter(f1, 2.0f);
     const double between = (double(f1) + double(f1_up)) / 2;  // no float
-    const std::vector<Box> entries = {
+    const std::vector<pack::Box> entries = {
         {0.0, 0.0, 1.0, 1.0},     {1.0, 1.0, 2.0, 2.0},        {-3.25, 0.5, -1.0, 0.75},
         {between, 0.0, 5.0, 1.0}, {0.1, 0.2, 0.30000001, 0.4}, {1e-30, -1e-30, 2e-30, 1e-30},
     };
     const std::vector<double> sides = {-1.0,   0.0,     0.1,     0.30000001, 0.3, one_down, 1.0,
                                        one_up, between, 1.0e-30, 2.0e-30,    2.0, -3.25,    5.0};
     int checked = 0, met = 0;
-    for (const Box& eb : entries) {
-        const GridEntry e = GridEntry::make(0, 0, eb);
+    for (const pack::Box& eb : entries) {
+        const pack::GridEntry e = pack::GridEntry::make(0, 0, eb);
         // Also the entry's own (float) sides exactly, and the doubles right beside them.
         std::vector<double> xs = sides, ys = {-1.0, 0.0, 0.4, one_up, 0.5, 1.0, 2.0};
         for (const float f : {e.x0, e.x1})
@@ -295,8 +269,8 @@ TEST(PackShortcuts, FloatQueryMeetsAsTheDoubleBoxTest) {
                 for (const double y0 : ys)
                     for (const double y1 : ys) {
                         if (y1 < y0) continue;
-                        const Box q{x0, y0, x1, y1};
-                        const bool meets = FloatQuery(q).meets(e);
+                        const pack::Box q{x0, y0, x1, y1};
+                        const bool meets = pack::FloatQuery(q).meets(e);
                         EXPECT_EQ(meets, e.meets(q)) << x0 << " " << y0 << " " << x1 << " " << y1;
                         ++checked;
                         met += meets;
@@ -414,26 +388,13 @@ TEST(OutlineCut, AgreesWithBoostDifference) {
         small.allocate(24, 18, 4);
         get_resized(host, working, small);
         const IBUFFER map = get_brush_size(host, small, 20, 4, 0);
-        pack::CornerRules rules;
-        rules.min_radius = 1.1;
-        rules.max_radius = 6;
-        rules.gap = 1;
-        rules.map = &map;
-        rules.map_sx = 24.0 / w;
-        rules.map_sy = 18.0 / h;
-        PackRegion frame;
-        frame.outer = {{0, 0}, {double(w), 0}, {double(w), double(h)}, {0, double(h)}};
-        check_cuts(frame, rules, 150, test::kind_name(kind));
+        check_cuts(frame(w, h), {1.1, 6, 1, &map, 24.0 / w, 18.0 / h}, 150, test::kind_name(kind));
     }
     PackRegion holes;
     holes.outer = {{0, 0}, {50, 3}, {55, 40}, {4, 36}};
     holes.holes.push_back({{10, 10}, {20, 12}, {18, 22}});
     holes.holes.push_back({{30, 20}, {40, 20}, {40, 30}, {30, 30}});
-    pack::CornerRules rules;
-    rules.min_radius = 0.8;
-    rules.max_radius = 4;
-    rules.gap = 0;
-    check_cuts(holes, rules, 200, "holes");
+    check_cuts(holes, {0.8, 4, 0}, 200, "holes");
 }
 
 }  // namespace

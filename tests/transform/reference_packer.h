@@ -5,6 +5,7 @@
 
 #include <vector>
 
+#include "support/circles.h"
 #include "transform/corner.h"
 #include "transform/outline_set.h"
 #include "transform/packer.h"
@@ -26,11 +27,7 @@ inline std::vector<Circle> reference_pack(const PackRegion& region, const PackOp
                 if (!c.ok) continue;
                 if (!set.cut(p, c.centre, c.radius, v, stats).done) continue;
                 set.take_relabelled();
-                Circle circle;
-                circle.x = c.centre.x;
-                circle.y = c.centre.y;
-                circle.radius = c.radius - rules.gap * 0.5;
-                out.push_back(circle);
+                out.push_back(circle(c.centre.x, c.centre.y, c.radius - rules.gap * 0.5));
                 found = true;
                 break;
             }
