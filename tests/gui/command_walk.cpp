@@ -2,8 +2,9 @@
 // menus with its text and shortcut, greyed exactly as the table says at start-up, with a picture,
 // while busy and after a render; a refused command shows its message instead of acting; Stop and
 // quitting. And the commands whose work lies in the window: drops open a picture, the file choosers
-// start in the last folder, the settings block travels on the clipboard, the dialogs fill the
-// settings, the Layers commands act on the selected layer, and the batch runs report what they wrote.
+// start in the last folder, the fields are read when a job starts and the settings block travels on
+// the clipboard, the dialogs fill the settings, the Layers commands act on the selected layer, and the
+// batch runs report what they wrote.
 #include <QAction>
 #include <QCheckBox>
 #include <QClipboard>
@@ -84,7 +85,6 @@ private slots:
             QCOMPARE(f.window->handles(c.id), c.unavailable.empty());
             if (!c.unavailable.empty()) QCOMPARE(a->toolTip(), text(c.unavailable));
         }
-        QCOMPARE(f.window->action(cmd::kStop)->shortcut(), QKeySequence(Qt::Key_Escape));
         // Every menu opens with its own Alt+letter.
         QSet<QChar> keys;
         for (QAction* top : f.window->menuBar()->actions()) {
@@ -191,35 +191,28 @@ private slots:
         QVERIFY(w.action(cmd::kFilterNormal)->isEnabled());
     }
 
-    // Quitting asks only what is worth asking: to stop a running job, or to lose unsaved work.
+    // Quitting asks only what is worth asking: to stop a running job, or to lose unsaved work. The first
+    // No keeps the window open; closing it again and saying Yes quits (and stops the job).
     void quittingAsksOnlyWhatIsWorthAsking() {
-        {
+        const QString lose = QStringLiteral("Really quit?"),
+                      stop = QStringLiteral("An operation is running. Stop it and quit?");
+        const std::tuple<bool, bool, QString> cases[] = {
+            {false, false, {}}, {true, false, lose}, {false, true, stop}};
+        for (const auto& [unsaved, busy, question] : cases) {
             WindowFixture f;
-            f.window->trigger(cmd::kExit);
-            QVERIFY(f.presenter->questions.isEmpty());
-            QVERIFY(!f.window->isVisible());
-        }
-        {
-            WindowFixture f;
-            f.window->set_unsaved(true);
+            MainWindow& w = *f.window;
+            HeldJob held;
+            w.set_unsaved(unsaved);
+            if (busy) w.start_job(held.job(w.host()));
             f.presenter->answers = {false, true};
-            f.window->trigger(cmd::kExit);
-            QVERIFY(f.window->isVisible());
-            QVERIFY(f.window->close());
-            QCOMPARE(f.presenter->questions, (QStringList{"Really quit?", "Really quit?"}));
+            QTest::keySequence(&w, QKeySequence(QStringLiteral("Ctrl+Q")));
+            QCOMPARE(w.isVisible(), !question.isEmpty());
+            if (w.isVisible()) QVERIFY(w.busy() == busy && w.close());
+            QCOMPARE(f.presenter->questions,
+                     (question.isEmpty() ? QStringList() : QStringList{question, question}));
+            QTRY_VERIFY(held.ended_by_stop == busy && !w.busy());
+            QVERIFY(!w.isVisible());
         }
-        WindowFixture f;
-        MainWindow& w = *f.window;
-        HeldJob held;
-        w.start_job(held.job(w.host()));
-        f.presenter->answers = {false, true};
-        QTest::keySequence(&w, QKeySequence(QStringLiteral("Ctrl+Q")));
-        QVERIFY(w.busy() && w.isVisible());
-        QVERIFY(w.close());
-        const QString stop_and_quit = QStringLiteral("An operation is running. Stop it and quit?");
-        QCOMPARE(f.presenter->questions, (QStringList{stop_and_quit, stop_and_quit}));
-        QTRY_VERIFY(held.ended_by_stop);
-        QVERIFY(!w.isVisible());
     }
 
     void dropOpensAndTheNextChooserStartsInItsFolder() {
@@ -254,16 +247,25 @@ private slots:
         QCOMPARE(f.presenter->file_types, QStringList{QStringLiteral("3D model files")});
         QVERIFY(f.doc().motion_pack_loaded);
         QVERIFY(!f.window->action(cmd::kFilterNormal)->isEnabled());
-        QVERIFY(!f.window->action(cmd::kTransformNormal)->isEnabled());
         QVERIFY(f.window->action(cmd::kRender)->isEnabled());
     }
 
-    void settingsTravelOnTheClipboard() {
+    // The fields and the memory limit go into the settings when a job starts, and the sizes the job made
+    // come back; the settings block travels on the clipboard.
+    void fieldsAreReadWhenAJobStartsAndTravelOnTheClipboard() {
         WindowFixture from(velq::test::noise_picture(24, 16, 3)), to(velq::test::noise_picture(24, 16, 3));
-        from.window->control<QLineEdit>(ctl::kThr)->setText(QStringLiteral("33"));
-        from.window->trigger(cmd::kFilterNormal);  // the fields go into the settings
-        QTRY_VERIFY(!from.window->busy());
-        from.window->trigger(cmd::kCopyMetadata);
+        MainWindow& w = *from.window;
+        w.control<QLineEdit>(ctl::kThr)->setText(QStringLiteral("33"));
+        w.control<QLineEdit>(ctl::kInt)->setText(QStringLiteral("2"));
+        w.trigger(cmd::kMemory30);
+        w.trigger(cmd::kFilterNormal);
+        QTRY_VERIFY(!w.busy());
+        QCOMPARE(from.doc().settings.interpolation, 2);
+        QCOMPARE(from.doc().settings.memory_limit, kMemoryLimits[1]);
+        QVERIFY(w.action(cmd::kMemory30)->isChecked());
+        QCOMPARE(w.control<QLineEdit>(ctl::kWid)->text(), QStringLiteral("47"));  // (24 - 1) * 2 + 1 at INT 2
+        QCOMPARE(w.control<QLineEdit>(ctl::kHgt)->text(), QStringLiteral("31"));
+        w.trigger(cmd::kCopyMetadata);
         to.window->trigger(cmd::kPasteMetadata);
         QTRY_VERIFY(!to.window->busy());
         QCOMPARE(to.window->control<QLineEdit>(ctl::kThr)->text(), QStringLiteral("33"));
@@ -311,7 +313,6 @@ private slots:
         };
         w.trigger(cmd::kTransformAlphabet);
         QTRY_VERIFY(!w.busy());
-        QCOMPARE(f.presenter->dialogs, QStringList{QStringLiteral("Alphabet")});
         QCOMPARE(f.doc().settings.alphabet.text, std::string("Ab"));
         QCOMPARE(f.doc().settings.alphabet.rows, 2);
         QVERIFY(w.action(cmd::kTransformAlphabet)->isChecked());

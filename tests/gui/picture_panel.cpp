@@ -116,10 +116,6 @@ private slots:
         QTest::mouseDClick(&v, Qt::LeftButton, Qt::NoModifier, band_centre(v, 2));
         QCOMPARE(f.doc().selected_segment, 1);
         QVERIFY(w.action(cmd::kSegmentDisable)->isEnabled());
-        QVERIFY(!w.action(cmd::kSegmentEnable)->isEnabled());
-        w.trigger(cmd::kSegmentDisable);
-        QVERIFY(!f.doc().segments[1].enabled);
-        QVERIFY(w.action(cmd::kSegmentEnable)->isEnabled());
         f.presenter->colours = {QColor(200, 150, 90)};
         w.trigger(cmd::kChangeColor);  // the chosen colour goes to the picked segment
         QCOMPARE(f.doc().segments[1].colour.c0, 200.0);
