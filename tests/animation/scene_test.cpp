@@ -207,46 +207,26 @@ TEST(Scene, PartialRestoresMatchFullCopiesAndRewindDrawsTheSameFrames) {
     EXPECT_FALSE(a->render(0.5));
 }
 
-// Shapes lying on the picture go to the painter by painting order (orders past 2^31 and orders one
-// apart included), and equal orders keep the mesh's order.
-TEST(Rasteriser, FlatShapesGoInPaintingOrderThenMeshOrder) {
-    // Records what it is asked to paint: the radius names the primitive.
+// Rasteriser: shapes lying on the picture go to the painter by painting order (orders past 2^31 and
+// orders one apart included), equal orders in the mesh's order. Otherwise nearer fragments hide farther
+// ones whatever the order; equal depths never reject each other (the later in painting order shows);
+// quads reaching nearer than the camera's limit vanish; perspective scales a parallel quad by
+// d / (d + z).
+TEST(Rasteriser, PaintingOrderDepthOrderAndPerspective) {
+    // Paints as the reference does and records what it is asked to paint: the radius names the primitive.
     class ListPainter : public test::ReferencePainter {
     public:
-        int paint(const Circle& c, UBUFFER&) override {
+        int paint(const Circle& c, UBUFFER& b) override {
             painted.push_back(int(c.radius));
-            return 0;
+            return test::ReferencePainter::paint(c, b);
         }
         std::vector<int> painted;
     };
     test::RecordingHost host;
     SHAPE disc(host);
-    const Camera cam(W, H);
-    Mesh m;
-    const std::uint32_t orders[] = {3000000021u, 0, 1000000007u, 0, 3000000020u, 2000000014u, 1000000007u};
-    for (int i = 0; i < 7; ++i) {
-        Primitive p{{}, {80, 60, 0}, 1.0 + i, 0, 0, 0, orders[i]};  // the half side names the primitive
-        p.look.shape = &disc;
-        m.add(p);
-    }
-    m.transform(cam);
     ListPainter painter;
-    UBUFFER pic = test::flat_picture(W, H, 0);
-    DBUFFER depth;
-    depth.allocate(W, H);
-    rasterise(m, cam, painter, pic, depth);
-    EXPECT_EQ(painter.painted, (std::vector<int>{2, 4, 3, 7, 6, 5, 1}));
-}
-
-// Rasteriser: nearer fragments hide farther ones whatever the order; equal depths never reject each
-// other (the later in painting order shows); quads reaching nearer than the camera's limit vanish;
-// perspective scales a parallel quad by d / (d + z).
-TEST(Rasteriser, DepthOrderAndPerspective) {
-    test::RecordingHost host;
-    SHAPE disc(host);
-    test::ReferencePainter painter;
     const Camera cam(W, H);
-    // Spun, so not flat: drawn as a quad.
+    // Spun, unless told otherwise, so not flat: drawn as a quad.
     auto prim = [&](double z, double red, std::uint32_t order, double spin = 0.3, double half = 20) {
         Primitive p{{}, {80, 60, z}, half, spin, 0, 0, order};
         p.look.shape = &disc;
@@ -266,6 +246,11 @@ TEST(Rasteriser, DepthOrderAndPerspective) {
         rasterise(m, cam, painter, pic, depth, &touched);
         return pic;
     };
+    const std::uint32_t orders[] = {3000000021u, 0, 1000000007u, 0, 3000000020u, 2000000014u, 1000000007u};
+    std::vector<Primitive> flat;
+    for (int i = 0; i < 7; ++i) flat.push_back(prim(0, 10, orders[i], 0, 1.0 + i));
+    draw(flat);
+    EXPECT_EQ(painter.painted, (std::vector<int>{2, 4, 3, 7, 6, 5, 1}));
     // z1, z2, red_at_centre
     const std::tuple<double, double, int> cases[] = {
         {-100, -50, 10},  // first is nearer: it shows although the second comes later
