@@ -121,7 +121,6 @@ private slots:
         QCOMPARE(f.doc().segments[1].colour.c0, 200.0);
 
         QTest::mouseMove(&v, band_centre(v, 3));
-        QCOMPARE(f.doc().hovered_outline, 2);
         QVERIFY(w.control<QLabel>(ctl::kStatus2)->text().startsWith(QStringLiteral("Segment 2: 2 circles")));
         QTest::mouseClick(&v, Qt::RightButton, Qt::NoModifier, band_centre(v, 1));
         QCOMPARE(f.doc().selected_outline, -1);

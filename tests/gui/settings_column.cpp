@@ -95,7 +95,6 @@ private slots:
         list->setCurrentRow(3);
         for (int id : options) QVERIFY(w.findChild<QWidget*>(control_name(id))->isEnabled());
         QVERIFY(w.control<QCheckBox>(ctl::kShuffle)->isChecked());
-        QVERIFY(!w.control<QCheckBox>(ctl::kInvert)->isChecked());
         QCOMPARE(w.control<QComboBox>(ctl::kPalette)->currentText(), QStringLiteral("Metal Ice"));
 
         // A click stores all four boxes into the layer and turns Final result off.
