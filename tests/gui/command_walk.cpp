@@ -158,24 +158,22 @@ private slots:
     void workerReportsReachTheWindowAndTogglesWaitForTheEnd() {
         WindowFixture f(velq::test::noise_picture(40, 30, 7));
         MainWindow& w = *f.window;
-        std::atomic<bool> reported{false}, release{false};
+        HeldJob held;
         Host& host = w.host();
         w.start_job([&] {
             host.title("Velquinograph (Detecting segments...)");
             host.percent(42);
             const LiveCircle batch[2] = {{10, 10, 3}, {20, 12, 4}};
             host.circles_added(batch);
-            reported = true;
-            while (!release && !host.stopped()) std::this_thread::sleep_for(std::chrono::milliseconds(2));
+            held.job(host)();
         });
-        QTRY_VERIFY(reported.load());
         QTRY_COMPARE(w.windowTitle(), QStringLiteral("Velquinograph (Detecting segments...)"));
         QTRY_COMPARE(w.control<QProgressBar>(ctl::kProgress)->value(), 42);
         QTRY_COMPARE(int(w.picture_view().overlay().circles.size()), 2);
         w.trigger(cmd::kViewEdges);
         QVERIFY(!w.action(cmd::kViewEdges)->isChecked());
         QVERIFY(w.document().toggles.edges);  // the worker owns the Document until it ends
-        release = true;
+        held.release = true;
         QTRY_VERIFY(!w.busy());
         QVERIFY(!w.document().toggles.edges);
         QVERIFY(!w.action(cmd::kViewEdges)->isChecked());
@@ -368,7 +366,8 @@ private slots:
         WindowFixture f;
         MainWindow& w = *f.window;
         const QDir dir(QString::fromStdString(velq::test::temp_dir("gui_batch")));
-        const QString picture = dir.filePath("pic.png");
+        const QString picture = dir.filePath("in/sub/pic.png");
+        QVERIFY(dir.mkpath("in/sub"));
         QVERIFY(write_picture(picture.toStdString(), velq::test::noise_picture(24, 16, 5), 96) ==
                 PictureError::None);
 
@@ -389,8 +388,6 @@ private slots:
         QVERIFY(f.doc().cycling[0]);
 
         // ROI render over a folder whose only picture is in a subfolder: found only when recursive.
-        QVERIFY(dir.mkpath("in/sub"));
-        QVERIFY(QFile::copy(picture, dir.filePath("in/sub/a.png")));
         f.presenter->messages.clear();
         f.presenter->on_dialog = [&](QDialog& d) {
             d.findChild<QLineEdit*>(QStringLiteral("folders"))->setText(dir.filePath("in"));
@@ -401,7 +398,7 @@ private slots:
         w.trigger(cmd::kRoiRender);
         QTRY_VERIFY_WITH_TIMEOUT(!w.busy(), 60000);
         QCOMPARE(f.presenter->messages, QStringList{"1 written, 0 skipped, 0 failed (see batch.log)"});
-        QVERIFY(QFile::exists(dir.filePath("out/sub/a.png")));
+        QVERIFY(QFile::exists(dir.filePath("out/sub/pic.png")));
     }
 };
 
