@@ -155,21 +155,28 @@ private slots:
         QCOMPARE(refused, 17);  // Spike drawing, Cycling and Load shapes from Passage among them
     }
 
+    // The title, the bar and the live circles reach the window while the job runs; the circles are
+    // painted without waiting for anything else to repaint the view.
     void workerReportsReachTheWindowAndTogglesWaitForTheEnd() {
         WindowFixture f(velq::test::noise_picture(40, 30, 7));
         MainWindow& w = *f.window;
-        HeldJob held;
+        HeldJob held, circles;
         Host& host = w.host();
         w.start_job([&] {
             host.title("Velquinograph (Detecting segments...)");
             host.percent(42);
+            circles.job(host)();
             const LiveCircle batch[2] = {{10, 10, 3}, {20, 12, 4}};
             host.circles_added(batch);
             held.job(host)();
         });
         QTRY_COMPARE(w.windowTitle(), QStringLiteral("Velquinograph (Detecting segments...)"));
         QTRY_COMPARE(w.control<QProgressBar>(ctl::kProgress)->value(), 42);
+        QTest::qWait(2 * PictureView::kRefreshMs);
+        const int paints = w.picture_view().paint_count();
+        circles.release = true;
         QTRY_COMPARE(int(w.picture_view().overlay().circles.size()), 2);
+        QTRY_VERIFY(w.picture_view().paint_count() > paints);
         w.trigger(cmd::kViewEdges);
         QVERIFY(!w.action(cmd::kViewEdges)->isChecked());
         QVERIFY(w.document().toggles.edges);  // the worker owns the Document until it ends

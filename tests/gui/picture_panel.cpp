@@ -1,7 +1,6 @@
 // The picture panel: the mouse pans and zooms the picture (not while busy), Reset view fits it again,
 // and after a transform the mouse and the Select button pick segments for the Segments menu.
 #include <QAction>
-#include <QElapsedTimer>
 #include <QLabel>
 #include <QLineEdit>
 #include <QWheelEvent>
@@ -81,28 +80,6 @@ private slots:
 
         w.trigger(cmd::kResetView);
         QCOMPARE(v.state().rect, fitted);
-    }
-
-    // Circles arriving every millisecond are shown about 30 times a second, and none is left out.
-    void liveCirclesRefreshTheViewAtMostAbout30TimesASecond() {
-        WindowFixture f(velq::test::noise_picture(64, 32, 5));
-        PictureView& v = f.window->picture_view();
-        QTRY_VERIFY(v.paint_count() > 0);
-        const int before = v.paint_count();
-        QElapsedTimer clock;
-        clock.start();
-        int sent = 0;
-        while (clock.elapsed() < 600) {
-            v.add_live_circles({LiveCircle{double(sent % 64), 16, 2}});
-            ++sent;
-            QCoreApplication::processEvents();
-            QTest::qSleep(1);
-        }
-        const int paints = v.paint_count() - before;
-        QVERIFY2(paints >= 6 && paints <= 600 / PictureView::kRefreshMs + 3,
-                 qPrintable(QString::number(paints)));
-        QTRY_VERIFY(v.paint_count() > before + paints);  // the last batch still gets shown
-        QCOMPARE(int(v.overlay().circles.size()), sent);
     }
 
     void picksReachTheSegmentsMenuAndTheStatusLine() {
