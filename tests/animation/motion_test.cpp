@@ -111,7 +111,6 @@ TEST(Motion, EveryKindGlidesSmoothlyIntoItsRestPose) {
 
 TEST(Motion, DurationIsTheLastEndPlusSnowsHoldOverShownLayersWithShapes) {
     test::RecordingHost host;
-    SHAPE disc(host);
     auto layers = make_default_layers(host);  // 0 and 1 with the disc, 2..8 empty
     std::vector<std::unique_ptr<ANIMATION>> animations(layers.size());
     EXPECT_EQ(animation_duration(layers, animations), 0.0);  // no items anywhere

@@ -52,8 +52,7 @@ TEST(ScanOrder, OrdersByPlaceWithTiesInTransformOrder) {
 
 TEST(ScanOrder, RandomDrawsFromTheRemainingItemsAndSeedsAsDescribed) {
     for (std::size_t n : {1u, 2u, 7u, 300u}) {
-        std::vector<std::pair<double, double>> xy(n, {0, 0});
-        auto items = items_at(xy);
+        auto items = items_at(std::vector<std::pair<double, double>>(n));
         Random rng;
         apply_scan_order(items, 1, rng, 77, 10, 10);
         // The plain way: erase from a list.

@@ -159,11 +159,8 @@ TEST(Model, ShapesLieOnTheSurfaceAndTheViewTurnsTheModel) {
     // A quad laid on a normal has that normal.
     for (const Vec3 n :
          {Vec3{0, 0, -1}, Vec3{1, 0, 0}, Vec3{0, -1, 0}, normalised({1, 2, -3}), normalised({-2, 1, 1})}) {
-        Primitive p;
-        p.half = 1;
-        p.centre = {0, 0, -5};
+        Primitive p{{}, {0, 0, -5}, 1, 1e-3};  // spun a little: never flat
         lay_on(n, p.tilt, p.turn);
-        p.spin = 1e-3;  // never flat
         Mesh mesh;
         mesh.add(p);
         mesh.transform(Camera(100, 100));

@@ -76,7 +76,6 @@ TEST(ExportLoop, WritesAFrameForEveryThirtiethUpToTheDuration) {
         for (std::size_t n = 0; n < e.times.size(); ++n) ASSERT_EQ(e.times[n], double(n) / 30);
         const test::ReadBack r = test::read_back(file);
         EXPECT_EQ(r.pts.size(), written);
-        EXPECT_EQ(av_q2d(r.avg_frame_rate), 30.0);
     }
 }
 
@@ -180,10 +179,7 @@ TEST(GifWriter, WritesThirtyFramesASecondWithTheAnimationsColours) {
     int wrong = 0;
     for (int y = 0; y < 32; ++y)
         for (int x = 0; x < 48; ++x)
-            for (int c = 0; c < 3; ++c) {
-                const int want = (x < 8 && y < 8) ? 0 : expected.at(x, y, c);
-                wrong += r.frames[10].at(x, y, c) != want;
-            }
+            for (int c = 0; c < 3; ++c) wrong += r.frames[10].at(x, y, c) != expected.at(x, y, c);
     EXPECT_EQ(wrong, 0);
 }
 
