@@ -240,6 +240,7 @@ private slots:
         QCOMPARE(g.presenter->file_types, (QStringList{"All Graphics Types", "3D model files"}));
         QVERIFY(g.doc().motion_pack_loaded);
         QVERIFY(!g.window->action(cmd::kFilterNormal)->isEnabled());
+        QVERIFY(!g.window->action(cmd::kTransformNormal)->isEnabled());
         QVERIFY(g.window->action(cmd::kRender)->isEnabled());
     }
 
