@@ -307,6 +307,7 @@ private slots:
         QTRY_VERIFY(!w.busy());
         QCOMPARE(f.doc().settings.alphabet.text, std::string("Ab"));
         QCOMPARE(f.doc().settings.alphabet.rows, 2);
+        QVERIFY(w.action(cmd::kTransformAlphabet)->isChecked());
     }
 
     void shapeDetailStepsRoundTheSelectedLayersShapes() {
