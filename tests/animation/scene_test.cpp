@@ -262,7 +262,6 @@ TEST(Rasteriser, PaintingOrderDepthOrderAndPerspective) {
         EXPECT_EQ(draw({prim(z1, 10, 0), prim(z2, 20, 1)}).at(80, 60, 2), red_at_centre) << z1 << " " << z2;
     // Nearer than the limit: nothing painted.
     EXPECT_EQ(draw({prim(-cam.distance() + 0.5, 10, 0)}).at(80, 60, 3), 0);
-    EXPECT_TRUE(touched.empty());
     // Halfway to the camera a quad looks twice as large.
     for (double z : {0.0, -cam.distance() / 2}) {
         const UBUFFER pic = draw({prim(z, 200, 0, 1e-12, 10)});

@@ -92,7 +92,9 @@ private slots:
 
         QTest::mouseDClick(&v, Qt::LeftButton, Qt::NoModifier, band_centre(v, 2));
         QCOMPARE(f.doc().selected_segment, 1);
-        QVERIFY(w.action(cmd::kSegmentDisable)->isEnabled());
+        w.trigger(cmd::kSegmentDisable);
+        QVERIFY(!f.doc().segments[1].enabled);
+        QVERIFY(w.action(cmd::kSegmentEnable)->isEnabled());
         f.presenter->colours = {QColor(200, 150, 90)};
         w.trigger(cmd::kChangeColor);  // the chosen colour goes to the picked segment
         QCOMPARE(f.doc().segments[1].colour.c0, 200.0);
@@ -103,15 +105,13 @@ private slots:
         QCOMPARE(f.doc().selected_outline, -1);
 
         // The Select button picks by number; a number out of range changes nothing.
-        auto* number = w.control<QLineEdit>(ctl::kShapeNumber);
-        auto* select = w.findChild<QWidget*>(control_name(ctl::kSelect));
-        number->setText(QStringLiteral("0"));
-        QTest::mouseClick(select, Qt::LeftButton);
-        QCOMPARE(f.doc().selected_outline, 0);
-        QVERIFY(w.control<QLabel>(ctl::kStatus2)->text().startsWith(QStringLiteral("Segment 0: 0 circles")));
-        number->setText(QStringLiteral("3"));
-        QTest::mouseClick(select, Qt::LeftButton);
-        QCOMPARE(f.doc().selected_outline, 0);
+        for (const char* typed : {"0", "3"}) {
+            w.control<QLineEdit>(ctl::kShapeNumber)->setText(QString(typed));
+            QTest::mouseClick(w.findChild<QWidget*>(control_name(ctl::kSelect)), Qt::LeftButton);
+            QCOMPARE(f.doc().selected_outline, 0);
+            QVERIFY(
+                w.control<QLabel>(ctl::kStatus2)->text().startsWith(QStringLiteral("Segment 0: 0 circles")));
+        }
     }
 };
 

@@ -76,6 +76,7 @@ TEST(ExportLoop, WritesAFrameForEveryThirtiethUpToTheDuration) {
         for (std::size_t n = 0; n < e.times.size(); ++n) ASSERT_EQ(e.times[n], double(n) / 30);
         const test::ReadBack r = test::read_back(file);
         EXPECT_EQ(r.pts.size(), written);
+        EXPECT_EQ(av_q2d(r.avg_frame_rate), 30.0);
     }
 }
 
@@ -129,7 +130,6 @@ TEST(ExportLoop, StopKeepsAPlayableFileAndFailuresKeepNothing) {
     EXPECT_EQ(test::read_back(dir + "/stopped.mp4").pts.size(), 5u);
     failed.fail_at = 3;
     EXPECT_EQ(failed.run(dir + "/failed.mp4", 9.0), -1);
-    EXPECT_EQ(failed.host.titles().back(), "Velquinograph");
     EXPECT_EQ(test::file_names(dir), std::vector<std::string>{"stopped.mp4"});
 }
 
