@@ -1,5 +1,6 @@
 #include <cmath>
 #include <memory>
+#include <tuple>
 #include <vector>
 
 #include <gtest/gtest.h>
@@ -100,19 +101,16 @@ TEST(Motion, EveryKindGlidesSmoothlyIntoItsRestPose) {
         EXPECT_NEAR(p.look.brightness, 100.0, 1e-3);
     }
     // Half way through, no two kinds put the shape in the same pose.
+    auto pose = [](const Primitive& p) {
+        return std::tuple(p.centre.x, p.centre.y, p.centre.z, p.half, p.spin, p.tilt, p.turn);
+    };
     for (std::size_t a = 0; a < middles.size(); ++a)
-        for (std::size_t b = a + 1; b < middles.size(); ++b) {
-            const Primitive &p = middles[a], &q = middles[b];
-            const bool same = p.centre.x == q.centre.x && p.centre.y == q.centre.y &&
-                              p.centre.z == q.centre.z && p.half == q.half && p.spin == q.spin &&
-                              p.tilt == q.tilt && p.turn == q.turn;
-            EXPECT_FALSE(same) << kMotionNames[a] << " and " << kMotionNames[b];
-        }
+        for (std::size_t b = a + 1; b < middles.size(); ++b)
+            EXPECT_NE(pose(middles[a]), pose(middles[b])) << kMotionNames[a] << " and " << kMotionNames[b];
 }
 
 TEST(Motion, DurationIsTheLastEndPlusSnowsHoldOverShownLayersWithShapes) {
     test::RecordingHost host;
-    SHAPE disc(host);
     auto layers = make_default_layers(host);  // 0 and 1 with the disc, 2..8 empty
     std::vector<std::unique_ptr<ANIMATION>> animations(layers.size());
     EXPECT_EQ(animation_duration(layers, animations), 0.0);  // no items anywhere

@@ -100,8 +100,10 @@ std::vector<Circle> one_circle(World& w, double x, double y, ColourRecord paint,
 TEST(Scene, FrameAtTheEndEqualsTheStillRender) {
     struct Layer {
         int kind;
-        double radius, dx, pitch;  // pitch 0: touching circles
+        double radius, dx, pitch;  // pitch 0: touching circles; radius 0: one circle at (dx, pitch)
         AnimationSettings timing;
+        ColourRecord paint = {};
+        double brightness = 100;
     };
     struct Case {
         const char* what;
@@ -119,32 +121,28 @@ TEST(Scene, FrameAtTheEndEqualsTheStillRender) {
         for (const double spread : {0.0, 0.3})
             cases.push_back(
                 {"overlapping, one layer", {{0, 9, 0, 12.5, timing(0.0, spread, 0.2, scan)}}, true});
+    // Shapes over the picture's edges put two texels on the edge pixels (columns and rows below zero are
+    // painted onto zero). A shape painted first and at rest last has the pixels it shares painted again
+    // under the others, texel by texel in the still render's order, at every corner of the overlap.
+    for (const auto& [x, y] : {std::pair{1.3, 40.0}, {60.0, 0.6}, {-2.5, -1.7}, {W - 3.2, H - 2.4}})
+        cases.push_back({"over an edge of the picture",
+                         {{0, 0, x, y, timing(0.0, 0.0, 1.0, 0), {40, 0, 255, 255, 0, true}},
+                          {0, 0, x + 2.4, y, timing(0.0, 0.0, 0.5, 0), {250, 30, 90, 255, 0, true}},
+                          {0, 0, x, y + 1.8, timing(0.0, 0.0, 0.2, 0), {20, 200, 140, 255, 0, true}, 80}},
+                         true});
     for (const Case& k : cases) {
         SCOPED_TRACE(k.what);
         World w;
-        for (const Layer& l : k.layers) w.add(l.kind, w.grid(l.radius, l.dx, l.pitch), l.timing);
+        for (const Layer& l : k.layers)
+            w.add(l.kind,
+                  l.radius ? w.grid(l.radius, l.dx, l.pitch)
+                           : one_circle(w, l.dx, l.pitch, l.paint, l.brightness),
+                  l.timing);
         auto scene = w.scene();
         EXPECT_GT(scene->board().overlaps(), 0u);
         for (double t = 0; k.every_frame && w.duration() >= t; t += 1.0 / 30) ASSERT_TRUE(scene->render(t));
         ASSERT_TRUE(scene->render(w.duration()));
         EXPECT_EQ(scene->moving_count(), 0u);
-        EXPECT_TRUE(test::same_bytes(scene->frame(), w.still()));
-    }
-}
-
-// Shapes over the picture's edges put two texels on the edge pixels (columns and rows below zero are
-// painted onto zero). A shape painted first and at rest last has the pixels it shares painted again
-// under the others, texel by texel in the still render's order, at every corner of the overlap.
-TEST(Scene, SharedPixelsAtThePictureEdgesArePaintedAgainTexelByTexel) {
-    for (const auto& [x, y] : {std::pair{1.3, 40.0}, {60.0, 0.6}, {-2.5, -1.7}, {W - 3.2, H - 2.4}}) {
-        SCOPED_TRACE(testing::Message() << x << " " << y);
-        World w;
-        w.add(0, one_circle(w, x, y, {40, 0, 255, 255, 0, true}), timing(0.0, 0.0, 1.0, 0));
-        w.add(0, one_circle(w, x + 2.4, y, {250, 30, 90, 255, 0, true}), timing(0.0, 0.0, 0.5, 0));
-        w.add(0, one_circle(w, x, y + 1.8, {20, 200, 140, 255, 0, true}, 80), timing(0.0, 0.0, 0.2, 0));
-        auto scene = w.scene();
-        ASSERT_EQ(scene->board().overlaps(), 3u);
-        for (const double t : {0.2, 0.5, 1.0}) ASSERT_TRUE(scene->render(t));
         EXPECT_TRUE(test::same_bytes(scene->frame(), w.still()));
     }
 }
@@ -198,7 +196,6 @@ TEST(Scene, PartialRestoresMatchFullCopiesAndRewindDrawsTheSameFrames) {
             ASSERT_TRUE(test::same_bytes(a->display(), b->display())) << "frame " << frame;
         }
     }
-    EXPECT_GT(frames.size(), 40u);
     // Frames where nothing moves are shown without copying.
     EXPECT_GT(shown_background, 5);
     ASSERT_TRUE(a->rewind());
@@ -210,67 +207,26 @@ TEST(Scene, PartialRestoresMatchFullCopiesAndRewindDrawsTheSameFrames) {
     EXPECT_FALSE(a->render(0.5));
 }
 
-// A primitive lying on the picture keeps its square: corners at the centre plus and minus the half
-// side, all at the plane's depth, axes along the picture's; one turned ever so little is projected.
-TEST(Mesh, FlatPrimitivesKeepTheirSquareAtThePlanesDepth) {
-    const Camera cam(W, H);
-    Mesh m;
-    m.add(Primitive{{}, {37.25, 81.5, 0}, 6.75, 0, 0, 0, 0});
-    m.add(Primitive{{}, {37.25, 81.5, 0}, 6.75, 1e-9, 0, 0, 0});  // spun: not flat
-    m.transform(cam);
-    const ProjectedQuad& q = m.quads()[0];
-    const double xs[4] = {30.5, 44.0, 44.0, 30.5}, ys[4] = {74.75, 74.75, 88.25, 88.25};
-    for (int k = 0; k < 4; ++k) {
-        SCOPED_TRACE(k);
-        EXPECT_EQ(q.x[k], xs[k]);
-        EXPECT_EQ(q.y[k], ys[k]);
-        EXPECT_EQ(q.depth[k], cam.distance());
-        EXPECT_NEAR(m.quads()[1].x[k], xs[k], 1e-6);
-        EXPECT_NEAR(m.quads()[1].y[k], ys[k], 1e-6);
-    }
-    EXPECT_TRUE(q.visible);
-}
-
-// Shapes lying on the picture go to the painter by painting order (orders past 2^31 and orders one
-// apart included), and equal orders keep the mesh's order.
-TEST(Rasteriser, FlatShapesGoInPaintingOrderThenMeshOrder) {
-    // Records what it is asked to paint: the radius names the primitive.
+// Rasteriser: shapes lying on the picture go to the painter by painting order (orders past 2^31 and
+// orders one apart included), equal orders in the mesh's order. Otherwise nearer fragments hide farther
+// ones whatever the order; equal depths never reject each other (the later in painting order shows);
+// quads reaching nearer than the camera's limit vanish; perspective scales a parallel quad by
+// d / (d + z).
+TEST(Rasteriser, PaintingOrderDepthOrderAndPerspective) {
+    // Paints as the reference does and records what it is asked to paint: the radius names the primitive.
     class ListPainter : public test::ReferencePainter {
     public:
-        int paint(const Circle& c, UBUFFER&) override {
+        int paint(const Circle& c, UBUFFER& b) override {
             painted.push_back(int(c.radius));
-            return 0;
+            return test::ReferencePainter::paint(c, b);
         }
         std::vector<int> painted;
     };
     test::RecordingHost host;
     SHAPE disc(host);
-    const Camera cam(W, H);
-    Mesh m;
-    const std::uint32_t orders[] = {3000000021u, 0, 1000000007u, 0, 3000000020u, 2000000014u, 1000000007u};
-    for (int i = 0; i < 7; ++i) {
-        Primitive p{{}, {80, 60, 0}, 1.0 + i, 0, 0, 0, orders[i]};  // the half side names the primitive
-        p.look.shape = &disc;
-        m.add(p);
-    }
-    m.transform(cam);
     ListPainter painter;
-    UBUFFER pic = test::flat_picture(W, H, 0);
-    DBUFFER depth;
-    depth.allocate(W, H);
-    rasterise(m, cam, painter, pic, depth);
-    EXPECT_EQ(painter.painted, (std::vector<int>{2, 4, 3, 7, 6, 5, 1}));
-}
-
-// Rasteriser: nearer fragments hide farther ones whatever the order; equal depths never reject each
-// other (the later in painting order shows); quads reaching nearer than the camera's limit vanish;
-// perspective scales a parallel quad by d / (d + z).
-TEST(Rasteriser, DepthOrderAndPerspective) {
-    test::RecordingHost host;
-    SHAPE disc(host);
-    test::ReferencePainter painter;
     const Camera cam(W, H);
-    // Spun, so not flat: drawn as a quad.
+    // Spun, unless told otherwise, so not flat: drawn as a quad.
     auto prim = [&](double z, double red, std::uint32_t order, double spin = 0.3, double half = 20) {
         Primitive p{{}, {80, 60, z}, half, spin, 0, 0, order};
         p.look.shape = &disc;
@@ -290,6 +246,11 @@ TEST(Rasteriser, DepthOrderAndPerspective) {
         rasterise(m, cam, painter, pic, depth, &touched);
         return pic;
     };
+    const std::uint32_t orders[] = {3000000021u, 0, 1000000007u, 0, 3000000020u, 2000000014u, 1000000007u};
+    std::vector<Primitive> flat;
+    for (int i = 0; i < 7; ++i) flat.push_back(prim(0, 10, orders[i], 0, 1.0 + i));
+    draw(flat);
+    EXPECT_EQ(painter.painted, (std::vector<int>{2, 4, 3, 7, 6, 5, 1}));
     // z1, z2, red_at_centre
     const std::tuple<double, double, int> cases[] = {
         {-100, -50, 10},  // first is nearer: it shows although the second comes later
@@ -301,7 +262,6 @@ TEST(Rasteriser, DepthOrderAndPerspective) {
         EXPECT_EQ(draw({prim(z1, 10, 0), prim(z2, 20, 1)}).at(80, 60, 2), red_at_centre) << z1 << " " << z2;
     // Nearer than the limit: nothing painted.
     EXPECT_EQ(draw({prim(-cam.distance() + 0.5, 10, 0)}).at(80, 60, 3), 0);
-    EXPECT_TRUE(touched.empty());
     // Halfway to the camera a quad looks twice as large.
     for (double z : {0.0, -cam.distance() / 2}) {
         const UBUFFER pic = draw({prim(z, 200, 0, 1e-12, 10)});

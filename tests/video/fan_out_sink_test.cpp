@@ -29,9 +29,7 @@ TEST(FanOutSink, EachOutputPlacedCompleteOrAbandoned) {
         ASSERT_EQ(fan.write_video_frame(t), 0);
     }
     ASSERT_EQ(fan.finish(), 0);
-    EXPECT_EQ(k[0].seen, (std::vector{7, 8, 9}));
-    EXPECT_EQ(k[3].seen, (std::vector{7, 8, 9}));
-    EXPECT_EQ(k[4].seen, (std::vector{7, 8, 9}));
+    for (const int i : {0, 3, 4}) EXPECT_EQ(k[i].seen, (std::vector{7, 8, 9})) << i;
     EXPECT_EQ(k[4].picture.width(), 10);
     EXPECT_EQ(k[2].seen, std::vector{7});
     for (std::size_t i = 0; i < k.size(); ++i) {
