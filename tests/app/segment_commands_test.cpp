@@ -53,13 +53,11 @@ TEST(SegmentMenu, DisableEnableActOnTheSelectionAndSwapTheMenuItems) {
     EXPECT_FALSE(set_selected_segments_enabled(f.doc, f.host, false));  // nothing selected
     EXPECT_FALSE(segment_menu_state(f.doc).disable);
     f.doc.selected_segment = 0;
-    EXPECT_TRUE(segment_menu_state(f.doc).disable);
-    EXPECT_FALSE(segment_menu_state(f.doc).enable);
+    EXPECT_TRUE(segment_menu_state(f.doc).disable && !segment_menu_state(f.doc).enable);
     ASSERT_TRUE(set_selected_segments_enabled(f.doc, f.host, false));
     EXPECT_FALSE(f.doc.segments[0].enabled);
     EXPECT_TRUE(f.doc.segments[1].enabled);
-    EXPECT_TRUE(segment_menu_state(f.doc).enable);
-    EXPECT_FALSE(segment_menu_state(f.doc).disable);
+    EXPECT_TRUE(segment_menu_state(f.doc).enable && !segment_menu_state(f.doc).disable);
     f.doc.toggles.all_enclosed = true;
     ASSERT_TRUE(set_selected_segments_enabled(f.doc, f.host, false));
     EXPECT_FALSE(f.doc.segments[2].enabled);

@@ -91,10 +91,8 @@ TEST(BatchCli, ShardsUnderGnuParallelWriteTheBytesOfOneRun) {
                         test::quoted(VELQ_CLI_PATH) + " cycle " + test::quoted(in) +
                         " --filters 1,3 --int 2 --seed 5 -o two --quiet --shard {}/2 ::: 0 1 && ";
     auto listed = videos;
-    listed.push_back((dir / "two").string());
-    listed.push_back("--list");
-    const test::CliResult list = test::run_cli(listed);
-    test::put_text(dir / "jobs.txt", list.out);
+    listed.insert(listed.end(), {(dir / "two").string(), "--list"});
+    test::put_text(dir / "jobs.txt", test::run_cli(listed).out);
     shell += "parallel -j2 --joblog jobs.log < jobs.txt && echo done";
     ASSERT_EQ(test::run_tool(shell), "done");
     std::size_t compared = 0;
