@@ -9,9 +9,8 @@
 
 #include "app/batch_runner.h"
 #include "host/progress.h"
-#include "image/picture_writer.h"
-#include "persistence/settings_block.h"
 #include "support/blocks.h"
+#include "support/files.h"
 #include "support/pictures.h"
 #include "support/recording_host.h"
 
@@ -108,13 +107,9 @@ TEST(BatchPlan, ShardTextAndCover) {
         }
 }
 
-// A picture ending in a settings block, as every output picture does.
-void write_result(const fs::path& path) {
-    ASSERT_EQ(write_picture(path.string(), test::flat_picture(4, 4, 0xFF102030), 96), PictureError::None);
-    std::vector<std::uint8_t> block;
-    ASSERT_EQ(encode_file_block(test::sample_block(), block), "");
-    std::ofstream(path, std::ios::app | std::ios::binary)
-        .write(reinterpret_cast<const char*>(block.data()), std::streamsize(block.size()));
+// A file ending in a settings block, as every complete output picture does.
+void write_result(const std::string& path) {
+    test::put_file(path, test::file_with_block(test::sample_block(), 100));
 }
 
 TEST(BatchRun, ExistingSkipStopUnreadableAndTheJournal) {

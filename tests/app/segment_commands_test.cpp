@@ -1,5 +1,7 @@
 #include <gtest/gtest.h>
 
+#include <tuple>
+
 #include "app/segment_commands.h"
 #include "support/recording_host.h"
 
@@ -83,10 +85,8 @@ TEST(SegmentMenu, ChangeColorReachesTheSegmentAndEveryCircle) {
     ASSERT_TRUE(change_segment_colour(f.doc, f.host, pack_colorref(1, 2, 3)));
     const Segment& s = f.doc.segments[3];
     EXPECT_EQ(s.colour, (ColourRecord{1, 2, 3, 255, 0, true}));
-    for (const Circle& c : s.circles) {
-        EXPECT_EQ(c.own.c0, 1);
-        EXPECT_EQ(c.own.c2, 3);
-    }
+    for (const Circle& c : s.circles)
+        EXPECT_EQ(std::tuple(c.own.c0, c.own.c1, c.own.c2), std::tuple(1, 2, 3));
     EXPECT_EQ(f.doc.segments[2].colour.c0, 0);  // others untouched
     EXPECT_EQ(f.host.statuses, std::vector<std::string>{"Color Picking Succeed"});
 }

@@ -25,8 +25,7 @@ TEST(Worker, StartStopsJoinsAndClearsThePreviousJob) {
     EXPECT_TRUE(host.stop && !host.skip);
     worker.request_skip();
     EXPECT_TRUE(host.skip);
-    std::atomic<int> order{0};
-    std::atomic<int> first_end{-1}, second_start{-1};
+    std::atomic<int> order{0}, first_end{-1}, second_start{-1};
     worker.start([&] {
         while (!host.stopped()) std::this_thread::sleep_for(std::chrono::milliseconds(1));
         first_end = order++;
