@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cmath>
 #include <string>
+#include <tuple>
 
 #include "app/transform_driver.h"
 #include "opened_document.h"
@@ -20,11 +21,6 @@ UBUFFER quarters(int w = 48, int h = 36) {
     });
 }
 
-std::uint32_t argb_of(const ColourRecord& c) {
-    return std::uint32_t(c.c3) << 24 | std::uint32_t(c.c0) << 16 | std::uint32_t(c.c1) << 8 |
-           std::uint32_t(c.c2);
-}
-
 TEST(TransformDriver, NormalPacksTheFrameInThePicturesColours) {
     Opened<> o(quarters(), 3);
     o.doc.settings.gap = 2;
@@ -38,9 +34,6 @@ TEST(TransformDriver, NormalPacksTheFrameInThePicturesColours) {
     EXPECT_TRUE(o.doc.toggles.edges && o.doc.toggles.filtered && !o.doc.toggles.final_result);
     // The frame, then one closed outline per circle.
     ASSERT_EQ(o.doc.pieces.size(), n + 1);
-    ASSERT_EQ(o.doc.pieces[0].points.size(), 4u);
-    EXPECT_EQ(o.doc.pieces[0].points[2].x, w);
-    EXPECT_EQ(o.doc.pieces[0].points[2].y, h);
     for (std::size_t i = 0; i < n; ++i) {
         SCOPED_TRACE("circle " + std::to_string(i));
         const Circle& c = o.doc.circles[i];
@@ -55,8 +48,7 @@ TEST(TransformDriver, NormalPacksTheFrameInThePicturesColours) {
         const double px = c.x * w, py = c.y * h;
         if (std::fabs(px - std::round(px)) < 1e-6 || std::fabs(py - std::round(py)) < 1e-6) continue;
         const std::uint8_t* f = &o.doc.filtered.at(int(px), int(py));
-        EXPECT_EQ(argb_of(c.own),
-                  std::uint32_t(f[3]) << 24 | std::uint32_t(f[2]) << 16 | std::uint32_t(f[1]) << 8 | f[0]);
+        EXPECT_EQ(std::tuple(c.own.c0, c.own.c1, c.own.c2, c.own.c3), std::tuple(f[2], f[1], f[0], f[3]));
     }
 }
 
@@ -135,7 +127,7 @@ TEST(TransformDriver, AStoppedPackingKeepsItsCirclesWithTheirColours) {
     EXPECT_LT(stopped.host.percents().back(), 100);
     EXPECT_EQ(stopped.doc.pieces.size(), 1u) << "outline paths stop with Stop";
     for (std::size_t i = 0; i < stopped.doc.circles.size(); ++i)  // still coloured, as without Stop
-        EXPECT_EQ(argb_of(stopped.doc.circles[i].own), argb_of(full.doc.circles[i].own)) << i;
+        EXPECT_EQ(stopped.doc.circles[i].own, full.doc.circles[i].own) << i;
 }
 
 }  // namespace

@@ -47,8 +47,9 @@ struct Files {
 };
 
 // The result renders again the same from its block; so does a drawing, which replaces the render and
-// is kept in the block.
-TEST(RenderCli, TheResultCarriesItsSettingsAndRendersAgainTheSame) {
+// is kept in the block. Then the block over another picture, options over the block, size and
+// resolution on the line.
+TEST(RenderCli, TheResultRendersAgainTheSameAndTheLineOverridesItsSettings) {
     Files f;
     const std::string again = f.dir + "/again.png", drawn = f.dir + "/drawn.png", redrawn = f.dir + "/re.png";
     for (const std::vector<std::string>& args :
@@ -77,11 +78,7 @@ TEST(RenderCli, TheResultCarriesItsSettingsAndRendersAgainTheSame) {
     EXPECT_EQ(info_of(drawn)["drawing"],
               nlohmann::json::parse(R"({"kind": "cells-crystal", "layer": 1, "spike_width": 1.0, "burst": 7,
                                         "lead": 2, "lead_colour": "FF8000"})"));
-}
 
-TEST(RenderCli, AnInputTakesTheSettingsAndTheLineOverridesThem) {
-    Files f;
-    // The block over another picture, options over the block, size and resolution on the line.
     const struct {
         int thr, width, dpi, palette;
         std::string source;
