@@ -7,6 +7,7 @@
 
 #include "app/transform_driver.h"
 #include "opened_document.h"
+#include "support/circles.h"
 #include "support/pictures.h"
 
 namespace velq {
@@ -89,45 +90,80 @@ TEST(TransformDriver, TheFilteredPictureShapesTheCircles) {
     EXPECT_GT(largest(flat), 4.0);
 }
 
-TEST(TransformDriver, RefusalsFailAndLeaveNoCircles) {
+// Sizes the packing cannot use leave no circles; the letters are set before anything changes, so a
+// text without letters, a missing face or a picture too small for one letter keep the previous result.
+TEST(TransformDriver, RefusalsSayWhy) {
     struct Case {
-        double min, max;
         TransformMode mode;
-        const char* message;
-    } cases[] = {{0.05, 0.05, TransformMode::Normal, "Invalid MAX, MIN value in fill_circle_algo1()"},
-                 {0.05, 0.02, TransformMode::Vectorize, "Invalid MAX, MIN value in fill_circle_algo2()"},
-                 {0.05, 0.02, TransformMode::Alphabet, "Invalid MAX, MIN value in fill_circle_algo2()"}};
-    for (const Case& k : cases) {
+        double min, max;
+        const char *text, *face;
+        int side;
+        std::string message;
+        bool keeps;
+    };
+    const std::string algo2 = "Invalid MAX, MIN value in fill_circle_algo2()";
+    for (const Case& k :
+         {Case{TransformMode::Normal, 0.05, 0.05, "A", "", 48,
+               "Invalid MAX, MIN value in fill_circle_algo1()", false},
+          {TransformMode::Vectorize, 0.05, 0.02, "A", "", 48, algo2, false},
+          {TransformMode::Alphabet, 0.05, 0.02, "A", "", 48, algo2, false},
+          {TransformMode::Alphabet, 0, 0.5, " \t\n ", "", 150, "The alphabet text has no letter", true},
+          {TransformMode::Alphabet, 0, 0.5, "Hello", "No Such Face Qwz", 150,
+           "Failed to load the font (No Such Face Qwz)", true},
+          {TransformMode::Alphabet, 0, 0.5, "Hello", "", 6, "The picture is too small for one letter",
+           true}}) {
         SCOPED_TRACE(k.message);
-        Opened<> o(quarters(), 3);
-        o.doc.settings.min_size = k.min;
-        o.doc.settings.max_size = k.max;
+        Opened<> o(quarters(k.side, k.side), 1);
+        o.doc.settings.max_size = 0.5;  // room for circles on the smallest picture
+        ASSERT_EQ(do_transform(o.doc, o.host, TransformMode::Normal, false), 0);
+        const std::size_t before = o.doc.circles.size();
+        o.doc.settings.min_size = k.min, o.doc.settings.max_size = k.max;
+        o.doc.settings.alphabet.text = k.text, o.doc.settings.alphabet.face = k.face;
+        o.host.clear();
         EXPECT_EQ(do_transform(o.doc, o.host, k.mode, false), -1);
-        EXPECT_TRUE(o.host.said(k.message));
-        EXPECT_TRUE(o.doc.circles.empty());
+        EXPECT_EQ(o.host.messages(), std::vector<std::string>{k.message});
+        EXPECT_EQ(o.doc.circles.size(), k.keeps ? before : 0);
         for (const Segment& s : o.doc.segments) EXPECT_TRUE(s.circles.empty());
+        EXPECT_EQ(o.doc.settings.transform_mode, int(k.keeps ? TransformMode::Normal : k.mode));
     }
     test::RecordingHost host;
     Document doc(host);
     EXPECT_EQ(do_transform(doc, host, TransformMode::Normal, false), -1) << "nothing to transform";
 }
 
-TEST(TransformDriver, AStoppedPackingKeepsItsCirclesWithTheirColours) {
-    // Large enough that the packing outlasts the first live report.
-    Opened<test::StopAtFirstCircles> stopped(quarters(400, 300));
-    Opened<> full(quarters(400, 300));
-    ASSERT_EQ(do_transform(full.doc, full.host, TransformMode::Normal, false), 0);
-    ASSERT_EQ(do_transform(stopped.doc, stopped.host, TransformMode::Normal, true), 0);
-    ASSERT_FALSE(stopped.doc.circles.empty());
-    EXPECT_LT(stopped.doc.circles.size(), full.doc.circles.size());
-    EXPECT_EQ(stopped.host.messages(),
-              std::vector<std::string>{"The transform was stopped after " +
-                                       std::to_string(stopped.doc.circles.size()) + " circles"})
-        << "said instead of the count";
-    EXPECT_LT(stopped.host.percents().back(), 100);
-    EXPECT_EQ(stopped.doc.pieces.size(), 1u) << "outline paths stop with Stop";
-    for (std::size_t i = 0; i < stopped.doc.circles.size(); ++i)  // still coloured, as without Stop
-        EXPECT_EQ(stopped.doc.circles[i].own, full.doc.circles[i].own) << i;
+// A Stop keeps the circles packed so far, coloured as without Stop: the first part of the full
+// packing, per letter where letters are packed side by side. It is said in place of the count, and
+// also when no count was asked for.
+TEST(TransformDriver, AStoppedPackingKeepsTheFirstPartOfTheFullOne) {
+    for (const TransformMode mode : {TransformMode::Normal, TransformMode::Alphabet}) {
+        SCOPED_TRACE(int(mode));
+        // Large enough that the packing outlasts the first live report.
+        Opened<test::StopAtFirstCircles> stopped(quarters(400, 300));
+        Opened<> full(quarters(400, 300));
+        ASSERT_EQ(do_transform(full.doc, full.host, mode, false), 0);
+        ASSERT_EQ(do_transform(stopped.doc, stopped.host, mode, mode == TransformMode::Normal), 0);
+        // The free circles, then each letter's.
+        std::vector<std::vector<Circle>> part{stopped.doc.circles}, whole{full.doc.circles};
+        for (const Segment& s : stopped.doc.segments) part.push_back(s.circles);
+        for (const Segment& s : full.doc.segments) whole.push_back(s.circles);
+        ASSERT_EQ(part.size(), whole.size());
+        std::size_t kept = 0, all = 0;
+        for (std::size_t i = 0; i < part.size(); ++i) {
+            ASSERT_LE(part[i].size(), whole[i].size()) << i;
+            EXPECT_TRUE(test::same_circles(
+                part[i], {whole[i].begin(), whole[i].begin() + std::ptrdiff_t(part[i].size())}))
+                << i;
+            kept += part[i].size(), all += whole[i].size();
+        }
+        ASSERT_GT(kept, 1u);
+        EXPECT_LT(kept, all);
+        EXPECT_EQ(stopped.host.messages(), std::vector<std::string>{"The transform was stopped after " +
+                                                                    std::to_string(kept) + " circles"});
+        EXPECT_LT(stopped.host.percents().back(), 100);
+        if (mode == TransformMode::Normal) {
+            EXPECT_EQ(stopped.doc.pieces.size(), 1u) << "outline paths stop with Stop";
+        }
+    }
 }
 
 }  // namespace
