@@ -38,7 +38,7 @@ struct Files {
             "1:palette=7,size=70,invert --shapes " +
             star +
             " --passage-style 2=bubble --layer 2:casefold --seed 5 --global-brightness 20 --logo-text Velq "
-            "--logo-transparency 200");
+            "--logo-transparency 200 --filter broken-glass --impact 0.25,0.5");
         args.insert(args.end(), {"--passage", "2=Ab a", "--passage-font", "2=DejaVu Sans:bold"});
         const test::CliResult r = test::run_cli(args);
         EXPECT_EQ(r.exit_code, 0) << r.err;
@@ -69,7 +69,9 @@ TEST(RenderCli, TheResultRendersAgainTheSameAndTheLineOverridesItsSettings) {
     EXPECT_FALSE(test::same_bytes(a.picture, first.picture));
     const auto j = info_of(again);
     EXPECT_EQ(j, info_of(f.first));
-    EXPECT_EQ(std::tuple(j["background"], j["global_brightness"]), std::tuple("102030", 20));
+    // The pane the random filter drew comes again from its seed and impact.
+    EXPECT_EQ(std::tuple(j["background"], j["global_brightness"], j["filter_seed"], j["impact"]),
+              std::tuple("102030", 20, 5, nlohmann::json::array({0.25, 0.5})));
     EXPECT_EQ(j["logo"],
               nlohmann::json::parse(R"({"text": "Velq", "font": "Courier New", "transparency": 200})"));
     ASSERT_EQ(j["layers"][1]["shapes"].size(), 1u);
