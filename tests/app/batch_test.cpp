@@ -2,6 +2,8 @@
 // existing outputs, Skip, Stop, unreadable inputs and the journal.
 #include <gtest/gtest.h>
 
+#include <nlohmann/json.hpp>
+
 #include <cctype>
 #include <filesystem>
 #include <fstream>
@@ -159,10 +161,7 @@ TEST(BatchRun, ExistingSkipStopUnreadableAndTheJournal) {
         });
         std::vector<std::string> statuses;
         std::ifstream journal(o.journal);
-        for (std::string l; std::getline(journal, l);) {
-            const auto at_status = l.find("\"status\":\"") + 10;
-            statuses.push_back(l.substr(at_status, l.find('"', at_status) - at_status));
-        }
+        for (std::string l; std::getline(journal, l);) statuses.push_back(nlohmann::json::parse(l)["status"]);
         EXPECT_EQ(statuses, c.statuses) << c.name;
         EXPECT_EQ(t.ok(), c.ok) << c.name;
         for (std::size_t i = 0; i < jobs.size(); ++i)
