@@ -35,8 +35,7 @@ struct Made {
 
     explicit Made(const std::string& name, int transform_mode = 0,
                   FilterKind filter = FilterKind::InverseContrast)
-        : dir(test::temp_dir(name)) {
-        source = dir + "/source.png";
+        : dir(test::temp_dir(name)), source(dir + "/source.png") {
         EXPECT_EQ(write_picture(source, source_picture(), 200), PictureError::None);
         EXPECT_EQ(open_picture(doc, host, source), 0);
         Settings& s = doc.settings;
@@ -67,10 +66,7 @@ TEST(MetadataReuse, ReopeningASavedResultRendersTheSamePicture) {
     m.doc.settings.out_height = 2 * m.doc.working.height();
     m.doc.background = 0x204080;
     m.doc.settings.global_brightness = 30;
-    LogoChoice logo;
-    logo.transparency = 180;
-    logo.text = false;
-    logo.path = m.dir + "/mark.png";
+    const LogoChoice logo{false, "", "Courier New", m.dir + "/mark.png", 180};
     ASSERT_EQ(write_picture(logo.path, test::flat_picture(8, 4, 0xFFF0E000u), 96), PictureError::None);
     ASSERT_EQ(choose_logo(m.doc, m.host, logo), 0);
     m.render();

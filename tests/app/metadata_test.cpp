@@ -131,9 +131,8 @@ TEST(Metadata, SettingsComeBackAsTheWindowWouldShowThem) {
     to.settings.unit = Unit::Cm, to.settings.out_width = 800, to.settings.out_height = 600;
     to.settings.dpi = 72;
     apply_block_settings(to, block.settings);
-    EXPECT_EQ(to.settings.unit, Unit::Pixel);
-    EXPECT_TRUE(to.flag_byte);
-    EXPECT_EQ(to.cycling, from.cycling);
+    EXPECT_EQ(std::tuple(to.settings.unit, to.flag_byte, to.cycling),
+              std::tuple(Unit::Pixel, true, from.cycling));
     // Paste keeps the picture's own size and resolution; reopening restores them.
     Settings pasted = s;
     pasted.out_width = 800, pasted.out_height = 600, pasted.dpi = 72;

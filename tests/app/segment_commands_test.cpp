@@ -94,8 +94,7 @@ TEST(SegmentMenu, ChangeColorReachesTheSegmentAndEveryCircle) {
 TEST(SegmentPicking, DoubleClickSelectsAndHoverNeedsATransform) {
     Fixture f;
     EXPECT_TRUE(double_click_segment(f.doc, f.host, f.rect, 2.5, 0.5));
-    EXPECT_EQ(f.doc.selected_segment, 2);
-    EXPECT_EQ(f.doc.selected_outline, 2);
+    EXPECT_EQ(std::pair(f.doc.selected_segment, f.doc.selected_outline), std::pair(2, 2));
     EXPECT_FALSE(double_click_segment(f.doc, f.host, f.rect, 9, 0.5));  // outside: nothing changes
     EXPECT_EQ(f.doc.selected_segment, 2);
     f.doc.transformed = false;

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <span>
 #include <string>
 #include <tuple>
 
@@ -40,10 +41,8 @@ TEST(TransformDriver, NormalPacksTheFrameInThePicturesColours) {
         const Circle& c = o.doc.circles[i];
         ASSERT_TRUE(c.x > 0 && c.x < 1 && c.y > 0 && c.y < 1);
         ASSERT_TRUE(o.doc.pieces[i + 1].closed);
-        for (std::size_t j = 0; j < i; ++j) {
-            const Circle& e = o.doc.circles[j];
+        for (const Circle& e : std::span(o.doc.circles).first(i))
             ASSERT_GE(std::hypot((c.x - e.x) * w, (c.y - e.y) * h) + 1e-6, c.radius + e.radius + 2) << "GAP";
-        }
         const BoundaryPoint p = o.doc.pieces[i + 1].points[0];
         EXPECT_NEAR(std::hypot(p.x - c.x * w, p.y - c.y * h), c.radius, 1e-9);
         const double px = c.x * w, py = c.y * h;

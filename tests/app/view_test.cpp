@@ -2,6 +2,8 @@
 
 #include <gtest/gtest.h>
 
+#include <tuple>
+
 #include "support/pictures.h"
 #include "support/recording_host.h"
 
@@ -33,14 +35,9 @@ TEST(ViewRectArithmetic, WheelZoomsAboutTheCursorUnlessTheStepIsBelowOnePercentO
               (ViewRect{60, 130, 620, 410}));
     // 12 x 9 view of a 4:3 picture in an 800 x 600 control: the floor is 8 x 6.
     const ViewRect small{100, 100, 112, 109};
-    struct Case {
-        int delta;
-        bool accepted;
-    };
-    const Case cases[] = {{-1, true}, {-2, true}, {-3, false}, {-100, false}, {50, true}};
-    for (const Case& c : cases)
-        EXPECT_EQ(wheel_zoom(small, c.delta, 106, 104, 800, 600, 400, 300).has_value(), c.accepted)
-            << c.delta;
+    const std::pair<int, bool> cases[] = {{-1, true}, {-2, true}, {-3, false}, {-100, false}, {50, true}};
+    for (const auto& [delta, accepted] : cases)
+        EXPECT_EQ(wheel_zoom(small, delta, 106, 104, 800, 600, 400, 300).has_value(), accepted) << delta;
     EXPECT_EQ(wheel_zoom(small, -2, 106, 104, 800, 600, 400, 300), (ViewRect{102, 101, 110, 107}));
     // A degenerate rectangle never divides by zero.
     EXPECT_FALSE(wheel_zoom({5, 5, 5, 5}, 120, 0, 0, 800, 600, 400, 300));
@@ -138,19 +135,18 @@ TEST_F(ComposeView, ActiveLayerPaletteColoursTheViewUntilTransformed) {
     doc.selected_layer = 1;
     doc.layers[1].palette = 7;
     ASSERT_TRUE(compose_view(doc));
-    EXPECT_EQ(doc.view.at(0, 0, 2), 0);    // red
-    EXPECT_EQ(doc.view.at(0, 0, 1), 255);  // green
-    EXPECT_EQ(doc.view.at(0, 0, 0), 170);  // blue
+    const auto rgb = [&] {
+        return std::tuple(doc.view.at(0, 0, 2), doc.view.at(0, 0, 1), doc.view.at(0, 0, 0));
+    };
+    EXPECT_EQ(rgb(), std::tuple(0, 255, 170));
 
     doc.layers[1].invert = true;
     ASSERT_TRUE(compose_view(doc));
-    EXPECT_EQ(doc.view.at(0, 0, 2), 255);
-    EXPECT_EQ(doc.view.at(0, 0, 0), 85);
+    EXPECT_EQ(rgb(), std::tuple(255, 0, 85));
 
     doc.transformed = true;  // after a transform the view shows the picture's own colours
     ASSERT_TRUE(compose_view(doc));
-    EXPECT_EQ(doc.view.at(0, 0, 2), 2);
-    EXPECT_EQ(doc.view.at(0, 0, 1), 252);
+    EXPECT_EQ(rgb(), std::tuple(2, 252, 171));
 
     doc.transformed = false;
     doc.layers[1].shown = false;  // a hidden layer colours nothing

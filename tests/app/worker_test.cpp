@@ -37,12 +37,10 @@ TEST(Worker, StartStopsJoinsAndClearsThePreviousJob) {
         refused = !worker.start([] {});
     });
     worker.join();
-    EXPECT_EQ(first_end, 0);
-    EXPECT_EQ(second_start, 1);
+    EXPECT_EQ(std::pair(first_end.load(), second_start.load()), std::pair(0, 1)) << "one job after the other";
     EXPECT_FALSE(flags_seen_by_second);
     EXPECT_TRUE(refused);
-    EXPECT_EQ(host.entered, 2);
-    EXPECT_EQ(host.left, 2);
+    EXPECT_EQ(std::pair(host.entered.load(), host.left.load()), std::pair(2, 2));
     EXPECT_FALSE(worker.running());
 }
 
