@@ -87,6 +87,9 @@ TEST(TransformDriver, TheFilteredPictureShapesTheCircles) {
     };
     EXPECT_LE(largest(noisy), 2.0);
     EXPECT_GT(largest(flat), 4.0);
+    // Coloured from the filtered picture too, not from the picture before the filter.
+    for (const Circle& c : flat.doc.circles)
+        EXPECT_EQ(std::tuple(c.own.c0, c.own.c1, c.own.c2), std::tuple(0x80, 0x60, 0x40));
 }
 
 // Sizes the packing cannot use leave no circles; the letters are set before anything changes, so a
