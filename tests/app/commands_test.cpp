@@ -27,8 +27,7 @@ TEST(BusyModel, StartUpAndBusyOfferOnlyTheirCommands) {
         cmd::kSkip,      cmd::kStop,      cmd::kMemory15,     cmd::kMemory30,       cmd::kMemory45,
         cmd::kMemory60,  cmd::kResetView, cmd::kViewOriginal, cmd::kViewEdges,      cmd::kViewFiltered,
         cmd::kViewFinal, cmd::kTest,      cmd::kLoadLogo,     cmd::kLoadMotionPack, cmd::kAbout};
-    UiState start;
-    UiState busy;
+    UiState start, busy;
     busy.busy = busy.picture = true;
     for (const Command& c : command_table()) {
         const Command w = working(c);

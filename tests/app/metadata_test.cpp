@@ -142,10 +142,10 @@ TEST(Metadata, SettingsComeBackAsTheWindowWouldShowThem) {
     EXPECT_EQ(settings_fields(to.settings), settings_fields(s));
     EXPECT_EQ(to.settings.hgt, 1500);
 
-    const struct {
-        double typed, restored;
-    } fractions[] = {{0.02, 0.02}, {0.0005, 0.0005}, {0.1234567, 0.123457}, {0.0000004, 0.0}};
-    for (auto c : fractions) EXPECT_EQ(restored_size_fraction(float(c.typed)), c.restored) << c.typed;
+    const std::pair<double, double> fractions[] = {
+        {0.02, 0.02}, {0.0005, 0.0005}, {0.1234567, 0.123457}, {0.0000004, 0.0}};
+    for (const auto& [typed, restored] : fractions)
+        EXPECT_EQ(restored_size_fraction(float(typed)), restored) << typed;
 }
 
 TEST(Metadata, DetectSaysWhatIsWrongWithAFile) {

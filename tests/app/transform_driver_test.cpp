@@ -135,8 +135,8 @@ TEST(TransformDriver, RefusalsSayWhy) {
 }
 
 // A Stop keeps the circles packed so far, coloured as without Stop: the first part of the full
-// packing, per letter where letters are packed side by side. It is said in place of the count, and
-// also when no count was asked for.
+// packing, per letter where letters are packed side by side. It is said in place of the count, also
+// when no count was asked for and when no circle was packed yet.
 TEST(TransformDriver, AStoppedPackingKeepsTheFirstPartOfTheFullOne) {
     for (const TransformMode mode : {TransformMode::Normal, TransformMode::Alphabet}) {
         SCOPED_TRACE(int(mode));
@@ -167,6 +167,11 @@ TEST(TransformDriver, AStoppedPackingKeepsTheFirstPartOfTheFullOne) {
             EXPECT_EQ(stopped.doc.pieces.size(), 1u) << "outline paths stop with Stop";
         }
     }
+    Opened<> early(quarters(), 3);
+    early.host.stop = true;
+    ASSERT_EQ(do_transform(early.doc, early.host, TransformMode::Vectorize, false), 0);
+    EXPECT_EQ(early.host.messages(),
+              std::vector<std::string>{"The transform was stopped before any circle was packed"});
 }
 
 }  // namespace
