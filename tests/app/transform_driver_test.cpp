@@ -32,6 +32,7 @@ TEST(TransformDriver, NormalPacksTheFrameInThePicturesColours) {
     ASSERT_GT(n, 20u);
     EXPECT_EQ(o.host.messages(), std::vector<std::string>{"The number of circles is " + std::to_string(n)});
     EXPECT_EQ(o.host.live_circles(), n) << "every circle was shown while the packing ran";
+    EXPECT_EQ(o.host.titles().back(), "Velquinograph");
     EXPECT_TRUE(o.doc.transformed && !o.doc.rendered);
     EXPECT_TRUE(o.doc.toggles.edges && o.doc.toggles.filtered && !o.doc.toggles.final_result);
     // The frame, then one closed outline per circle.
