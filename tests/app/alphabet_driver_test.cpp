@@ -5,7 +5,6 @@
 #include "app/alphabet_driver.h"
 #include "app/transform_driver.h"
 #include "opened_document.h"
-#include "support/circles.h"
 #include "support/pictures.h"
 #include "support/recording_host.h"
 #include "transform/ring_checks.h"
@@ -18,28 +17,7 @@ UBUFFER stripes(int w, int h) {
                               [](int x, int y) { return (x / 10 + y / 14) % 2 ? 0xFFD04020u : 0xFF2080E0u; });
 }
 
-// Opened and set for the Alphabet transform: small circles, three rows of letters.
-template <class HostType = test::RecordingHost>
-struct Opened : test::Opened<HostType> {
-    explicit Opened(UBUFFER source, int interpolation = 2)
-        : test::Opened<HostType>(std::move(source), interpolation) {
-        this->doc.settings.min_size = 0.004, this->doc.settings.alphabet.rows = 3;
-    }
-};
-
-// Every letter's circles, letter after letter.
-std::vector<Circle> all_circles(const Document& doc) {
-    std::vector<Circle> out;
-    for (const Segment& s : doc.segments) out.insert(out.end(), s.circles.begin(), s.circles.end());
-    return out;
-}
-
-// Inside the region (in its outer ring, in none of its holes), and how far from its nearest edge.
-bool in_region(double x, double y, const SegmentRegion& r) {
-    return test::inside_ring(r.outer, x, y) &&
-           std::none_of(r.holes.begin(), r.holes.end(),
-                        [&](const auto& h) { return test::inside_ring(h, x, y); });
-}
+// How far the point is from the region's nearest edge.
 double to_edges(double x, double y, const SegmentRegion& r) {
     double d = test::distance_to_ring(r.outer, x, y);
     for (const auto& h : r.holes) d = std::min(d, test::distance_to_ring(h, x, y));
@@ -51,7 +29,8 @@ double to_edges(double x, double y, const SegmentRegion& r) {
 TEST(AlphabetDriver, CirclesStayOffEveryOtherLetterInEachLayout) {
     for (const AlphabetLayout layout :
          {AlphabetLayout::Lines, AlphabetLayout::Packed, AlphabetLayout::Inverse}) {
-        Opened<> o(stripes(150, 100));
+        test::Opened<> o(stripes(150, 100));
+        o.doc.settings.min_size = 0.004, o.doc.settings.alphabet.rows = 3;  // small circles, three rows
         o.doc.settings.alphabet.layout = int(layout);
         o.doc.settings.alphabet.text = "Bo%";
         ASSERT_EQ(do_transform(o.doc, o.host, TransformMode::Alphabet, false), 0) << int(layout);
@@ -65,60 +44,17 @@ TEST(AlphabetDriver, CirclesStayOffEveryOtherLetterInEachLayout) {
                 const double x = c.x * w, y = c.y * h;
                 ++circles;
                 EXPECT_EQ(c.own.c0, pic.at(int(x), int(y), 2));
+                // The centre lies in its own letter, and the circle stays off every other one.
                 EXPECT_EQ(o.doc.label_map.at(int(x), int(y)), i + 1) << "picking finds the letter";
                 for (std::size_t j = 0; j < o.doc.segments.size(); ++j)
                     for (const SegmentRegion& r : o.doc.segments[j].regions)
                         if (j != i) {
-                            EXPECT_TRUE(!in_region(x, y, r) && to_edges(x, y, r) >= c.radius - 0.5);
+                            EXPECT_GE(to_edges(x, y, r), c.radius - 0.5);
                         }
             }
         }
         EXPECT_GT(circles, 50u);
     }
-}
-
-TEST(AlphabetDriver, BadInputSaysWhyAndKeepsThePreviousResult) {
-    struct Case {
-        const char* text;
-        const char* face;
-        int side;
-        std::string message;
-    };
-    for (const Case& k : {Case{" \t\n ", "", 150, "The alphabet text has no letter"},
-                          {"Hello", "No Such Face Qwz", 150, "Failed to load the font (No Such Face Qwz)"},
-                          {"Hello", "", 6, "The picture is too small for one letter"}}) {
-        Opened<> o(stripes(k.side, k.side), 1);
-        o.doc.settings.max_size = 0.5;  // room for circles on the smallest picture
-        ASSERT_EQ(do_transform(o.doc, o.host, TransformMode::Normal, false), 0);
-        const std::size_t before = o.doc.circles.size();
-        o.doc.settings.alphabet.text = k.text;
-        o.doc.settings.alphabet.face = k.face;
-        o.host.clear();
-        EXPECT_EQ(do_transform(o.doc, o.host, TransformMode::Alphabet, true), -1);
-        EXPECT_EQ(o.host.messages(), std::vector<std::string>{k.message});
-        EXPECT_EQ(o.doc.circles.size(), before);
-        EXPECT_EQ(o.doc.settings.transform_mode, int(TransformMode::Normal));
-    }
-}
-
-TEST(AlphabetDriver, StopKeepsTheLettersPackedSoFar) {
-    Opened<> full(stripes(200, 150));
-    Opened<test::StopAtFirstCircles> stopped(stripes(200, 150));
-    ASSERT_EQ(do_transform(full.doc, full.host, TransformMode::Alphabet, false), 0);
-    ASSERT_EQ(do_transform(stopped.doc, stopped.host, TransformMode::Alphabet, false), 0);
-    // Letters are packed side by side, so a Stop keeps, per letter, the first part of its full packing
-    // (all of it, some of it or none).
-    const std::vector<Circle> kept = all_circles(stopped.doc), every = all_circles(full.doc);
-    ASSERT_GT(kept.size(), 0u);
-    ASSERT_EQ(stopped.doc.segments.size(), full.doc.segments.size());
-    for (std::size_t i = 0; i < full.doc.segments.size(); ++i) {
-        const auto& part = stopped.doc.segments[i].circles;
-        const auto& whole = full.doc.segments[i].circles;
-        ASSERT_LE(part.size(), whole.size()) << "letter " << i;
-        EXPECT_TRUE(test::same_circles(part, {whole.begin(), whole.begin() + std::ptrdiff_t(part.size())}))
-            << i;
-    }
-    EXPECT_EQ(stopped.host.messages(), std::vector<std::string>{stopped_message(kept.size())});
 }
 
 }  // namespace

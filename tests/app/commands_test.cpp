@@ -27,8 +27,7 @@ TEST(BusyModel, StartUpAndBusyOfferOnlyTheirCommands) {
         cmd::kSkip,      cmd::kStop,      cmd::kMemory15,     cmd::kMemory30,       cmd::kMemory45,
         cmd::kMemory60,  cmd::kResetView, cmd::kViewOriginal, cmd::kViewEdges,      cmd::kViewFiltered,
         cmd::kViewFinal, cmd::kTest,      cmd::kLoadLogo,     cmd::kLoadMotionPack, cmd::kAbout};
-    UiState start;
-    UiState busy;
+    UiState start, busy;
     busy.busy = busy.picture = true;
     for (const Command& c : command_table()) {
         const Command w = working(c);
@@ -61,10 +60,8 @@ TEST(BusyModel, AfterARenderEverythingButTheSelectionPairsIsOffered) {
 }
 
 TEST(ControlModel, BusyAndLayerZeroLockTheirControls) {
-    const std::set<int> locked_while_busy = {1002, 1003, 1004, 1005, 1006, 1007, 1008, 1009,
-                                             1010, 1011, 1012, 1013, 1014, 1015, 1016, 1017,
-                                             1018, 1020, 1021, 1022, 1024, 1084};
-    const std::set<int> colour_options = {1015, 1016, 1017, 1018, 1020};
+    const std::set<int> colour_options = {ctl::kRandom, ctl::kShuffle, ctl::kInvert, ctl::kConvert,
+                                          ctl::kPalette};
     UiState idle;
     idle.picture = true;
     UiState busy = idle;
@@ -73,10 +70,15 @@ TEST(ControlModel, BusyAndLayerZeroLockTheirControls) {
     layer0.selected_layer = 0;
     for (const Control& c : control_table()) {
         EXPECT_TRUE(control_enabled(c.id, idle)) << c.id;
-        EXPECT_EQ(control_enabled(c.id, busy), !locked_while_busy.count(c.id)) << c.id;
-        EXPECT_EQ(control_enabled(c.id, UiState{}), !locked_while_busy.count(c.id)) << c.id;
+        // Until the first picture is read the same controls are locked as while busy.
+        EXPECT_EQ(control_enabled(c.id, busy), control_enabled(c.id, UiState{})) << c.id;
         EXPECT_EQ(control_enabled(c.id, layer0), !colour_options.count(c.id)) << c.id;
     }
+    // Busy locks the settings, never what only shows the work.
+    for (const int id : {ctl::kWid, ctl::kGap, ctl::kPalette, ctl::kLayerList})
+        EXPECT_FALSE(control_enabled(id, busy)) << id;
+    for (const int id : {ctl::kProgress, ctl::kPalettePreview, ctl::kShapeNumber, ctl::kSelect})
+        EXPECT_TRUE(control_enabled(id, busy)) << id;
 }
 
 }  // namespace

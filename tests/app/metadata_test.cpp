@@ -131,10 +131,8 @@ TEST(Metadata, SettingsComeBackAsTheWindowWouldShowThem) {
     to.settings.unit = Unit::Cm, to.settings.out_width = 800, to.settings.out_height = 600;
     to.settings.dpi = 72;
     apply_block_settings(to, block.settings);
-    EXPECT_EQ(to.settings.unit, Unit::Pixel);
-    EXPECT_TRUE(to.flag_byte);
-    EXPECT_FALSE(to.cycling[7]);
-    EXPECT_TRUE(to.cycling[8]);
+    EXPECT_EQ(std::tuple(to.settings.unit, to.flag_byte, to.cycling),
+              std::tuple(Unit::Pixel, true, from.cycling));
     // Paste keeps the picture's own size and resolution; reopening restores them.
     Settings pasted = s;
     pasted.out_width = 800, pasted.out_height = 600, pasted.dpi = 72;
@@ -144,10 +142,10 @@ TEST(Metadata, SettingsComeBackAsTheWindowWouldShowThem) {
     EXPECT_EQ(settings_fields(to.settings), settings_fields(s));
     EXPECT_EQ(to.settings.hgt, 1500);
 
-    const struct {
-        double typed, restored;
-    } fractions[] = {{0.02, 0.02}, {0.0005, 0.0005}, {0.1234567, 0.123457}, {0.0000004, 0.0}};
-    for (auto c : fractions) EXPECT_EQ(restored_size_fraction(float(c.typed)), c.restored) << c.typed;
+    const std::pair<double, double> fractions[] = {
+        {0.02, 0.02}, {0.0005, 0.0005}, {0.1234567, 0.123457}, {0.0000004, 0.0}};
+    for (const auto& [typed, restored] : fractions)
+        EXPECT_EQ(restored_size_fraction(float(typed)), restored) << typed;
 }
 
 TEST(Metadata, DetectSaysWhatIsWrongWithAFile) {

@@ -97,7 +97,6 @@ TEST(MotionPack, RefusesFilesItCannotUseAndSaysWhenAModelIsStill) {
     test::RecordingHost host;
     Document doc(host);
     ASSERT_EQ(load_motion_pack(doc, host, still), 0);
-    EXPECT_TRUE(doc.motion_pack->still());
     EXPECT_TRUE(host.said("The 3D model has no animation: it stays still (" + still + ")"));
     // Circles far too small for the model are refused before anything changes.
     Document tiny(host);

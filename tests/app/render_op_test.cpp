@@ -64,9 +64,7 @@ TEST(Render, ChosenPointsAtTheWorkingSizeAndTwiceIt) {
             {"second layer's palette colour", 50, 75, {170, 255, 0}},
         };
         for (const Point& p : points) EXPECT_EQ(s.at(k * p.x, k * p.y), p.bgr) << p.what << " x" << k;
-        if (k == 1) {
-            EXPECT_EQ(s.at(195, 1), (std::array<int, 3>{255, 255, 255})) << "logo";
-        }
+        EXPECT_EQ(s.at(200 * k - 5, 1), (std::array<int, 3>{255, 255, 255})) << "logo x" << k;
         EXPECT_EQ(s.doc.render_buffer.at(100, 75, 3), 255);
         EXPECT_EQ(s.doc.rendered_settings.out_width, 200 * k);
     }
@@ -140,10 +138,6 @@ TEST(Render, LayersAloneStackBackToTheRender) {
                     stack.at(x, y, ch) = std::uint8_t(
                         std::lround((layer.at(x, y, ch) * a + stack.at(x, y, ch) * (255 - a)) / 255.0));
             }
-        // Transparency 128 tones the shape and weighs the blend, as the render does: 255 (128/255)^2.
-        if (i == 2) {
-            EXPECT_NEAR(layer.at(150, 75, 3), 64, 1) << "the layer's transparency is in its alpha";
-        }
     }
     int worst = 0, clean_seen = 0;
     for (int y = 0; y < 150; ++y)
@@ -158,12 +152,9 @@ TEST(Render, LayersAloneStackBackToTheRender) {
             }
     EXPECT_LE(worst, 2);
     EXPECT_GT(clean_seen, 1000);
-
-    Random unused(1);
-    EXPECT_EQ(render_layer(s.doc, s.host, layer, 3, unused), 0);  // hidden, still painted
+    // A hidden layer is still painted, for the layered result.
+    ASSERT_EQ(render_layer(s.doc, s.host, layer, 3, random), 0);
     EXPECT_EQ(layer.at(50, 75, 3), 255);
-    EXPECT_EQ(render_layer(s.doc, s.host, layer, 4, unused), 1);  // empty
-    EXPECT_EQ(layer.at(50, 75, 3), 0);
 }
 
 TEST(Render, LogoChoiceKeepsThePreviousLogoWhenAFileFails) {

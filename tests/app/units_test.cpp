@@ -21,20 +21,17 @@ TEST(Units, WidthKeepsThePictureAspectAndWritesHeightInTheUnitsFormat) {
     Settings s;
     s.dpi = 100;
     ASSERT_TRUE(set_width_field(s, 400, 300, 200));
-    EXPECT_EQ(s.out_width, 200);
-    EXPECT_EQ(s.out_height, 150);
+    EXPECT_EQ(std::pair(s.out_width, s.out_height), std::pair(200, 150));
     EXPECT_EQ(format_size(s.hgt, s.unit), "150");
     EXPECT_FALSE(set_width_field(s, 400, 300, 200)) << "an unchanged value is ignored";
 
     s.unit = Unit::Inch;
     ASSERT_TRUE(set_width_field(s, 400, 300, 3.0));
-    EXPECT_EQ(s.out_width, 300);
-    EXPECT_EQ(s.out_height, 225);
+    EXPECT_EQ(std::pair(s.out_width, s.out_height), std::pair(300, 225));
     EXPECT_EQ(format_size(s.hgt, s.unit), "2.2500");
 
     ASSERT_TRUE(set_height_field(s, 400, 300, 1.5));
-    EXPECT_EQ(s.out_width, 200);
-    EXPECT_EQ(s.out_height, 150);
+    EXPECT_EQ(std::pair(s.out_width, s.out_height), std::pair(200, 150));
 }
 
 }  // namespace

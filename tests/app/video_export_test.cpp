@@ -51,34 +51,26 @@ struct Animated {
     static double expected_duration() { return 0.5 + 1.5 * 47.0 / 48.0 + 0.6; }
 };
 
-TEST(FrameRender, AFrameAtTheEndEqualsTheStillRender) {
-    Animated a;
-    ASSERT_EQ(generate_shaped_image(a.doc, a.host, 160, 120), 0);
-    ASSERT_EQ(render_frame_at(a.doc, a.host, 160, 120, Animated::expected_duration()), 0);
-    EXPECT_TRUE(a.host.messages().empty());
-    EXPECT_TRUE(test::same_bytes(a.doc.frame_buffer, a.doc.render_buffer));
-    // Half way, shapes are still on their way: the frame differs.
-    ASSERT_EQ(render_frame_at(a.doc, a.host, 160, 120, 1.0), 0);
-    EXPECT_FALSE(test::same_bytes(a.doc.frame_buffer, a.doc.render_buffer));
-}
-
-TEST(FrameRender, AfterADrawingTheAnimationStartsFromIt) {
-    Animated a;
-    a.set(2, 5, 3, 0.3, 0.8, 0.5);  // nothing moves yet at 0
-    ASSERT_EQ(generate_shaped_image(a.doc, a.host, 160, 120), 0);
-    ASSERT_EQ(make_drawing(a.doc, a.host, Drawing{DrawingKind::PebbleCells}), 0);
-    ASSERT_EQ(render_frame_at(a.doc, a.host, 160, 120, 0.0), 0);
-    EXPECT_TRUE(test::same_bytes(a.doc.frame_buffer, a.doc.render_buffer));
-}
-
-TEST(FrameRender, TheLogoIsWhereTheVideoHasItAtThatTime) {
-    Animated a;
-    a.doc.logo = test::flat_picture(40, 20, 0xFF30C0F0);
-    ASSERT_EQ(render_frame_at(a.doc, a.host, 160, 120, 1.0), 0);
-    DocumentAnimation video(a.doc, a.host);
-    ASSERT_EQ(video.prepare(160, 120, ""), 0);
-    const LogoBounce at = logo_at_frame(30);
-    EXPECT_TRUE(test::same_bytes(a.doc.frame_buffer, *video.frame(1.0, at.a, at.b)));
+// Before any other layer starts, a frame is the picture the animation starts from: the first layer at
+// rest (painted, never animated, although its Basic growth would still be running), or a drawing that
+// replaced the render.
+TEST(FrameRender, BeforeAnyLayerStartsAFrameIsTheStartingPicture) {
+    for (const bool drawing : {false, true}) {
+        SCOPED_TRACE(drawing ? "after a drawing" : "the first layer at rest");
+        Animated a;
+        a.set(0, 0, 0, 0.0, 4.0, 3.0);  // would grow over seven seconds if it moved
+        a.set(2, 5, 3, 0.3, 0.8, 0.5);
+        if (drawing) {
+            ASSERT_EQ(generate_shaped_image(a.doc, a.host, 160, 120), 0);
+            ASSERT_EQ(make_drawing(a.doc, a.host, Drawing{DrawingKind::PebbleCells}), 0);
+        }
+        ASSERT_EQ(render_frame_at(a.doc, a.host, 160, 120, 0.2), 0);
+        if (!drawing) {
+            for (std::size_t i = 1; i < a.doc.layers.size(); ++i) a.doc.layers[i].shown = false;
+            ASSERT_EQ(generate_shaped_image(a.doc, a.host, 160, 120), 0);  // the first layer's still render
+        }
+        EXPECT_TRUE(test::same_bytes(a.doc.frame_buffer, a.doc.render_buffer));
+    }
 }
 
 // Export frame to PSD: the merged picture is the frame; the layers (background, the first layer,
@@ -121,31 +113,12 @@ TEST(FrameRender, TimestampsOutsideTheAnimationAreRefused) {
     EXPECT_EQ(render_frame_at(a.doc, a.host, 160, 120, -0.01), -1);
     EXPECT_EQ(render_frame_at(a.doc, a.host, 160, 120, Animated::expected_duration() + 0.01), -1);
     EXPECT_EQ(a.host.messages(), (std::vector<std::string>{expected, expected}));
-    // Without any layer holding shapes the animation lasts 0.0 s: 0.0 is the only valid time.
-    for (Layer& l : a.doc.layers) l.clear_shapes();
-    a.host.clear();
-    EXPECT_EQ(render_frame_at(a.doc, a.host, 160, 120, 0.0), 0);
-    EXPECT_EQ(render_frame_at(a.doc, a.host, 160, 120, 0.01), -1);
-    EXPECT_EQ(a.host.messages(),
-              std::vector<std::string>{"Invalid timestamp (must be between 0.0 and 0.000000"});
-}
-
-// Before any other layer starts, the frame is the background with the first layer at rest: the
-// first layer is painted, never animated, although its Basic growth would still be running.
-TEST(FrameRender, TheFirstLayerIsNeverAnimated) {
-    Animated a;
-    a.set(0, 0, 0, 0.0, 4.0, 3.0);  // would grow over seven seconds if it moved
-    a.set(2, 5, 3, 0.3, 0.8, 0.5);
-    ASSERT_EQ(render_frame_at(a.doc, a.host, 160, 120, 0.2), 0);
-    for (std::size_t i = 1; i < a.doc.layers.size(); ++i) a.doc.layers[i].shown = false;
-    a.doc.logo.reset();
-    ASSERT_EQ(generate_shaped_image(a.doc, a.host, 160, 120), 0);  // the first layer's still render
-    EXPECT_TRUE(test::same_bytes(a.doc.frame_buffer, a.doc.render_buffer));
 }
 
 // Frame after frame through the renderer's painter, with shapes settling in every frame and the
 // logo bouncing over them: every frame is the frame without the logo with the logo drawn on it (the
 // logo never stays behind, also over frames where nothing moves), and the last equals the still render.
+// A frame rendered alone at a time is the video's frame then, logo and all.
 TEST(VideoExport, FramesOneAfterAnotherCarryTheLogoOnlyWhereItIsNow) {
     Animated a;
     ASSERT_EQ(generate_shaped_image(a.doc, a.host, 160, 120), 0);
@@ -164,10 +137,17 @@ TEST(VideoExport, FramesOneAfterAnotherCarryTheLogoOnlyWhereItIsNow) {
         UBUFFER expected = bare->clone();
         ASSERT_EQ(render_logo(a.host, expected, a.doc.logo, a.doc.logo_transparency, bounce.a, bounce.b), 0);
         ASSERT_TRUE(test::same_bytes(*shown, expected)) << "frame " << n;
+        if (n == 30) {
+            ASSERT_EQ(render_frame_at(a.doc, a.host, 160, 120, t), 0);
+            EXPECT_TRUE(test::same_bytes(a.doc.frame_buffer, expected));
+        }
         bounce.advance();
     }
     EXPECT_TRUE(
         test::same_bytes(*without.frame(Animated::expected_duration() + 0.5, 0, 0), a.doc.render_buffer));
+    ASSERT_EQ(render_frame_at(plain.doc, plain.host, 160, 120, Animated::expected_duration()), 0);
+    EXPECT_TRUE(test::same_bytes(plain.doc.frame_buffer, a.doc.render_buffer));
+    EXPECT_TRUE(a.host.messages().empty() && plain.host.messages().empty());
 }
 
 }  // namespace

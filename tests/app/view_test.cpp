@@ -2,6 +2,8 @@
 
 #include <gtest/gtest.h>
 
+#include <tuple>
+
 #include "support/pictures.h"
 #include "support/recording_host.h"
 
@@ -14,11 +16,10 @@ TEST(ViewRectArithmetic, ResetViewCentresThePictureKeepingItsAspect) {
         ViewRect expected;
     };
     const Case cases[] = {
-        {800, 600, 400, 200, {0, 100, 800, 500}},   // wider picture: full width
-        {800, 600, 300, 600, {250, 0, 550, 600}},   // taller picture: full height
-        {640, 480, 640, 480, {0, 0, 640, 480}},     // same aspect: the height branch, no margin
-        {801, 600, 1000, 333, {0, 166, 801, 434}},  // (600 - 801 * 0.333) / 2 = 166.63 truncated
-        {800, 600, 0, 0, {0, 0, 800, 600}},         // no picture
+        {800, 600, 400, 200, {0, 100, 800, 500}},  // wider picture: full width
+        {800, 600, 300, 600, {250, 0, 550, 600}},  // taller picture: full height
+        {640, 480, 640, 480, {0, 0, 640, 480}},    // same aspect: the height branch, no margin
+        {800, 600, 0, 0, {0, 0, 800, 600}},        // no picture
     };
     for (const Case& c : cases)
         EXPECT_EQ(reset_view(c.cw, c.ch, c.pw, c.ph), c.expected)
@@ -34,14 +35,9 @@ TEST(ViewRectArithmetic, WheelZoomsAboutTheCursorUnlessTheStepIsBelowOnePercentO
               (ViewRect{60, 130, 620, 410}));
     // 12 x 9 view of a 4:3 picture in an 800 x 600 control: the floor is 8 x 6.
     const ViewRect small{100, 100, 112, 109};
-    struct Case {
-        int delta;
-        bool accepted;
-    };
-    const Case cases[] = {{-1, true}, {-2, true}, {-3, false}, {-100, false}, {50, true}};
-    for (const Case& c : cases)
-        EXPECT_EQ(wheel_zoom(small, c.delta, 106, 104, 800, 600, 400, 300).has_value(), c.accepted)
-            << c.delta;
+    const std::pair<int, bool> cases[] = {{-1, true}, {-2, true}, {-3, false}, {-100, false}, {50, true}};
+    for (const auto& [delta, accepted] : cases)
+        EXPECT_EQ(wheel_zoom(small, delta, 106, 104, 800, 600, 400, 300).has_value(), accepted) << delta;
     EXPECT_EQ(wheel_zoom(small, -2, 106, 104, 800, 600, 400, 300), (ViewRect{102, 101, 110, 107}));
     // A degenerate rectangle never divides by zero.
     EXPECT_FALSE(wheel_zoom({5, 5, 5, 5}, 120, 0, 0, 800, 600, 400, 300));
@@ -72,17 +68,14 @@ TEST(ViewPicking, ControlPositionsMapToPicturePixels) {
     for (const Case& c : cases)
         EXPECT_EQ(control_to_pixel(r, c.x, c.y, 4, 2), c.expected) << c.x << "," << c.y;
     const ControlPoint p = pixel_to_control(r, 2, 1, 4, 2);
-    EXPECT_DOUBLE_EQ(p.x, 400);
-    EXPECT_DOUBLE_EQ(p.y, 300);
+    EXPECT_EQ(std::pair(p.x, p.y), std::pair(400.0, 300.0));
 }
 
 TEST(ViewPicking, DoubleClickCannotPickTheLastSegmentWhileHoveringCan) {
     IBUFFER labels;
     ASSERT_TRUE(labels.allocate(4, 1, 1));
-    const std::uint32_t values[4] = {0, 1, 2, 3};
-    for (int x = 0; x < 4; ++x) labels.at(x, 0) = values[x];
+    for (int x = 0; x < 4; ++x) labels.at(x, 0) = std::uint32_t(x);
     const ViewRect r{0, 0, 400, 100};
-    const int segments = 3;
     struct Case {
         double x;
         int hover;
@@ -96,14 +89,13 @@ TEST(ViewPicking, DoubleClickCannotPickTheLastSegmentWhileHoveringCan) {
         {350, 2, 3, false},  // label 3 = the segment count: hover yes, double click no
     };
     for (const Case& c : cases) {
-        EXPECT_EQ(hover_pick(r, c.x, 50, labels, segments), c.hover) << c.x;
-        const DoubleClickPick d = double_click_pick(r, c.x, 50, labels, segments);
-        EXPECT_TRUE(d.inside);
+        EXPECT_EQ(hover_pick(r, c.x, 50, labels, 3), c.hover) << c.x;
+        const DoubleClickPick d = double_click_pick(r, c.x, 50, labels, 3);
         EXPECT_EQ(d.selected_segment, c.selected) << c.x;
         EXPECT_EQ(d.picked, c.picked) << c.x;
     }
-    EXPECT_FALSE(double_click_pick(r, 450, 50, labels, segments).inside);
-    EXPECT_EQ(hover_pick(r, 450, 50, labels, segments), -1);
+    EXPECT_FALSE(double_click_pick(r, 450, 50, labels, 3).inside);
+    EXPECT_EQ(hover_pick(r, 450, 50, labels, 3), -1);
 }
 
 class ComposeView : public ::testing::Test {
@@ -125,15 +117,13 @@ TEST_F(ComposeView, SourceIsScaledByNearestNeighbourAndFilteredBlendedByAlpha) {
     ASSERT_EQ(doc.view.width(), 4);
     EXPECT_EQ(doc.view.at(1, 1, 0), 0x10);  // source (0, 0)
     EXPECT_EQ(doc.view.at(2, 3, 0), 0xC9);  // source (1, 1): blue 0xC8 + 1
-    EXPECT_EQ(doc.view.at(2, 3, 3), 255);
 
     doc.filtered = test::flat_picture(4, 4, 0x80646464u);  // grey 100 at alpha 128
     ASSERT_TRUE(compose_view(doc));
     EXPECT_EQ(doc.view.at(2, 0, 1), (100 * 128 + 200 * 127) / 255);  // 149
     EXPECT_EQ(doc.view.at(0, 0, 1), (100 * 128 + 16 * 127) / 255);
 
-    doc.toggles.filtered = false;
-    doc.toggles.original = false;
+    doc.toggles.filtered = doc.toggles.original = false;
     ASSERT_TRUE(compose_view(doc));
     EXPECT_EQ(doc.view.at(2, 0, 1), 0);
     EXPECT_EQ(doc.view.at(2, 0, 3), 255);
@@ -143,22 +133,19 @@ TEST_F(ComposeView, ActiveLayerPaletteColoursTheViewUntilTransformed) {
     doc.filtered = test::flat_picture(4, 4, 0xFF02FCABu);  // near Neon Cyber's first entry (0, 255, 170)
     doc.selected_layer = 1;
     doc.layers[1].palette = 7;
-    ASSERT_EQ(doc.palettes[7].name, "Neon Cyber");
-    ASSERT_EQ(active_layer(doc), 1);
     ASSERT_TRUE(compose_view(doc));
-    EXPECT_EQ(doc.view.at(0, 0, 2), 0);    // red
-    EXPECT_EQ(doc.view.at(0, 0, 1), 255);  // green
-    EXPECT_EQ(doc.view.at(0, 0, 0), 170);  // blue
+    const auto rgb = [&] {
+        return std::tuple(doc.view.at(0, 0, 2), doc.view.at(0, 0, 1), doc.view.at(0, 0, 0));
+    };
+    EXPECT_EQ(rgb(), std::tuple(0, 255, 170));
 
     doc.layers[1].invert = true;
     ASSERT_TRUE(compose_view(doc));
-    EXPECT_EQ(doc.view.at(0, 0, 2), 255);
-    EXPECT_EQ(doc.view.at(0, 0, 0), 85);
+    EXPECT_EQ(rgb(), std::tuple(255, 0, 85));
 
     doc.transformed = true;  // after a transform the view shows the picture's own colours
     ASSERT_TRUE(compose_view(doc));
-    EXPECT_EQ(doc.view.at(0, 0, 2), 2);
-    EXPECT_EQ(doc.view.at(0, 0, 1), 252);
+    EXPECT_EQ(rgb(), std::tuple(2, 252, 171));
 
     doc.transformed = false;
     doc.layers[1].shown = false;  // a hidden layer colours nothing
@@ -167,7 +154,6 @@ TEST_F(ComposeView, ActiveLayerPaletteColoursTheViewUntilTransformed) {
 
 TEST_F(ComposeView, FinalResultShowsTheRenderOnlyWhenOneExists) {
     ASSERT_TRUE(compose_view(doc));
-    EXPECT_EQ(view_source(doc), ViewSource::Composed);
     doc.render_buffer = test::flat_picture(8, 8, 0xFF0000FFu);
     EXPECT_EQ(view_source(doc), ViewSource::Composed);  // not rendered yet
     doc.rendered = true;

@@ -25,8 +25,7 @@ TEST(Worker, StartStopsJoinsAndClearsThePreviousJob) {
     EXPECT_TRUE(host.stop && !host.skip);
     worker.request_skip();
     EXPECT_TRUE(host.skip);
-    std::atomic<int> order{0};
-    std::atomic<int> first_end{-1}, second_start{-1};
+    std::atomic<int> order{0}, first_end{-1}, second_start{-1};
     worker.start([&] {
         while (!host.stopped()) std::this_thread::sleep_for(std::chrono::milliseconds(1));
         first_end = order++;
@@ -38,12 +37,10 @@ TEST(Worker, StartStopsJoinsAndClearsThePreviousJob) {
         refused = !worker.start([] {});
     });
     worker.join();
-    EXPECT_EQ(first_end, 0);
-    EXPECT_EQ(second_start, 1);
+    EXPECT_EQ(std::pair(first_end.load(), second_start.load()), std::pair(0, 1)) << "one job after the other";
     EXPECT_FALSE(flags_seen_by_second);
     EXPECT_TRUE(refused);
-    EXPECT_EQ(host.entered, 2);
-    EXPECT_EQ(host.left, 2);
+    EXPECT_EQ(std::pair(host.entered.load(), host.left.load()), std::pair(2, 2));
     EXPECT_FALSE(worker.running());
 }
 

@@ -70,33 +70,22 @@ TEST(BatchCli, ListLinesReadBackIntoExactlyTheirJob) {
     }
 }
 
-// Two job slots: cycling split into shards, and the listed video jobs handed to parallel.
+// Cycling split into two shards that run at once under GNU parallel. (That a job alone makes the
+// bytes it makes in the whole run is the job seeds' matter.)
 TEST(BatchCli, ShardsUnderGnuParallelWriteTheBytesOfOneRun) {
     if (!test::have_tool("parallel")) GTEST_SKIP() << "GNU parallel is not installed";
     const fs::path dir = test::temp_dir("cli-batch-parallel");
-    const std::string in = (dir / "in put.png").string(), result = (dir / "art.png").string();
+    const std::string in = (dir / "in put.png").string();
     ASSERT_EQ(write_picture(in, test::noise_picture(48, 32, 6), 96), PictureError::None);
-    ASSERT_EQ(test::run_cli({"render", in, "-o", result, "--int", "2", "--layer", "1:duration=0.2,move=0.2"})
+    ASSERT_EQ(test::run_cli({"cycle", in, "--filters", "1,3", "--int", "2", "--seed", "5", "-o",
+                             (dir / "one").string()})
                   .exit_code,
               0);
-    const std::vector<std::string> cycle = {"cycle", in,       "--filters", "1,3", "--int",
-                                            "2",     "--seed", "5",         "-o"};
-    const std::vector<std::string> videos = {"cycle-video", result,   "--motions", "0,1", "--scans",
-                                             "1",           "--size", "64x48",     "-o"};
-    for (auto args : {cycle, videos}) {
-        args.push_back((dir / "one").string());
-        ASSERT_EQ(test::run_cli(args).exit_code, 0);
-    }
-    std::string shell = "cd " + test::quoted(dir.string()) + " && parallel -j2 -q --halt now,fail=1 " +
-                        test::quoted(VELQ_CLI_PATH) + " cycle " + test::quoted(in) +
-                        " --filters 1,3 --int 2 --seed 5 -o two --quiet --shard {}/2 ::: 0 1 && ";
-    auto listed = videos;
-    listed.push_back((dir / "two").string());
-    listed.push_back("--list");
-    const test::CliResult list = test::run_cli(listed);
-    test::put_text(dir / "jobs.txt", list.out);
-    shell += "parallel -j2 --joblog jobs.log < jobs.txt && echo done";
-    ASSERT_EQ(test::run_tool(shell), "done");
+    ASSERT_EQ(
+        test::run_tool("cd " + test::quoted(dir.string()) + " && parallel -j2 -q --halt now,fail=1 " +
+                       test::quoted(VELQ_CLI_PATH) + " cycle " + test::quoted(in) +
+                       " --filters 1,3 --int 2 --seed 5 -o two --quiet --shard {}/2 ::: 0 1 && echo done"),
+        "done");
     std::size_t compared = 0;
     for (const auto& e : fs::directory_iterator(dir / "one")) {
         if (e.path().extension() == ".log") continue;
@@ -104,7 +93,7 @@ TEST(BatchCli, ShardsUnderGnuParallelWriteTheBytesOfOneRun) {
             << e.path().filename();
         ++compared;
     }
-    EXPECT_EQ(compared, 4u);
+    EXPECT_EQ(compared, 2u);
 }
 
 }  // namespace

@@ -30,7 +30,6 @@ TEST(CliRefusals, ExitWithTheReasonAndLeaveNoFile) {
         std::string says;
         bool existing = false;
     } cases[] = {
-        {{"filter", in, "-o", png, "--filter", "k-mean", "--k", "1"}, png, 1, k_mean},
         {{"filter", in, "-o", png, "--filter", "k-mean", "--k", "1"}, png, 1, k_mean, true},
         {{"filter", dir + "/none.png", "-o", png}, png, 1, "Velquinograph: "},
         {{"circles", in, "-o", json, "--min", "0.03", "--max", "0.02"}, json, 1, minmax},
@@ -43,7 +42,6 @@ TEST(CliRefusals, ExitWithTheReasonAndLeaveNoFile) {
          1,
          "Velquinograph: Failed to load the font No Such Face\n"},
         {{"frame", in, "-o", png, "--time", "99"}, png, 1, "Velquinograph: Invalid timestamp"},
-        {{"frame", in, "-o", png, "--time", "0", "--min", "0.03", "--max", "0.02"}, png, 1, minmax},
         {{"video", in, "-o", mp4, "--filter", "k-mean", "--k", "1"}, mp4, 1, k_mean},
         {{"social", in}, social, 1, "Velquinograph: Unable to find a metadata in " + in + "\n"},
         {{"info", in}, "", 1, "Velquinograph: No metadata found!\n"},

@@ -38,7 +38,7 @@ struct Files {
             "1:palette=7,size=70,invert --shapes " +
             star +
             " --passage-style 2=bubble --layer 2:casefold --seed 5 --global-brightness 20 --logo-text Velq "
-            "--logo-transparency 200");
+            "--logo-transparency 200 --filter broken-glass --impact 0.25,0.5");
         args.insert(args.end(), {"--passage", "2=Ab a", "--passage-font", "2=DejaVu Sans:bold"});
         const test::CliResult r = test::run_cli(args);
         EXPECT_EQ(r.exit_code, 0) << r.err;
@@ -47,11 +47,10 @@ struct Files {
 };
 
 // The result renders again the same from its block; so does a drawing, which replaces the render and
-// is kept in the block.
-TEST(RenderCli, TheResultCarriesItsSettingsAndRendersAgainTheSame) {
+// is kept in the block. Then the block over another picture, options over the block, size and
+// resolution on the line.
+TEST(RenderCli, TheResultRendersAgainTheSameAndTheLineOverridesItsSettings) {
     Files f;
-    const PictureRead first = read_picture(f.first);
-    ASSERT_TRUE(first);
     const std::string again = f.dir + "/again.png", drawn = f.dir + "/drawn.png", redrawn = f.dir + "/re.png";
     for (const std::vector<std::string>& args :
          {std::vector<std::string>{"render", "--settings", f.first, "-o", again, "--seed", "5"},
@@ -61,16 +60,18 @@ TEST(RenderCli, TheResultCarriesItsSettingsAndRendersAgainTheSame) {
         const test::CliResult r = test::run_cli(args);
         ASSERT_EQ(r.exit_code, 0) << r.err;
     }
-    const PictureRead second = read_picture(again), a = read_picture(drawn), b = read_picture(redrawn);
-    ASSERT_TRUE(second && a && b);
+    const PictureRead first = read_picture(f.first), second = read_picture(again), a = read_picture(drawn),
+                      b = read_picture(redrawn);
+    ASSERT_TRUE(first && second && a && b);
     // The background, the global brightness and the logo come back from the block.
     EXPECT_TRUE(test::same_bytes(first.picture, second.picture));
     EXPECT_TRUE(test::same_bytes(a.picture, b.picture));
     EXPECT_FALSE(test::same_bytes(a.picture, first.picture));
     const auto j = info_of(again);
     EXPECT_EQ(j, info_of(f.first));
-    EXPECT_EQ(std::tuple(j["int"], j["thr"], j["background"], j["global_brightness"]),
-              std::tuple(2, 14, "102030", 20));
+    // The pane the random filter drew comes again from its seed and impact.
+    EXPECT_EQ(std::tuple(j["background"], j["global_brightness"], j["filter_seed"], j["impact"]),
+              std::tuple("102030", 20, 5, nlohmann::json::array({0.25, 0.5})));
     EXPECT_EQ(j["logo"],
               nlohmann::json::parse(R"({"text": "Velq", "font": "Courier New", "transparency": 200})"));
     ASSERT_EQ(j["layers"][1]["shapes"].size(), 1u);
@@ -79,11 +80,7 @@ TEST(RenderCli, TheResultCarriesItsSettingsAndRendersAgainTheSame) {
     EXPECT_EQ(info_of(drawn)["drawing"],
               nlohmann::json::parse(R"({"kind": "cells-crystal", "layer": 1, "spike_width": 1.0, "burst": 7,
                                         "lead": 2, "lead_colour": "FF8000"})"));
-}
 
-TEST(RenderCli, AnInputTakesTheSettingsAndTheLineOverridesThem) {
-    Files f;
-    // The block over another picture, options over the block, size and resolution on the line.
     const struct {
         int thr, width, dpi, palette;
         std::string source;
