@@ -5,8 +5,10 @@
 #include <cmath>
 #include <cstdlib>
 #include <memory>
+#include <new>
 
 #include "host/progress.h"
+#include "host/worker_pool.h"
 
 namespace velq {
 namespace {
@@ -74,46 +76,72 @@ void draw_path(UBUFFER& mask, const std::vector<BoundaryPoint>& points, double d
     }
 }
 
+namespace {
+
+// One Segment's pixels from its loop, through a mask of the loop's box; false when the mask could
+// not be had.
+bool fill_segment_pixels(Segment& s, int width, int height, std::vector<Pixel>& stack) {
+    s.pixels.clear();
+    const auto& pts = s.loop.points;
+    if (pts.empty()) return true;
+    double minx = pts[0].x, maxx = pts[0].x, miny = pts[0].y, maxy = pts[0].y;
+    for (const BoundaryPoint& p : pts) {
+        minx = std::min(minx, p.x);
+        maxx = std::max(maxx, p.x);
+        miny = std::min(miny, p.y);
+        maxy = std::max(maxy, p.y);
+    }
+    const int w = int(maxx - minx + 0.5) + 10, h = int(maxy - miny + 0.5) + 10;
+    UBUFFER clp;
+    if (!clp.allocate(w, h)) return false;
+    draw_path(clp, pts, 5 - minx, 5 - miny, 255);
+    fill_outside(clp, stack);
+    for (int row = 0; row < h; ++row) {
+        const std::uint8_t* m = clp.row(row);
+        // Rounded to the nearest pixel (floor, so that a loop reaching left of the picture does not
+        // fold two columns onto column 0).
+        const int y = int(std::floor(row - 5 + miny + 0.5));
+        if (y < 0 || y >= height) continue;
+        for (int col = 0; col < w; ++col) {
+            if (m[col] == 150) continue;
+            const int x = int(std::floor(col - 5 + minx + 0.5));
+            if (x < 0 || x >= width) continue;
+            s.pixels.push_back(Pixel{m[col] < 255 ? 1 : 0, x, y});
+        }
+    }
+    return true;
+}
+
+}  // namespace
+
 int detect_segment_pixels(std::vector<Segment>& segments, int width, int height, bool show, Host& host) {
     auto progress = maybe_progress(host, show, "Detecting segment pixels");
+    // Every Segment's pixels depend on its own loop alone, so Segments are filled side by side; the
+    // calling thread reports, polls Stop and says what failed between rounds.
+    constexpr std::size_t kRound = 256;
+    const std::size_t n = segments.size();
+    WorkerPool pool;
+    std::vector<char> failed(kRound);
     int result = 0;
-    std::vector<Pixel> stack;
-    for (std::size_t i = 0; i < segments.size() && !host.stopped(); ++i) {
-        Segment& s = segments[i];
-        s.pixels.clear();
-        const auto& pts = s.loop.points;
-        if (!pts.empty()) {
-            double minx = pts[0].x, maxx = pts[0].x, miny = pts[0].y, maxy = pts[0].y;
-            for (const BoundaryPoint& p : pts) {
-                minx = std::min(minx, p.x);
-                maxx = std::max(maxx, p.x);
-                miny = std::min(miny, p.y);
-                maxy = std::max(maxy, p.y);
+    for (std::size_t r0 = 0; r0 < n && !host.stopped(); r0 += kRound) {
+        const std::size_t r1 = std::min(n, r0 + kRound);
+        pool.run(int(r1 - r0), [&](int k) {
+            Segment& s = segments[r0 + std::size_t(k)];
+            try {
+                std::vector<Pixel> stack;
+                failed[std::size_t(k)] = !fill_segment_pixels(s, width, height, stack);
+            } catch (const std::bad_alloc&) {  // a worker must not throw: the Segment is left without pixels
+                s.pixels.clear();
+                s.pixels.shrink_to_fit();
+                failed[std::size_t(k)] = 1;
             }
-            const int w = int(maxx - minx + 0.5) + 10, h = int(maxy - miny + 0.5) + 10;
-            UBUFFER clp;
-            if (!clp.allocate(w, h)) {
+        });
+        for (std::size_t k = 0; k < r1 - r0; ++k)
+            if (failed[k]) {
                 host.message("Failed to allocate clp in detect_segment_pixels()");
                 result = -1;
-            } else {
-                draw_path(clp, pts, 5 - minx, 5 - miny, 255);
-                fill_outside(clp, stack);
-                for (int row = 0; row < h; ++row) {
-                    const std::uint8_t* m = clp.row(row);
-                    // Rounded to the nearest pixel (floor, so that a loop reaching left of the picture does
-                    // not fold two columns onto column 0).
-                    const int y = int(std::floor(row - 5 + miny + 0.5));
-                    if (y < 0 || y >= height) continue;
-                    for (int col = 0; col < w; ++col) {
-                        if (m[col] == 150) continue;
-                        const int x = int(std::floor(col - 5 + minx + 0.5));
-                        if (x < 0 || x >= width) continue;
-                        s.pixels.push_back(Pixel{m[col] < 255 ? 1 : 0, x, y});
-                    }
-                }
             }
-        }
-        report(progress, i, segments.size());
+        report(progress, r1, n);
     }
     return result;
 }
