@@ -165,6 +165,8 @@ Candidate CornerEvaluator::evaluate(int v, EdgeSearch search) {
     out.spread = k.s;
     out.length = std::min(t_stop, diagonal_);
     if (!(t_acc > 0) || !(radius > 0)) return out;
+    // The other edges can only make it smaller: a candidate too small already stays refused.
+    if (!(radius >= rules_.min_radius && radius > rules_.gap * 0.5)) return out;
 
     // Every other edge limits the circle around its centre.
     const Vec2 centre = k.c + t_acc * k.dir;
