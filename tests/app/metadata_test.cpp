@@ -154,7 +154,7 @@ TEST(Metadata, DetectSaysWhatIsWrongWithAFile) {
     Bytes old_version = good;
     old_version[100 + 4112] = 3;
     Bytes long_l = good;
-    long_l[good.size() - 15] = 0x7F;  // the top byte of L
+    long_l.at(long_l.size() - 15) = 0x7F;  // the top byte of L
     struct Case {
         const char* name;
         Bytes content;

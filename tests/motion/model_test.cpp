@@ -122,8 +122,10 @@ TEST(Model, SamplesOnAUnitSquareKeepTheDensityAndTakeTheModelsColour) {
             const Vec3 p = sample_position(pose, model, s);
             ++quarter[(p.x >= 0.5) + 2 * (p.y >= 0.5)];
         }
-        if (target / 4 >= 100)
-            for (const int q : quarter) EXPECT_NEAR(q, target / 4, 0.1 * target / 4) << spacing;
+        for (const int q : quarter)
+            if (target / 4 >= 100) {
+                EXPECT_NEAR(q, target / 4, 0.1 * target / 4) << spacing;
+            }
     }
     // Colour sources, each added over the last: none (light grey), material, vertex colours, texture
     // (red, green over blue, white), the last one added winning.
