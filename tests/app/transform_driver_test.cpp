@@ -141,9 +141,12 @@ TEST(TransformDriver, RefusalsSayWhy) {
 TEST(TransformDriver, AStoppedPackingKeepsTheFirstPartOfTheFullOne) {
     for (const TransformMode mode : {TransformMode::Normal, TransformMode::Alphabet}) {
         SCOPED_TRACE(int(mode));
-        // Large enough that the packing outlasts the first live report.
-        Opened<test::StopAtFirstCircles> stopped(quarters(400, 300));
-        Opened<> full(quarters(400, 300));
+        // Enough circles that the packing outlasts the first live report (40 ms) several times over;
+        // letters are packed side by side and hold fewer.
+        const int side = mode == TransformMode::Normal ? 400 : 1000;
+        Opened<test::StopAtFirstCircles> stopped(quarters(side, side * 3 / 4));
+        Opened<> full(quarters(side, side * 3 / 4));
+        stopped.doc.settings.max_size = full.doc.settings.max_size = 0.015;
         ASSERT_EQ(do_transform(full.doc, full.host, mode, false), 0);
         ASSERT_EQ(do_transform(stopped.doc, stopped.host, mode, mode == TransformMode::Normal), 0);
         // The free circles, then each letter's.
