@@ -13,6 +13,7 @@ void Document::reset() {
     render_buffer.reset();
     label_map.reset();
     bs_buffer.reset();
+    working_built.reset();
     pieces.clear();
     segments.clear();
     circles.clear();

@@ -44,6 +44,14 @@ struct Document {
     UBUFFER frame_buffer;   // the last animation frame shown (Render frame, video export)
     IBUFFER label_map;      // segment number per working pixel, 1-based; 0 none
     IBUFFER bs_buffer;      // brush-size map of the last Normal transform
+    // What the filter buffer and the working picture were built with from this source (none when
+    // they were not built from it), so a filter run on the same settings takes them as they are.
+    struct WorkingKey {
+        int interpolation = 0, blur = 0;
+        std::int64_t memory_limit = 0;
+        bool operator==(const WorkingKey&) const = default;
+    };
+    std::optional<WorkingKey> working_built;
 
     std::vector<BoundaryPiece> pieces;  // boundary pieces: segment edges and circle outlines
     std::vector<Segment> segments;

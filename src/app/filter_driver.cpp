@@ -2,9 +2,35 @@
 
 namespace velq {
 
+namespace {
+
+// Copies of the installed filter buffer and working picture, with the filtered picture a copy of the
+// working one and the view and label map cleared, as init_filter_buffer leaves them. False when memory
+// runs short (the caller then builds them anew, with that path's messages).
+bool reuse_working_pictures(const Document& doc, RebuiltPictures& out) {
+    const int w = doc.working.width(), h = doc.working.height();
+    RebuiltPictures made;
+    made.filter_buffer = doc.filter_buffer.clone();
+    made.pictures.working = doc.working.clone();
+    made.pictures.filtered = doc.working.clone();
+    if (!made.filter_buffer || !made.pictures.working || !made.pictures.filtered ||
+        !made.pictures.view.allocate(w, h, 4) || !made.pictures.label_map.allocate(w, h, 1))
+        return false;
+    made.key = out.key;
+    out = std::move(made);
+    return true;
+}
+
+}  // namespace
+
 int build_working_pictures(const Document& doc, Host& host, std::int64_t memory_limit, RebuiltPictures& out) {
     const Settings& s = doc.settings;
     if (check_interpolation(host, s.interpolation, s.blur) != 0) return -1;
+    out.key = {s.interpolation, s.blur, memory_limit};
+    // The enlargement and blur are the slow part of every filter run; the same settings on the same
+    // source give the same pictures.
+    if (doc.working_built == out.key && doc.filter_buffer && doc.working && reuse_working_pictures(doc, out))
+        return 0;
     if (init_interpol_buffer(host, doc.source, s.interpolation, memory_limit, out.filter_buffer) != 0)
         return -1;
     return init_filter_buffer(host, out.filter_buffer, s.interpolation, s.blur, out.pictures);
@@ -16,6 +42,7 @@ void install_working_pictures(Document& doc, RebuiltPictures&& made) {
     doc.filtered = std::move(made.pictures.filtered);
     doc.view = std::move(made.pictures.view);
     doc.label_map = std::move(made.pictures.label_map);
+    doc.working_built = made.key;
     doc.settings.out_width = doc.working.width();
     doc.settings.out_height = doc.working.height();
 }

@@ -22,7 +22,10 @@ int do_filter(Document& doc, Host& host, FilterKind kind, std::int64_t memory_li
 struct RebuiltPictures {
     UBUFFER filter_buffer;
     WorkingPictures pictures;
+    Document::WorkingKey key;  // what they were built with
 };
+// Pictures equal to what the Document's source gives under its settings and `memory_limit`: copies
+// of the installed ones when those were built the same way, else built anew.
 int build_working_pictures(const Document& doc, Host& host, std::int64_t memory_limit, RebuiltPictures& out);
 // Installs rebuilt pictures; the output size becomes the working size.
 void install_working_pictures(Document& doc, RebuiltPictures&& made);

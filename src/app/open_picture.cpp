@@ -36,6 +36,7 @@ int read_image(Document& doc, Host& host, const std::string& path) {
 
 int install_picture(Document& doc, Host& host, PictureRead read, const std::string& path) {
     doc.source = std::move(read.picture);
+    doc.working_built.reset();  // the installed pictures are another source's
     doc.settings.dpi = read.dpi;
     RebuiltPictures made;
     if (build_working_pictures(doc, host, doc.settings.memory_limit, made) != 0) {

@@ -1,6 +1,9 @@
 #include <gtest/gtest.h>
 
+#include <functional>
+
 #include "app/filter_driver.h"
+#include "app/open_picture.h"
 #include "opened_document.h"
 #include "support/pictures.h"
 
@@ -44,6 +47,33 @@ TEST(FilterDriver, EachFilterStartsFromFreshlyBuiltPicturesAndKeepsItsSeed) {
         ASSERT_EQ(do_filter(o.doc, o.host, kind, o.doc.settings.memory_limit), 0);
         EXPECT_TRUE(test::same_bytes(o.doc.filtered, first));
         EXPECT_TRUE(o.host.messages().empty());
+    }
+}
+
+// A filter takes the last build's pictures as they are only when they are what a fresh build gives.
+TEST(FilterDriver, WorkingPicturesAreThoseOfAFreshBuildAfterAnyChange) {
+    const std::pair<const char*, std::function<void(Document&, Host&)>> changes[] = {
+        {"nothing", [](Document&, Host&) {}},
+        {"INT", [](Document& d, Host&) { d.settings.interpolation = 3; }},
+        {"BLU", [](Document& d, Host&) { d.settings.blur = 2; }},
+        {"source", [](Document& d, Host& h) {
+             EXPECT_EQ(install_picture(d, h, {PictureError::None, test::noise_picture(30, 20, 9), 96}, "b"),
+                       0);
+         }}};
+    for (const auto& [what, change] : changes) {
+        SCOPED_TRACE(what);
+        Opened o;
+        change(o.doc, o.host);
+        ASSERT_EQ(do_filter(o.doc, o.host, FilterKind::Normal, o.doc.settings.memory_limit), 0);
+        // Built from scratch: a Document that never built any.
+        Document blank(o.host);
+        blank.source = o.doc.source.clone();
+        blank.settings = o.doc.settings;
+        RebuiltPictures fresh;
+        ASSERT_EQ(build_working_pictures(blank, o.host, o.doc.settings.memory_limit, fresh), 0);
+        EXPECT_TRUE(test::same_bytes(o.doc.filter_buffer, fresh.filter_buffer));
+        EXPECT_TRUE(test::same_bytes(o.doc.working, fresh.pictures.working));
+        EXPECT_TRUE(test::same_bytes(o.doc.filtered, fresh.pictures.filtered));
     }
 }
 
