@@ -149,6 +149,11 @@ Candidate CornerEvaluator::evaluate(int v, EdgeSearch search) {
     } else {
         // Without a map the candidate takes the largest radius, unless a bound comes first.
         const double t_cap = rules_.max_radius / k.s;
+        // A contact clearly before the walk reaches the smallest radius refuses the candidate
+        // whatever the other edges say, so the search may end there. The cone it leaves to be
+        // remembered is then at least as long as the exact one, which only wakes the corner more
+        // often.
+        enough = rules_.min_radius / k.s * (1 - 1e-9);
         cover_to(std::min({t_cap, edge_bound, diagonal_}));
         const double bound = std::min(edge_bound, contact_t);
         if (bound < t_cap) {
