@@ -95,6 +95,18 @@ Candidate CornerEvaluator::evaluate(int v, EdgeSearch search) {
     // edge, and the first contact with any other edge (T, known exactly for every contact up to
     // `covered`), which keeps the candidate inside the outline.
     const double edge_bound = std::min(l1, l2) / cosh;
+    if (edge_bound * k.s * (1 + 1e-9) < rules_.min_radius) {
+        // The circle can never grow to the smallest radius along this corner's edges. The walk would
+        // stop at the first step at or past the bound, or earlier; one step more is a cone at least
+        // as long as the one the walk would leave.
+        out.has_reach = true;
+        out.apex = k.c;
+        out.dir = k.dir;
+        out.spread = k.s;
+        const double steps = rules_.map ? std::ceil(std::max(0.0, edge_bound - 1) / 0.5) + 1 : 0;
+        out.length = std::min(rules_.map ? 1 + 0.5 * steps : edge_bound, diagonal_);
+        return out;
+    }
     double contact_t = kInf, covered = 0;
     // With a map the walk only asks whether a contact comes at or before its current step: once one
     // does, the other edges cannot change the answer.
