@@ -56,7 +56,9 @@ TEST(TransformDriver, NormalPacksTheFrameInThePicturesColours) {
 TEST(TransformDriver, ProgressOnlyMovesForwardAndEndsAt100) {
     for (const TransformMode mode : {TransformMode::Normal, TransformMode::Vectorize}) {
         SCOPED_TRACE(int(mode));
-        Opened<> o(quarters(160, 120));
+        // Enough circles that the packing outlasts several progress reports (one per 40 ms at most).
+        Opened<> o(quarters(400, 300));
+        o.doc.settings.max_size = 0.015;
         ASSERT_EQ(do_transform(o.doc, o.host, mode, false), 0);
         const std::vector<int> p = o.host.percents();
         ASSERT_FALSE(p.empty());
