@@ -90,6 +90,12 @@ Candidate CornerEvaluator::evaluate(int v, EdgeSearch search) {
     const double cosh = std::sqrt(std::max(0.0, 1.0 - k.s * k.s));
     if (!(cosh >= 1e-9) || !(k.s > 0)) return out;
     k.cos2 = cosh * cosh;
+    // From here on the result depends on the cone the circle sweeps from this corner.
+    out.has_reach = true;
+    out.apex = k.c;
+    out.dir = k.dir;
+    out.spread = k.s;
+    const auto acceptable = [&](double r) { return r >= rules_.min_radius && r > 0 && r > rules_.gap * 0.5; };
 
     // The walk stays below two bounds: the point where the circle's tangent points leave the shorter
     // edge, and the first contact with any other edge (T, known exactly for every contact up to
@@ -99,12 +105,8 @@ Candidate CornerEvaluator::evaluate(int v, EdgeSearch search) {
         // The circle can never grow to the smallest radius along this corner's edges. The walk would
         // stop at the first step at or past the bound, or earlier; one step more is a cone at least
         // as long as the one the walk would leave.
-        out.has_reach = true;
-        out.apex = k.c;
-        out.dir = k.dir;
-        out.spread = k.s;
-        const double steps = rules_.map ? std::ceil(std::max(0.0, edge_bound - 1) / 0.5) + 1 : 0;
-        out.length = std::min(rules_.map ? 1 + 0.5 * steps : edge_bound, diagonal_);
+        const double past = 1.5 + 0.5 * std::ceil(std::max(0.0, edge_bound - 1) / 0.5);
+        out.length = std::min(rules_.map ? past : edge_bound, diagonal_);
         return out;
     }
     double contact_t = kInf, covered = 0;
@@ -176,14 +178,9 @@ Candidate CornerEvaluator::evaluate(int v, EdgeSearch search) {
             radius = rules_.max_radius;
         }
     }
-    out.has_reach = true;
-    out.apex = k.c;
-    out.dir = k.dir;
-    out.spread = k.s;
     out.length = std::min(t_stop, diagonal_);
-    if (!(t_acc > 0) || !(radius > 0)) return out;
     // The other edges can only make it smaller: a candidate too small already stays refused.
-    if (!(radius >= rules_.min_radius && radius > rules_.gap * 0.5)) return out;
+    if (!(t_acc > 0) || !acceptable(radius)) return out;
 
     // Every other edge limits the circle around its centre.
     const Vec2 centre = k.c + t_acc * k.dir;
@@ -201,7 +198,7 @@ Candidate CornerEvaluator::evaluate(int v, EdgeSearch search) {
     }
     out.centre = centre;
     out.radius = radius;
-    out.ok = radius >= rules_.min_radius && radius > 0 && radius > rules_.gap * 0.5;
+    out.ok = acceptable(radius);
     return out;
 }
 
