@@ -1,6 +1,7 @@
 #include "render/cell_diagram.h"
 
 #include <algorithm>
+#include <bit>
 #include <cmath>
 #include <limits>
 
@@ -24,7 +25,7 @@ struct Grid {
     double max_weight = 0;
     std::vector<std::uint32_t> start;  // per bucket, row by row; one more at the end
     std::vector<std::int32_t> ids;     // sites by bucket, in index order within one
-    std::vector<CellSite> at;          // the sites of `ids`, read in a row rather than scattered
+    std::vector<double> x, y, weight;  // the sites of `ids`, read in a row rather than scattered
 
     int col_of(double x) const { return std::clamp(int(std::floor((x - x0) / side)), 0, cols - 1); }
     int row_of(double y) const { return std::clamp(int(std::floor((y - y0) / side)), 0, rows - 1); }
@@ -56,8 +57,10 @@ Grid make_grid(std::span<const CellSite> sites, const std::vector<std::int32_t>&
     g.ids.resize(members.size());
     std::vector<std::uint32_t> fill(g.start.begin(), g.start.end() - 1);
     for (std::size_t k = 0; k < members.size(); ++k) g.ids[fill[bucket[k]]++] = members[k];
-    g.at.resize(g.ids.size());
-    for (std::size_t k = 0; k < g.ids.size(); ++k) g.at[k] = sites[std::size_t(g.ids[k])];
+    for (std::int32_t id : g.ids) {
+        const CellSite& site = sites[std::size_t(id)];
+        g.x.push_back(site.x), g.y.push_back(site.y), g.weight.push_back(site.weight);
+    }
     return g;
 }
 
@@ -95,17 +98,23 @@ public:
         for (double h = 2 * std::sqrt(s.weight) + 3 * spacing_;; h *= 4) {
             const bool last = !(h < 2 * std::max(width_, height_));
             if (last) h = std::numeric_limits<double>::infinity();
-            if ((search(i, h) && std::find(label_.begin(), label_.end(), kBox) == label_.end()) || last)
-                break;
+            if ((search(i, h) && !poly_.touches(kBox)) || last) break;
         }
-        for (std::size_t k = 0; k < poly_.size(); ++k) {
-            vertex.push_back({poly_[k].x + s.x, poly_[k].y + s.y});
-            across.push_back(label_[k]);
+        for (std::size_t k = 0; k < poly_.n; ++k) {
+            vertex.push_back({poly_.x[k] + s.x, poly_.y[k] + s.y});
+            across.push_back(poly_.label[k]);
         }
     }
 
 private:
     static constexpr std::int32_t kBox = -2;
+
+    // A site that may cut the cell, as seen from the cell's site.
+    struct Near {
+        double dx, dy;   // c_j - c_i
+        double lim, d2;  // |c_j - c_i|^2 - w_j + w_i and |c_j - c_i|^2
+        std::int32_t j, round;
+    };
 
     // The cell within the frame and the square of half side h about the site; false when that is
     // empty (the cell may still lie outside the square: overlapping circles).
@@ -113,194 +122,214 @@ private:
         const CellSite& s = sites_[std::size_t(i)];
         const double x0 = std::max(0.0, s.x - h), x1 = std::min(width_, s.x + h);
         const double y0 = std::max(0.0, s.y - h), y1 = std::min(height_, s.y + h);
-        poly_ = {{x0 - s.x, y0 - s.y}, {x1 - s.x, y0 - s.y}, {x1 - s.x, y1 - s.y}, {x0 - s.x, y1 - s.y}};
-        label_ = {y0 == 0 ? -1 : kBox, x1 == width_ ? -1 : kBox, y1 == height_ ? -1 : kBox,
-                  x0 == 0 ? -1 : kBox};
-        if (x0 >= x1 || y0 >= y1) poly_.clear(), label_.clear();
-        reach2_ = farthest2();
-        const std::size_t n = grids_.size();
-        ring_.assign(n, 2);
-        // First the sites in the three by three buckets about the site in every class, in three
-        // rounds by the distance from the site to their dividing lines: within a quarter of the site
-        // spacing of the site's own circle (its neighbours in a packing), within one spacing, then
-        // the rest, most of which lie beyond the cell by then. Cutting by the nearest first saves most
-        // of the cuts; the searches by ring below then find little more.
+        poly_.n = 0;
+        if (x0 < x1 && y0 < y1) {
+            poly_.room(4);
+            poly_.push(x0 - s.x, y0 - s.y, y0 == 0 ? -1 : kBox);
+            poly_.push(x1 - s.x, y0 - s.y, x1 == width_ ? -1 : kBox);
+            poly_.push(x1 - s.x, y1 - s.y, y1 == height_ ? -1 : kBox);
+            poly_.push(x0 - s.x, y1 - s.y, x0 == 0 ? -1 : kBox);
+        }
+        reach2_ = poly_.farthest2();
+        // First every site of each class within a disc about the site wide enough to hold the
+        // neighbours of a packed circle (its radius, the class's largest and a site spacing), in
+        // three rounds by the distance from the site to their dividing lines: within a quarter of
+        // the spacing of the site's own circle, within one spacing, then the rest. Cutting by the
+        // nearest first saves most of the cuts. The sorting is free of branches: a site beyond the
+        // disc goes to a fourth list that is never read.
         const double r = std::sqrt(s.weight);
-        const double bound[2] = {4 * (r + 0.25 * spacing_) * (r + 0.25 * spacing_),
-                                 4 * (r + spacing_) * (r + spacing_)};
-        std::size_t count[3] = {0, 0, 0};
-        for (const Grid& g : grids_) {
-            const int cx = g.col_of(s.x), cy = g.row_of(s.y);
-            const int xa = std::max(0, cx - 1), xb = std::min(g.cols - 1, cx + 1);
-            for (int y = std::max(0, cy - 1); y <= std::min(g.rows - 1, cy + 1); ++y) {
-                // The three buckets of a row are one run of sites.
+        const double bound0 = 4 * (r + 0.25 * spacing_) * (r + 0.25 * spacing_),
+                     bound1 = 4 * (r + spacing_) * (r + spacing_);
+        std::size_t count = 0;
+        seen_.resize(grids_.size());
+        for (std::size_t c = 0; c < grids_.size(); ++c) {
+            const Grid& g = grids_[c];
+            const double disc = r + std::sqrt(g.max_weight) + spacing_, disc2 = disc * disc;
+            seen_[c] = disc;
+            const int xa = g.col_of(s.x - disc), xb = g.col_of(s.x + disc);
+            for (int y = g.row_of(s.y - disc); y <= g.row_of(s.y + disc); ++y) {
+                // The buckets of a row are one run of sites.
                 const std::size_t row = std::size_t(y) * g.cols;
                 const std::uint32_t q0 = g.start[row + xa], q1 = g.start[row + xb + 1];
-                const std::size_t room = std::max({count[0], count[1], count[2]}) + (q1 - q0);
-                if (room > near_[0].size()) grow_near(room);
+                if (count + (q1 - q0) > near_.size()) near_.resize(2 * (count + (q1 - q0)));
+                Near* list = near_.data();
                 for (std::uint32_t q = q0; q < q1; ++q) {
-                    const CellSite& o = g.at[q];
-                    const double ox = o.x - s.x, oy = o.y - s.y, d2 = ox * ox + oy * oy;
-                    // The distance from the site to the dividing line is lim / (2 |d|).
-                    const double lim = d2 - o.weight + s.weight, key = lim <= 0 ? -1.0 : lim * lim;
-                    const int round = int(key > bound[0] * d2) + int(key > bound[1] * d2);
-                    near_[round][count[round]++] = {lim, d2, g.ids[q]};
+                    const double ox = g.x[q] - s.x, oy = g.y[q] - s.y, d2 = ox * ox + oy * oy;
+                    // The distance from the site to the dividing line is lim / (2 |d|); a line
+                    // through or behind the site is in the first round.
+                    const double lim = d2 - g.weight[q] + s.weight, key = std::max(lim, 0.0) * std::max(lim, 0.0);
+                    list[count] = {ox, oy, lim, d2, g.ids[q], int(key > bound0 * d2) + int(key > bound1 * d2)};
+                    count += d2 < disc2;
                 }
             }
         }
+        // The rounds in turn, each in the order found.
+        if (order_.size() <= count) order_.resize(2 * count + 1);  // one past: written, never read
+        std::size_t ordered = 0;
         for (int round = 0; round < 3; ++round)
-            for (std::size_t k = 0; k < count[round] && !poly_.empty(); ++k) {
-                // The line lies beyond every vertex: 2 v.d <= 2 |v| |d| <= lim.
-                const Near& c = near_[round][k];
-                if (c.j == i || (c.lim > 0 && c.lim * c.lim >= 4 * reach2_ * c.d2)) continue;
-                clip(i, c.j);
+            for (std::size_t k = 0; k < count; ++k) {
+                order_[ordered] = std::uint32_t(k);
+                ordered += near_[k].round == round;
             }
-        for (std::size_t left = n; left > 0 && !poly_.empty();) {
-            // The lightest class first: its many small sites near by make the first, tightest cuts.
-            for (std::size_t c = n; c-- > 0 && !poly_.empty();) {
-                const Grid& g = grids_[c];
-                const int cx = g.col_of(s.x), cy = g.row_of(s.y), k = ring_[c];
-                if (k < 0) continue;
-                // Every unseen site of the class lies outside the square of buckets seen so far.
-                const int seen_k = k - 1;
-                const bool whole = cx - seen_k <= 0 && cy - seen_k <= 0 && cx + seen_k >= g.cols - 1 &&
-                                   cy + seen_k >= g.rows - 1;
-                const double seen = std::min(
-                    {s.x - (g.x0 + (cx - seen_k) * g.side), g.x0 + (cx + seen_k + 1) * g.side - s.x,
-                     s.y - (g.y0 + (cy - seen_k) * g.side), g.y0 + (cy + seen_k + 1) * g.side - s.y});
-                if (whole || seen * (1 - 1e-12) - 1e-9 >= reach(s.weight, g.max_weight)) {
-                    ring_[c] = -1;
-                    --left;
-                    continue;
+        for (std::size_t k = 0; k < ordered && poly_.n > 0; ++k) {
+            // The line lies beyond every vertex: 2 v.d <= 2 |v| |d| <= lim.
+            const Near& c = near_[order_[k]];
+            if (c.j == i || (c.lim > 0 && c.lim * c.lim >= 4 * reach2_ * c.d2)) continue;
+            clip(i, c);
+        }
+        // Then, class by class, the sites beyond the disc that can still reach the cell; cuts only
+        // shrink that reach, so one look out to it finds them all. The lightest class first: its
+        // many small sites near by make the tightest cuts.
+        for (std::size_t c = grids_.size(); c-- > 0 && poly_.n > 0;) {
+            const Grid& g = grids_[c];
+            double out = reach(s.weight, g.max_weight);
+            const double in2 = seen_[c] * seen_[c];
+            if (out <= seen_[c]) continue;
+            const int xa = g.col_of(s.x - out), xb = g.col_of(s.x + out);
+            const int ya = g.row_of(s.y - out), yb = g.row_of(s.y + out);
+            for (int y = ya; y <= yb && poly_.n > 0; ++y) {
+                const double by0 = g.y0 + y * g.side, dy = std::max({by0 - s.y, s.y - (by0 + g.side), 0.0});
+                const double fy = std::max(std::abs(by0 - s.y), std::abs(by0 + g.side - s.y));
+                for (int x = xa; x <= xb && poly_.n > 0; ++x) {
+                    // Buckets wholly inside the disc were seen; those beyond the reach cannot cut.
+                    const double bx0 = g.x0 + x * g.side;
+                    const double dx = std::max({bx0 - s.x, s.x - (bx0 + g.side), 0.0});
+                    const double fx = std::max(std::abs(bx0 - s.x), std::abs(bx0 + g.side - s.x));
+                    if (dx * dx + dy * dy >= out * out || fx * fx + fy * fy < in2) continue;
+                    const std::size_t b = std::size_t(y) * g.cols + x;
+                    for (std::uint32_t q = g.start[b]; q < g.start[b + 1] && poly_.n > 0; ++q) {
+                        const double ox = g.x[q] - s.x, oy = g.y[q] - s.y, d2 = ox * ox + oy * oy;
+                        if (d2 < in2 || d2 >= out * out) continue;
+                        // This site's own line lies beyond every vertex (see the near rounds).
+                        const double lim = d2 - g.weight[q] + s.weight;
+                        if (lim > 0 && lim * lim >= 4 * reach2_ * d2) continue;
+                        if (clip(i, {ox, oy, lim, d2, g.ids[q], 0})) out = reach(s.weight, g.max_weight);
+                    }
                 }
-                visit_ring(i, g, cx, cy, k);
-                ++ring_[c];
             }
         }
-        return !poly_.empty();
+        return poly_.n > 0;
     }
 
     // How far from site i a site of weight up to w can be and still cut the cell: it takes a vertex v
     // only if |v - c_j|^2 - w_j < |v - c_i|^2 - w_i, so only if |c_j - c_i| is below
-    // |v - c_i| + sqrt(|v - c_i|^2 - w_i + w) for the farthest v.
+    // |v - c_i| + sqrt(|v - c_i|^2 - w_i + w) for the farthest v. A hair more, against rounding.
     double reach(double w_i, double w) const {
-        return std::sqrt(reach2_) + std::sqrt(std::max(0.0, reach2_ - w_i + w));
+        return (std::sqrt(reach2_) + std::sqrt(std::max(0.0, reach2_ - w_i + w))) * (1 + 1e-12) + 1e-9;
     }
 
-    void visit_ring(int i, const Grid& g, int cx, int cy, int k) {
-        const CellSite& s = sites_[std::size_t(i)];
-        double r = reach(s.weight, g.max_weight);
-        for (int y = std::max(0, cy - k); y <= std::min(g.rows - 1, cy + k) && !poly_.empty(); ++y) {
-            const bool edge_row = y == cy - k || y == cy + k;
-            const double by0 = g.y0 + y * g.side, dy = std::max({by0 - s.y, s.y - (by0 + g.side), 0.0});
-            for (int x = std::max(0, cx - k); x <= std::min(g.cols - 1, cx + k) && !poly_.empty(); x += 1) {
-                if (!edge_row && x != cx - k && x != cx + k) {
-                    // Inside the ring's square: jump to its right side.
-                    x = cx + k - 1;
-                    continue;
-                }
-                // Buckets and sites beyond the reach cannot cut the cell, now or after more cuts.
-                const double bx0 = g.x0 + x * g.side, dx = std::max({bx0 - s.x, s.x - (bx0 + g.side), 0.0});
-                if (dx * dx + dy * dy >= r * r) continue;
-                const std::size_t b = std::size_t(y) * g.cols + x;
-                for (std::uint32_t q = g.start[b]; q < g.start[b + 1] && !poly_.empty(); ++q) {
-                    const std::int32_t j = g.ids[q];
-                    const CellSite& o = g.at[q];
-                    const double ox = o.x - s.x, oy = o.y - s.y, d2 = ox * ox + oy * oy;
-                    if (j == i || d2 >= r * r) continue;
-                    // This site's own line lies beyond every vertex (see the near rounds).
-                    const double lim = d2 - o.weight + s.weight;
-                    if (lim > 0 && lim * lim >= 4 * reach2_ * d2) continue;
-                    if (clip(i, j)) r = reach(s.weight, g.max_weight);
-                }
-            }
+    // A polygon about the site: its points and, per point, the label of the edge that leaves it; in
+    // arrays that only grow.
+    struct Poly {
+        std::vector<double> x, y;
+        std::vector<std::int32_t> label;
+        std::size_t n = 0;
+
+        void room(std::size_t m) {
+            if (x.size() < m) x.resize(2 * m), y.resize(2 * m), label.resize(2 * m);
         }
+        void push(double px, double py, std::int32_t l) {
+            x[n] = px, y[n] = py, label[n] = l;
+            ++n;
+        }
+        // push(), except that a point within kSamePoint of the last one takes its place.
+        void put(double px, double py, std::int32_t l) {
+            if (n > 0 && same(x[n - 1], y[n - 1], px, py)) --n;
+            push(px, py, l);
+        }
+        bool touches(std::int32_t l) const {
+            return std::find(label.begin(), label.begin() + std::ptrdiff_t(n), l) != label.begin() + std::ptrdiff_t(n);
+        }
+        double farthest2() const {
+            double m = 0;
+            for (std::size_t k = 0; k < n; ++k) m = std::max(m, x[k] * x[k] + y[k] * y[k]);
+            return m;
+        }
+    };
+
+    static bool same(double px, double py, double qx, double qy) {
+        return std::abs(px - qx) < kSamePoint && std::abs(py - qy) < kSamePoint;
     }
 
     // Keeps the part of the cell where site i's power distance is at most site j's; true when the
     // cell changed.
-    bool clip(int i, int j) {
-        const CellSite& a = sites_[std::size_t(i)];
-        const CellSite& b = sites_[std::size_t(j)];
-        const double dx = b.x - a.x, dy = b.y - a.y;
+    bool clip(int i, const Near& c) {
+        const double dx = c.dx, dy = c.dy, limit = c.lim;
+        const std::int32_t j = c.j;
         if (dx == 0 && dy == 0) {
             // The same centre: the heavier site (or the first of equals) owns all of it.
-            if (b.weight > a.weight || (b.weight == a.weight && j < i)) poly_.clear();
+            if (limit < 0 || (limit == 0 && j < i)) poly_.n = 0;
             return true;
         }
-        const double limit = dx * dx + dy * dy - b.weight + a.weight;
-        side_.resize(poly_.size());
+        const std::size_t n = poly_.n;
+        if (side_.size() < n) side_.resize(2 * n);
+        const double *px = poly_.x.data(), *py = poly_.y.data();
+        const std::int32_t* pl = poly_.label.data();
+        double* side = side_.data();
+        // Which points lie outside, as bits when there are few enough (nearly always).
+        constexpr std::size_t kBits = 64;
+        std::uint64_t out = 0;
         bool any_out = false, any_in = false;
-        for (std::size_t k = 0; k < poly_.size(); ++k) {
-            side_[k] = 2 * (poly_[k].x * dx + poly_[k].y * dy) - limit;
-            (side_[k] > 0 ? any_out : any_in) = true;
+        for (std::size_t k = 0; k < n; ++k) {
+            side[k] = 2 * (px[k] * dx + py[k] * dy) - limit;
+            const bool o = side[k] > 0;
+            out |= std::uint64_t(o) << (k % kBits);
+            any_out |= o;
+            any_in |= !o;
         }
         if (!any_out) return false;
-        next_.clear();
-        next_label_.clear();
+        next_.n = 0;
         if (any_in) {
-            const std::size_t n = poly_.size();
-            for (std::size_t k = 0; k < n; ++k) {
+            next_.room(2 * n);  // a convex polygon's cut adds one point; twice covers any rounding
+            // Where the line crosses edge k -> k + 1.
+            auto cross = [&](std::size_t k, std::int32_t label) {
                 const std::size_t l = k + 1 == n ? 0 : k + 1;
-                const bool in_k = side_[k] <= 0, in_l = side_[l] <= 0;
-                if (in_k) push(poly_[k], label_[k]);
-                if (in_k != in_l) {
-                    const double t = side_[k] / (side_[k] - side_[l]);
-                    const CellPoint q{poly_[k].x + t * (poly_[l].x - poly_[k].x),
-                                      poly_[k].y + t * (poly_[l].y - poly_[k].y)};
-                    // Leaving: the clip line runs on from q. Entering: the old edge goes on from q.
-                    push(q, in_k ? std::int32_t(j) : label_[k]);
+                const double t = side[k] / (side[k] - side[l]);
+                next_.put(px[k] + t * (px[l] - px[k]), py[k] + t * (py[l] - py[k]), label);
+            };
+            const std::uint64_t all = n >= kBits ? ~std::uint64_t(0) : (std::uint64_t(1) << n) - 1;
+            const std::uint64_t in = all & ~out, in_next = (in >> 1) | ((in & 1) << ((n - 1) % kBits));
+            const std::uint64_t leaves = in & ~in_next, enters = out & in_next;
+            if (n <= kBits && leaves != 0 && (leaves & (leaves - 1)) == 0) {
+                // One run of points outside, as a convex cell has: the points inside from the one
+                // after `enter` to `leave`, then the line's two crossings. Leaving: the clip line
+                // runs on from its crossing. Entering: the old edge goes on from it.
+                const std::size_t leave = std::size_t(std::countr_zero(leaves)),
+                                  enter = std::size_t(std::countr_zero(enters)), first = enter + 1 == n ? 0 : enter + 1;
+                if (first <= leave) {
+                    for (std::size_t k = first; k <= leave; ++k) next_.push(px[k], py[k], pl[k]);
+                } else {
+                    for (std::size_t k = first; k < n; ++k) next_.push(px[k], py[k], pl[k]);
+                    for (std::size_t k = 0; k <= leave; ++k) next_.push(px[k], py[k], pl[k]);
+                }
+                cross(leave, j);
+                cross(enter, pl[enter]);
+            } else {
+                for (std::size_t k = 0; k < n; ++k) {
+                    const std::size_t l = k + 1 == n ? 0 : k + 1;
+                    const bool in_k = side[k] <= 0, in_l = side[l] <= 0;
+                    if (in_k) next_.put(px[k], py[k], pl[k]);
+                    if (in_k && !in_l) cross(k, j);
+                    if (!in_k && in_l) cross(k, pl[k]);
                 }
             }
-            if (next_.size() > 1 && same(next_.back(), next_.front())) {
-                next_.pop_back();
-                next_label_.pop_back();
-            }
-            if (next_.size() < 3) next_.clear(), next_label_.clear();
+            std::size_t& m = next_.n;
+            if (m > 1 && same(next_.x[m - 1], next_.y[m - 1], next_.x[0], next_.y[0])) --m;
+            if (m < 3) m = 0;
         }
-        poly_.swap(next_);
-        label_.swap(next_label_);
-        reach2_ = farthest2();
+        std::swap(poly_, next_);
+        reach2_ = poly_.farthest2();
         return true;
-    }
-
-    static bool same(const CellPoint& p, const CellPoint& q) {
-        return std::abs(p.x - q.x) < kSamePoint && std::abs(p.y - q.y) < kSamePoint;
-    }
-
-    void push(const CellPoint& p, std::int32_t label) {
-        if (!next_.empty() && same(next_.back(), p)) {
-            next_.back() = p;
-            next_label_.back() = label;
-            return;
-        }
-        next_.push_back(p);
-        next_label_.push_back(label);
-    }
-
-    double farthest2() const {
-        double m = 0;
-        for (const CellPoint& p : poly_) m = std::max(m, p.x * p.x + p.y * p.y);
-        return m;
     }
 
     std::span<const CellSite> sites_;
     const std::vector<Grid>& grids_;
     double width_, height_, spacing_ = 1;
-    std::vector<CellPoint> poly_, next_;
-    std::vector<std::int32_t> label_, next_label_;
+    Poly poly_, next_;
     std::vector<double> side_;
-    std::vector<int> ring_;  // per class: the next ring to visit, -1 when done
-    struct Near {
-        double lim, d2;  // |c_j - c_i|^2 - w_j + w_i and |c_j - c_i|^2
-        std::int32_t j;
-    };
-    std::vector<Near> near_[3];  // by round, grown as needed
-    // The rounds' lists share one size, so a cell writes into them without checks.
-    void grow_near(std::size_t n) {
-        const std::size_t size = std::max(2 * near_[0].size(), n + 16);
-        for (auto& v : near_) v.resize(size);
-    }
+    std::vector<double> seen_;  // per class: every site nearer than this has been tried
+    std::vector<Near> near_;  // grown as needed
+    std::vector<std::uint32_t> order_;
     double reach2_ = 0;
 };
 
@@ -337,6 +366,8 @@ bool make_cell_diagram(Host& host, std::span<const CellSite> sites, double width
             const int b = b0 + k;
             Piece& p = pieces[std::size_t(b)];
             CellCutter cutter(sites, grids, width, height);
+            p.vertex.reserve(8 * kBlock);
+            p.across.reserve(8 * kBlock);
             for (int i = b * kBlock; i < std::min(n, (b + 1) * kBlock); ++i) {
                 const std::size_t before = p.vertex.size();
                 cutter.cut(i, p.vertex, p.across);
@@ -344,7 +375,11 @@ bool make_cell_diagram(Host& host, std::span<const CellSite> sites, double width
             }
         });
     }
+    std::size_t total = 0;
+    for (const Piece& p : pieces) total += p.vertex.size();
     out.first.reserve(std::size_t(n) + 1);
+    out.vertex.reserve(total);
+    out.across.reserve(total);
     out.first.push_back(0);
     for (Piece& p : pieces) {
         for (std::uint32_t c : p.count) out.first.push_back(out.first.back() + c);
