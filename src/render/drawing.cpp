@@ -7,6 +7,10 @@
 #include <functional>
 #include <numeric>
 
+#if defined(__SSE2__) || defined(_M_X64)
+#include <emmintrin.h>
+#endif
+
 #include "host/worker_pool.h"
 #include "render/cell_diagram.h"
 #include "render/spikes.h"
@@ -210,124 +214,163 @@ struct CellLine {
     double y0, y1;  // the rows a pixel within the lead's reach of the edge can be on
 };
 
-constexpr int kChunk = 8;  // pixels at a time; rows of four or fewer take four
+// What every pixel of one cell needs.
+struct CellInk {
+    float per;     // 1 / (1.6 r)^2: the shading reaches its darkest at 1.6 radii
+    float reach;   // lead / 2 + 0.5; 0 without lead
+    float c[3];    // the cell's colour, blue first
+    float e[3];    // the lead's colour
+    double cx, cy;  // the circle's centre
+};
+
+// Scratch for one band of rows: a cell's lead lines, and those beside one row.
+struct CellScratch {
+    std::vector<CellLine> lines;
+    std::vector<double> nx, base;  // per line beside the row: distance at column centre x is nx x + base
+};
 
 // A pixel's four bytes as one word, blue in the low byte.
 static_assert(std::endian::native == std::endian::little, "pixels are assembled as little-endian words");
-std::uint32_t load_pixel(const std::uint8_t* p) {
-    std::uint32_t v;
-    std::memcpy(&v, p, 4);
-    return v;
-}
 
-// Up to kLanes pixels of one cell's row from x (pixel centre) on: the cell's colour shaded by the
-// distance from its circle's centre (dx0 across, dy2 squared down), then the lead colour by the
-// coverage of the nearest shared edge. Fixed-size lanes in float, so the compiler makes vector
-// code of every step; each channel is rounded to a byte before the lead is blended over it.
-template <int kLanes>
-void paint_chunk(std::uint8_t* px, int n, float dx0, float dy2, float per, std::span<const CellLine> lines,
-                 std::span<const std::uint32_t> near, double x, double y, float reach, const Colour& colour,
-                 const Colour& ink) {
-    float shade[kLanes], dist[kLanes];
-    for (int j = 0; j < kLanes; ++j) {
+#if defined(__GNUC__)
+#define VELQ_INLINE __attribute__((always_inline)) inline
+#else
+#define VELQ_INLINE inline
+#endif
+
+// Four pixels of one cell's row from column centre x on (n of them inside the row): the cell's
+// colour shaded by the distance from its circle's centre (dy2 squared down), then the lead colour
+// by the coverage of the nearest of the lead lines beside the row. In float, four lanes at once
+// where the processor has them and one by one elsewhere, with the same operations in the same order,
+// so both give the same bytes. Each channel is rounded to a byte before the lead is blended over it
+// (a mix of two bytes needs no clamp; coverage 0 gives the byte back).
+VELQ_INLINE void paint_quad(std::uint8_t* px, int n, double x, float dy2, const CellInk& ink, const double* nx,
+                            const double* base, std::size_t lines) {
+    const float dx0 = float(x - ink.cx);
+#if defined(__SSE2__) || defined(_M_X64)
+    const __m128 lane = _mm_setr_ps(0, 1, 2, 3), one = _mm_set1_ps(1.0f), half = _mm_set1_ps(0.5f);
+    const __m128 reach = _mm_set1_ps(ink.reach);
+    const __m128 dx = _mm_add_ps(_mm_set1_ps(dx0), lane);
+    const __m128 far = _mm_min_ps(
+        _mm_mul_ps(_mm_add_ps(_mm_mul_ps(dx, dx), _mm_set1_ps(dy2)), _mm_set1_ps(ink.per)), one);
+    const __m128 shade = _mm_sub_ps(_mm_set1_ps(1.12f), _mm_mul_ps(_mm_set1_ps(0.25f), _mm_sqrt_ps(far)));
+    __m128 dist = reach;
+    for (std::size_t k = 0; k < lines; ++k) {
+        const __m128 start = _mm_set1_ps(float(nx[k] * x + base[k])), step = _mm_set1_ps(float(nx[k]));
+        dist = _mm_min_ps(dist, _mm_add_ps(start, _mm_mul_ps(step, lane)));
+    }
+    const __m128 cover = _mm_min_ps(_mm_max_ps(_mm_sub_ps(reach, dist), _mm_setzero_ps()), one);
+    __m128i bytes = _mm_setzero_si128();
+    for (int c = 0; c < 3; ++c) {
+        const __m128 level = _mm_cvtepi32_ps(_mm_cvttps_epi32(
+            _mm_min_ps(_mm_add_ps(_mm_mul_ps(_mm_set1_ps(ink.c[c]), shade), half), _mm_set1_ps(255.0f))));
+        const __m128 mixed =
+            _mm_add_ps(_mm_add_ps(level, _mm_mul_ps(_mm_sub_ps(_mm_set1_ps(ink.e[c]), level), cover)), half);
+        bytes = _mm_or_si128(bytes, _mm_slli_epi32(_mm_cvttps_epi32(mixed), 8 * c));
+    }
+    const __m128i alpha = _mm_set1_epi32(int(0xff000000u));
+    if (n == 4) {
+        const __m128i old = _mm_loadu_si128(reinterpret_cast<const __m128i*>(px));
+        _mm_storeu_si128(reinterpret_cast<__m128i*>(px), _mm_or_si128(bytes, _mm_and_si128(old, alpha)));
+        return;
+    }
+    alignas(16) std::uint32_t out[4];
+    _mm_store_si128(reinterpret_cast<__m128i*>(out), bytes);
+    for (int j = 0; j < n; ++j) {
+        std::uint32_t old;
+        std::memcpy(&old, px + 4 * j, 4);
+        out[j] |= old & 0xff000000u;
+        std::memcpy(px + 4 * j, &out[j], 4);
+    }
+#else
+    for (int j = 0; j < n; ++j) {
         const float dx = dx0 + float(j);
-        shade[j] = 1.12f - 0.25f * std::sqrt(std::min(1.0f, (dx * dx + dy2) * per));
-        dist[j] = reach;
+        const float shade = 1.12f - 0.25f * std::sqrt(std::min((dx * dx + dy2) * ink.per, 1.0f));
+        float dist = ink.reach;
+        for (std::size_t k = 0; k < lines; ++k)
+            dist = std::min(dist, float(nx[k] * x + base[k]) + float(nx[k]) * float(j));
+        const float cover = std::min(std::max(ink.reach - dist, 0.0f), 1.0f);
+        std::uint8_t* p = px + 4 * j;
+        for (int c = 0; c < 3; ++c) {
+            const float level = float(int(std::min(ink.c[c] * shade + 0.5f, 255.0f)));
+            p[c] = std::uint8_t(int(level + (ink.e[c] - level) * cover + 0.5f));
+        }
     }
-    for (std::uint32_t k : near) {
-        const CellLine& l = lines[k];
-        // Chunks this edge's strip misses cost one test.
-        const double at0 = l.nx * x + l.ny * y - l.off, at1 = at0 + l.nx * (n - 1);
-        if (std::min(at0, at1) >= reach) continue;
-        const float start = float(at0), step = float(l.nx);
-        for (int j = 0; j < kLanes; ++j) dist[j] = std::min(dist[j], start + step * float(j));
-    }
-    // Each channel rounded to a byte (the shaded level is never below 0), then the lead blended
-    // over that byte (a mix of two bytes needs no clamp); coverage 0 gives the byte back.
-    const float c0 = float(colour.c[0]), c1 = float(colour.c[1]), c2 = float(colour.c[2]);
-    const float e0 = float(ink.c[0]), e1 = float(ink.c[1]), e2 = float(ink.c[2]);
-    auto level = [](float v) { return float(int(std::min(v + 0.5f, 255.0f))); };
-    std::uint32_t out[kLanes], old[kLanes];
-    if (n == kLanes)
-        std::memcpy(old, px, sizeof old);
-    else
-        for (int j = 0; j < kLanes; ++j) old[j] = j < n ? load_pixel(px + 4 * j) : 0;
-    for (int j = 0; j < kLanes; ++j) {
-        const float cover = std::min(std::max(reach - dist[j], 0.0f), 1.0f);
-        const float b0 = level(c0 * shade[j]), b1 = level(c1 * shade[j]), b2 = level(c2 * shade[j]);
-        const int v0 = int(b0 + (e0 - b0) * cover + 0.5f), v1 = int(b1 + (e1 - b1) * cover + 0.5f),
-                  v2 = int(b2 + (e2 - b2) * cover + 0.5f);
-        out[j] =
-            (old[j] & 0xff000000u) | std::uint32_t(v0) | std::uint32_t(v1) << 8 | std::uint32_t(v2) << 16;
-    }
-    if (n == kLanes)
-        std::memcpy(px, out, sizeof out);
-    else
-        for (int j = 0; j < n; ++j) std::memcpy(px + 4 * j, &out[j], 4);
+#endif
 }
 
-// Each cell in its colour, lighter toward its circle's centre, with lead lines `lead` pixels wide
-// and soft-sided along the edges it shares with other cells. One pass per pixel: a pixel's lead
-// coverage is clamp(lead / 2 + 0.5 - distance, 0, 1), the distance being to the nearest shared edge;
-// for a pixel inside a convex cell that is the distance to the nearest of its own shared edges'
-// lines, so each cell needs only its own edges, and its neighbours draw the other half of the line.
+// The rows [y0, y1) of one cell: each in its colour, lighter toward its circle's centre, with lead
+// lines along the edges it shares with other cells. A pixel's lead coverage is
+// clamp(reach - distance, 0, 1), the distance being to the nearest shared edge; for a pixel inside a
+// convex cell that is the distance to the nearest of its own shared edges' lines, so each cell needs
+// only its own edges, and its neighbours draw the other half of the line.
+VELQ_INLINE void paint_cell(std::span<const CellPoint> poly, std::span<const std::int32_t> across,
+                            const CellInk& ink, int y0, int y1, UBUFFER& buffer, CellScratch& scratch) {
+    const int width = buffer.width();
+    std::vector<CellLine>& lines = scratch.lines;
+    lines.clear();
+    if (ink.reach > 0) {
+        // Cells run clockwise on screen, so the inward normal of a -> b is (a.y - b.y, b.x - a.x).
+        for (std::size_t k = 0; k < poly.size(); ++k) {
+            if (across[k] < 0) continue;  // the frame has no lead
+            const CellPoint& a = poly[k];
+            const CellPoint& b = poly[k + 1 == poly.size() ? 0 : k + 1];
+            const double len = std::sqrt((b.x - a.x) * (b.x - a.x) + (b.y - a.y) * (b.y - a.y));
+            if (!(len > 0)) continue;
+            const double nx = (a.y - b.y) / len, ny = (b.x - a.x) / len;
+            lines.push_back({nx, ny, nx * a.x + ny * a.y, std::min(a.y, b.y) - ink.reach,
+                             std::max(a.y, b.y) + ink.reach});
+        }
+    }
+    if (scratch.nx.size() < lines.size()) scratch.nx.resize(lines.size()), scratch.base.resize(lines.size());
+    double* nx = scratch.nx.data();
+    double* base = scratch.base.data();
+    // Only the rows whose centres the cell's height spans (the spans decide at the ends).
+    int ya = y0, yb = y1;
+    poly_rows(poly, 0, ya, yb);
+    ConvexSpans spans(poly);
+    for (int y = std::max(y0, ya); y < std::min(y1, yb); ++y) {
+        int x0 = 0, x1 = 0;
+        if (!spans.at(y + 0.5, width, x0, x1)) continue;
+        const double cy = y + 0.5;
+        const float dy2 = float((cy - ink.cy) * (cy - ink.cy));
+        // A pixel within the lead's reach of a cell's edge line lies within its reach of the edge
+        // itself (the cell is convex), so a row needs only the edges beside it.
+        std::size_t count = 0;
+        for (const CellLine& l : lines) {
+            nx[count] = l.nx;
+            base[count] = l.ny * cy - l.off;
+            count += l.y0 <= cy && cy <= l.y1;
+        }
+        std::uint8_t* row = buffer.row(y);
+        for (int xc = x0; xc < x1; xc += 4)
+            paint_quad(row + std::size_t(xc) * 4, std::min(4, x1 - xc), xc + 0.5, dy2, ink, nx, base, count);
+    }
+}
+
 bool paint_cells(BandRunner& runner, const CellDiagram& d, std::span<const Placement> placements,
                  std::span<const Colour> colours, int lead, std::uint32_t lead_colour, UBUFFER& buffer) {
-    const int width = buffer.width(), height = buffer.height();
+    const int height = buffer.height();
     const BandLists lists = by_band(std::size_t(d.size()), height, [&](std::size_t i, int& y0, int& y1) {
         poly_rows(d.cell(int(i)), 0, y0, y1);
     });
-    const Colour ink{{double(colorref_blue(lead_colour)), double(colorref_green(lead_colour)),
-                      double(colorref_red(lead_colour))}};
-    const double reach = lead > 0 ? lead / 2.0 + 0.5 : 0;
+    const float reach = lead > 0 ? float(lead / 2.0 + 0.5) : 0.0f;
+    std::vector<CellInk> inks(placements.size());
+    for (std::size_t i = 0; i < placements.size(); ++i) {
+        const Placement& p = placements[i];
+        const double far = 1.6 * std::max(p.radius, 1e-9);
+        inks[i] = {float(1 / (far * far)),
+                   reach,
+                   {float(colours[i].c[0]), float(colours[i].c[1]), float(colours[i].c[2])},
+                   {float(colorref_blue(lead_colour)), float(colorref_green(lead_colour)),
+                    float(colorref_red(lead_colour))},
+                   p.x,
+                   p.y};
+    }
     return runner.run(lists.bands, height, 50, 100, [&](int band, int y0, int y1) {
-        std::vector<CellLine> lines;
-        std::vector<std::uint32_t> near;
-        for (std::uint32_t i : lists.of(band)) {
-            const auto poly = d.cell(int(i));
-            const auto across = d.edges(int(i));
-            const Placement& p = placements[i];
-            const double far = 1.6 * std::max(p.radius, 1e-9), per = 1 / (far * far);
-            lines.clear();
-            if (reach > 0) {
-                // Cells run clockwise on screen, so the inward normal of a -> b is (a.y - b.y, b.x - a.x).
-                for (std::size_t k = 0; k < poly.size(); ++k) {
-                    if (across[k] < 0) continue;  // the frame has no lead
-                    const CellPoint& a = poly[k];
-                    const CellPoint& b = poly[k + 1 == poly.size() ? 0 : k + 1];
-                    const double len = std::sqrt((b.x - a.x) * (b.x - a.x) + (b.y - a.y) * (b.y - a.y));
-                    if (!(len > 0)) continue;
-                    const double nx = (a.y - b.y) / len, ny = (b.x - a.x) / len;
-                    lines.push_back({nx, ny, nx * a.x + ny * a.y, std::min(a.y, b.y) - reach,
-                                     std::max(a.y, b.y) + reach});
-                }
-            }
-            // Only the rows whose centres the cell's height spans (row_span decides at the ends).
-            int ya = y0, yb = y1;
-            poly_rows(poly, 0, ya, yb);
-            ConvexSpans spans(poly);
-            for (int y = std::max(y0, ya); y < std::min(y1, yb); ++y) {
-                int x0 = 0, x1 = 0;
-                if (!spans.at(y + 0.5, width, x0, x1)) continue;
-                const double cy = y + 0.5, dy2 = (cy - p.y) * (cy - p.y);
-                std::uint8_t* row = buffer.row(y);
-                // A pixel within the lead's reach of a cell's edge line lies within its reach of the
-                // edge itself (the cell is convex), so a row needs only the edges beside it.
-                std::size_t count = 0;
-                near.resize(lines.size());
-                for (std::size_t k = 0; k < lines.size(); ++k) {
-                    near[count] = std::uint32_t(k);
-                    count += lines[k].y0 <= cy && cy <= lines[k].y1;
-                }
-                for (int xc = x0; xc < x1; xc += kChunk) {
-                    const int n = std::min(kChunk, x1 - xc);
-                    (n <= 4 ? paint_chunk<4>
-                            : paint_chunk<kChunk>)(row + std::size_t(xc) * 4, n, float(xc + 0.5 - p.x),
-                                                   float(dy2), float(per), lines, {near.data(), count},
-                                                   xc + 0.5, cy, float(reach), colours[i], ink);
-                }
-            }
-        }
+        CellScratch scratch;
+        for (std::uint32_t i : lists.of(band))
+            paint_cell(d.cell(int(i)), d.edges(int(i)), inks[i], y0, y1, buffer, scratch);
     });
 }
 
