@@ -22,7 +22,7 @@ namespace {
 
 // The picture is painted in bands of rows, every band by one thread, each going through the marks
 // that reach it in their order: a pixel sees the same marks in the same order whatever the split.
-constexpr int kBandRows = 32;
+constexpr int kBandRows = 64;
 constexpr int kBandsPerBatch = 8;  // bands between looks at the stop flag
 
 struct Colour {
@@ -49,6 +49,13 @@ int ceil_within(double v, int lo, int hi) {
     v = std::clamp(v, double(lo), double(hi));
     const int c = int(v);
     return c + (double(c) < v);
+}
+
+// floor(v) clamped to [lo, hi], likewise.
+int floor_within(double v, int lo, int hi) {
+    v = std::clamp(v, double(lo), double(hi));
+    const int c = int(v);
+    return c - (double(c) > v);
 }
 
 // Mark numbers per band of rows, in mark order.
@@ -127,7 +134,7 @@ bool row_span(std::span<const CellPoint> poly, double y, int width, int& x0, int
     return x0 < x1;
 }
 
-// The columns whose centres lie inside a convex polygon, row by row from the top: the same spans as
+// The columns whose centres lie inside a convex polygon, row by row from the top: the spans of
 // row_span, found by walking the polygon's descending and ascending sides instead of testing every
 // edge on every row.
 class ConvexSpans {
@@ -139,14 +146,13 @@ public:
             if (poly[k].y < poly[top].y) top = k;
         for (std::size_t s = 0; s < n && ok_; ++s) {
             const std::size_t k = (top + s) % n, l = k + 1 == n ? 0 : k + 1;
-            if (poly[k].y != poly[l].y) ok_ = add(poly[k].y < poly[l].y ? down_ : up_, k);
+            if (poly[k].y != poly[l].y) ok_ = add(poly[k].y < poly[l].y ? down_ : up_, poly[k], poly[l]);
         }
         std::reverse(up_.edge, up_.edge + up_.count);
         // Each side must run downwards edge after edge; a cell that rounding left not quite convex
         // takes the test of every edge instead.
         for (const Side* side : {&down_, &up_})
-            for (std::size_t k = 1; k < side->count && ok_; ++k)
-                ok_ = bottom(side->edge[k - 1]) <= top_of(side->edge[k]);
+            for (std::size_t k = 1; k < side->count && ok_; ++k) ok_ = side->edge[k - 1].y1 <= side->edge[k].y0;
     }
 
     // Lines must come in increasing y.
@@ -163,30 +169,29 @@ public:
 
 private:
     static constexpr std::size_t kMaxSide = 16;  // longer sides take the test of every edge
+    // An edge from its top end: x = x0 + (y - y0) slope for y in [y0, y1).
+    struct Edge {
+        double y0, y1, x0, slope;
+    };
     struct Side {
-        std::uint32_t edge[kMaxSide];
+        Edge edge[kMaxSide];
         std::size_t count = 0, at = 0;
     };
 
-    static bool add(Side& side, std::size_t k) {
+    static bool add(Side& side, const CellPoint& a, const CellPoint& b) {
         if (side.count == kMaxSide) return false;
-        side.edge[side.count++] = std::uint32_t(k);
+        const CellPoint& top = a.y < b.y ? a : b;
+        side.edge[side.count++] = {top.y, std::max(a.y, b.y), top.x, (b.x - a.x) / (b.y - a.y)};
         return true;
     }
-    const CellPoint& from(std::uint32_t k) const { return poly_[k]; }
-    const CellPoint& to(std::uint32_t k) const { return poly_[k + 1 == poly_.size() ? 0 : k + 1]; }
-    double top_of(std::uint32_t k) const { return std::min(from(k).y, to(k).y); }
-    double bottom(std::uint32_t k) const { return std::max(from(k).y, to(k).y); }
 
     // The crossing of the line y with a side, walking on from the edge of the previous line.
-    void cross(Side& side, double y, double& lo, double& hi) const {
+    static void cross(Side& side, double y, double& lo, double& hi) {
         for (; side.at < side.count; ++side.at) {
-            const std::uint32_t k = side.edge[side.at];
-            if (y < bottom(k)) {
-                if (top_of(k) <= y) {
-                    const CellPoint& a = from(k);
-                    const CellPoint& b = to(k);
-                    const double x = a.x + (y - a.y) * (b.x - a.x) / (b.y - a.y);
+            const Edge& e = side.edge[side.at];
+            if (y < e.y1) {
+                if (e.y0 <= y) {
+                    const double x = e.x0 + (y - e.y0) * e.slope;
                     lo = std::min(lo, x);
                     hi = std::max(hi, x);
                 }
@@ -211,7 +216,7 @@ void poly_rows(std::span<const CellPoint> poly, double pad, int& y0, int& y1) {
 // A shared edge of a cell: inward unit normal, so the distance inside is nx x + ny y - off.
 struct CellLine {
     double nx, ny, off;
-    double y0, y1;  // the rows a pixel within the lead's reach of the edge can be on
+    int row0, row1;  // the rows [row0, row1) a pixel within the lead's reach of the edge can be on
 };
 
 // What every pixel of one cell needs.
@@ -238,34 +243,48 @@ static_assert(std::endian::native == std::endian::little, "pixels are assembled 
 #define VELQ_INLINE inline
 #endif
 
+#if defined(__SSE2__) || defined(_M_X64)
+#define VELQ_CELL_LANES 1
+// A cell's ink in four lanes each, made once per cell.
+struct CellLanes {
+    __m128 per, reach, c[3], e[3];
+    explicit CellLanes(const CellInk& ink) : per(_mm_set1_ps(ink.per)), reach(_mm_set1_ps(ink.reach)) {
+        for (int k = 0; k < 3; ++k) c[k] = _mm_set1_ps(ink.c[k]), e[k] = _mm_set1_ps(ink.e[k]);
+    }
+};
+#else
+struct CellLanes {
+    explicit CellLanes(const CellInk&) {}
+};
+#endif
+
 // Four pixels of one cell's row from column centre x on (n of them inside the row): the cell's
 // colour shaded by the distance from its circle's centre (dy2 squared down), then the lead colour
 // by the coverage of the nearest of the lead lines beside the row. In float, four lanes at once
 // where the processor has them and one by one elsewhere, with the same operations in the same order,
 // so both give the same bytes. Each channel is rounded to a byte before the lead is blended over it
 // (a mix of two bytes needs no clamp; coverage 0 gives the byte back).
-VELQ_INLINE void paint_quad(std::uint8_t* px, int n, double x, float dy2, const CellInk& ink, const double* nx,
-                            const double* base, std::size_t lines) {
+VELQ_INLINE void paint_quad(std::uint8_t* px, int n, double x, float dy2, const CellInk& ink,
+                            [[maybe_unused]] const CellLanes& lanes, const double* nx, const double* base,
+                            std::size_t lines) {
     const float dx0 = float(x - ink.cx);
-#if defined(__SSE2__) || defined(_M_X64)
+#if VELQ_CELL_LANES
     const __m128 lane = _mm_setr_ps(0, 1, 2, 3), one = _mm_set1_ps(1.0f), half = _mm_set1_ps(0.5f);
-    const __m128 reach = _mm_set1_ps(ink.reach);
     const __m128 dx = _mm_add_ps(_mm_set1_ps(dx0), lane);
-    const __m128 far = _mm_min_ps(
-        _mm_mul_ps(_mm_add_ps(_mm_mul_ps(dx, dx), _mm_set1_ps(dy2)), _mm_set1_ps(ink.per)), one);
+    const __m128 far =
+        _mm_min_ps(_mm_mul_ps(_mm_add_ps(_mm_mul_ps(dx, dx), _mm_set1_ps(dy2)), lanes.per), one);
     const __m128 shade = _mm_sub_ps(_mm_set1_ps(1.12f), _mm_mul_ps(_mm_set1_ps(0.25f), _mm_sqrt_ps(far)));
-    __m128 dist = reach;
+    __m128 dist = lanes.reach;
     for (std::size_t k = 0; k < lines; ++k) {
         const __m128 start = _mm_set1_ps(float(nx[k] * x + base[k])), step = _mm_set1_ps(float(nx[k]));
         dist = _mm_min_ps(dist, _mm_add_ps(start, _mm_mul_ps(step, lane)));
     }
-    const __m128 cover = _mm_min_ps(_mm_max_ps(_mm_sub_ps(reach, dist), _mm_setzero_ps()), one);
+    const __m128 cover = _mm_min_ps(_mm_max_ps(_mm_sub_ps(lanes.reach, dist), _mm_setzero_ps()), one);
     __m128i bytes = _mm_setzero_si128();
     for (int c = 0; c < 3; ++c) {
-        const __m128 level = _mm_cvtepi32_ps(_mm_cvttps_epi32(
-            _mm_min_ps(_mm_add_ps(_mm_mul_ps(_mm_set1_ps(ink.c[c]), shade), half), _mm_set1_ps(255.0f))));
-        const __m128 mixed =
-            _mm_add_ps(_mm_add_ps(level, _mm_mul_ps(_mm_sub_ps(_mm_set1_ps(ink.e[c]), level), cover)), half);
+        const __m128 level = _mm_cvtepi32_ps(
+            _mm_cvttps_epi32(_mm_min_ps(_mm_add_ps(_mm_mul_ps(lanes.c[c], shade), half), _mm_set1_ps(255.0f))));
+        const __m128 mixed = _mm_add_ps(_mm_add_ps(level, _mm_mul_ps(_mm_sub_ps(lanes.e[c], level), cover)), half);
         bytes = _mm_or_si128(bytes, _mm_slli_epi32(_mm_cvttps_epi32(mixed), 8 * c));
     }
     const __m128i alpha = _mm_set1_epi32(int(0xff000000u));
@@ -318,8 +337,9 @@ VELQ_INLINE void paint_cell(std::span<const CellPoint> poly, std::span<const std
             const double len = std::sqrt((b.x - a.x) * (b.x - a.x) + (b.y - a.y) * (b.y - a.y));
             if (!(len > 0)) continue;
             const double nx = (a.y - b.y) / len, ny = (b.x - a.x) / len;
-            lines.push_back({nx, ny, nx * a.x + ny * a.y, std::min(a.y, b.y) - ink.reach,
-                             std::max(a.y, b.y) + ink.reach});
+            // Rows whose centres lie within the reach of the edge's ends, up and down.
+            lines.push_back({nx, ny, nx * a.x + ny * a.y, ceil_within(std::min(a.y, b.y) - ink.reach - 0.5, -1, 1 << 30),
+                             floor_within(std::max(a.y, b.y) + ink.reach - 0.5, -2, 1 << 30) + 1});
         }
     }
     if (scratch.nx.size() < lines.size()) scratch.nx.resize(lines.size()), scratch.base.resize(lines.size());
@@ -329,6 +349,7 @@ VELQ_INLINE void paint_cell(std::span<const CellPoint> poly, std::span<const std
     int ya = y0, yb = y1;
     poly_rows(poly, 0, ya, yb);
     ConvexSpans spans(poly);
+    const CellLanes lanes(ink);
     for (int y = std::max(y0, ya); y < std::min(y1, yb); ++y) {
         int x0 = 0, x1 = 0;
         if (!spans.at(y + 0.5, width, x0, x1)) continue;
@@ -340,11 +361,11 @@ VELQ_INLINE void paint_cell(std::span<const CellPoint> poly, std::span<const std
         for (const CellLine& l : lines) {
             nx[count] = l.nx;
             base[count] = l.ny * cy - l.off;
-            count += l.y0 <= cy && cy <= l.y1;
+            count += l.row0 <= y && y < l.row1;
         }
         std::uint8_t* row = buffer.row(y);
         for (int xc = x0; xc < x1; xc += 4)
-            paint_quad(row + std::size_t(xc) * 4, std::min(4, x1 - xc), xc + 0.5, dy2, ink, nx, base, count);
+            paint_quad(row + std::size_t(xc) * 4, std::min(4, x1 - xc), xc + 0.5, dy2, ink, lanes, nx, base, count);
     }
 }
 
