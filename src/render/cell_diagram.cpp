@@ -279,6 +279,7 @@ private:
         }
         if (!any_out) return false;
         next_.n = 0;
+        double far2 = -1;  // the new cell's farthest point, when found on the way
         if (any_in) {
             next_.room(2 * n);  // a convex polygon's cut adds one point; twice covers any rounding
             // Where the line crosses edge k -> k + 1.
@@ -296,14 +297,23 @@ private:
                 // runs on from its crossing. Entering: the old edge goes on from it.
                 const std::size_t leave = std::size_t(std::countr_zero(leaves)),
                                   enter = std::size_t(std::countr_zero(enters)), first = enter + 1 == n ? 0 : enter + 1;
+                // The farthest point is taken on the way; one that put() then drops can only make
+                // it larger, which costs a look further out, never a missed cut.
+                far2 = 0;
+                auto keep = [&](std::size_t k) {
+                    next_.push(px[k], py[k], pl[k]);
+                    far2 = std::max(far2, px[k] * px[k] + py[k] * py[k]);
+                };
                 if (first <= leave) {
-                    for (std::size_t k = first; k <= leave; ++k) next_.push(px[k], py[k], pl[k]);
+                    for (std::size_t k = first; k <= leave; ++k) keep(k);
                 } else {
-                    for (std::size_t k = first; k < n; ++k) next_.push(px[k], py[k], pl[k]);
-                    for (std::size_t k = 0; k <= leave; ++k) next_.push(px[k], py[k], pl[k]);
+                    for (std::size_t k = first; k < n; ++k) keep(k);
+                    for (std::size_t k = 0; k <= leave; ++k) keep(k);
                 }
                 cross(leave, j);
                 cross(enter, pl[enter]);
+                for (std::size_t k = next_.n - 2; k < next_.n; ++k)
+                    far2 = std::max(far2, next_.x[k] * next_.x[k] + next_.y[k] * next_.y[k]);
             } else {
                 for (std::size_t k = 0; k < n; ++k) {
                     const std::size_t l = k + 1 == n ? 0 : k + 1;
@@ -318,7 +328,7 @@ private:
             if (m < 3) m = 0;
         }
         std::swap(poly_, next_);
-        reach2_ = poly_.farthest2();
+        reach2_ = poly_.n == 0 ? 0 : far2 >= 0 ? far2 : poly_.farthest2();
         return true;
     }
 
@@ -375,18 +385,23 @@ bool make_cell_diagram(Host& host, std::span<const CellSite> sites, double width
             }
         });
     }
-    std::size_t total = 0;
-    for (const Piece& p : pieces) total += p.vertex.size();
-    out.first.reserve(std::size_t(n) + 1);
-    out.vertex.reserve(total);
-    out.across.reserve(total);
-    out.first.push_back(0);
-    for (Piece& p : pieces) {
-        for (std::uint32_t c : p.count) out.first.push_back(out.first.back() + c);
-        out.vertex.insert(out.vertex.end(), p.vertex.begin(), p.vertex.end());
-        out.across.insert(out.across.end(), p.across.begin(), p.across.end());
-        p = Piece{};
+    // The pieces are joined in order, each copied by whichever thread is free.
+    out.first.resize(std::size_t(n) + 1);
+    out.first[0] = 0;
+    std::vector<std::size_t> at(pieces.size() + 1, 0);
+    std::size_t cell = 0;
+    for (std::size_t b = 0; b < pieces.size(); ++b) {
+        for (std::uint32_t c : pieces[b].count) out.first[cell + 1] = out.first[cell] + c, ++cell;
+        at[b + 1] = at[b] + pieces[b].vertex.size();
     }
+    out.vertex.resize(at.back());
+    out.across.resize(at.back());
+    pool.run(blocks, [&](int b) {
+        Piece& p = pieces[std::size_t(b)];
+        std::copy(p.vertex.begin(), p.vertex.end(), out.vertex.begin() + std::ptrdiff_t(at[std::size_t(b)]));
+        std::copy(p.across.begin(), p.across.end(), out.across.begin() + std::ptrdiff_t(at[std::size_t(b)]));
+        p = Piece{};
+    });
     return true;
 }
 
