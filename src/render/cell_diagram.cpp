@@ -135,8 +135,8 @@ private:
         // neighbours of a packed circle (its radius, the class's largest and a site spacing), in
         // three rounds by the distance from the site to their dividing lines: within a quarter of
         // the spacing of the site's own circle, within one spacing, then the rest. Cutting by the
-        // nearest first saves most of the cuts. The sorting is free of branches: a site beyond the
-        // disc goes to a fourth list that is never read.
+        // nearest first saves most of the cuts. The gather takes no branch per site: each is written
+        // to the list, and the count moves on only for those inside the disc.
         const double r = std::sqrt(s.weight);
         const double bound0 = 4 * (r + 0.25 * spacing_) * (r + 0.25 * spacing_),
                      bound1 = 4 * (r + spacing_) * (r + spacing_);
@@ -157,8 +157,10 @@ private:
                     const double ox = g.x[q] - s.x, oy = g.y[q] - s.y, d2 = ox * ox + oy * oy;
                     // The distance from the site to the dividing line is lim / (2 |d|); a line
                     // through or behind the site is in the first round.
-                    const double lim = d2 - g.weight[q] + s.weight, key = std::max(lim, 0.0) * std::max(lim, 0.0);
-                    list[count] = {ox, oy, lim, d2, g.ids[q], int(key > bound0 * d2) + int(key > bound1 * d2)};
+                    const double lim = d2 - g.weight[q] + s.weight,
+                                 key = std::max(lim, 0.0) * std::max(lim, 0.0);
+                    list[count] = {ox, oy,       lim,
+                                   d2, g.ids[q], int(key > bound0 * d2) + int(key > bound1 * d2)};
                     count += d2 < disc2;
                 }
             }
@@ -238,7 +240,8 @@ private:
             push(px, py, l);
         }
         bool touches(std::int32_t l) const {
-            return std::find(label.begin(), label.begin() + std::ptrdiff_t(n), l) != label.begin() + std::ptrdiff_t(n);
+            return std::find(label.begin(), label.begin() + std::ptrdiff_t(n), l) !=
+                   label.begin() + std::ptrdiff_t(n);
         }
         double farthest2() const {
             double m = 0;
@@ -296,7 +299,8 @@ private:
                 // after `enter` to `leave`, then the line's two crossings. Leaving: the clip line
                 // runs on from its crossing. Entering: the old edge goes on from it.
                 const std::size_t leave = std::size_t(std::countr_zero(leaves)),
-                                  enter = std::size_t(std::countr_zero(enters)), first = enter + 1 == n ? 0 : enter + 1;
+                                  enter = std::size_t(std::countr_zero(enters)),
+                                  first = enter + 1 == n ? 0 : enter + 1;
                 // The farthest point is taken on the way; one that put() then drops can only make
                 // it larger, which costs a look further out, never a missed cut.
                 far2 = 0;
@@ -338,7 +342,7 @@ private:
     Poly poly_, next_;
     std::vector<double> side_;
     std::vector<double> seen_;  // per class: every site nearer than this has been tried
-    std::vector<Near> near_;  // grown as needed
+    std::vector<Near> near_;    // grown as needed
     std::vector<std::uint32_t> order_;
     double reach2_ = 0;
 };

@@ -152,7 +152,8 @@ public:
         // Each side must run downwards edge after edge; a cell that rounding left not quite convex
         // takes the test of every edge instead.
         for (const Side* side : {&down_, &up_})
-            for (std::size_t k = 1; k < side->count && ok_; ++k) ok_ = side->edge[k - 1].y1 <= side->edge[k].y0;
+            for (std::size_t k = 1; k < side->count && ok_; ++k)
+                ok_ = side->edge[k - 1].y1 <= side->edge[k].y0;
     }
 
     // Lines must come in increasing y.
@@ -221,10 +222,10 @@ struct CellLine {
 
 // What every pixel of one cell needs.
 struct CellInk {
-    float per;     // 1 / (1.6 r)^2: the shading reaches its darkest at 1.6 radii
-    float reach;   // lead / 2 + 0.5; 0 without lead
-    float c[3];    // the cell's colour, blue first
-    float e[3];    // the lead's colour
+    float per;      // 1 / (1.6 r)^2: the shading reaches its darkest at 1.6 radii
+    float reach;    // lead / 2 + 0.5; 0 without lead
+    float c[3];     // the cell's colour, blue first
+    float e[3];     // the lead's colour
     double cx, cy;  // the circle's centre
 };
 
@@ -282,9 +283,10 @@ VELQ_INLINE void paint_quad(std::uint8_t* px, int n, double x, float dy2, const 
     const __m128 cover = _mm_min_ps(_mm_max_ps(_mm_sub_ps(lanes.reach, dist), _mm_setzero_ps()), one);
     __m128i bytes = _mm_setzero_si128();
     for (int c = 0; c < 3; ++c) {
-        const __m128 level = _mm_cvtepi32_ps(
-            _mm_cvttps_epi32(_mm_min_ps(_mm_add_ps(_mm_mul_ps(lanes.c[c], shade), half), _mm_set1_ps(255.0f))));
-        const __m128 mixed = _mm_add_ps(_mm_add_ps(level, _mm_mul_ps(_mm_sub_ps(lanes.e[c], level), cover)), half);
+        const __m128 level = _mm_cvtepi32_ps(_mm_cvttps_epi32(
+            _mm_min_ps(_mm_add_ps(_mm_mul_ps(lanes.c[c], shade), half), _mm_set1_ps(255.0f))));
+        const __m128 mixed =
+            _mm_add_ps(_mm_add_ps(level, _mm_mul_ps(_mm_sub_ps(lanes.e[c], level), cover)), half);
         bytes = _mm_or_si128(bytes, _mm_slli_epi32(_mm_cvttps_epi32(mixed), 8 * c));
     }
     const __m128i alpha = _mm_set1_epi32(int(0xff000000u));
@@ -338,7 +340,8 @@ VELQ_INLINE void paint_cell(std::span<const CellPoint> poly, std::span<const std
             if (!(len > 0)) continue;
             const double nx = (a.y - b.y) / len, ny = (b.x - a.x) / len;
             // Rows whose centres lie within the reach of the edge's ends, up and down.
-            lines.push_back({nx, ny, nx * a.x + ny * a.y, ceil_within(std::min(a.y, b.y) - ink.reach - 0.5, -1, 1 << 30),
+            lines.push_back({nx, ny, nx * a.x + ny * a.y,
+                             ceil_within(std::min(a.y, b.y) - ink.reach - 0.5, -1, 1 << 30),
                              floor_within(std::max(a.y, b.y) + ink.reach - 0.5, -2, 1 << 30) + 1});
         }
     }
@@ -365,7 +368,8 @@ VELQ_INLINE void paint_cell(std::span<const CellPoint> poly, std::span<const std
         }
         std::uint8_t* row = buffer.row(y);
         for (int xc = x0; xc < x1; xc += 4)
-            paint_quad(row + std::size_t(xc) * 4, std::min(4, x1 - xc), xc + 0.5, dy2, ink, lanes, nx, base, count);
+            paint_quad(row + std::size_t(xc) * 4, std::min(4, x1 - xc), xc + 0.5, dy2, ink, lanes, nx, base,
+                       count);
     }
 }
 
