@@ -109,11 +109,12 @@ public:
 private:
     static constexpr std::int32_t kBox = -2;
 
-    // A site that may cut the cell, as seen from the cell's site.
+    // A site that may cut the cell: site q of class `grid`, as seen from the cell's site.
     struct Near {
-        double dx, dy;   // c_j - c_i
         double lim, d2;  // |c_j - c_i|^2 - w_j + w_i and |c_j - c_i|^2
-        std::int32_t j, round;
+        std::uint32_t q;
+        std::uint16_t grid;
+        std::uint8_t round;
     };
 
     // The cell within the frame and the square of half side h about the site; false when that is
@@ -155,18 +156,19 @@ private:
                 Near* list = near_.data();
                 for (std::uint32_t q = q0; q < q1; ++q) {
                     const double ox = g.x[q] - s.x, oy = g.y[q] - s.y, d2 = ox * ox + oy * oy;
-                    // The distance from the site to the dividing line is lim / (2 |d|); a line
-                    // through or behind the site is in the first round.
-                    const double lim = d2 - g.weight[q] + s.weight,
-                                 key = std::max(lim, 0.0) * std::max(lim, 0.0);
-                    list[count] = {ox, oy,       lim,
-                                   d2, g.ids[q], int(key > bound0 * d2) + int(key > bound1 * d2)};
+                    list[count] = {d2 - g.weight[q] + s.weight, d2, q, std::uint16_t(c), 0};
                     count += d2 < disc2;
                 }
             }
         }
-        // The rounds in turn, each in the order found.
+        // The rounds in turn, each in the order found. The distance from the site to a dividing
+        // line is lim / (2 |d|); a line through or behind the site is in the first round.
         if (order_.size() <= count) order_.resize(2 * count + 1);  // one past: written, never read
+        for (std::size_t k = 0; k < count; ++k) {
+            Near& c = near_[k];
+            const double key = std::max(c.lim, 0.0) * std::max(c.lim, 0.0);
+            c.round = std::uint8_t(int(key > bound0 * c.d2) + int(key > bound1 * c.d2));
+        }
         std::size_t ordered = 0;
         for (int round = 0; round < 3; ++round)
             for (std::size_t k = 0; k < count; ++k) {
@@ -176,8 +178,10 @@ private:
         for (std::size_t k = 0; k < ordered && poly_.n > 0; ++k) {
             // The line lies beyond every vertex: 2 v.d <= 2 |v| |d| <= lim.
             const Near& c = near_[order_[k]];
-            if (c.j == i || (c.lim > 0 && c.lim * c.lim >= 4 * reach2_ * c.d2)) continue;
-            clip(i, c);
+            if (c.lim > 0 && c.lim * c.lim >= 4 * reach2_ * c.d2) continue;
+            const Grid& g = grids_[c.grid];
+            const std::int32_t j = g.ids[c.q];
+            if (j != i) clip(i, j, g.x[c.q] - s.x, g.y[c.q] - s.y, c.lim);
         }
         // Then, class by class, the sites beyond the disc that can still reach the cell; cuts only
         // shrink that reach, so one look out to it finds them all. The lightest class first: its
@@ -197,7 +201,9 @@ private:
                     const double bx0 = g.x0 + x * g.side;
                     const double dx = std::max({bx0 - s.x, s.x - (bx0 + g.side), 0.0});
                     const double fx = std::max(std::abs(bx0 - s.x), std::abs(bx0 + g.side - s.x));
-                    if (dx * dx + dy * dy >= out * out || fx * fx + fy * fy < in2) continue;
+                    // (A hair's margin: a site can sit a rounding error outside its bucket.)
+                    if (dx * dx + dy * dy >= out * out || (fx + 1e-9) * (fx + 1e-9) + (fy + 1e-9) * (fy + 1e-9) < in2)
+                        continue;
                     const std::size_t b = std::size_t(y) * g.cols + x;
                     for (std::uint32_t q = g.start[b]; q < g.start[b + 1] && poly_.n > 0; ++q) {
                         const double ox = g.x[q] - s.x, oy = g.y[q] - s.y, d2 = ox * ox + oy * oy;
@@ -205,7 +211,7 @@ private:
                         // This site's own line lies beyond every vertex (see the near rounds).
                         const double lim = d2 - g.weight[q] + s.weight;
                         if (lim > 0 && lim * lim >= 4 * reach2_ * d2) continue;
-                        if (clip(i, {ox, oy, lim, d2, g.ids[q], 0})) out = reach(s.weight, g.max_weight);
+                        if (clip(i, g.ids[q], ox, oy, lim)) out = reach(s.weight, g.max_weight);
                     }
                 }
             }
@@ -254,11 +260,9 @@ private:
         return std::abs(px - qx) < kSamePoint && std::abs(py - qy) < kSamePoint;
     }
 
-    // Keeps the part of the cell where site i's power distance is at most site j's; true when the
-    // cell changed.
-    bool clip(int i, const Near& c) {
-        const double dx = c.dx, dy = c.dy, limit = c.lim;
-        const std::int32_t j = c.j;
+    // Keeps the part of the cell where site i's power distance is at most site j's, j lying at
+    // (dx, dy) from i with limit = |d|^2 - w_j + w_i; true when the cell changed.
+    bool clip(int i, std::int32_t j, double dx, double dy, double limit) {
         if (dx == 0 && dy == 0) {
             // The same centre: the heavier site (or the first of equals) owns all of it.
             if (limit < 0 || (limit == 0 && j < i)) poly_.n = 0;
