@@ -373,25 +373,22 @@ VELQ_INLINE void paint_cell(std::span<const CellPoint> poly, std::span<const std
     }
 }
 
-bool paint_cells(BandRunner& runner, const CellDiagram& d, std::span<const Placement> placements,
-                 std::span<const Colour> colours, int lead, std::uint32_t lead_colour, UBUFFER& buffer) {
+CellInk cell_ink(const Placement& p, const Colour& colour, int lead, std::uint32_t lead_colour) {
+    const double far = 1.6 * std::max(p.radius, 1e-9);
+    return {float(1 / (far * far)),
+            lead > 0 ? float(lead / 2.0 + 0.5) : 0.0f,
+            {float(colour.c[0]), float(colour.c[1]), float(colour.c[2])},
+            {float(colorref_blue(lead_colour)), float(colorref_green(lead_colour)),
+             float(colorref_red(lead_colour))},
+            p.x,
+            p.y};
+}
+
+bool paint_cells(BandRunner& runner, const CellDiagram& d, std::span<const CellInk> inks, UBUFFER& buffer) {
     const int height = buffer.height();
     const BandLists lists = by_band(std::size_t(d.size()), height, [&](std::size_t i, int& y0, int& y1) {
         poly_rows(d.cell(int(i)), 0, y0, y1);
     });
-    const float reach = lead > 0 ? float(lead / 2.0 + 0.5) : 0.0f;
-    std::vector<CellInk> inks(placements.size());
-    for (std::size_t i = 0; i < placements.size(); ++i) {
-        const Placement& p = placements[i];
-        const double far = 1.6 * std::max(p.radius, 1e-9);
-        inks[i] = {float(1 / (far * far)),
-                   reach,
-                   {float(colours[i].c[0]), float(colours[i].c[1]), float(colours[i].c[2])},
-                   {float(colorref_blue(lead_colour)), float(colorref_green(lead_colour)),
-                    float(colorref_red(lead_colour))},
-                   p.x,
-                   p.y};
-    }
     return runner.run(lists.bands, height, 50, 100, [&](int band, int y0, int y1) {
         CellScratch scratch;
         for (std::uint32_t i : lists.of(band))
@@ -497,12 +494,17 @@ bool paint_drawing(Host& host, const Drawing& drawing, std::span<const Placement
     const int width = buffer.width(), height = buffer.height();
     std::vector<Colour> colours;
     std::vector<CellSite> sites;
+    std::vector<CellInk> inks;
     colours.reserve(placements.size());
     sites.reserve(placements.size());
     const bool plain = drawing.kind == DrawingKind::CrystalCells;
+    const bool cells = drawing.kind == DrawingKind::PebbleCells || plain;
+    if (cells) inks.reserve(placements.size());
+    // One pass over the placements, which are large.
     for (const Placement& p : placements) {
         colours.push_back(paint_colour(p, global_brightness));
         sites.push_back({p.x, p.y, plain ? 0.0 : p.radius * p.radius});
+        if (cells) inks.push_back(cell_ink(p, colours.back(), drawing.lead, drawing.lead_colour));
     }
     BandRunner runner(host, progress, threads);
     CellDiagram diagram;
@@ -510,8 +512,7 @@ bool paint_drawing(Host& host, const Drawing& drawing, std::span<const Placement
         if (!make_cell_diagram(host, sites, width, height, diagram, threads)) return false;
         if (progress) progress->set(50);
     }
-    if (drawing.kind == DrawingKind::PebbleCells || plain)
-        return paint_cells(runner, diagram, placements, colours, drawing.lead, drawing.lead_colour, buffer);
+    if (cells) return paint_cells(runner, diagram, inks, buffer);
 
     // Spikes: small circles first, so the large stars lie on top.
     std::vector<int> order(placements.size());
