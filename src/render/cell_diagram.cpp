@@ -84,6 +84,8 @@ std::vector<Grid> make_grids(std::span<const CellSite> sites, const Extent& e) {
 // Cuts one cell out of the frame, half-plane by half-plane, in coordinates relative to its site.
 class CellCutter {
 public:
+    CellCutter(const CellCutter&) = delete;
+    CellCutter& operator=(const CellCutter&) = delete;
     CellCutter(std::span<const CellSite> sites, const std::vector<Grid>& grids, double width, double height)
         : sites_(sites), grids_(grids), width_(width), height_(height) {
         spacing_ = std::sqrt(std::max(width * height, 1.0) / std::max<std::size_t>(sites.size(), 1));
@@ -98,11 +100,11 @@ public:
         for (double h = 2 * std::sqrt(s.weight) + 3 * spacing_;; h *= 4) {
             const bool last = !(h < 2 * std::max(width_, height_));
             if (last) h = std::numeric_limits<double>::infinity();
-            if ((search(i, h) && !poly_.touches(kBox)) || last) break;
+            if ((search(i, h) && !poly_->touches(kBox)) || last) break;
         }
-        for (std::size_t k = 0; k < poly_.n; ++k) {
-            vertex.push_back({poly_.x[k] + s.x, poly_.y[k] + s.y});
-            across.push_back(poly_.label[k]);
+        for (std::size_t k = 0; k < poly_->n; ++k) {
+            vertex.push_back({poly_->x[k] + s.x, poly_->y[k] + s.y});
+            across.push_back(poly_->label[k]);
         }
     }
 
@@ -123,15 +125,15 @@ private:
         const CellSite& s = sites_[std::size_t(i)];
         const double x0 = std::max(0.0, s.x - h), x1 = std::min(width_, s.x + h);
         const double y0 = std::max(0.0, s.y - h), y1 = std::min(height_, s.y + h);
-        poly_.n = 0;
+        poly_->n = 0;
         if (x0 < x1 && y0 < y1) {
-            poly_.room(4);
-            poly_.push(x0 - s.x, y0 - s.y, y0 == 0 ? -1 : kBox);
-            poly_.push(x1 - s.x, y0 - s.y, x1 == width_ ? -1 : kBox);
-            poly_.push(x1 - s.x, y1 - s.y, y1 == height_ ? -1 : kBox);
-            poly_.push(x0 - s.x, y1 - s.y, x0 == 0 ? -1 : kBox);
+            poly_->room(4);
+            poly_->push(x0 - s.x, y0 - s.y, y0 == 0 ? -1 : kBox);
+            poly_->push(x1 - s.x, y0 - s.y, x1 == width_ ? -1 : kBox);
+            poly_->push(x1 - s.x, y1 - s.y, y1 == height_ ? -1 : kBox);
+            poly_->push(x0 - s.x, y1 - s.y, x0 == 0 ? -1 : kBox);
         }
-        reach2_ = poly_.farthest2();
+        reach2_ = poly_->farthest2();
         // First every site of each class within a disc about the site wide enough to hold the
         // neighbours of a packed circle (its radius, the class's largest and a site spacing), in
         // three rounds by the distance from the site to their dividing lines: within a quarter of
@@ -175,7 +177,7 @@ private:
                 order_[ordered] = std::uint32_t(k);
                 ordered += near_[k].round == round;
             }
-        for (std::size_t k = 0; k < ordered && poly_.n > 0; ++k) {
+        for (std::size_t k = 0; k < ordered && poly_->n > 0; ++k) {
             // The line lies beyond every vertex: 2 v.d <= 2 |v| |d| <= lim.
             const Near& c = near_[order_[k]];
             if (c.lim > 0 && c.lim * c.lim >= 4 * reach2_ * c.d2) continue;
@@ -186,26 +188,27 @@ private:
         // Then, class by class, the sites beyond the disc that can still reach the cell; cuts only
         // shrink that reach, so one look out to it finds them all. The lightest class first: its
         // many small sites near by make the tightest cuts.
-        for (std::size_t c = grids_.size(); c-- > 0 && poly_.n > 0;) {
+        for (std::size_t c = grids_.size(); c-- > 0 && poly_->n > 0;) {
             const Grid& g = grids_[c];
             double out = reach(s.weight, g.max_weight);
             const double in2 = seen_[c] * seen_[c];
             if (out <= seen_[c]) continue;
             const int xa = g.col_of(s.x - out), xb = g.col_of(s.x + out);
             const int ya = g.row_of(s.y - out), yb = g.row_of(s.y + out);
-            for (int y = ya; y <= yb && poly_.n > 0; ++y) {
+            for (int y = ya; y <= yb && poly_->n > 0; ++y) {
                 const double by0 = g.y0 + y * g.side, dy = std::max({by0 - s.y, s.y - (by0 + g.side), 0.0});
                 const double fy = std::max(std::abs(by0 - s.y), std::abs(by0 + g.side - s.y));
-                for (int x = xa; x <= xb && poly_.n > 0; ++x) {
+                for (int x = xa; x <= xb && poly_->n > 0; ++x) {
                     // Buckets wholly inside the disc were seen; those beyond the reach cannot cut.
                     const double bx0 = g.x0 + x * g.side;
                     const double dx = std::max({bx0 - s.x, s.x - (bx0 + g.side), 0.0});
                     const double fx = std::max(std::abs(bx0 - s.x), std::abs(bx0 + g.side - s.x));
                     // (A hair's margin: a site can sit a rounding error outside its bucket.)
-                    if (dx * dx + dy * dy >= out * out || (fx + 1e-9) * (fx + 1e-9) + (fy + 1e-9) * (fy + 1e-9) < in2)
+                    if (dx * dx + dy * dy >= out * out ||
+                        (fx + 1e-9) * (fx + 1e-9) + (fy + 1e-9) * (fy + 1e-9) < in2)
                         continue;
                     const std::size_t b = std::size_t(y) * g.cols + x;
-                    for (std::uint32_t q = g.start[b]; q < g.start[b + 1] && poly_.n > 0; ++q) {
+                    for (std::uint32_t q = g.start[b]; q < g.start[b + 1] && poly_->n > 0; ++q) {
                         const double ox = g.x[q] - s.x, oy = g.y[q] - s.y, d2 = ox * ox + oy * oy;
                         if (d2 < in2 || d2 >= out * out) continue;
                         // This site's own line lies beyond every vertex (see the near rounds).
@@ -216,7 +219,7 @@ private:
                 }
             }
         }
-        return poly_.n > 0;
+        return poly_->n > 0;
     }
 
     // How far from site i a site of weight up to w can be and still cut the cell: it takes a vertex v
@@ -265,13 +268,13 @@ private:
     bool clip(int i, std::int32_t j, double dx, double dy, double limit) {
         if (dx == 0 && dy == 0) {
             // The same centre: the heavier site (or the first of equals) owns all of it.
-            if (limit < 0 || (limit == 0 && j < i)) poly_.n = 0;
+            if (limit < 0 || (limit == 0 && j < i)) poly_->n = 0;
             return true;
         }
-        const std::size_t n = poly_.n;
+        const std::size_t n = poly_->n;
         if (side_.size() < n) side_.resize(2 * n);
-        const double *px = poly_.x.data(), *py = poly_.y.data();
-        const std::int32_t* pl = poly_.label.data();
+        const double *px = poly_->x.data(), *py = poly_->y.data();
+        const std::int32_t* pl = poly_->label.data();
         double* side = side_.data();
         // Which points lie outside, as bits when there are few enough (nearly always).
         constexpr std::size_t kBits = 64;
@@ -285,15 +288,15 @@ private:
             any_in |= !o;
         }
         if (!any_out) return false;
-        next_.n = 0;
+        next_->n = 0;
         double far2 = -1;  // the new cell's farthest point, when found on the way
         if (any_in) {
-            next_.room(2 * n);  // a convex polygon's cut adds one point; twice covers any rounding
+            next_->room(2 * n);  // a convex polygon's cut adds one point; twice covers any rounding
             // Where the line crosses edge k -> k + 1.
             auto cross = [&](std::size_t k, std::int32_t label) {
                 const std::size_t l = k + 1 == n ? 0 : k + 1;
                 const double t = side[k] / (side[k] - side[l]);
-                next_.put(px[k] + t * (px[l] - px[k]), py[k] + t * (py[l] - py[k]), label);
+                next_->put(px[k] + t * (px[l] - px[k]), py[k] + t * (py[l] - py[k]), label);
             };
             const std::uint64_t all = n >= kBits ? ~std::uint64_t(0) : (std::uint64_t(1) << n) - 1;
             const std::uint64_t in = all & ~out, in_next = (in >> 1) | ((in & 1) << ((n - 1) % kBits));
@@ -309,7 +312,7 @@ private:
                 // it larger, which costs a look further out, never a missed cut.
                 far2 = 0;
                 auto keep = [&](std::size_t k) {
-                    next_.push(px[k], py[k], pl[k]);
+                    next_->push(px[k], py[k], pl[k]);
                     far2 = std::max(far2, px[k] * px[k] + py[k] * py[k]);
                 };
                 if (first <= leave) {
@@ -320,30 +323,32 @@ private:
                 }
                 cross(leave, j);
                 cross(enter, pl[enter]);
-                for (std::size_t k = next_.n - 2; k < next_.n; ++k)
-                    far2 = std::max(far2, next_.x[k] * next_.x[k] + next_.y[k] * next_.y[k]);
+                for (std::size_t k = next_->n - 2; k < next_->n; ++k)
+                    far2 = std::max(far2, next_->x[k] * next_->x[k] + next_->y[k] * next_->y[k]);
             } else {
                 for (std::size_t k = 0; k < n; ++k) {
                     const std::size_t l = k + 1 == n ? 0 : k + 1;
                     const bool in_k = side[k] <= 0, in_l = side[l] <= 0;
-                    if (in_k) next_.put(px[k], py[k], pl[k]);
+                    if (in_k) next_->put(px[k], py[k], pl[k]);
                     if (in_k && !in_l) cross(k, j);
                     if (!in_k && in_l) cross(k, pl[k]);
                 }
             }
-            std::size_t& m = next_.n;
-            if (m > 1 && same(next_.x[m - 1], next_.y[m - 1], next_.x[0], next_.y[0])) --m;
+            std::size_t& m = next_->n;
+            if (m > 1 && same(next_->x[m - 1], next_->y[m - 1], next_->x[0], next_->y[0])) --m;
             if (m < 3) m = 0;
         }
         std::swap(poly_, next_);
-        reach2_ = poly_.n == 0 ? 0 : far2 >= 0 ? far2 : poly_.farthest2();
+        reach2_ = poly_->n == 0 ? 0 : far2 >= 0 ? far2 : poly_->farthest2();
         return true;
     }
 
     std::span<const CellSite> sites_;
     const std::vector<Grid>& grids_;
     double width_, height_, spacing_ = 1;
-    Poly poly_, next_;
+    Poly polys_[2];
+    Poly* poly_ = &polys_[0];  // the cell so far; the cuts write the next one into *next_
+    Poly* next_ = &polys_[1];
     std::vector<double> side_;
     std::vector<double> seen_;  // per class: every site nearer than this has been tried
     std::vector<Near> near_;    // grown as needed
