@@ -185,36 +185,60 @@ private:
             const std::int32_t j = g.ids[c.q];
             if (j != i) clip(i, j, g.x[c.q] - s.x, g.y[c.q] - s.y, c.lim);
         }
-        // Then, class by class, the sites beyond the disc that can still reach the cell; cuts only
-        // shrink that reach, so one look out to it finds them all. The lightest class first: its
-        // many small sites near by make the tightest cuts.
+        // Then, class by class, the sites beyond the disc that can still reach the cell, in rings of
+        // buckets about the site's own, nearest first, until the next ring lies beyond the reach;
+        // cuts only shrink it. The lightest class first: its many small sites near by make the
+        // tightest cuts. (Plain cells have no radii, so their disc is small and the rings do most.)
         for (std::size_t c = grids_.size(); c-- > 0 && poly_->n > 0;) {
             const Grid& g = grids_[c];
             double out = reach(s.weight, g.max_weight);
-            const double in2 = seen_[c] * seen_[c];
             if (out <= seen_[c]) continue;
-            const int xa = g.col_of(s.x - out), xb = g.col_of(s.x + out);
-            const int ya = g.row_of(s.y - out), yb = g.row_of(s.y + out);
-            for (int y = ya; y <= yb && poly_->n > 0; ++y) {
-                const double by0 = g.y0 + y * g.side, dy = std::max({by0 - s.y, s.y - (by0 + g.side), 0.0});
-                const double fy = std::max(std::abs(by0 - s.y), std::abs(by0 + g.side - s.y));
-                for (int x = xa; x <= xb && poly_->n > 0; ++x) {
-                    // Buckets wholly inside the disc were seen; those beyond the reach cannot cut.
-                    const double bx0 = g.x0 + x * g.side;
-                    const double dx = std::max({bx0 - s.x, s.x - (bx0 + g.side), 0.0});
-                    const double fx = std::max(std::abs(bx0 - s.x), std::abs(bx0 + g.side - s.x));
-                    // (A hair's margin: a site can sit a rounding error outside its bucket.)
-                    if (dx * dx + dy * dy >= out * out ||
-                        (fx + 1e-9) * (fx + 1e-9) + (fy + 1e-9) * (fy + 1e-9) < in2)
-                        continue;
-                    const std::size_t b = std::size_t(y) * g.cols + x;
-                    for (std::uint32_t q = g.start[b]; q < g.start[b + 1] && poly_->n > 0; ++q) {
-                        const double ox = g.x[q] - s.x, oy = g.y[q] - s.y, d2 = ox * ox + oy * oy;
-                        if (d2 < in2 || d2 >= out * out) continue;
-                        // This site's own line lies beyond every vertex (see the near rounds).
-                        const double lim = d2 - g.weight[q] + s.weight;
-                        if (lim > 0 && lim * lim >= 4 * reach2_ * d2) continue;
-                        if (clip(i, g.ids[q], ox, oy, lim)) out = reach(s.weight, g.max_weight);
+            const double in2 = seen_[c] * seen_[c];
+            const int cx = g.col_of(s.x), cy = g.row_of(s.y);
+            // The rings wholly inside the disc were seen.
+            auto far2 = [&](int k) {
+                const double fx =
+                    std::max(s.x - (g.x0 + (cx - k) * g.side), g.x0 + (cx + k + 1) * g.side - s.x) + 1e-9;
+                const double fy =
+                    std::max(s.y - (g.y0 + (cy - k) * g.side), g.y0 + (cy + k + 1) * g.side - s.y) + 1e-9;
+                return fx * fx + fy * fy;
+            };
+            int first = 0;
+            while (far2(first) < in2) ++first;
+            for (int k = first; poly_->n > 0; ++k) {
+                // Every site of a ring lies outside the square of the rings within it.
+                if (k > 0) {
+                    const int m = k - 1;
+                    if (cx - m <= 0 && cy - m <= 0 && cx + m >= g.cols - 1 && cy + m >= g.rows - 1) break;
+                    const double inner =
+                        std::min({s.x - (g.x0 + (cx - m) * g.side), g.x0 + (cx + m + 1) * g.side - s.x,
+                                  s.y - (g.y0 + (cy - m) * g.side), g.y0 + (cy + m + 1) * g.side - s.y});
+                    if (inner * (1 - 1e-12) - 1e-9 >= out) break;
+                }
+                for (int y = std::max(0, cy - k); y <= std::min(g.rows - 1, cy + k) && poly_->n > 0; ++y) {
+                    const bool edge_row = y == cy - k || y == cy + k;
+                    const double by0 = g.y0 + y * g.side,
+                                 dy = std::max({by0 - s.y, s.y - (by0 + g.side), 0.0});
+                    const double fy = std::max(std::abs(by0 - s.y), std::abs(by0 + g.side - s.y));
+                    for (int x = std::max(0, cx - k); x <= std::min(g.cols - 1, cx + k) && poly_->n > 0;
+                         x = edge_row || x == cx + k ? x + 1 : cx + k) {
+                        // Buckets wholly inside the disc were seen (with a hair's margin: a site can
+                        // sit a rounding error outside its bucket); those beyond the reach cannot cut.
+                        const double bx0 = g.x0 + x * g.side;
+                        const double dx = std::max({bx0 - s.x, s.x - (bx0 + g.side), 0.0});
+                        const double fx = std::max(std::abs(bx0 - s.x), std::abs(bx0 + g.side - s.x));
+                        if (dx * dx + dy * dy >= out * out ||
+                            (fx + 1e-9) * (fx + 1e-9) + (fy + 1e-9) * (fy + 1e-9) < in2)
+                            continue;
+                        const std::size_t b = std::size_t(y) * g.cols + x;
+                        for (std::uint32_t q = g.start[b]; q < g.start[b + 1] && poly_->n > 0; ++q) {
+                            const double ox = g.x[q] - s.x, oy = g.y[q] - s.y, d2 = ox * ox + oy * oy;
+                            if (d2 < in2 || d2 >= out * out) continue;
+                            // This site's own line lies beyond every vertex (see the near rounds).
+                            const double lim = d2 - g.weight[q] + s.weight;
+                            if (lim > 0 && lim * lim >= 4 * reach2_ * d2) continue;
+                            if (clip(i, g.ids[q], ox, oy, lim)) out = reach(s.weight, g.max_weight);
+                        }
                     }
                 }
             }
