@@ -58,39 +58,6 @@ int floor_within(double v, int lo, int hi) {
     return c - (double(c) > v);
 }
 
-// Mark numbers per band of rows, in mark order.
-struct BandLists {
-    std::vector<std::uint32_t> start, marks;
-    int bands = 0;
-    std::span<const std::uint32_t> of(int band) const {
-        return {marks.data() + start[std::size_t(band)],
-                start[std::size_t(band) + 1] - start[std::size_t(band)]};
-    }
-};
-
-// rows(k, y0, y1) gives the rows [y0, y1) that mark k can touch.
-BandLists by_band(std::size_t count, int height, const std::function<void(std::size_t, int&, int&)>& rows) {
-    BandLists l;
-    l.bands = (height + kBandRows - 1) / kBandRows;
-    l.start.assign(std::size_t(l.bands) + 1, 0);
-    std::vector<std::pair<int, int>> span(count);
-    for (std::size_t k = 0; k < count; ++k) {
-        int y0 = 0, y1 = 0;
-        rows(k, y0, y1);
-        y0 = std::max(y0, 0);
-        y1 = std::min(y1, height);
-        span[k] = y0 < y1 ? std::pair{y0 / kBandRows, (y1 - 1) / kBandRows + 1} : std::pair{0, 0};
-        for (int b = span[k].first; b < span[k].second; ++b) ++l.start[std::size_t(b) + 1];
-    }
-    std::partial_sum(l.start.begin(), l.start.end(), l.start.begin());
-    l.marks.resize(l.start.back());
-    std::vector<std::uint32_t> fill(l.start.begin(), l.start.end() - 1);
-    for (std::size_t k = 0; k < count; ++k)
-        for (int b = span[k].first; b < span[k].second; ++b)
-            l.marks[fill[std::size_t(b)]++] = std::uint32_t(k);
-    return l;
-}
-
 class BandRunner {
 public:
     BandRunner(Host& host, Progress* progress, int threads)
@@ -110,11 +77,57 @@ public:
         return !host_.stopped();
     }
 
+    // Calls fn(begin, end) over [0, count) in pieces, side by side.
+    void each(std::size_t count, const std::function<void(std::size_t, std::size_t)>& fn) {
+        constexpr std::size_t kPiece = 8192;
+        pool_.run(int((count + kPiece - 1) / kPiece), [&](int k) {
+            const std::size_t begin = std::size_t(k) * kPiece;
+            fn(begin, std::min(count, begin + kPiece));
+        });
+    }
+
 private:
     Host& host_;
     Progress* progress_;
     WorkerPool pool_;
 };
+
+// Mark numbers per band of rows, in mark order.
+struct BandLists {
+    std::vector<std::uint32_t> start, marks;
+    int bands = 0;
+    std::span<const std::uint32_t> of(int band) const {
+        return {marks.data() + start[std::size_t(band)],
+                start[std::size_t(band) + 1] - start[std::size_t(band)]};
+    }
+};
+
+// rows(k, y0, y1) gives the rows [y0, y1) that mark k can touch.
+BandLists by_band(BandRunner& runner, std::size_t count, int height,
+                  const std::function<void(std::size_t, int&, int&)>& rows) {
+    BandLists l;
+    l.bands = (height + kBandRows - 1) / kBandRows;
+    l.start.assign(std::size_t(l.bands) + 1, 0);
+    std::vector<std::pair<int, int>> span(count);
+    runner.each(count, [&](std::size_t begin, std::size_t end) {
+        for (std::size_t k = begin; k < end; ++k) {
+            int y0 = 0, y1 = 0;
+            rows(k, y0, y1);
+            y0 = std::max(y0, 0);
+            y1 = std::min(y1, height);
+            span[k] = y0 < y1 ? std::pair{y0 / kBandRows, (y1 - 1) / kBandRows + 1} : std::pair{0, 0};
+        }
+    });
+    for (std::size_t k = 0; k < count; ++k)
+        for (int b = span[k].first; b < span[k].second; ++b) ++l.start[std::size_t(b) + 1];
+    std::partial_sum(l.start.begin(), l.start.end(), l.start.begin());
+    l.marks.resize(l.start.back());
+    std::vector<std::uint32_t> fill(l.start.begin(), l.start.end() - 1);
+    for (std::size_t k = 0; k < count; ++k)
+        for (int b = span[k].first; b < span[k].second; ++b)
+            l.marks[fill[std::size_t(b)]++] = std::uint32_t(k);
+    return l;
+}
 
 // The columns [x0, x1) whose centres lie inside a convex polygon on the line y.
 bool row_span(std::span<const CellPoint> poly, double y, int width, int& x0, int& x1) {
@@ -386,9 +399,9 @@ CellInk cell_ink(const Placement& p, const Colour& colour, int lead, std::uint32
 
 bool paint_cells(BandRunner& runner, const CellDiagram& d, std::span<const CellInk> inks, UBUFFER& buffer) {
     const int height = buffer.height();
-    const BandLists lists = by_band(std::size_t(d.size()), height, [&](std::size_t i, int& y0, int& y1) {
-        poly_rows(d.cell(int(i)), 0, y0, y1);
-    });
+    const BandLists lists =
+        by_band(runner, std::size_t(d.size()), height,
+                [&](std::size_t i, int& y0, int& y1) { poly_rows(d.cell(int(i)), 0, y0, y1); });
     return runner.run(lists.bands, height, 50, 100, [&](int band, int y0, int y1) {
         CellScratch scratch;
         for (std::uint32_t i : lists.of(band))
@@ -406,7 +419,7 @@ struct Mark {
 bool paint_marks(BandRunner& runner, std::span<const Mark> marks, std::span<const Colour> colours,
                  UBUFFER& buffer) {
     const int width = buffer.width(), height = buffer.height();
-    const BandLists lists = by_band(marks.size(), height, [&](std::size_t k, int& y0, int& y1) {
+    const BandLists lists = by_band(runner, marks.size(), height, [&](std::size_t k, int& y0, int& y1) {
         const Mark& m = marks[k];
         if (m.disc) {
             const CellPoint box[2] = {{m.spike.tip.x, m.spike.tip.y - m.radius},
@@ -492,21 +505,21 @@ bool paint_drawing(Host& host, const Drawing& drawing, std::span<const Placement
                    int threads) {
     if (!buffer || buffer.channels() != 4 || drawing.kind == DrawingKind::None) return true;
     const int width = buffer.width(), height = buffer.height();
-    std::vector<Colour> colours;
-    std::vector<CellSite> sites;
-    std::vector<CellInk> inks;
-    colours.reserve(placements.size());
-    sites.reserve(placements.size());
     const bool plain = drawing.kind == DrawingKind::CrystalCells;
     const bool cells = drawing.kind == DrawingKind::PebbleCells || plain;
-    if (cells) inks.reserve(placements.size());
-    // One pass over the placements, which are large.
-    for (const Placement& p : placements) {
-        colours.push_back(paint_colour(p, global_brightness));
-        sites.push_back({p.x, p.y, plain ? 0.0 : p.radius * p.radius});
-        if (cells) inks.push_back(cell_ink(p, colours.back(), drawing.lead, drawing.lead_colour));
-    }
     BandRunner runner(host, progress, threads);
+    // One pass over the placements, which are large, side by side.
+    std::vector<Colour> colours(placements.size());
+    std::vector<CellSite> sites(placements.size());
+    std::vector<CellInk> inks(cells ? placements.size() : 0);
+    runner.each(placements.size(), [&](std::size_t begin, std::size_t end) {
+        for (std::size_t i = begin; i < end; ++i) {
+            const Placement& p = placements[i];
+            colours[i] = paint_colour(p, global_brightness);
+            sites[i] = {p.x, p.y, plain ? 0.0 : p.radius * p.radius};
+            if (cells) inks[i] = cell_ink(p, colours[i], drawing.lead, drawing.lead_colour);
+        }
+    });
     CellDiagram diagram;
     if (drawing.kind != DrawingKind::BurstSpikes) {
         if (!make_cell_diagram(host, sites, width, height, diagram, threads)) return false;
