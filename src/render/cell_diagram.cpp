@@ -22,7 +22,7 @@ constexpr double kSamePoint = 1e-9;  // pixels: vertices this close are one
 struct Grid {
     double x0 = 0, y0 = 0, side = 1;
     int cols = 1, rows = 1;
-    double max_weight = 0;
+    double max_weight = 0, max_radius = 0;
     std::vector<std::uint32_t> start;  // per bucket, row by row; one more at the end
     std::vector<std::int32_t> ids;     // sites by bucket, in index order within one
     std::vector<double> x, y, weight;  // the sites of `ids`, read in a row rather than scattered
@@ -40,7 +40,8 @@ Grid make_grid(std::span<const CellSite> sites, const std::vector<std::int32_t>&
     for (std::int32_t id : members) g.max_weight = std::max(g.max_weight, sites[std::size_t(id)].weight);
     const double w = e.x1 - e.x0, h = e.y1 - e.y0;
     const double spacing = std::sqrt(std::max(w * h, 1.0) / double(members.size()));
-    g.side = std::max({2 * std::sqrt(g.max_weight), spacing, 1e-6});
+    g.max_radius = std::sqrt(g.max_weight);
+    g.side = std::max({2 * g.max_radius, spacing, 1e-6});
     g.cols = std::clamp(int(std::ceil(w / g.side)), 1, kMaxGridSide);
     g.rows = std::clamp(int(std::ceil(h / g.side)), 1, kMaxGridSide);
     g.side = std::max({g.side, w / g.cols, h / g.rows});
@@ -147,7 +148,7 @@ private:
         seen_.resize(grids_.size());
         for (std::size_t c = 0; c < grids_.size(); ++c) {
             const Grid& g = grids_[c];
-            const double disc = r + std::sqrt(g.max_weight) + spacing_, disc2 = disc * disc;
+            const double disc = r + g.max_radius + spacing_, disc2 = disc * disc;
             seen_[c] = disc;
             const int xa = g.col_of(s.x - disc), xb = g.col_of(s.x + disc);
             for (int y = g.row_of(s.y - disc); y <= g.row_of(s.y + disc); ++y) {
