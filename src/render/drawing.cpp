@@ -92,6 +92,17 @@ private:
     WorkerPool pool_;
 };
 
+// Brings the rows [y0, y1) into the cache in one sweep. A band's cells reach its rows in no order
+// along them, and otherwise wait on memory a line at a time.
+void warm_rows(const UBUFFER& buffer, int y0, int y1) {
+#if defined(__SSE2__) || defined(_M_X64)
+    const std::size_t bytes = std::size_t(buffer.width()) * std::size_t(buffer.channels());
+    for (int y = y0; y < y1; ++y)
+        for (std::size_t at = 0; at < bytes; at += 64)
+            _mm_prefetch(reinterpret_cast<const char*>(buffer.row(y)) + at, _MM_HINT_T0);
+#endif
+}
+
 // Mark numbers per band of rows, in mark order.
 struct BandLists {
     std::vector<std::uint32_t> start, marks;
@@ -404,14 +415,7 @@ bool paint_cells(BandRunner& runner, const CellDiagram& d, std::span<const CellI
                 [&](std::size_t i, int& y0, int& y1) { poly_rows(d.cell(int(i)), 0, y0, y1); });
     return runner.run(lists.bands, height, 50, 100, [&](int band, int y0, int y1) {
         CellScratch scratch;
-#if VELQ_CELL_LANES
-        // The cells come in no order along the rows, so the band's rows are brought into the cache
-        // in one sweep first rather than a line at a time as each cell reaches them.
-        const std::size_t bytes = std::size_t(buffer.width()) * 4;
-        for (int y = y0; y < y1; ++y)
-            for (std::size_t at = 0; at < bytes; at += 64)
-                _mm_prefetch(reinterpret_cast<const char*>(buffer.row(y)) + at, _MM_HINT_T0);
-#endif
+        warm_rows(buffer, y0, y1);
         for (std::uint32_t i : lists.of(band))
             paint_cell(d.cell(int(i)), d.edges(int(i)), inks[i], y0, y1, buffer, scratch);
     });
