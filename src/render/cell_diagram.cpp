@@ -179,9 +179,8 @@ private:
                 ordered += near_[k].round == round;
             }
         for (std::size_t k = 0; k < ordered && poly_->n > 0; ++k) {
-            // The line lies beyond every vertex: 2 v.d <= 2 |v| |d| <= lim.
             const Near& c = near_[order_[k]];
-            if (c.lim > 0 && c.lim * c.lim >= 4 * reach2_ * c.d2) continue;
+            if (beyond_cell(c.lim, c.d2)) continue;
             const Grid& g = grids_[c.grid];
             const std::int32_t j = g.ids[c.q];
             if (j != i) clip(i, j, g.x[c.q] - s.x, g.y[c.q] - s.y, c.lim);
@@ -196,8 +195,9 @@ private:
             if (out <= seen_[c]) continue;
             const double in2 = seen_[c] * seen_[c];
             const int cx = g.col_of(s.x), cy = g.row_of(s.y);
-            // The rings wholly inside the disc were seen.
-            auto far2 = [&](int k) {
+            // The rings wholly inside the disc were seen: the square of rings up to k reaches
+            // corner2(k) from the site at its farthest corner.
+            auto corner2 = [&](int k) {
                 const double fx =
                     std::max(s.x - (g.x0 + (cx - k) * g.side), g.x0 + (cx + k + 1) * g.side - s.x) + 1e-9;
                 const double fy =
@@ -205,7 +205,7 @@ private:
                 return fx * fx + fy * fy;
             };
             int first = 0;
-            while (far2(first) < in2) ++first;
+            while (corner2(first) < in2) ++first;
             for (int k = first; poly_->n > 0; ++k) {
                 // Every site of a ring lies outside the square of the rings within it.
                 if (k > 0) {
@@ -235,9 +235,8 @@ private:
                         for (std::uint32_t q = g.start[b]; q < g.start[b + 1] && poly_->n > 0; ++q) {
                             const double ox = g.x[q] - s.x, oy = g.y[q] - s.y, d2 = ox * ox + oy * oy;
                             if (d2 < in2 || d2 >= out * out) continue;
-                            // This site's own line lies beyond every vertex (see the near rounds).
                             const double lim = d2 - g.weight[q] + s.weight;
-                            if (lim > 0 && lim * lim >= 4 * reach2_ * d2) continue;
+                            if (beyond_cell(lim, d2)) continue;
                             if (clip(i, g.ids[q], ox, oy, lim)) out = reach(s.weight, g.max_weight);
                         }
                     }
@@ -246,6 +245,10 @@ private:
         }
         return poly_->n > 0;
     }
+
+    // Whether a site's dividing line (lim = d^2 - w_j + w_i, d^2 its squared distance) lies beyond
+    // every vertex, so that it cannot cut: 2 v.d <= 2 |v| |d| <= lim.
+    bool beyond_cell(double lim, double d2) const { return lim > 0 && lim * lim >= 4 * reach2_ * d2; }
 
     // How far from site i a site of weight up to w can be and still cut the cell: it takes a vertex v
     // only if |v - c_j|^2 - w_j < |v - c_i|^2 - w_i, so only if |c_j - c_i| is below
@@ -317,11 +320,13 @@ private:
         double far2 = -1;  // the new cell's farthest point, when found on the way
         if (any_in) {
             next_->room(2 * n);  // a convex polygon's cut adds one point; twice covers any rounding
-            // Where the line crosses edge k -> k + 1.
+            // Puts where the line crosses edge k -> k + 1; gives that point's squared distance.
             auto cross = [&](std::size_t k, std::int32_t label) {
                 const std::size_t l = k + 1 == n ? 0 : k + 1;
                 const double t = side[k] / (side[k] - side[l]);
-                next_->put(px[k] + t * (px[l] - px[k]), py[k] + t * (py[l] - py[k]), label);
+                const double x = px[k] + t * (px[l] - px[k]), y = py[k] + t * (py[l] - py[k]);
+                next_->put(x, y, label);
+                return x * x + y * y;
             };
             const std::uint64_t all = n >= kBits ? ~std::uint64_t(0) : (std::uint64_t(1) << n) - 1;
             const std::uint64_t in = all & ~out, in_next = (in >> 1) | ((in & 1) << ((n - 1) % kBits));
@@ -346,10 +351,8 @@ private:
                     for (std::size_t k = first; k < n; ++k) keep(k);
                     for (std::size_t k = 0; k <= leave; ++k) keep(k);
                 }
-                cross(leave, j);
-                cross(enter, pl[enter]);
-                for (std::size_t k = next_->n - 2; k < next_->n; ++k)
-                    far2 = std::max(far2, next_->x[k] * next_->x[k] + next_->y[k] * next_->y[k]);
+                far2 = std::max(far2, cross(leave, j));
+                far2 = std::max(far2, cross(enter, pl[enter]));
             } else {
                 for (std::size_t k = 0; k < n; ++k) {
                     const std::size_t l = k + 1 == n ? 0 : k + 1;

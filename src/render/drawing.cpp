@@ -106,6 +106,7 @@ void warm_rows(const UBUFFER& buffer, int y0, int y1) {
 // Mark numbers per band of rows, in mark order.
 struct BandLists {
     std::vector<std::uint32_t> start, marks;
+    std::vector<std::pair<int, int>> rows;  // per mark: the rows [first, second) it touches in the picture
     int bands = 0;
     std::span<const std::uint32_t> of(int band) const {
         return {marks.data() + start[std::size_t(band)],
@@ -119,6 +120,7 @@ BandLists by_band(BandRunner& runner, std::size_t count, int height,
     BandLists l;
     l.bands = (height + kBandRows - 1) / kBandRows;
     l.start.assign(std::size_t(l.bands) + 1, 0);
+    l.rows.resize(count);
     std::vector<std::pair<int, int>> span(count);
     runner.each(count, [&](std::size_t begin, std::size_t end) {
         for (std::size_t k = begin; k < end; ++k) {
@@ -126,6 +128,7 @@ BandLists by_band(BandRunner& runner, std::size_t count, int height,
             rows(k, y0, y1);
             y0 = std::max(y0, 0);
             y1 = std::min(y1, height);
+            l.rows[k] = y0 < y1 ? std::pair{y0, y1} : std::pair{0, 0};
             span[k] = y0 < y1 ? std::pair{y0 / kBandRows, (y1 - 1) / kBandRows + 1} : std::pair{0, 0};
         }
     });
@@ -344,13 +347,14 @@ VELQ_INLINE void paint_quad(std::uint8_t* px, int n, double x, float dy2, const 
 #endif
 }
 
-// The rows [y0, y1) of one cell: each in its colour, lighter toward its circle's centre, with lead
-// lines along the edges it shares with other cells. A pixel's lead coverage is
-// clamp(reach - distance, 0, 1), the distance being to the nearest shared edge; for a pixel inside a
-// convex cell that is the distance to the nearest of its own shared edges' lines, so each cell needs
-// only its own edges, and its neighbours draw the other half of the line.
+// The rows [y0, y1) of one cell, which spans rows [ya, yb): each in its colour, lighter toward its circle's
+// centre, with lead lines along the edges it shares with other cells. A pixel's lead coverage is clamp(reach
+// - distance, 0, 1), the distance being to the nearest shared edge; for a pixel inside a convex cell that is
+// the distance to the nearest of its own shared edges' lines, so each cell needs only its own edges, and its
+// neighbours draw the other half of the line.
 VELQ_INLINE void paint_cell(std::span<const CellPoint> poly, std::span<const std::int32_t> across,
-                            const CellInk& ink, int y0, int y1, UBUFFER& buffer, CellScratch& scratch) {
+                            const CellInk& ink, int ya, int yb, int y0, int y1, UBUFFER& buffer,
+                            CellScratch& scratch) {
     const int width = buffer.width();
     std::vector<CellLine>& lines = scratch.lines;
     lines.clear();
@@ -373,8 +377,6 @@ VELQ_INLINE void paint_cell(std::span<const CellPoint> poly, std::span<const std
     double* nx = scratch.nx.data();
     double* base = scratch.base.data();
     // Only the rows whose centres the cell's height spans (the spans decide at the ends).
-    int ya = y0, yb = y1;
-    poly_rows(poly, 0, ya, yb);
     ConvexSpans spans(poly);
     const CellLanes lanes(ink);
     for (int y = std::max(y0, ya); y < std::min(y1, yb); ++y) {
@@ -417,7 +419,8 @@ bool paint_cells(BandRunner& runner, const CellDiagram& d, std::span<const CellI
         CellScratch scratch;
         warm_rows(buffer, y0, y1);
         for (std::uint32_t i : lists.of(band))
-            paint_cell(d.cell(int(i)), d.edges(int(i)), inks[i], y0, y1, buffer, scratch);
+            paint_cell(d.cell(int(i)), d.edges(int(i)), inks[i], lists.rows[i].first, lists.rows[i].second,
+                       y0, y1, buffer, scratch);
     });
 }
 
