@@ -6,88 +6,21 @@
 #include <limits>
 
 #include "host/worker_pool.h"
+#include "render/site_grid.h"
 
 namespace velq {
 
 namespace {
 
-// Sites are searched in classes of similar weight, each on a grid of its own: a fixed window would
-// miss a huge circle's cut on its tiny neighbours, while one grid bounded by the heaviest site would
-// make every tiny cell search as far as the largest circle reaches. A class spans radii within a
-// factor of four: narrower ones give more grids, each adding its near buckets to every cell's search.
-constexpr int kClasses = 12;
-constexpr int kMaxGridSide = 4096;
 constexpr double kSamePoint = 1e-9;  // pixels: vertices this close are one
-
-struct Grid {
-    double x0 = 0, y0 = 0, side = 1;
-    int cols = 1, rows = 1;
-    double max_weight = 0, max_radius = 0;
-    std::vector<std::uint32_t> start;  // per bucket, row by row; one more at the end
-    std::vector<std::int32_t> ids;     // sites by bucket, in index order within one
-    std::vector<double> x, y, weight;  // the sites of `ids`, read in a row rather than scattered
-
-    int col_of(double x) const { return std::clamp(int(std::floor((x - x0) / side)), 0, cols - 1); }
-    int row_of(double y) const { return std::clamp(int(std::floor((y - y0) / side)), 0, rows - 1); }
-};
-
-struct Extent {
-    double x0, y0, x1, y1;
-};
-
-Grid make_grid(std::span<const CellSite> sites, const std::vector<std::int32_t>& members, const Extent& e) {
-    Grid g;
-    for (std::int32_t id : members) g.max_weight = std::max(g.max_weight, sites[std::size_t(id)].weight);
-    const double w = e.x1 - e.x0, h = e.y1 - e.y0;
-    const double spacing = std::sqrt(std::max(w * h, 1.0) / double(members.size()));
-    g.max_radius = std::sqrt(g.max_weight);
-    g.side = std::max({2 * g.max_radius, spacing, 1e-6});
-    g.cols = std::clamp(int(std::ceil(w / g.side)), 1, kMaxGridSide);
-    g.rows = std::clamp(int(std::ceil(h / g.side)), 1, kMaxGridSide);
-    g.side = std::max({g.side, w / g.cols, h / g.rows});
-    g.x0 = e.x0;
-    g.y0 = e.y0;
-    g.start.assign(std::size_t(g.cols) * g.rows + 1, 0);
-    std::vector<std::uint32_t> bucket(members.size());
-    for (std::size_t k = 0; k < members.size(); ++k) {
-        const CellSite& s = sites[std::size_t(members[k])];
-        bucket[k] = std::uint32_t(g.row_of(s.y) * g.cols + g.col_of(s.x));
-        ++g.start[bucket[k] + 1];
-    }
-    for (std::size_t b = 1; b < g.start.size(); ++b) g.start[b] += g.start[b - 1];
-    g.ids.resize(members.size());
-    std::vector<std::uint32_t> fill(g.start.begin(), g.start.end() - 1);
-    for (std::size_t k = 0; k < members.size(); ++k) g.ids[fill[bucket[k]]++] = members[k];
-    for (std::int32_t id : g.ids) {
-        const CellSite& site = sites[std::size_t(id)];
-        g.x.push_back(site.x), g.y.push_back(site.y), g.weight.push_back(site.weight);
-    }
-    return g;
-}
-
-std::vector<Grid> make_grids(std::span<const CellSite> sites, const Extent& e) {
-    double max_weight = 0;
-    for (const CellSite& s : sites) max_weight = std::max(max_weight, s.weight);
-    const double max_radius = std::sqrt(max_weight);
-    std::vector<std::vector<std::int32_t>> members(kClasses);
-    for (std::size_t i = 0; i < sites.size(); ++i) {
-        const double w = sites[i].weight;
-        int c = kClasses - 1;
-        if (w > 0) c = std::min(kClasses - 1, int(std::floor(std::log2(max_radius / std::sqrt(w)) / 2)));
-        members[std::size_t(std::max(c, 0))].push_back(std::int32_t(i));
-    }
-    std::vector<Grid> grids;
-    for (const auto& m : members)
-        if (!m.empty()) grids.push_back(make_grid(sites, m, e));
-    return grids;
-}
 
 // Cuts one cell out of the frame, half-plane by half-plane, in coordinates relative to its site.
 class CellCutter {
 public:
     CellCutter(const CellCutter&) = delete;
     CellCutter& operator=(const CellCutter&) = delete;
-    CellCutter(std::span<const CellSite> sites, const std::vector<Grid>& grids, double width, double height)
+    CellCutter(std::span<const CellSite> sites, const std::vector<SiteGrid>& grids, double width,
+               double height)
         : sites_(sites), grids_(grids), width_(width), height_(height) {
         spacing_ = std::sqrt(std::max(width * height, 1.0) / std::max<std::size_t>(sites.size(), 1));
     }
@@ -147,7 +80,7 @@ private:
         std::size_t count = 0;
         seen_.resize(grids_.size());
         for (std::size_t c = 0; c < grids_.size(); ++c) {
-            const Grid& g = grids_[c];
+            const SiteGrid& g = grids_[c];
             const double disc = r + g.max_radius + spacing_, disc2 = disc * disc;
             seen_[c] = disc;
             const int xa = g.col_of(s.x - disc), xb = g.col_of(s.x + disc);
@@ -181,7 +114,7 @@ private:
         for (std::size_t k = 0; k < ordered && poly_->n > 0; ++k) {
             const Near& c = near_[order_[k]];
             if (beyond_cell(c.lim, c.d2)) continue;
-            const Grid& g = grids_[c.grid];
+            const SiteGrid& g = grids_[c.grid];
             const std::int32_t j = g.ids[c.q];
             if (j != i) clip(i, j, g.x[c.q] - s.x, g.y[c.q] - s.y, c.lim);
         }
@@ -190,7 +123,7 @@ private:
         // cuts only shrink it. The lightest class first: its many small sites near by make the
         // tightest cuts. (Plain cells have no radii, so their disc is small and the rings do most.)
         for (std::size_t c = grids_.size(); c-- > 0 && poly_->n > 0;) {
-            const Grid& g = grids_[c];
+            const SiteGrid& g = grids_[c];
             double out = reach(s.weight, g.max_weight);
             if (out <= seen_[c]) continue;
             const double in2 = seen_[c] * seen_[c];
@@ -372,7 +305,7 @@ private:
     }
 
     std::span<const CellSite> sites_;
-    const std::vector<Grid>& grids_;
+    const std::vector<SiteGrid>& grids_;
     double width_, height_, spacing_ = 1;
     Poly polys_[2];
     Poly* poly_ = &polys_[0];  // the cell so far; the cuts write the next one into *next_
@@ -390,14 +323,7 @@ bool make_cell_diagram(Host& host, std::span<const CellSite> sites, double width
                        CellDiagram& out, int threads) {
     out = {};
     const int n = int(sites.size());
-    Extent e{0, 0, width, height};
-    for (const CellSite& s : sites) {
-        e.x0 = std::min(e.x0, s.x);
-        e.y0 = std::min(e.y0, s.y);
-        e.x1 = std::max(e.x1, s.x);
-        e.y1 = std::max(e.y1, s.y);
-    }
-    const std::vector<Grid> grids = make_grids(sites, e);
+    const std::vector<SiteGrid> grids = make_site_grids(sites, width, height);
 
     // Blocks of cells, each cut into a list of its own and joined in order afterwards.
     constexpr int kBlock = 512;

@@ -163,40 +163,50 @@ TEST(Drawing, SameBytesWhateverTheThreadCount) {
     }
 }
 
-// Without lead, every pixel whose centre lies clear of a dividing line has its own site's colour
-// shaded by the distance from the centre: 1.12 - 0.25 min(1, d / 1.6 r), within a rounding.
+// Every pixel whose centre is clear of a dividing line takes its site's colour, shaded as
+// 1.12 - 0.25 min(1, d / 1.6 r), with the lead colour over it by clamp(reach - e, 0, 1), e the
+// distance to the nearest line between its site and another; the owner and e by trying every site.
+// A repeated circle (in a colour of its own) owns nothing: the first of equals wins.
 TEST(Drawing, CellPixelsTakeTheShadedColourOfTheirSite) {
-    const auto sites = random_circles(8, 300, 9);
+    auto sites = random_circles(8, 300, 9);
+    sites.push_back(sites[5]);
     const auto placements = placements_of(sites);
+    const std::uint32_t lead_colour = 0x2050f0;  // red in the low byte
+    const double lead_bgr[3] = {0x20, 0x50, 0xf0}, reach = 2 / 2.0 + 0.5;
     test::RecordingHost host;
     UBUFFER out;
     ASSERT_TRUE(out.allocate(int(kW), int(kH), 4));
-    ASSERT_TRUE(paint_drawing(host, Drawing{DrawingKind::PebbleCells, 1, 1.0, 7, 0, 0}, placements, UBUFFER{},
-                              0, out, nullptr, 1));
-    int checked = 0;
+    ASSERT_TRUE(paint_drawing(host, Drawing{DrawingKind::PebbleCells, 1, 1.0, 7, 2, lead_colour}, placements,
+                              UBUFFER{}, 0, out, nullptr, 1));
+    int checked = 0, inked = 0;
     for (int y = 0; y < out.height(); ++y)
         for (int x = 0; x < out.width(); ++x) {
             const double px = x + 0.5, py = y + 0.5;
-            std::size_t best = 0, second = 1;
-            for (std::size_t j = 1; j < sites.size(); ++j) {
-                if (power(sites[j], px, py) < power(sites[best], px, py))
-                    second = best, best = j;
-                else if (j != best && power(sites[j], px, py) < power(sites[second], px, py))
-                    second = j;
+            std::size_t best = 0;
+            for (std::size_t j = 1; j < sites.size(); ++j)
+                if (power(sites[j], px, py) < power(sites[best], px, py)) best = j;
+            double edge = 1e9;
+            for (std::size_t j = 0; j < sites.size(); ++j) {
+                const double d = std::hypot(sites[best].x - sites[j].x, sites[best].y - sites[j].y);
+                if (d > 0)
+                    edge = std::min(edge, (power(sites[j], px, py) - power(sites[best], px, py)) / (2 * d));
             }
-            const double gap =
-                (power(sites[second], px, py) - power(sites[best], px, py)) /
-                (2 * std::hypot(sites[best].x - sites[second].x, sites[best].y - sites[second].y));
-            if (gap < 1e-3) continue;
+            if (edge < 1e-3) continue;
             const Placement& p = placements[best];
             const double shade =
                 1.12 - 0.25 * std::min(1.0, std::hypot(px - p.x, py - p.y) / (1.6 * p.radius));
-            const double want[3] = {p.paint.c2 * shade, p.paint.c1 * shade, p.paint.c0 * shade};
-            for (int k = 0; k < 3; ++k)
-                ASSERT_NEAR(out.at(x, y, k), std::min(255.0, std::floor(want[k] + 0.5)), 1) << x << "," << y;
+            const double colour[3] = {p.paint.c2, p.paint.c1, p.paint.c0};
+            const double cover = std::clamp(reach - edge, 0.0, 1.0);
+            for (int k = 0; k < 3; ++k) {
+                const double level = std::min(255.0, std::floor(colour[k] * shade + 0.5));
+                ASSERT_NEAR(out.at(x, y, k), std::floor(level + (lead_bgr[k] - level) * cover + 0.5), 1)
+                    << x << "," << y;
+            }
             ++checked;
+            inked += cover > 0;
         }
     EXPECT_GT(checked, out.width() * out.height() * 9 / 10);
+    EXPECT_GT(inked, checked / 5);
 }
 
 // Lead lines lie on the edges two cells share: full ink within half the width of the edge, a soft

@@ -1,0 +1,442 @@
+#include "render/cell_picture.h"
+
+#include <algorithm>
+#include <bit>
+#include <cmath>
+#include <cstring>
+#include <limits>
+
+#if defined(__SSE2__) || defined(_M_X64)
+#include <emmintrin.h>
+#define VELQ_CELL_LANES 1
+#endif
+
+namespace velq {
+
+namespace {
+
+// Tiles are squares of pixels at fixed places, so a pixel's candidates do not depend on how the rows
+// are shared out. Smaller tiles have fewer candidates per pixel but search more often.
+constexpr int kTile = 8;
+
+static_assert(std::endian::native == std::endian::little, "pixels are assembled as little-endian words");
+
+// A site that may own a pixel of the tile, or lie across an edge within the lead's reach of one.
+struct Candidate {
+    double x, y, w;
+    double least;  // its least power distance over the rectangle searched
+    std::int32_t id;
+};
+
+#if VELQ_CELL_LANES
+// A cell's ink in four lanes each.
+struct InkLanes {
+    __m128 per, reach, c[3], e[3];
+    explicit InkLanes(const CellInk& ink) : per(_mm_set1_ps(ink.per)), reach(_mm_set1_ps(ink.reach)) {
+        for (int k = 0; k < 3; ++k) c[k] = _mm_set1_ps(ink.c[k]), e[k] = _mm_set1_ps(ink.e[k]);
+    }
+};
+#endif
+
+// An owner's ink for one tile, and its edges there: edge_[e0, e1).
+struct Owned {
+#if VELQ_CELL_LANES
+    InkLanes lanes;
+    explicit Owned(const CellInk& ink) : lanes(ink), ink(&ink) {}
+#else
+    explicit Owned(const CellInk& ink) : ink(&ink) {}
+#endif
+    const CellInk* ink;
+    std::uint32_t e0 = 0, e1 = 0;
+};
+
+// Paints one tile at a time; one per thread.
+//
+// The owner of a pixel centre p = o + (X, Y), o the tile's corner, is the candidate j of least
+// L_j = a_j + bx_j X + by_j Y, with a_j = |c_j - o|^2 - w_j and (bx_j, by_j) = -2 (c_j - o): its power
+// distance less the |X, Y|^2 that all share. The first of equals wins. Inside cell i, the distance
+// to its edge with cell j is (L_j - L_i) / 2 |c_j - c_i|, and the nearest of those is the distance to
+// the cell's nearest edge, which the lead's coverage takes. In float about the tile's corner, these
+// err only within a hair of an edge.
+//
+// A pixel is the cell's colour shaded by the distance from its circle's centre, then the lead
+// colour by that coverage; each channel is rounded to a byte before the lead is blended over it (a
+// mix of two bytes needs no clamp; coverage 0 gives the byte back). Where the processor has four
+// float lanes, four pixels go at once; elsewhere one by one, with the same operations in the same
+// order, so both give the same bytes.
+class TilePainter {
+public:
+    TilePainter(std::span<const CellInk> inks, const std::vector<SiteGrid>& grids, double reach)
+        : inks_(inks), grids_(grids), reach_(reach) {}
+
+    // The tile whose top left pixel is (tx, ty), within the rows [y0, y1) and the buffer.
+    void paint(UBUFFER& buffer, int tx, int ty, int y0, int y1) {
+        // The pixel centres of the whole tile, and around them the lead's reach: a pixel's nearest
+        // edge may belong to a site that owns none of the tile's pixels.
+        const double margin = reach_ + 1e-6;
+        gather(tx + 0.5 - margin, ty + 0.5 - margin, tx + kTile - 0.5 + margin, ty + kTile - 0.5 + margin);
+        m_ = near_.size();
+        if (m_ == 0) return;
+        const std::size_t padded = (m_ + 3) / 4 * 4;
+        a_.resize(padded), bx_.resize(padded), by_.resize(padded);
+        for (std::size_t j = 0; j < m_; ++j) {
+            const double ox = near_[j].x - tx, oy = near_[j].y - ty;
+            a_[j] = float(ox * ox + oy * oy - near_[j].w);
+            bx_[j] = float(-2 * ox), by_[j] = float(-2 * oy);
+        }
+        for (std::size_t j = m_; j < padded; ++j) a_[j] = bx_[j] = by_[j] = 0;
+        owned_at_.assign(m_, -1);
+        owned_.clear(), edge_.clear(), edge_inv_.clear();
+        prepare();
+        const int ya = std::max(ty, y0) - ty, yb = std::min({ty + kTile, y1, buffer.height()}) - ty;
+        rows_ = {ya, yb};
+        for (int r = ya; r < yb; ++r) owners(r);
+        const int n = std::min(buffer.width() - tx, kTile);
+        for (int r = ya; r < yb; ++r) {
+            std::uint8_t* row = buffer.row(ty + r) + std::size_t(tx) * 4;
+            for (int q = 0; q < n; q += 4) paint_quad(row + 4 * q, std::min(4, n - q), tx, ty, r, q);
+        }
+    }
+
+private:
+    // Every site that can own a point of [ax, bx] x [ay, by], in a fixed order (grid by grid, bucket
+    // by bucket, by index within one).
+    void gather(double ax, double ay, double bx, double by) {
+        near_.clear();
+        double bound =
+            std::numeric_limits<double>::infinity();  // the least power distance anywhere is below it
+        auto visit = [&](std::size_t grid, std::size_t b0, std::size_t b1) {
+            const SiteGrid& g = grids_[grid];
+            for (std::uint32_t q = g.start[b0]; q < g.start[b1]; ++q) {
+                const double x = g.x[q], y = g.y[q], w = g.weight[q];
+                const double dx = std::max({ax - x, x - bx, 0.0}), dy = std::max({ay - y, y - by, 0.0});
+                const double fx = std::max(x - ax, bx - x), fy = std::max(y - ay, by - y);
+                const double least = dx * dx + dy * dy - w;
+                bound = std::min(bound, fx * fx + fy * fy - w);
+                if (least <= bound) near_.push_back({x, y, w, least, g.ids[q]});
+            }
+        };
+        // The buckets of grid c within `out` that are not within seen_[c], which then grows to `out`.
+        auto visit_out_to = [&](std::size_t c, const Range& out) {
+            const SiteGrid& g = grids_[c];
+            Range& in = seen_[c];
+            for (int y = out.r0; y <= out.r1; ++y) {
+                const std::size_t row = std::size_t(y) * g.cols;
+                if (y < in.r0 || y > in.r1) {
+                    visit(c, row + out.c0, row + out.c1 + 1);
+                } else {
+                    if (out.c0 < in.c0) visit(c, row + out.c0, row + in.c0);
+                    if (in.c1 < out.c1) visit(c, row + in.c1 + 1, row + out.c1 + 1);
+                }
+            }
+            in = out;
+        };
+        auto around = [&](const SiteGrid& g, double pad) {
+            if (!(pad < 1e9)) return Range{0, g.cols - 1, 0, g.rows - 1};
+            return Range{g.col_of(ax - pad), g.col_of(bx + pad), g.row_of(ay - pad), g.row_of(by + pad)};
+        };
+        // First the buckets over the rectangle, widened until they hold a site, for a bound from
+        // the sites nearest it; then those within reach of the bound: a site of weight up to W owns
+        // a point only within sqrt(bound + W) of it.
+        seen_.assign(grids_.size(), Range{0, -1, 0, -1});
+        double step = std::numeric_limits<double>::infinity();
+        for (const SiteGrid& g : grids_) step = std::min(step, g.side);
+        for (double pad = 0; bound == std::numeric_limits<double>::infinity(); pad = 2 * pad + step) {
+            bool all = true;
+            for (std::size_t c = 0; c < grids_.size(); ++c) {
+                const Range out = around(grids_[c], pad);
+                visit_out_to(c, out);
+                all = all && out.c0 == 0 && out.r0 == 0 && out.c1 == grids_[c].cols - 1 &&
+                      out.r1 == grids_[c].rows - 1;
+            }
+            if (all) break;
+        }
+        for (std::size_t c = 0; c < grids_.size(); ++c) {
+            const SiteGrid& g = grids_[c];
+            if (!(bound + g.max_weight >= 0)) continue;
+            visit_out_to(c, around(g, std::sqrt(bound + g.max_weight) * (1 + 1e-12) + 1e-9));
+        }
+        std::erase_if(near_, [&](const Candidate& c) { return c.least > bound; });
+    }
+
+#if VELQ_CELL_LANES
+    // Each candidate's bx X over the tile's columns, and its number, in lanes.
+    void prepare() {
+        if (bxx_.size() < 2 * m_) bxx_.resize(2 * m_), number_.resize(m_), rowl_.resize(kTile * m_);
+        const __m128 x0 = _mm_setr_ps(0.5f, 1.5f, 2.5f, 3.5f), x1 = _mm_setr_ps(4.5f, 5.5f, 6.5f, 7.5f);
+        for (std::size_t j = 0; j < m_; ++j) {
+            const __m128 b = _mm_set1_ps(bx_[j]);
+            bxx_[2 * j].v = _mm_mul_ps(b, x0), bxx_[2 * j + 1].v = _mm_mul_ps(b, x1);
+            number_[j].v = _mm_set1_epi32(int(j));
+        }
+    }
+
+    // The owners of row r of the tile and their L; each candidate's a + by Y kept for the lead.
+    void owners(int r) {
+        static_assert(kTile == 8, "a row of the tile is two sets of lanes");
+        const float yy = float(r) + 0.5f;
+        // Locals: a store through a lane type may alias anything, members included.
+        Quad* rowl = rowl_.data() + std::size_t(r) * m_;
+        const float *a = a_.data(), *by = by_.data();
+        const Quad* bxx = bxx_.data();
+        const Quadi* number = number_.data();
+        const std::size_t m = m_;
+        __m128 best0 = _mm_set1_ps(std::numeric_limits<float>::infinity()), best1 = best0;
+        __m128i which0 = _mm_setzero_si128(), which1 = which0;
+        for (std::size_t j = 0; j < m; ++j) {
+            const __m128 row = _mm_set1_ps(a[j] + by[j] * yy);
+            rowl[j].v = row;
+            const __m128 l0 = _mm_add_ps(row, bxx[2 * j].v), l1 = _mm_add_ps(row, bxx[2 * j + 1].v);
+            const __m128i less0 = _mm_castps_si128(_mm_cmplt_ps(l0, best0)),
+                          less1 = _mm_castps_si128(_mm_cmplt_ps(l1, best1));
+            best0 = _mm_min_ps(l0, best0), best1 = _mm_min_ps(l1, best1);
+            which0 = _mm_or_si128(_mm_and_si128(less0, number[j].v), _mm_andnot_si128(less0, which0));
+            which1 = _mm_or_si128(_mm_and_si128(less1, number[j].v), _mm_andnot_si128(less1, which1));
+        }
+        std::int32_t* owner = owner_ + r * kTile;
+        float* best = best_ + r * kTile;
+        _mm_storeu_si128(reinterpret_cast<__m128i*>(owner), which0);
+        _mm_storeu_si128(reinterpret_cast<__m128i*>(owner + 4), which1);
+        _mm_storeu_ps(best, best0), _mm_storeu_ps(best + 4, best1);
+    }
+#else
+    void prepare() {
+        if (rowl_.size() < kTile * m_) rowl_.resize(kTile * m_);
+    }
+
+    void owners(int r) {
+        const float yy = float(r) + 0.5f;
+        float* rowl = rowl_.data() + std::size_t(r) * m_;
+        for (std::size_t j = 0; j < m_; ++j) rowl[j] = a_[j] + by_[j] * yy;
+        for (int x = 0; x < kTile; ++x) {
+            const float xx = float(x) + 0.5f;
+            float best = std::numeric_limits<float>::infinity();
+            std::int32_t which = 0;
+            for (std::size_t j = 0; j < m_; ++j) {
+                const float l = rowl[j] + bx_[j] * xx;
+                if (l < best) which = std::int32_t(j);
+                best = l < best ? l : best;
+            }
+            owner_[r * kTile + x] = which, best_[r * kTile + x] = best;
+        }
+    }
+#endif
+
+    // The box of candidate i's pixels in the tile's rows being painted, [x0, x1] x [y0, y1].
+    void box_of(std::int32_t i, int& x0, int& x1, int& y0, int& y1) const {
+        x0 = kTile, x1 = -1, y0 = kTile, y1 = -1;
+#if VELQ_CELL_LANES
+        const __m128i who = _mm_set1_epi32(i);
+#endif
+        for (int r = rows_.first; r < rows_.second; ++r) {
+            const std::int32_t* owner = owner_ + r * kTile;
+#if VELQ_CELL_LANES
+            auto bits_of = [&](int at) {
+                return unsigned(_mm_movemask_ps(_mm_castsi128_ps(
+                    _mm_cmpeq_epi32(_mm_loadu_si128(reinterpret_cast<const __m128i*>(owner + at)), who))));
+            };
+            const unsigned bits = bits_of(0) | bits_of(4) << 4;
+#else
+            unsigned bits = 0;
+            for (int x = 0; x < kTile; ++x) bits |= unsigned(owner[x] == i) << x;
+#endif
+            if (bits == 0) continue;
+            y0 = std::min(y0, r), y1 = r;
+            x0 = std::min(x0, std::countr_zero(bits)), x1 = std::max(x1, 31 - std::countl_zero(bits));
+        }
+    }
+
+    // What owner i needs for its pixels of the tile: its ink, and the edges of its cell that may
+    // come within the lead's reach of them: the other candidates j whose (L_j - L_i) / 2d,
+    // d = |c_j - c_i|, may drop below the reach there, each with its 1 / 2d. Made once per tile for
+    // each owner; the test is in float with room for its rounding, and it keeps every edge that can
+    // ink a pixel. The nearest of a convex cell's edge lines is as near as its nearest edge, and no
+    // nearer.
+    const Owned& owned(std::size_t i) {
+        if (owned_at_[i] >= 0) return owned_[std::size_t(owned_at_[i])];
+        owned_at_[i] = std::int32_t(owned_.size());
+        const CellInk& ink = inks_[std::size_t(near_[i].id)];
+        Owned& o = owned_.emplace_back(ink);
+        o.e0 = std::uint32_t(edge_.size());
+        if (reach_ > 0) {
+            int bx0, bx1, by0, by1;
+            box_of(std::int32_t(i), bx0, bx1, by0, by1);
+            const float x0 = float(bx0) + 0.5f, x1 = float(bx1) + 0.5f, y0 = float(by0) + 0.5f,
+                        y1 = float(by1) + 0.5f;
+            const float wide = float((reach_ + 0.01) * (reach_ + 0.01));
+            for (std::size_t j0 = 0; j0 < m_; j0 += 4) {
+                unsigned near = 0;  // bit k: candidate j0 + k may come near
+#if VELQ_CELL_LANES
+                const __m128 da = _mm_sub_ps(_mm_loadu_ps(&a_[j0]), _mm_set1_ps(a_[i])),
+                             dx = _mm_sub_ps(_mm_loadu_ps(&bx_[j0]), _mm_set1_ps(bx_[i])),
+                             dy = _mm_sub_ps(_mm_loadu_ps(&by_[j0]), _mm_set1_ps(by_[i]));
+                const __m128 gap2 = _mm_add_ps(_mm_mul_ps(dx, dx), _mm_mul_ps(dy, dy));
+                const __m128 least = _mm_sub_ps(
+                    _mm_add_ps(_mm_add_ps(da, _mm_min_ps(_mm_mul_ps(dx, _mm_set1_ps(x0)),
+                                                         _mm_mul_ps(dx, _mm_set1_ps(x1)))),
+                               _mm_min_ps(_mm_mul_ps(dy, _mm_set1_ps(y0)), _mm_mul_ps(dy, _mm_set1_ps(y1)))),
+                    _mm_set1_ps(0.01f));
+                const __m128 keep = _mm_and_ps(
+                    _mm_cmpgt_ps(gap2, _mm_setzero_ps()),
+                    _mm_or_ps(_mm_cmplt_ps(least, _mm_setzero_ps()),
+                              _mm_cmplt_ps(_mm_mul_ps(least, least), _mm_mul_ps(gap2, _mm_set1_ps(wide)))));
+                near = unsigned(_mm_movemask_ps(keep));
+#else
+                for (std::size_t k = 0; k < 4; ++k) {
+                    const std::size_t j = j0 + k;
+                    const float da = a_[j] - a_[i], dx = bx_[j] - bx_[i], dy = by_[j] - by_[i];
+                    const float gap2 = dx * dx + dy * dy;
+                    const float least = da + std::min(dx * x0, dx * x1) + std::min(dy * y0, dy * y1) - 0.01f;
+                    near |= unsigned(gap2 > 0 && (least < 0 || least * least < gap2 * wide)) << k;
+                }
+#endif
+                if (m_ - j0 < 4) near &= (1u << (m_ - j0)) - 1;  // the padding
+                for (; near != 0; near &= near - 1) {
+                    const std::size_t j = j0 + std::size_t(std::countr_zero(near));
+                    const float dx = bx_[j] - bx_[i], dy = by_[j] - by_[i];
+                    edge_.push_back(std::int32_t(j));
+                    edge_inv_.push_back(1.0f / std::sqrt(dx * dx + dy * dy));
+                }
+            }
+        }
+        o.e1 = std::uint32_t(edge_.size());
+        return o;
+    }
+
+    // Four pixels (n of them in the picture) from column q of row r of the tile at (tx, ty).
+    void paint_quad(std::uint8_t* px, int n, int tx, int ty, int r, int q) {
+        const std::int32_t* owner = owner_ + r * kTile + q;
+        const float* best = best_ + r * kTile + q;
+        const double x = tx + q + 0.5, cy = ty + r + 0.5;
+#if VELQ_CELL_LANES
+        const Quad* rowl = rowl_.data() + std::size_t(r) * m_;
+        const __m128 lane = _mm_setr_ps(0, 1, 2, 3), one = _mm_set1_ps(1.0f), half = _mm_set1_ps(0.5f);
+        const __m128i who = _mm_loadu_si128(reinterpret_cast<const __m128i*>(owner));
+        const __m128 l_own = _mm_loadu_ps(best);
+        __m128i bytes = _mm_setzero_si128();
+        std::uint32_t left = (1u << n) - 1;  // lanes still to paint
+        while (left != 0) {
+            const std::int32_t i = owner[std::countr_zero(left)];
+            const Owned& o = owned(std::size_t(i));
+            const CellInk& ink = *o.ink;
+            const InkLanes& lanes = o.lanes;
+            const __m128i mine = _mm_cmpeq_epi32(who, _mm_set1_epi32(i));
+            left &= ~std::uint32_t(_mm_movemask_ps(_mm_castsi128_ps(mine)));
+            const float dy2 = float((cy - ink.cy) * (cy - ink.cy));
+            const __m128 dx = _mm_add_ps(_mm_set1_ps(float(x - ink.cx)), lane);
+            const __m128 far =
+                _mm_min_ps(_mm_mul_ps(_mm_add_ps(_mm_mul_ps(dx, dx), _mm_set1_ps(dy2)), lanes.per), one);
+            const __m128 shade =
+                _mm_sub_ps(_mm_set1_ps(1.12f), _mm_mul_ps(_mm_set1_ps(0.25f), _mm_sqrt_ps(far)));
+            __m128 dist = lanes.reach;
+            {
+                const Quad* bxx = bxx_.data() + q / 4;
+                for (std::size_t e = o.e0; e < o.e1; ++e) {
+                    const std::size_t j = std::size_t(edge_[e]);
+                    const __m128 gap = _mm_sub_ps(_mm_add_ps(rowl[j].v, bxx[2 * j].v), l_own);
+                    dist = _mm_min_ps(_mm_mul_ps(gap, _mm_set1_ps(edge_inv_[e])), dist);
+                }
+            }
+            const __m128 cover = _mm_min_ps(_mm_max_ps(_mm_sub_ps(lanes.reach, dist), _mm_setzero_ps()), one);
+            __m128i painted = _mm_setzero_si128();
+            for (int c = 0; c < 3; ++c) {
+                const __m128 level = _mm_cvtepi32_ps(_mm_cvttps_epi32(
+                    _mm_min_ps(_mm_add_ps(_mm_mul_ps(lanes.c[c], shade), half), _mm_set1_ps(255.0f))));
+                const __m128 mixed =
+                    _mm_add_ps(_mm_add_ps(level, _mm_mul_ps(_mm_sub_ps(lanes.e[c], level), cover)), half);
+                painted = _mm_or_si128(painted, _mm_slli_epi32(_mm_cvttps_epi32(mixed), 8 * c));
+            }
+            bytes = _mm_or_si128(bytes, _mm_and_si128(mine, painted));
+        }
+        const __m128i alpha = _mm_set1_epi32(int(0xff000000u));
+        if (n == 4) {
+            const __m128i old = _mm_loadu_si128(reinterpret_cast<const __m128i*>(px));
+            _mm_storeu_si128(reinterpret_cast<__m128i*>(px), _mm_or_si128(bytes, _mm_and_si128(old, alpha)));
+            return;
+        }
+        alignas(16) std::uint32_t out[4];
+        _mm_store_si128(reinterpret_cast<__m128i*>(out), bytes);
+#else
+        const float* rowl = rowl_.data() + std::size_t(r) * m_;
+        std::uint32_t out[4];
+        for (int k = 0; k < n; ++k) {
+            const Owned& o = owned(std::size_t(owner[k]));
+            const CellInk& ink = *o.ink;
+            const float dy2 = float((cy - ink.cy) * (cy - ink.cy));
+            const float dx = float(x - ink.cx) + float(k);
+            const float far = std::min((dx * dx + dy2) * ink.per, 1.0f);
+            const float shade = 1.12f - 0.25f * std::sqrt(far);
+            float dist = ink.reach;
+            {
+                const float xx = float(q + k) + 0.5f;
+                for (std::size_t e = o.e0; e < o.e1; ++e) {
+                    const std::size_t j = std::size_t(edge_[e]);
+                    dist = std::min(dist, (rowl[j] + bx_[j] * xx - best[k]) * edge_inv_[e]);
+                }
+            }
+            const float cover = std::min(std::max(ink.reach - dist, 0.0f), 1.0f);
+            out[k] = 0;
+            for (int c = 0; c < 3; ++c) {
+                const float level = float(int(std::min(ink.c[c] * shade + 0.5f, 255.0f)));
+                out[k] |= std::uint32_t(int(level + (ink.e[c] - level) * cover + 0.5f)) << (8 * c);
+            }
+        }
+#endif
+        for (int k = 0; k < n; ++k) {
+            std::uint32_t old;
+            std::memcpy(&old, px + 4 * k, 4);
+            out[k] |= old & 0xff000000u;
+            std::memcpy(px + 4 * k, &out[k], 4);
+        }
+    }
+
+    struct Range {
+        int c0, c1, r0, r1;  // buckets [c0, c1] x [r0, r1]
+    };
+
+    std::span<const CellInk> inks_;
+    const std::vector<SiteGrid>& grids_;
+    double reach_;
+    std::vector<Candidate> near_;
+    std::size_t m_ = 0;
+    std::vector<Range> seen_;
+    std::vector<float> a_, bx_, by_;
+    std::int32_t owner_[kTile * kTile];  // per pixel of the tile, row by row: its candidate
+    float best_[kTile * kTile];          // and the owner's L there
+#if VELQ_CELL_LANES
+    // Lanes in a vector (whose element type may not carry the lane type's attributes).
+    struct Quad {
+        __m128 v;
+    };
+    struct Quadi {
+        __m128i v;
+    };
+    std::vector<Quad> bxx_,
+        rowl_;  // per candidate: bx X in two sets of lanes; per row and candidate: a + by Y
+    std::vector<Quadi> number_;
+#else
+    std::vector<float> rowl_;
+#endif
+    std::pair<int, int> rows_;            // the tile's rows [first, second) being painted
+    std::vector<std::int32_t> edge_;      // the edges of owned_: the candidate across
+    std::vector<float> edge_inv_;         // and 1 / 2d
+    std::vector<Owned> owned_;            // owned() of the owners so far
+    std::vector<std::int32_t> owned_at_;  // per candidate: where in owned_, once made
+};
+
+}  // namespace
+
+CellPicture::CellPicture(std::span<const CellSite> sites, std::span<const CellInk> inks, double width,
+                         double height)
+    : sites_(sites), inks_(inks), grids_(make_site_grids(sites, width, height)) {
+    reach_ = inks.empty() ? 0 : inks.front().reach;
+}
+
+void CellPicture::paint_rows(UBUFFER& buffer, int y0, int y1) const {
+    if (sites_.empty()) return;
+    TilePainter painter(inks_, grids_, reach_);
+    for (int ty = y0 - y0 % kTile; ty < y1; ty += kTile)
+        for (int tx = 0; tx < buffer.width(); tx += kTile) painter.paint(buffer, tx, ty, y0, y1);
+}
+
+}  // namespace velq
