@@ -18,6 +18,8 @@ namespace {
 // Tiles are squares of pixels at fixed places, so a pixel's candidates do not depend on how the rows
 // are shared out. Smaller tiles have fewer candidates per pixel but search more often.
 constexpr int kTile = 8;
+constexpr int kBlock = 2 * kTile;  // tiles share a search in blocks of 2 x 2
+static_assert(kBlock == CellPicture::kBlockRows);
 
 static_assert(std::endian::native == std::endian::little, "pixels are assembled as little-endian words");
 
@@ -69,13 +71,30 @@ public:
     TilePainter(std::span<const CellInk> inks, const std::vector<SiteGrid>& grids, double reach)
         : inks_(inks), grids_(grids), reach_(reach) {}
 
-    // The tile whose top left pixel is (tx, ty), within the rows [y0, y1) and the buffer.
-    void paint(UBUFFER& buffer, int tx, int ty, int y0, int y1) {
-        // The pixel centres of the whole tile, and around them the lead's reach: a pixel's nearest
+    // Gathers the sites for the tiles of the block whose top left pixel is (x, y); paint() then
+    // takes each tile's own from them. A search costs far more than sifting its result, so the
+    // tiles of a block share one.
+    void gather_block(int x, int y) {
+        // The pixel centres of the whole block, and around them the lead's reach: a pixel's nearest
         // edge may belong to a site that owns none of the tile's pixels.
         const double margin = reach_ + 1e-6;
-        gather(tx + 0.5 - margin, ty + 0.5 - margin, tx + kTile - 0.5 + margin, ty + kTile - 0.5 + margin);
-        m_ = near_.size();
+        gather(x + 0.5 - margin, y + 0.5 - margin, x + kBlock - 0.5 + margin, y + kBlock - 0.5 + margin);
+        block_x_ = x, block_y_ = y;
+        const std::size_t n = block_.size(), padded = (n + 3) / 4 * 4;
+        if (block_xf_.size() < padded)
+            block_xf_.resize(2 * padded), block_yf_.resize(2 * padded), block_wf_.resize(2 * padded);
+        for (std::size_t k = 0; k < padded; ++k) {
+            const bool real = k < n;  // the padding lies far off
+            block_xf_[k] = real ? float(block_[k].x - x) : 1e30f;
+            block_yf_[k] = real ? float(block_[k].y - y) : 1e30f;
+            block_wf_[k] = real ? float(block_[k].w) : 0.0f;
+        }
+    }
+
+    // The tile whose top left pixel is (tx, ty), within the rows [y0, y1) and the buffer; its block
+    // gathered.
+    void paint(UBUFFER& buffer, int tx, int ty, int y0, int y1) {
+        select(tx, ty);
         if (m_ == 0) return;
         const std::size_t padded = (m_ + 3) / 4 * 4;
         a_.resize(padded), bx_.resize(padded), by_.resize(padded);
@@ -99,10 +118,71 @@ public:
     }
 
 private:
+    // The block's sites that can own a point of the tile's pixel centres grown by the lead's reach,
+    // in their order, into near_ (m_ of them): the bound is the least over them of the most power
+    // distance a point there has. In float about the block's corner, with room for its rounding: a
+    // site too many costs time, never a pixel.
+    void select(int tx, int ty) {
+        const std::size_t n = block_.size(), padded = (n + 3) / 4 * 4;
+        if (near_.size() < n) near_.resize(n);
+        const float margin = float(reach_) + 1e-3f;
+        const float ax = float(tx - block_x_) + 0.5f - margin, ay = float(ty - block_y_) + 0.5f - margin,
+                    bx = float(tx - block_x_) + (kTile - 0.5f) + margin,
+                    by = float(ty - block_y_) + (kTile - 0.5f) + margin;
+        m_ = 0;
+#if VELQ_CELL_LANES
+        const __m128 lax = _mm_set1_ps(ax), lay = _mm_set1_ps(ay), lbx = _mm_set1_ps(bx),
+                     lby = _mm_set1_ps(by);
+        auto square = [](__m128 v) { return _mm_mul_ps(v, v); };
+        __m128 bound = _mm_set1_ps(std::numeric_limits<float>::infinity());
+        for (std::size_t k = 0; k < padded; k += 4) {
+            const __m128 x = _mm_loadu_ps(&block_xf_[k]), y = _mm_loadu_ps(&block_yf_[k]);
+            const __m128 fx = _mm_max_ps(_mm_sub_ps(x, lax), _mm_sub_ps(lbx, x)),
+                         fy = _mm_max_ps(_mm_sub_ps(y, lay), _mm_sub_ps(lby, y));
+            bound = _mm_min_ps(bound,
+                               _mm_sub_ps(_mm_add_ps(square(fx), square(fy)), _mm_loadu_ps(&block_wf_[k])));
+        }
+        bound = _mm_min_ps(bound, _mm_shuffle_ps(bound, bound, _MM_SHUFFLE(2, 3, 0, 1)));
+        bound = _mm_min_ps(bound, _mm_shuffle_ps(bound, bound, _MM_SHUFFLE(1, 0, 3, 2)));
+        const __m128 limit =
+            _mm_add_ps(bound, _mm_add_ps(_mm_set1_ps(0.05f),
+                                         _mm_mul_ps(_mm_set1_ps(1e-5f),
+                                                    _mm_max_ps(bound, _mm_sub_ps(_mm_setzero_ps(), bound)))));
+        const __m128 zero = _mm_setzero_ps(), slack = _mm_set1_ps(1e-5f);
+        for (std::size_t k = 0; k < padded; k += 4) {
+            const __m128 x = _mm_loadu_ps(&block_xf_[k]), y = _mm_loadu_ps(&block_yf_[k]),
+                         w = _mm_loadu_ps(&block_wf_[k]);
+            const __m128 dx = _mm_max_ps(_mm_max_ps(_mm_sub_ps(lax, x), _mm_sub_ps(x, lbx)), zero),
+                         dy = _mm_max_ps(_mm_max_ps(_mm_sub_ps(lay, y), _mm_sub_ps(y, lby)), zero);
+            const __m128 sum = _mm_add_ps(square(dx), square(dy));
+            const __m128 keep =
+                _mm_cmple_ps(_mm_sub_ps(sum, w), _mm_add_ps(limit, _mm_mul_ps(slack, _mm_add_ps(sum, w))));
+            unsigned bits = unsigned(_mm_movemask_ps(keep));
+            if (n - k < 4) bits &= (1u << (n - k)) - 1;  // the padding
+            for (; bits != 0; bits &= bits - 1) near_[m_++] = block_[k + std::size_t(std::countr_zero(bits))];
+        }
+#else
+        float bound = std::numeric_limits<float>::infinity();
+        for (std::size_t k = 0; k < n; ++k) {
+            const float x = block_xf_[k], y = block_yf_[k];
+            const float fx = std::max(x - ax, bx - x), fy = std::max(y - ay, by - y);
+            bound = std::min(bound, fx * fx + fy * fy - block_wf_[k]);
+        }
+        const float limit = bound + (0.05f + 1e-5f * std::max(bound, 0.0f - bound));
+        for (std::size_t k = 0; k < n; ++k) {
+            const float x = block_xf_[k], y = block_yf_[k], w = block_wf_[k];
+            const float dx = std::max(std::max(ax - x, x - bx), 0.0f),
+                        dy = std::max(std::max(ay - y, y - by), 0.0f);
+            const float sum = dx * dx + dy * dy;
+            if (sum - w <= limit + 1e-5f * (sum + w)) near_[m_++] = block_[k];
+        }
+#endif
+    }
+
     // Every site that can own a point of [ax, bx] x [ay, by], in a fixed order (grid by grid, bucket
-    // by bucket, by index within one).
+    // by bucket, by index within one), into block_.
     void gather(double ax, double ay, double bx, double by) {
-        near_.clear();
+        block_.clear();
         double bound =
             std::numeric_limits<double>::infinity();  // the least power distance anywhere is below it
         auto visit = [&](std::size_t grid, std::size_t b0, std::size_t b1) {
@@ -113,7 +193,7 @@ private:
                 const double fx = std::max(x - ax, bx - x), fy = std::max(y - ay, by - y);
                 const double least = dx * dx + dy * dy - w;
                 bound = std::min(bound, fx * fx + fy * fy - w);
-                if (least <= bound) near_.push_back({x, y, w, least, g.ids[q]});
+                if (least <= bound) block_.push_back({x, y, w, least, g.ids[q]});
             }
         };
         // The buckets of grid c within `out` that are not within seen_[c], which then grows to `out`.
@@ -156,7 +236,7 @@ private:
             if (!(bound + g.max_weight >= 0)) continue;
             visit_out_to(c, around(g, std::sqrt(bound + g.max_weight) * (1 + 1e-12) + 1e-9));
         }
-        std::erase_if(near_, [&](const Candidate& c) { return c.least > bound; });
+        std::erase_if(block_, [&](const Candidate& c) { return c.least > bound; });
     }
 
 #if VELQ_CELL_LANES
@@ -397,7 +477,10 @@ private:
     std::span<const CellInk> inks_;
     const std::vector<SiteGrid>& grids_;
     double reach_;
-    std::vector<Candidate> near_;
+    std::vector<Candidate> block_;                       // gather_block()
+    std::vector<float> block_xf_, block_yf_, block_wf_;  // block_ about its corner, padded to fours
+    int block_x_ = 0, block_y_ = 0;
+    std::vector<Candidate> near_;  // the tile's, m_ of them
     std::size_t m_ = 0;
     std::vector<Range> seen_;
     std::vector<float> a_, bx_, by_;
@@ -435,8 +518,17 @@ CellPicture::CellPicture(std::span<const CellSite> sites, std::span<const CellIn
 void CellPicture::paint_rows(UBUFFER& buffer, int y0, int y1) const {
     if (sites_.empty()) return;
     TilePainter painter(inks_, grids_, reach_);
-    for (int ty = y0 - y0 % kTile; ty < y1; ty += kTile)
-        for (int tx = 0; tx < buffer.width(); tx += kTile) painter.paint(buffer, tx, ty, y0, y1);
+    // Blocks and tiles lie at fixed places, so a tile's sites do not depend on the rows asked for.
+    const int y_end = std::min(y1, buffer.height());
+    for (int by = y0 - y0 % kBlock; by < y_end; by += kBlock)
+        for (int bx = 0; bx < buffer.width(); bx += kBlock) {
+            painter.gather_block(bx, by);
+            for (int ty = by; ty < by + kBlock; ty += kTile) {
+                if (ty + kTile <= y0 || ty >= y_end) continue;
+                for (int tx = bx; tx < std::min(bx + kBlock, buffer.width()); tx += kTile)
+                    painter.paint(buffer, tx, ty, y0, y1);
+            }
+        }
 }
 
 }  // namespace velq

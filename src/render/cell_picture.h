@@ -26,6 +26,7 @@ struct CellInk {
 
 class CellPicture {
 public:
+    static constexpr int kBlockRows = 16;  // rows split at multiples of this share no work
     // `inks` holds one ink per site. Both spans must outlive the picture.
     CellPicture(std::span<const CellSite> sites, std::span<const CellInk> inks, double width, double height);
 

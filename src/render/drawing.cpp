@@ -44,14 +44,16 @@ public:
     BandRunner(Host& host, Progress* progress, int threads)
         : host_(host), progress_(progress), pool_(threads) {}
 
-    // Runs paint(band, y0, y1) over every band; progress goes from `from` to `to` percent.
-    bool run(int bands, int height, double from, double to, const std::function<void(int, int, int)>& paint) {
-        for (int b0 = 0; b0 < bands; b0 += kBandsPerBatch) {
+    // Runs paint(band, y0, y1) over every band of `rows` rows, `batch` bands between looks at the
+    // stop flag; progress goes from `from` to `to` percent.
+    bool run(int bands, int height, double from, double to, const std::function<void(int, int, int)>& paint,
+             int rows = kBandRows, int batch = kBandsPerBatch) {
+        for (int b0 = 0; b0 < bands; b0 += batch) {
             if (host_.stopped()) return false;
-            const int b1 = std::min(bands, b0 + kBandsPerBatch);
+            const int b1 = std::min(bands, b0 + batch);
             pool_.run(b1 - b0, [&](int k) {
                 const int b = b0 + k;
-                paint(b, b * kBandRows, std::min(height, (b + 1) * kBandRows));
+                paint(b, b * rows, std::min(height, (b + 1) * rows));
             });
             if (progress_) progress_->set(int(from + (to - from) * b1 / bands));
         }
@@ -135,9 +137,12 @@ CellInk cell_ink(const Placement& p, const Colour& colour, int lead, std::uint32
 bool paint_cells(BandRunner& runner, std::span<const CellSite> sites, std::span<const CellInk> inks,
                  UBUFFER& buffer) {
     const CellPicture picture(sites, inks, buffer.width(), buffer.height());
-    const int bands = (buffer.height() + kBandRows - 1) / kBandRows;
-    return runner.run(bands, buffer.height(), 0, 100,
-                      [&](int, int y0, int y1) { picture.paint_rows(buffer, y0, y1); });
+    // Bands of one row of the picture's blocks, many to a batch: no mark spans bands here, and short
+    // pieces keep both cores busy to the end of each batch.
+    const int rows = CellPicture::kBlockRows, bands = (buffer.height() + rows - 1) / rows;
+    return runner.run(
+        bands, buffer.height(), 0, 100, [&](int, int y0, int y1) { picture.paint_rows(buffer, y0, y1); },
+        rows, 32);
 }
 
 // A spike, or (with `disc` set) the circle of radius `radius` about `tip`.
