@@ -105,7 +105,7 @@ public:
         }
         for (std::size_t j = m_; j < padded; ++j) a_[j] = bx_[j] = by_[j] = 0;
         owned_at_.assign(m_, -1);
-        owned_.clear(), edge_.clear(), edge_inv_.clear();
+        owned_.clear(), edges_ = 0;
         prepare();
         const int ya = std::max(ty, y0) - ty, yb = std::min({ty + kTile, y1, buffer.height()}) - ty;
         rows_ = {ya, yb};
@@ -337,15 +337,18 @@ private:
         owned_at_[i] = std::int32_t(owned_.size());
         const CellInk& ink = inks_[std::size_t(near_[i].id)];
         Owned& o = owned_.emplace_back(ink);
-        o.e0 = std::uint32_t(edge_.size());
+        std::size_t e = o.e0 = std::uint32_t(edges_);
         if (reach_ > 0) {
+            if (edge_.size() < edges_ + m_ + 4)
+                edge_.resize(2 * (edges_ + m_ + 4)), edge_inv_.resize(edge_.size());
             int bx0, bx1, by0, by1;
             box_of(std::int32_t(i), bx0, bx1, by0, by1);
             const float x0 = float(bx0) + 0.5f, x1 = float(bx1) + 0.5f, y0 = float(by0) + 0.5f,
                         y1 = float(by1) + 0.5f;
             const float wide = float((reach_ + 0.01) * (reach_ + 0.01));
             for (std::size_t j0 = 0; j0 < m_; j0 += 4) {
-                unsigned near = 0;  // bit k: candidate j0 + k may come near
+                unsigned near = 0;         // bit k: candidate j0 + k may come near
+                alignas(16) float inv[4];  // 1 / 2d for each
 #if VELQ_CELL_LANES
                 const __m128 da = _mm_sub_ps(_mm_loadu_ps(&a_[j0]), _mm_set1_ps(a_[i])),
                              dx = _mm_sub_ps(_mm_loadu_ps(&bx_[j0]), _mm_set1_ps(bx_[i])),
@@ -361,6 +364,9 @@ private:
                     _mm_or_ps(_mm_cmplt_ps(least, _mm_setzero_ps()),
                               _mm_cmplt_ps(_mm_mul_ps(least, least), _mm_mul_ps(gap2, _mm_set1_ps(wide)))));
                 near = unsigned(_mm_movemask_ps(keep));
+                if (m_ - j0 < 4) near &= (1u << (m_ - j0)) - 1;  // the padding
+                if (near == 0) continue;
+                _mm_store_ps(inv, _mm_div_ps(_mm_set1_ps(1.0f), _mm_sqrt_ps(gap2)));
 #else
                 for (std::size_t k = 0; k < 4; ++k) {
                     const std::size_t j = j0 + k;
@@ -368,18 +374,19 @@ private:
                     const float gap2 = dx * dx + dy * dy;
                     const float least = da + std::min(dx * x0, dx * x1) + std::min(dy * y0, dy * y1) - 0.01f;
                     near |= unsigned(gap2 > 0 && (least < 0 || least * least < gap2 * wide)) << k;
+                    inv[k] = 1.0f / std::sqrt(gap2);
                 }
-#endif
                 if (m_ - j0 < 4) near &= (1u << (m_ - j0)) - 1;  // the padding
+#endif
                 for (; near != 0; near &= near - 1) {
-                    const std::size_t j = j0 + std::size_t(std::countr_zero(near));
-                    const float dx = bx_[j] - bx_[i], dy = by_[j] - by_[i];
-                    edge_.push_back(std::int32_t(j));
-                    edge_inv_.push_back(1.0f / std::sqrt(dx * dx + dy * dy));
+                    const unsigned k = unsigned(std::countr_zero(near));
+                    edge_[e] = std::int32_t(j0 + k), edge_inv_[e] = inv[k];
+                    ++e;
                 }
             }
         }
-        o.e1 = std::uint32_t(edge_.size());
+        edges_ = e;
+        o.e1 = std::uint32_t(edges_);
         return o;
     }
 
@@ -500,9 +507,10 @@ private:
 #else
     std::vector<float> rowl_;
 #endif
-    std::pair<int, int> rows_;            // the tile's rows [first, second) being painted
-    std::vector<std::int32_t> edge_;      // the edges of owned_: the candidate across
-    std::vector<float> edge_inv_;         // and 1 / 2d
+    std::pair<int, int> rows_;        // the tile's rows [first, second) being painted
+    std::vector<std::int32_t> edge_;  // the edges of owned_: the candidate across
+    std::vector<float> edge_inv_;
+    std::size_t edges_ = 0;               // in use of edge_ and edge_inv_         // and 1 / 2d
     std::vector<Owned> owned_;            // owned() of the owners so far
     std::vector<std::int32_t> owned_at_;  // per candidate: where in owned_, once made
 };
