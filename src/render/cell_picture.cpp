@@ -10,6 +10,14 @@
 #include <emmintrin.h>
 #define VELQ_CELL_LANES 1
 #endif
+#if VELQ_CELL_LANES && defined(__x86_64__) && defined(__GNUC__)
+#include <immintrin.h>
+
+#include "render/blend_avx2.h"
+// Eight lanes where the processor has them, chosen at run time: a tile's row at once.
+#define VELQ_CELL_AVX2 1
+#define VELQ_AVX2_FN __attribute__((target("avx2")))
+#endif
 
 namespace velq {
 
@@ -106,11 +114,17 @@ public:
         for (std::size_t j = m_; j < padded; ++j) a_[j] = bx_[j] = by_[j] = 0;
         owned_at_.assign(m_, -1);
         owned_.clear(), edges_ = 0;
-        prepare();
         const int ya = std::max(ty, y0) - ty, yb = std::min({ty + kTile, y1, buffer.height()}) - ty;
         rows_ = {ya, yb};
-        for (int r = ya; r < yb; ++r) owners(r);
         const int n = std::min(buffer.width() - tx, kTile);
+#if VELQ_CELL_AVX2
+        if (avx2_) {
+            paint8(buffer, tx, ty, n);
+            return;
+        }
+#endif
+        prepare();
+        for (int r = ya; r < yb; ++r) owners(r);
         for (int r = ya; r < yb; ++r) {
             std::uint8_t* row = buffer.row(ty + r) + std::size_t(tx) * 4;
             for (int q = 0; q < n; q += 4) paint_quad(row + 4 * q, std::min(4, n - q), tx, ty, r, q);
@@ -298,6 +312,101 @@ private:
                 best = l < best ? l : best;
             }
             owner_[r * kTile + x] = which, best_[r * kTile + x] = best;
+        }
+    }
+#endif
+
+#if VELQ_CELL_AVX2
+    // The tile in eight lanes: the same operations on the same values as four lanes do, a row at once.
+    VELQ_AVX2_FN void paint8(UBUFFER& buffer, int tx, int ty, int n) {
+        if (bxx8_.size() < m_) bxx8_.resize(2 * m_), rowl8_.resize(2 * kTile * m_);
+        const __m256 xx = _mm256_setr_ps(0.5f, 1.5f, 2.5f, 3.5f, 4.5f, 5.5f, 6.5f, 7.5f);
+        Oct* bxx = bxx8_.data();  // locals: a store through a lane type may alias anything
+        const float *a = a_.data(), *bx = bx_.data(), *by = by_.data();
+        const std::size_t m = m_;
+        for (std::size_t j = 0; j < m; ++j) bxx[j].v = _mm256_mul_ps(_mm256_set1_ps(bx[j]), xx);
+        for (int r = rows_.first; r < rows_.second; ++r) {
+            const float yy = float(r) + 0.5f;
+            Oct* rowl = rowl8_.data() + std::size_t(r) * m;
+            __m256 best = _mm256_set1_ps(std::numeric_limits<float>::infinity()), which = _mm256_setzero_ps();
+            for (std::size_t j = 0; j < m; ++j) {
+                const __m256 row = _mm256_set1_ps(a[j] + by[j] * yy);
+                rowl[j].v = row;
+                const __m256 l = _mm256_add_ps(row, bxx[j].v);
+                const __m256 less = _mm256_cmp_ps(l, best, _CMP_LT_OQ);
+                best = _mm256_min_ps(l, best);
+                which = _mm256_blendv_ps(which, _mm256_castsi256_ps(_mm256_set1_epi32(int(j))), less);
+            }
+            _mm256_storeu_si256(reinterpret_cast<__m256i*>(owner_ + r * kTile), _mm256_castps_si256(which));
+            _mm256_storeu_ps(best_ + r * kTile, best);
+        }
+        for (int r = rows_.first; r < rows_.second; ++r)
+            paint_row8(buffer.row(ty + r) + std::size_t(tx) * 4, n, tx, ty, r);
+    }
+
+    VELQ_AVX2_FN void paint_row8(std::uint8_t* px, int n, int tx, int ty, int r) {
+        const std::int32_t* owner = owner_ + r * kTile;
+        const double x = tx + 0.5, cy = ty + r + 0.5;
+        const Oct* rowl = rowl8_.data() + std::size_t(r) * m_;
+        const Oct* bxx = bxx8_.data();
+        const __m128 lane = _mm_setr_ps(0, 1, 2, 3);
+        const __m256 one = _mm256_set1_ps(1.0f), half = _mm256_set1_ps(0.5f);
+        const __m256i who = _mm256_loadu_si256(reinterpret_cast<const __m256i*>(owner));
+        const __m256 l_own = _mm256_loadu_ps(best_ + r * kTile);
+        __m256i bytes = _mm256_setzero_si256();
+        std::uint32_t left = (1u << n) - 1;  // lanes still to paint
+        while (left != 0) {
+            const std::int32_t i = owner[std::countr_zero(left)];
+            const Owned& o = owned(std::size_t(i));
+            const CellInk& ink = *o.ink;
+            const __m256i mine = _mm256_cmpeq_epi32(who, _mm256_set1_epi32(i));
+            left &= ~std::uint32_t(_mm256_movemask_ps(_mm256_castsi256_ps(mine)));
+            const float dy2 = float((cy - ink.cy) * (cy - ink.cy));
+            // Each half from its own first column, as four lanes take it.
+            const __m256 dx = _mm256_set_m128(_mm_add_ps(_mm_set1_ps(float(x + 4 - ink.cx)), lane),
+                                              _mm_add_ps(_mm_set1_ps(float(x - ink.cx)), lane));
+            const __m256 far =
+                _mm256_min_ps(_mm256_mul_ps(_mm256_add_ps(_mm256_mul_ps(dx, dx), _mm256_set1_ps(dy2)),
+                                            _mm256_set1_ps(ink.per)),
+                              one);
+            const __m256 shade = _mm256_sub_ps(_mm256_set1_ps(1.12f),
+                                               _mm256_mul_ps(_mm256_set1_ps(0.25f), _mm256_sqrt_ps(far)));
+            const __m256 reach = _mm256_set1_ps(ink.reach);
+            __m256 dist = reach;
+            for (std::size_t e = o.e0; e < o.e1; ++e) {
+                const std::size_t j = std::size_t(edge_[e]);
+                const __m256 gap = _mm256_sub_ps(_mm256_add_ps(rowl[j].v, bxx[j].v), l_own);
+                dist = _mm256_min_ps(_mm256_mul_ps(gap, _mm256_set1_ps(edge_inv_[e])), dist);
+            }
+            const __m256 cover =
+                _mm256_min_ps(_mm256_max_ps(_mm256_sub_ps(reach, dist), _mm256_setzero_ps()), one);
+            __m256i painted = _mm256_setzero_si256();
+            for (int c = 0; c < 3; ++c) {
+                const __m256 level = _mm256_cvtepi32_ps(_mm256_cvttps_epi32(
+                    _mm256_min_ps(_mm256_add_ps(_mm256_mul_ps(_mm256_set1_ps(ink.c[c]), shade), half),
+                                  _mm256_set1_ps(255.0f))));
+                const __m256 mixed = _mm256_add_ps(
+                    _mm256_add_ps(level,
+                                  _mm256_mul_ps(_mm256_sub_ps(_mm256_set1_ps(ink.e[c]), level), cover)),
+                    half);
+                painted = _mm256_or_si256(painted, _mm256_slli_epi32(_mm256_cvttps_epi32(mixed), 8 * c));
+            }
+            bytes = _mm256_or_si256(bytes, _mm256_and_si256(mine, painted));
+        }
+        const __m256i alpha = _mm256_set1_epi32(int(0xff000000u));
+        if (n == kTile) {
+            const __m256i old = _mm256_loadu_si256(reinterpret_cast<const __m256i*>(px));
+            _mm256_storeu_si256(reinterpret_cast<__m256i*>(px),
+                                _mm256_or_si256(bytes, _mm256_and_si256(old, alpha)));
+            return;
+        }
+        alignas(32) std::uint32_t out[kTile];
+        _mm256_store_si256(reinterpret_cast<__m256i*>(out), bytes);
+        for (int k = 0; k < n; ++k) {
+            std::uint32_t old;
+            std::memcpy(&old, px + 4 * k, 4);
+            out[k] |= old & 0xff000000u;
+            std::memcpy(px + 4 * k, &out[k], 4);
         }
     }
 #endif
@@ -504,6 +613,13 @@ private:
     std::vector<Quad> bxx_,
         rowl_;  // per candidate: bx X in two sets of lanes; per row and candidate: a + by Y
     std::vector<Quadi> number_;
+#endif
+#if VELQ_CELL_AVX2
+    struct alignas(32) Oct {  // the lane type's own alignment holds only where the compiler has AVX
+        __m256 v;
+    };
+    std::vector<Oct> bxx8_, rowl8_;  // as bxx_ and rowl_, eight lanes each
+    bool avx2_ = exact_path::have_avx2();
 #else
     std::vector<float> rowl_;
 #endif
