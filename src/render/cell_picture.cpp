@@ -76,8 +76,8 @@ struct Owned {
 // order, so both give the same bytes.
 class TilePainter {
 public:
-    TilePainter(std::span<const CellInk> inks, const std::vector<SiteGrid>& grids, double reach)
-        : inks_(inks), grids_(grids), reach_(reach) {}
+    TilePainter(std::span<const CellInk> inks, const std::vector<SiteGrid>& grids, double reach, int lanes)
+        : inks_(inks), grids_(grids), reach_(reach), lanes_(lanes) {}
 
     // Gathers the sites for the tiles of the block whose top left pixel is (x, y); paint() then
     // takes each tile's own from them. A search costs far more than sifting its result, so the
@@ -118,16 +118,26 @@ public:
         rows_ = {ya, yb};
         const int n = std::min(buffer.width() - tx, kTile);
 #if VELQ_CELL_AVX2
-        if (avx2_) {
+        if (lanes_ == 8) {
             paint8(buffer, tx, ty, n);
             return;
         }
 #endif
-        prepare();
-        for (int r = ya; r < yb; ++r) owners(r);
+#if VELQ_CELL_LANES
+        if (lanes_ == 4) {
+            prepare4();
+            for (int r = ya; r < yb; ++r) owners4(r);
+            for (int r = ya; r < yb; ++r) {
+                std::uint8_t* row = buffer.row(ty + r) + std::size_t(tx) * 4;
+                for (int q = 0; q < n; q += 4) paint_quad4(row + 4 * q, std::min(4, n - q), tx, ty, r, q);
+            }
+            return;
+        }
+#endif
+        for (int r = ya; r < yb; ++r) owners1(r);
         for (int r = ya; r < yb; ++r) {
             std::uint8_t* row = buffer.row(ty + r) + std::size_t(tx) * 4;
-            for (int q = 0; q < n; q += 4) paint_quad(row + 4 * q, std::min(4, n - q), tx, ty, r, q);
+            for (int q = 0; q < n; q += 4) paint_quad1(row + 4 * q, std::min(4, n - q), tx, ty, r, q);
         }
     }
 
@@ -137,7 +147,7 @@ private:
     // distance a point there has. In float about the block's corner, with room for its rounding: a
     // site too many costs time, never a pixel.
     void select(int tx, int ty) {
-        const std::size_t n = block_.size(), padded = (n + 3) / 4 * 4;
+        const std::size_t n = block_.size();
         if (near_.size() < n) near_.resize(n);
         const float margin = float(reach_) + 1e-3f;
         const float ax = float(tx - block_x_) + 0.5f - margin, ay = float(ty - block_y_) + 0.5f - margin,
@@ -145,6 +155,31 @@ private:
                     by = float(ty - block_y_) + (kTile - 0.5f) + margin;
         m_ = 0;
 #if VELQ_CELL_LANES
+        if (lanes_ > 1) {
+            select4(ax, ay, bx, by);
+            return;
+        }
+#endif
+        float bound = std::numeric_limits<float>::infinity();
+        for (std::size_t k = 0; k < n; ++k) {
+            const float x = block_xf_[k], y = block_yf_[k];
+            const float fx = std::max(x - ax, bx - x), fy = std::max(y - ay, by - y);
+            bound = std::min(bound, fx * fx + fy * fy - block_wf_[k]);
+        }
+        const float limit = bound + (0.05f + 1e-5f * std::max(bound, 0.0f - bound));
+        for (std::size_t k = 0; k < n; ++k) {
+            const float x = block_xf_[k], y = block_yf_[k], w = block_wf_[k];
+            const float dx = std::max(std::max(ax - x, x - bx), 0.0f),
+                        dy = std::max(std::max(ay - y, y - by), 0.0f);
+            const float sum = dx * dx + dy * dy;
+            if (sum - w <= limit + 1e-5f * (sum + w)) near_[m_++] = block_[k];
+        }
+    }
+
+#if VELQ_CELL_LANES
+    // select() in four lanes: the same operations.
+    void select4(float ax, float ay, float bx, float by) {
+        const std::size_t n = block_.size(), padded = (n + 3) / 4 * 4;
         const __m128 lax = _mm_set1_ps(ax), lay = _mm_set1_ps(ay), lbx = _mm_set1_ps(bx),
                      lby = _mm_set1_ps(by);
         auto square = [](__m128 v) { return _mm_mul_ps(v, v); };
@@ -175,23 +210,8 @@ private:
             if (n - k < 4) bits &= (1u << (n - k)) - 1;  // the padding
             for (; bits != 0; bits &= bits - 1) near_[m_++] = block_[k + std::size_t(std::countr_zero(bits))];
         }
-#else
-        float bound = std::numeric_limits<float>::infinity();
-        for (std::size_t k = 0; k < n; ++k) {
-            const float x = block_xf_[k], y = block_yf_[k];
-            const float fx = std::max(x - ax, bx - x), fy = std::max(y - ay, by - y);
-            bound = std::min(bound, fx * fx + fy * fy - block_wf_[k]);
-        }
-        const float limit = bound + (0.05f + 1e-5f * std::max(bound, 0.0f - bound));
-        for (std::size_t k = 0; k < n; ++k) {
-            const float x = block_xf_[k], y = block_yf_[k], w = block_wf_[k];
-            const float dx = std::max(std::max(ax - x, x - bx), 0.0f),
-                        dy = std::max(std::max(ay - y, y - by), 0.0f);
-            const float sum = dx * dx + dy * dy;
-            if (sum - w <= limit + 1e-5f * (sum + w)) near_[m_++] = block_[k];
-        }
-#endif
     }
+#endif
 
     // Every site that can own a point of [ax, bx] x [ay, by], in a fixed order (grid by grid, bucket
     // by bucket, by index within one), into block_.
@@ -255,7 +275,7 @@ private:
 
 #if VELQ_CELL_LANES
     // Each candidate's bx X over the tile's columns, and its number, in lanes.
-    void prepare() {
+    void prepare4() {
         if (bxx_.size() < 2 * m_) bxx_.resize(2 * m_), number_.resize(m_), rowl_.resize(kTile * m_);
         const __m128 x0 = _mm_setr_ps(0.5f, 1.5f, 2.5f, 3.5f), x1 = _mm_setr_ps(4.5f, 5.5f, 6.5f, 7.5f);
         for (std::size_t j = 0; j < m_; ++j) {
@@ -265,8 +285,8 @@ private:
         }
     }
 
-    // The owners of row r of the tile and their L; each candidate's a + by Y kept for the lead.
-    void owners(int r) {
+    // owners1() in four lanes.
+    void owners4(int r) {
         static_assert(kTile == 8, "a row of the tile is two sets of lanes");
         const float yy = float(r) + 0.5f;
         // Locals: a store through a lane type may alias anything, members included.
@@ -293,14 +313,13 @@ private:
         _mm_storeu_si128(reinterpret_cast<__m128i*>(owner + 4), which1);
         _mm_storeu_ps(best, best0), _mm_storeu_ps(best + 4, best1);
     }
-#else
-    void prepare() {
-        if (rowl_.size() < kTile * m_) rowl_.resize(kTile * m_);
-    }
+#endif
 
-    void owners(int r) {
+    // The owners of row r of the tile and their L; each candidate's a + by Y kept for the lead.
+    void owners1(int r) {
+        if (rowl1_.size() < kTile * m_) rowl1_.resize(2 * kTile * m_);
         const float yy = float(r) + 0.5f;
-        float* rowl = rowl_.data() + std::size_t(r) * m_;
+        float* rowl = rowl1_.data() + std::size_t(r) * m_;
         for (std::size_t j = 0; j < m_; ++j) rowl[j] = a_[j] + by_[j] * yy;
         for (int x = 0; x < kTile; ++x) {
             const float xx = float(x) + 0.5f;
@@ -314,7 +333,6 @@ private:
             owner_[r * kTile + x] = which, best_[r * kTile + x] = best;
         }
     }
-#endif
 
 #if VELQ_CELL_AVX2
     // The tile in eight lanes: the same operations on the same values as four lanes do, a row at once.
@@ -402,12 +420,7 @@ private:
         }
         alignas(32) std::uint32_t out[kTile];
         _mm256_store_si256(reinterpret_cast<__m256i*>(out), bytes);
-        for (int k = 0; k < n; ++k) {
-            std::uint32_t old;
-            std::memcpy(&old, px + 4 * k, 4);
-            out[k] |= old & 0xff000000u;
-            std::memcpy(px + 4 * k, &out[k], 4);
-        }
+        store(px, n, out);
     }
 #endif
 
@@ -419,16 +432,17 @@ private:
 #endif
         for (int r = rows_.first; r < rows_.second; ++r) {
             const std::int32_t* owner = owner_ + r * kTile;
+            unsigned bits = 0;
 #if VELQ_CELL_LANES
             auto bits_of = [&](int at) {
                 return unsigned(_mm_movemask_ps(_mm_castsi128_ps(
                     _mm_cmpeq_epi32(_mm_loadu_si128(reinterpret_cast<const __m128i*>(owner + at)), who))));
             };
-            const unsigned bits = bits_of(0) | bits_of(4) << 4;
-#else
-            unsigned bits = 0;
-            for (int x = 0; x < kTile; ++x) bits |= unsigned(owner[x] == i) << x;
+            if (lanes_ > 1)
+                bits = bits_of(0) | bits_of(4) << 4;
+            else
 #endif
+                for (int x = 0; x < kTile; ++x) bits |= unsigned(owner[x] == i) << x;
             if (bits == 0) continue;
             y0 = std::min(y0, r), y1 = r;
             x0 = std::min(x0, std::countr_zero(bits)), x1 = std::max(x1, 31 - std::countl_zero(bits));
@@ -459,34 +473,40 @@ private:
                 unsigned near = 0;         // bit k: candidate j0 + k may come near
                 alignas(16) float inv[4];  // 1 / 2d for each
 #if VELQ_CELL_LANES
-                const __m128 da = _mm_sub_ps(_mm_loadu_ps(&a_[j0]), _mm_set1_ps(a_[i])),
-                             dx = _mm_sub_ps(_mm_loadu_ps(&bx_[j0]), _mm_set1_ps(bx_[i])),
-                             dy = _mm_sub_ps(_mm_loadu_ps(&by_[j0]), _mm_set1_ps(by_[i]));
-                const __m128 gap2 = _mm_add_ps(_mm_mul_ps(dx, dx), _mm_mul_ps(dy, dy));
-                const __m128 least = _mm_sub_ps(
-                    _mm_add_ps(_mm_add_ps(da, _mm_min_ps(_mm_mul_ps(dx, _mm_set1_ps(x0)),
-                                                         _mm_mul_ps(dx, _mm_set1_ps(x1)))),
-                               _mm_min_ps(_mm_mul_ps(dy, _mm_set1_ps(y0)), _mm_mul_ps(dy, _mm_set1_ps(y1)))),
-                    _mm_set1_ps(0.01f));
-                const __m128 keep = _mm_and_ps(
-                    _mm_cmpgt_ps(gap2, _mm_setzero_ps()),
-                    _mm_or_ps(_mm_cmplt_ps(least, _mm_setzero_ps()),
-                              _mm_cmplt_ps(_mm_mul_ps(least, least), _mm_mul_ps(gap2, _mm_set1_ps(wide)))));
-                near = unsigned(_mm_movemask_ps(keep));
-                if (m_ - j0 < 4) near &= (1u << (m_ - j0)) - 1;  // the padding
-                if (near == 0) continue;
-                _mm_store_ps(inv, _mm_div_ps(_mm_set1_ps(1.0f), _mm_sqrt_ps(gap2)));
-#else
-                for (std::size_t k = 0; k < 4; ++k) {
-                    const std::size_t j = j0 + k;
-                    const float da = a_[j] - a_[i], dx = bx_[j] - bx_[i], dy = by_[j] - by_[i];
-                    const float gap2 = dx * dx + dy * dy;
-                    const float least = da + std::min(dx * x0, dx * x1) + std::min(dy * y0, dy * y1) - 0.01f;
-                    near |= unsigned(gap2 > 0 && (least < 0 || least * least < gap2 * wide)) << k;
-                    inv[k] = 1.0f / std::sqrt(gap2);
-                }
-                if (m_ - j0 < 4) near &= (1u << (m_ - j0)) - 1;  // the padding
+                if (lanes_ > 1) {
+                    const __m128 da = _mm_sub_ps(_mm_loadu_ps(&a_[j0]), _mm_set1_ps(a_[i])),
+                                 dx = _mm_sub_ps(_mm_loadu_ps(&bx_[j0]), _mm_set1_ps(bx_[i])),
+                                 dy = _mm_sub_ps(_mm_loadu_ps(&by_[j0]), _mm_set1_ps(by_[i]));
+                    const __m128 gap2 = _mm_add_ps(_mm_mul_ps(dx, dx), _mm_mul_ps(dy, dy));
+                    const __m128 least = _mm_sub_ps(
+                        _mm_add_ps(
+                            _mm_add_ps(da, _mm_min_ps(_mm_mul_ps(dx, _mm_set1_ps(x0)),
+                                                      _mm_mul_ps(dx, _mm_set1_ps(x1)))),
+                            _mm_min_ps(_mm_mul_ps(dy, _mm_set1_ps(y0)), _mm_mul_ps(dy, _mm_set1_ps(y1)))),
+                        _mm_set1_ps(0.01f));
+                    const __m128 keep = _mm_and_ps(
+                        _mm_cmpgt_ps(gap2, _mm_setzero_ps()),
+                        _mm_or_ps(
+                            _mm_cmplt_ps(least, _mm_setzero_ps()),
+                            _mm_cmplt_ps(_mm_mul_ps(least, least), _mm_mul_ps(gap2, _mm_set1_ps(wide)))));
+                    near = unsigned(_mm_movemask_ps(keep));
+                    if (m_ - j0 < 4) near &= (1u << (m_ - j0)) - 1;  // the padding
+                    if (near == 0) continue;
+                    _mm_store_ps(inv, _mm_div_ps(_mm_set1_ps(1.0f), _mm_sqrt_ps(gap2)));
+                } else
 #endif
+                {
+                    for (std::size_t k = 0; k < 4; ++k) {
+                        const std::size_t j = j0 + k;
+                        const float da = a_[j] - a_[i], dx = bx_[j] - bx_[i], dy = by_[j] - by_[i];
+                        const float gap2 = dx * dx + dy * dy;
+                        const float least =
+                            da + std::min(dx * x0, dx * x1) + std::min(dy * y0, dy * y1) - 0.01f;
+                        near |= unsigned(gap2 > 0 && (least < 0 || least * least < gap2 * wide)) << k;
+                        inv[k] = 1.0f / std::sqrt(gap2);
+                    }
+                    if (m_ - j0 < 4) near &= (1u << (m_ - j0)) - 1;  // the padding
+                }
                 for (; near != 0; near &= near - 1) {
                     const unsigned k = unsigned(std::countr_zero(near));
                     edge_[e] = std::int32_t(j0 + k), edge_inv_[e] = inv[k];
@@ -499,16 +519,15 @@ private:
         return o;
     }
 
-    // Four pixels (n of them in the picture) from column q of row r of the tile at (tx, ty).
-    void paint_quad(std::uint8_t* px, int n, int tx, int ty, int r, int q) {
-        const std::int32_t* owner = owner_ + r * kTile + q;
-        const float* best = best_ + r * kTile + q;
-        const double x = tx + q + 0.5, cy = ty + r + 0.5;
 #if VELQ_CELL_LANES
+    // paint_quad1() in four lanes.
+    void paint_quad4(std::uint8_t* px, int n, int tx, int ty, int r, int q) {
+        const std::int32_t* owner = owner_ + r * kTile + q;
+        const double x = tx + q + 0.5, cy = ty + r + 0.5;
         const Quad* rowl = rowl_.data() + std::size_t(r) * m_;
         const __m128 lane = _mm_setr_ps(0, 1, 2, 3), one = _mm_set1_ps(1.0f), half = _mm_set1_ps(0.5f);
         const __m128i who = _mm_loadu_si128(reinterpret_cast<const __m128i*>(owner));
-        const __m128 l_own = _mm_loadu_ps(best);
+        const __m128 l_own = _mm_loadu_ps(best_ + r * kTile + q);
         __m128i bytes = _mm_setzero_si128();
         std::uint32_t left = (1u << n) - 1;  // lanes still to paint
         while (left != 0) {
@@ -552,8 +571,16 @@ private:
         }
         alignas(16) std::uint32_t out[4];
         _mm_store_si128(reinterpret_cast<__m128i*>(out), bytes);
-#else
-        const float* rowl = rowl_.data() + std::size_t(r) * m_;
+        store(px, n, out);
+    }
+#endif
+
+    // Four pixels (n of them in the picture) from column q of row r of the tile at (tx, ty).
+    void paint_quad1(std::uint8_t* px, int n, int tx, int ty, int r, int q) {
+        const std::int32_t* owner = owner_ + r * kTile + q;
+        const float* best = best_ + r * kTile + q;
+        const double x = tx + q + 0.5, cy = ty + r + 0.5;
+        const float* rowl = rowl1_.data() + std::size_t(r) * m_;
         std::uint32_t out[4];
         for (int k = 0; k < n; ++k) {
             const Owned& o = owned(std::size_t(owner[k]));
@@ -577,7 +604,11 @@ private:
                 out[k] |= std::uint32_t(int(level + (ink.e[c] - level) * cover + 0.5f)) << (8 * c);
             }
         }
-#endif
+        store(px, n, out);
+    }
+
+    // n pixels' colours, keeping their alpha.
+    static void store(std::uint8_t* px, int n, std::uint32_t* out) {
         for (int k = 0; k < n; ++k) {
             std::uint32_t old;
             std::memcpy(&old, px + 4 * k, 4);
@@ -619,29 +650,41 @@ private:
         __m256 v;
     };
     std::vector<Oct> bxx8_, rowl8_;  // as bxx_ and rowl_, eight lanes each
-    bool avx2_ = exact_path::have_avx2();
-#else
-    std::vector<float> rowl_;
 #endif
+    std::vector<float> rowl1_;  // as rowl_, one lane
+    int lanes_;
     std::pair<int, int> rows_;        // the tile's rows [first, second) being painted
-    std::vector<std::int32_t> edge_;  // the edges of owned_: the candidate across
+    std::vector<std::int32_t> edge_;  // the edges of owned_: the candidate across, and 1 / 2d
     std::vector<float> edge_inv_;
-    std::size_t edges_ = 0;               // in use of edge_ and edge_inv_         // and 1 / 2d
+    std::size_t edges_ = 0;               // in use of edge_ and edge_inv_
     std::vector<Owned> owned_;            // owned() of the owners so far
     std::vector<std::int32_t> owned_at_;  // per candidate: where in owned_, once made
 };
 
 }  // namespace
 
+int CellPicture::widest_lanes() {
+#if VELQ_CELL_AVX2
+    if (exact_path::have_avx2()) return 8;
+#endif
+#if VELQ_CELL_LANES
+    return 4;
+#else
+    return 1;
+#endif
+}
+
 CellPicture::CellPicture(std::span<const CellSite> sites, std::span<const CellInk> inks, double width,
-                         double height)
+                         double height, int lanes)
     : sites_(sites), inks_(inks), grids_(make_site_grids(sites, width, height)) {
     reach_ = inks.empty() ? 0 : inks.front().reach;
+    const int widest = widest_lanes();
+    lanes_ = lanes <= 0 || lanes >= widest ? widest : lanes >= 4 ? 4 : 1;
 }
 
 void CellPicture::paint_rows(UBUFFER& buffer, int y0, int y1) const {
     if (sites_.empty()) return;
-    TilePainter painter(inks_, grids_, reach_);
+    TilePainter painter(inks_, grids_, reach_, lanes_);
     // Blocks and tiles lie at fixed places, so a tile's sites do not depend on the rows asked for.
     const int y_end = std::min(y1, buffer.height());
     for (int by = y0 - y0 % kBlock; by < y_end; by += kBlock)

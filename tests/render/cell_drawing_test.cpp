@@ -7,6 +7,7 @@
 #include <opencv2/imgproc.hpp>
 
 #include "render/cell_diagram.h"
+#include "render/cell_picture.h"
 #include "render/drawing.h"
 #include "render/spikes.h"
 #include "support/pictures.h"
@@ -161,6 +162,34 @@ TEST(Drawing, SameBytesWhateverTheThreadCount) {
         const std::uint8_t* p = &first.at(int(placements[5].x), int(placements[5].y));
         EXPECT_NE(p[0] + p[1] + p[2], 0);
     }
+}
+
+// The cell picture makes the same bytes one pixel, four or eight at a time (as far as the processor
+// goes), with overlapping, repeated and huge circles, rows split anyhow and a frame whose width and
+// height are no multiple of a tile.
+TEST(CellPicture, SameBytesWhateverTheLanes) {
+    auto sites = random_circles(11, 300, 8, 40);
+    sites.push_back(sites[3]);
+    sites.push_back({sites[7].x + 2, sites[7].y, sites[7].weight * 4});  // over its neighbour
+    std::vector<CellInk> inks;
+    for (std::size_t i = 0; i < sites.size(); ++i)
+        inks.push_back({float(1 / (2.56 * sites[i].weight)),
+                        1.5f,
+                        {float(i * 37 % 255), float(i * 91 % 255), float(i * 13 % 255)},
+                        {20, 40, 60},
+                        sites[i].x,
+                        sites[i].y});
+    const int w = 253, h = 250;
+    const auto draw = [&](int lanes, int split) {
+        const CellPicture picture(sites, inks, w, h, lanes);
+        UBUFFER out;
+        EXPECT_TRUE(out.allocate(w, h, 4));
+        for (int y = 0; y < h; y += split) picture.paint_rows(out, y, std::min(h, y + split));
+        return out;
+    };
+    const UBUFFER one = draw(1, h);
+    for (const auto& [lanes, split] : {std::pair{4, 16}, std::pair{8, 32}, std::pair{0, 5}})
+        EXPECT_TRUE(test::same_bytes(draw(lanes, split), one)) << lanes << " lanes, rows by " << split;
 }
 
 // Every pixel whose centre is clear of a dividing line takes its site's colour, shaded as
