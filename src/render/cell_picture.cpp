@@ -88,7 +88,7 @@ public:
         const double margin = reach_ + 1e-6;
         gather(x + 0.5 - margin, y + 0.5 - margin, x + kBlock - 0.5 + margin, y + kBlock - 0.5 + margin);
         block_x_ = x, block_y_ = y;
-        const std::size_t n = block_.size(), padded = (n + 3) / 4 * 4;
+        const std::size_t n = block_.size(), padded = (n + 7) / 8 * 8;
         if (block_xf_.size() < padded)
             block_xf_.resize(2 * padded), block_yf_.resize(2 * padded), block_wf_.resize(2 * padded);
         for (std::size_t k = 0; k < padded; ++k) {
@@ -104,7 +104,7 @@ public:
     void paint(UBUFFER& buffer, int tx, int ty, int y0, int y1) {
         select(tx, ty);
         if (m_ == 0) return;
-        const std::size_t padded = (m_ + 3) / 4 * 4;
+        const std::size_t padded = (m_ + 7) / 8 * 8;  // the lanes may run on to a multiple of eight
         a_.resize(padded), bx_.resize(padded), by_.resize(padded);
         for (std::size_t j = 0; j < m_; ++j) {
             const double ox = near_[j].x - tx, oy = near_[j].y - ty;
@@ -154,8 +154,14 @@ private:
                     bx = float(tx - block_x_) + (kTile - 0.5f) + margin,
                     by = float(ty - block_y_) + (kTile - 0.5f) + margin;
         m_ = 0;
+#if VELQ_CELL_AVX2
+        if (lanes_ == 8) {
+            select8(ax, ay, bx, by);
+            return;
+        }
+#endif
 #if VELQ_CELL_LANES
-        if (lanes_ > 1) {
+        if (lanes_ == 4) {
             select4(ax, ay, bx, by);
             return;
         }
@@ -208,6 +214,47 @@ private:
                 _mm_cmple_ps(_mm_sub_ps(sum, w), _mm_add_ps(limit, _mm_mul_ps(slack, _mm_add_ps(sum, w))));
             unsigned bits = unsigned(_mm_movemask_ps(keep));
             if (n - k < 4) bits &= (1u << (n - k)) - 1;  // the padding
+            for (; bits != 0; bits &= bits - 1) near_[m_++] = block_[k + std::size_t(std::countr_zero(bits))];
+        }
+    }
+#endif
+#if VELQ_CELL_AVX2
+    // select() in eight lanes.
+    VELQ_AVX2_FN void select8(float ax, float ay, float bx, float by) {
+        const std::size_t n = block_.size(), padded = (n + 7) / 8 * 8;
+        const __m256 lax = _mm256_set1_ps(ax), lay = _mm256_set1_ps(ay), lbx = _mm256_set1_ps(bx),
+                     lby = _mm256_set1_ps(by);
+        __m256 bound = _mm256_set1_ps(std::numeric_limits<float>::infinity());
+        for (std::size_t k = 0; k < padded; k += 8) {
+            const __m256 x = _mm256_loadu_ps(&block_xf_[k]), y = _mm256_loadu_ps(&block_yf_[k]);
+            const __m256 fx = _mm256_max_ps(_mm256_sub_ps(x, lax), _mm256_sub_ps(lbx, x)),
+                         fy = _mm256_max_ps(_mm256_sub_ps(y, lay), _mm256_sub_ps(lby, y));
+            bound = _mm256_min_ps(bound,
+                                  _mm256_sub_ps(_mm256_add_ps(_mm256_mul_ps(fx, fx), _mm256_mul_ps(fy, fy)),
+                                                _mm256_loadu_ps(&block_wf_[k])));
+        }
+        bound = _mm256_min_ps(bound, _mm256_permute2f128_ps(bound, bound, 1));
+        bound = _mm256_min_ps(bound, _mm256_shuffle_ps(bound, bound, _MM_SHUFFLE(2, 3, 0, 1)));
+        bound = _mm256_min_ps(bound, _mm256_shuffle_ps(bound, bound, _MM_SHUFFLE(1, 0, 3, 2)));
+        const __m256 limit = _mm256_add_ps(
+            bound,
+            _mm256_add_ps(_mm256_set1_ps(0.05f),
+                          _mm256_mul_ps(_mm256_set1_ps(1e-5f),
+                                        _mm256_max_ps(bound, _mm256_sub_ps(_mm256_setzero_ps(), bound)))));
+        const __m256 zero = _mm256_setzero_ps(), slack = _mm256_set1_ps(1e-5f);
+        for (std::size_t k = 0; k < padded; k += 8) {
+            const __m256 x = _mm256_loadu_ps(&block_xf_[k]), y = _mm256_loadu_ps(&block_yf_[k]),
+                         w = _mm256_loadu_ps(&block_wf_[k]);
+            const __m256 dx =
+                             _mm256_max_ps(_mm256_max_ps(_mm256_sub_ps(lax, x), _mm256_sub_ps(x, lbx)), zero),
+                         dy =
+                             _mm256_max_ps(_mm256_max_ps(_mm256_sub_ps(lay, y), _mm256_sub_ps(y, lby)), zero);
+            const __m256 sum = _mm256_add_ps(_mm256_mul_ps(dx, dx), _mm256_mul_ps(dy, dy));
+            const __m256 keep =
+                _mm256_cmp_ps(_mm256_sub_ps(sum, w),
+                              _mm256_add_ps(limit, _mm256_mul_ps(slack, _mm256_add_ps(sum, w))), _CMP_LE_OQ);
+            unsigned bits = unsigned(_mm256_movemask_ps(keep));
+            if (n - k < 8) bits &= (1u << (n - k)) - 1;  // the padding
             for (; bits != 0; bits &= bits - 1) near_[m_++] = block_[k + std::size_t(std::countr_zero(bits))];
         }
     }
@@ -449,6 +496,44 @@ private:
         }
     }
 
+#if VELQ_CELL_AVX2
+    // owned()'s test in eight lanes; the edges go on from edge_[e], and the end is returned.
+    VELQ_AVX2_FN std::size_t edges8(std::size_t i, float x0, float x1, float y0, float y1, float wide,
+                                    std::size_t e) {
+        const __m256 ai = _mm256_set1_ps(a_[i]), bxi = _mm256_set1_ps(bx_[i]), byi = _mm256_set1_ps(by_[i]);
+        const __m256 lx0 = _mm256_set1_ps(x0), lx1 = _mm256_set1_ps(x1), ly0 = _mm256_set1_ps(y0),
+                     ly1 = _mm256_set1_ps(y1), room = _mm256_set1_ps(0.01f), lwide = _mm256_set1_ps(wide),
+                     zero = _mm256_setzero_ps();
+        for (std::size_t j0 = 0; j0 < m_; j0 += 8) {
+            const __m256 da = _mm256_sub_ps(_mm256_loadu_ps(&a_[j0]), ai),
+                         dx = _mm256_sub_ps(_mm256_loadu_ps(&bx_[j0]), bxi),
+                         dy = _mm256_sub_ps(_mm256_loadu_ps(&by_[j0]), byi);
+            const __m256 gap2 = _mm256_add_ps(_mm256_mul_ps(dx, dx), _mm256_mul_ps(dy, dy));
+            const __m256 least = _mm256_sub_ps(
+                _mm256_add_ps(
+                    _mm256_add_ps(da, _mm256_min_ps(_mm256_mul_ps(dx, lx0), _mm256_mul_ps(dx, lx1))),
+                    _mm256_min_ps(_mm256_mul_ps(dy, ly0), _mm256_mul_ps(dy, ly1))),
+                room);
+            const __m256 keep = _mm256_and_ps(
+                _mm256_cmp_ps(gap2, zero, _CMP_GT_OQ),
+                _mm256_or_ps(
+                    _mm256_cmp_ps(least, zero, _CMP_LT_OQ),
+                    _mm256_cmp_ps(_mm256_mul_ps(least, least), _mm256_mul_ps(gap2, lwide), _CMP_LT_OQ)));
+            unsigned near = unsigned(_mm256_movemask_ps(keep));
+            if (m_ - j0 < 8) near &= (1u << (m_ - j0)) - 1;  // the padding
+            if (near == 0) continue;
+            alignas(32) float inv[8];
+            _mm256_store_ps(inv, _mm256_div_ps(_mm256_set1_ps(1.0f), _mm256_sqrt_ps(gap2)));
+            for (; near != 0; near &= near - 1) {
+                const unsigned k = unsigned(std::countr_zero(near));
+                edge_[e] = std::int32_t(j0 + k), edge_inv_[e] = inv[k];
+                ++e;
+            }
+        }
+        return e;
+    }
+#endif
+
     // What owner i needs for its pixels of the tile: its ink, and the edges of its cell that may
     // come within the lead's reach of them: the other candidates j whose (L_j - L_i) / 2d,
     // d = |c_j - c_i|, may drop below the reach there, each with its 1 / 2d. Made once per tile for
@@ -462,13 +547,20 @@ private:
         Owned& o = owned_.emplace_back(ink);
         std::size_t e = o.e0 = std::uint32_t(edges_);
         if (reach_ > 0) {
-            if (edge_.size() < edges_ + m_ + 4)
-                edge_.resize(2 * (edges_ + m_ + 4)), edge_inv_.resize(edge_.size());
+            if (edge_.size() < edges_ + m_ + 8)
+                edge_.resize(2 * (edges_ + m_ + 8)), edge_inv_.resize(edge_.size());
             int bx0, bx1, by0, by1;
             box_of(std::int32_t(i), bx0, bx1, by0, by1);
             const float x0 = float(bx0) + 0.5f, x1 = float(bx1) + 0.5f, y0 = float(by0) + 0.5f,
                         y1 = float(by1) + 0.5f;
             const float wide = float((reach_ + 0.01) * (reach_ + 0.01));
+#if VELQ_CELL_AVX2
+            if (lanes_ == 8) {
+                edges_ = edges8(i, x0, x1, y0, y1, wide, e);
+                o.e1 = std::uint32_t(edges_);
+                return o;
+            }
+#endif
             for (std::size_t j0 = 0; j0 < m_; j0 += 4) {
                 unsigned near = 0;         // bit k: candidate j0 + k may come near
                 alignas(16) float inv[4];  // 1 / 2d for each
