@@ -26,7 +26,7 @@ namespace {
 // Tiles are squares of pixels at fixed places, so a pixel's candidates do not depend on how the rows
 // are shared out. Smaller tiles have fewer candidates per pixel but search more often.
 constexpr int kTile = 8;
-constexpr int kBlock = 2 * kTile;  // tiles share a search in blocks of 2 x 2
+constexpr int kBlock = 4 * kTile;  // tiles share a search in blocks of 4 x 4
 static_assert(kBlock == CellPicture::kBlockRows);
 
 static_assert(std::endian::native == std::endian::little, "pixels are assembled as little-endian words");

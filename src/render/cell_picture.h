@@ -26,7 +26,7 @@ struct CellInk {
 
 class CellPicture {
 public:
-    static constexpr int kBlockRows = 16;  // rows split at multiples of this share no work
+    static constexpr int kBlockRows = 32;  // rows split at multiples of this share no work
     // `inks` holds one ink per site. Both spans must outlive the picture. `lanes` is how many pixels
     // go at once: 8, 4 or 1, at most what the processor has; 0 for the most. Every choice gives the
     // same bytes.
