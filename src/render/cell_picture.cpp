@@ -107,8 +107,9 @@ public:
         const std::size_t padded = (m_ + 7) / 8 * 8;  // the lanes may run on to a multiple of eight
         a_.resize(padded), bx_.resize(padded), by_.resize(padded);
         for (std::size_t j = 0; j < m_; ++j) {
-            const double ox = near_[j].x - tx, oy = near_[j].y - ty;
-            a_[j] = float(ox * ox + oy * oy - near_[j].w);
+            const Candidate& c = block_[std::size_t(near_[j])];
+            const double ox = c.x - tx, oy = c.y - ty;
+            a_[j] = float(ox * ox + oy * oy - c.w);
             bx_[j] = float(-2 * ox), by_[j] = float(-2 * oy);
         }
         for (std::size_t j = m_; j < padded; ++j) a_[j] = bx_[j] = by_[j] = 0;
@@ -143,9 +144,9 @@ public:
 
 private:
     // The block's sites that can own a point of the tile's pixel centres grown by the lead's reach,
-    // in their order, into near_ (m_ of them): the bound is the least over them of the most power
-    // distance a point there has. In float about the block's corner, with room for its rounding: a
-    // site too many costs time, never a pixel.
+    // in their order, into near_ (m_ of them, by their place in block_): the bound is the least over them of
+    // the most power distance a point there has. In float about the block's corner, with room for its
+    // rounding: a site too many costs time, never a pixel.
     void select(int tx, int ty) {
         const std::size_t n = block_.size();
         if (near_.size() < n) near_.resize(n);
@@ -178,7 +179,7 @@ private:
             const float dx = std::max(std::max(ax - x, x - bx), 0.0f),
                         dy = std::max(std::max(ay - y, y - by), 0.0f);
             const float sum = dx * dx + dy * dy;
-            if (sum - w <= limit + 1e-5f * (sum + w)) near_[m_++] = block_[k];
+            if (sum - w <= limit + 1e-5f * (sum + w)) near_[m_++] = std::int32_t(k);
         }
     }
 
@@ -214,7 +215,8 @@ private:
                 _mm_cmple_ps(_mm_sub_ps(sum, w), _mm_add_ps(limit, _mm_mul_ps(slack, _mm_add_ps(sum, w))));
             unsigned bits = unsigned(_mm_movemask_ps(keep));
             if (n - k < 4) bits &= (1u << (n - k)) - 1;  // the padding
-            for (; bits != 0; bits &= bits - 1) near_[m_++] = block_[k + std::size_t(std::countr_zero(bits))];
+            for (; bits != 0; bits &= bits - 1)
+                near_[m_++] = std::int32_t(k + std::size_t(std::countr_zero(bits)));
         }
     }
 #endif
@@ -255,7 +257,8 @@ private:
                               _mm256_add_ps(limit, _mm256_mul_ps(slack, _mm256_add_ps(sum, w))), _CMP_LE_OQ);
             unsigned bits = unsigned(_mm256_movemask_ps(keep));
             if (n - k < 8) bits &= (1u << (n - k)) - 1;  // the padding
-            for (; bits != 0; bits &= bits - 1) near_[m_++] = block_[k + std::size_t(std::countr_zero(bits))];
+            for (; bits != 0; bits &= bits - 1)
+                near_[m_++] = std::int32_t(k + std::size_t(std::countr_zero(bits)));
         }
     }
 #endif
@@ -543,7 +546,7 @@ private:
     const Owned& owned(std::size_t i) {
         if (owned_at_[i] >= 0) return owned_[std::size_t(owned_at_[i])];
         owned_at_[i] = std::int32_t(owned_.size());
-        const CellInk& ink = inks_[std::size_t(near_[i].id)];
+        const CellInk& ink = inks_[std::size_t(block_[std::size_t(near_[i])].id)];
         Owned& o = owned_.emplace_back(ink);
         std::size_t e = o.e0 = std::uint32_t(edges_);
         if (reach_ > 0) {
@@ -719,7 +722,7 @@ private:
     std::vector<Candidate> block_;                       // gather_block()
     std::vector<float> block_xf_, block_yf_, block_wf_;  // block_ about its corner, padded to fours
     int block_x_ = 0, block_y_ = 0;
-    std::vector<Candidate> near_;  // the tile's, m_ of them
+    std::vector<std::int32_t> near_;  // the tile's, m_ of them: places in block_
     std::size_t m_ = 0;
     std::vector<Range> seen_;
     std::vector<float> a_, bx_, by_;
