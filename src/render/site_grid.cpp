@@ -34,12 +34,14 @@ SiteGrid make_grid(std::span<const CellSite> sites, const std::vector<std::int32
         ++g.start[bucket[k] + 1];
     }
     for (std::size_t b = 1; b < g.start.size(); ++b) g.start[b] += g.start[b - 1];
+    // Sites are read in index order and scattered to their buckets.
     g.ids.resize(members.size());
+    g.x.resize(members.size()), g.y.resize(members.size()), g.weight.resize(members.size());
     std::vector<std::uint32_t> fill(g.start.begin(), g.start.end() - 1);
-    for (std::size_t k = 0; k < members.size(); ++k) g.ids[fill[bucket[k]]++] = members[k];
-    for (std::int32_t id : g.ids) {
-        const CellSite& site = sites[std::size_t(id)];
-        g.x.push_back(site.x), g.y.push_back(site.y), g.weight.push_back(site.weight);
+    for (std::size_t k = 0; k < members.size(); ++k) {
+        const std::uint32_t at = fill[bucket[k]]++;
+        const CellSite& site = sites[std::size_t(members[k])];
+        g.ids[at] = members[k], g.x[at] = site.x, g.y[at] = site.y, g.weight[at] = site.weight;
     }
     return g;
 }
@@ -56,14 +58,19 @@ std::vector<SiteGrid> make_site_grids(std::span<const CellSite> sites, double wi
         e.y1 = std::max(e.y1, s.y);
         max_weight = std::max(max_weight, s.weight);
     }
-    const double max_radius = std::sqrt(max_weight);
-    std::vector<std::vector<std::int32_t>> members(kClasses);
+    // Class c holds radii in (r_max / 4^(c+1), r_max / 4^c]: weights in (w_max / 16^(c+1), w_max / 16^c].
+    std::vector<std::uint8_t> class_of(sites.size());
+    std::size_t count[kClasses] = {};
     for (std::size_t i = 0; i < sites.size(); ++i) {
         const double w = sites[i].weight;
         int c = kClasses - 1;
-        if (w > 0) c = std::min(kClasses - 1, int(std::floor(std::log2(max_radius / std::sqrt(w)) / 2)));
-        members[std::size_t(std::max(c, 0))].push_back(std::int32_t(i));
+        if (w > 0) c = std::clamp(std::ilogb(max_weight / w) / 4, 0, kClasses - 1);
+        class_of[i] = std::uint8_t(c);
+        ++count[c];
     }
+    std::vector<std::vector<std::int32_t>> members(kClasses);
+    for (int c = 0; c < kClasses; ++c) members[std::size_t(c)].reserve(count[c]);
+    for (std::size_t i = 0; i < sites.size(); ++i) members[class_of[i]].push_back(std::int32_t(i));
     std::vector<SiteGrid> grids;
     for (const auto& m : members)
         if (!m.empty()) grids.push_back(make_grid(sites, m, e));
