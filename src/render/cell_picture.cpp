@@ -86,7 +86,8 @@ public:
         // The pixel centres of the whole block, and around them the lead's reach: a pixel's nearest
         // edge may belong to a site that owns none of the tile's pixels.
         const double margin = reach_ + 1e-6;
-        gather(x + 0.5 - margin, y + 0.5 - margin, x + kBlock - 0.5 + margin, y + kBlock - 0.5 + margin);
+        gather(x + 0.5 - margin, y + 0.5 - margin, x + kBlock - 0.5 + margin, y + kBlock - 0.5 + margin,
+               margin);
         block_x_ = x, block_y_ = y;
         const std::size_t n = block_.size(), padded = (n + 7) / 8 * 8;
         if (block_xf_.size() < padded)
@@ -263,34 +264,52 @@ private:
     }
 #endif
 
-    // Every site that can own a point of [ax, bx] x [ay, by], in a fixed order (grid by grid, bucket
-    // by bucket, by index within one), into block_.
-    void gather(double ax, double ay, double bx, double by) {
+    // Every site that can own a point of [ax, bx] x [ay, by] (the block's pixel centres grown by
+    // `margin`), in a fixed order (grid by grid, bucket by bucket, by index within one), into block_.
+    // The bound on the least power distance at any point is the largest over the block's tiles of
+    // the least, over the sites nearest the block, of the most power distance a point of the tile
+    // has: a single site's most over the whole block would be far looser.
+    void gather(double ax, double ay, double bx, double by, double margin) {
         block_.clear();
-        double bound =
-            std::numeric_limits<double>::infinity();  // the least power distance anywhere is below it
-        auto visit = [&](std::size_t grid, std::size_t b0, std::size_t b1) {
+        constexpr int kTiles = kBlock / kTile;
+        const double span = kTile - 1 + 2 * margin;  // a tile's pixel centres, grown
+        double tile_bound[kTiles][kTiles];
+        for (auto& row : tile_bound)
+            std::fill(std::begin(row), std::end(row), std::numeric_limits<double>::infinity());
+        double bound = std::numeric_limits<double>::infinity();
+        auto visit = [&](std::size_t grid, std::size_t b0, std::size_t b1, bool first) {
             const SiteGrid& g = grids_[grid];
             for (std::uint32_t q = g.start[b0]; q < g.start[b1]; ++q) {
                 const double x = g.x[q], y = g.y[q], w = g.weight[q];
                 const double dx = std::max({ax - x, x - bx, 0.0}), dy = std::max({ay - y, y - by, 0.0});
-                const double fx = std::max(x - ax, bx - x), fy = std::max(y - ay, by - y);
                 const double least = dx * dx + dy * dy - w;
-                bound = std::min(bound, fx * fx + fy * fy - w);
-                if (least <= bound) block_.push_back({x, y, w, least, g.ids[q]});
+                if (first) {
+                    double fx2[kTiles], fy2[kTiles];
+                    for (int t = 0; t < kTiles; ++t) {
+                        const double fx = std::max(x - (ax + kTile * t), ax + kTile * t + span - x),
+                                     fy = std::max(y - (ay + kTile * t), ay + kTile * t + span - y);
+                        fx2[t] = fx * fx, fy2[t] = fy * fy;
+                    }
+                    for (int r = 0; r < kTiles; ++r)
+                        for (int c = 0; c < kTiles; ++c)
+                            tile_bound[r][c] = std::min(tile_bound[r][c], fx2[c] + fy2[r] - w);
+                    block_.push_back({x, y, w, least, g.ids[q]});
+                } else if (least <= bound) {
+                    block_.push_back({x, y, w, least, g.ids[q]});
+                }
             }
         };
         // The buckets of grid c within `out` that are not within seen_[c], which then grows to `out`.
-        auto visit_out_to = [&](std::size_t c, const Range& out) {
+        auto visit_out_to = [&](std::size_t c, const Range& out, bool first) {
             const SiteGrid& g = grids_[c];
             Range& in = seen_[c];
             for (int y = out.r0; y <= out.r1; ++y) {
                 const std::size_t row = std::size_t(y) * g.cols;
                 if (y < in.r0 || y > in.r1) {
-                    visit(c, row + out.c0, row + out.c1 + 1);
+                    visit(c, row + out.c0, row + out.c1 + 1, first);
                 } else {
-                    if (out.c0 < in.c0) visit(c, row + out.c0, row + in.c0);
-                    if (in.c1 < out.c1) visit(c, row + in.c1 + 1, row + out.c1 + 1);
+                    if (out.c0 < in.c0) visit(c, row + out.c0, row + in.c0, first);
+                    if (in.c1 < out.c1) visit(c, row + in.c1 + 1, row + out.c1 + 1, first);
                 }
             }
             in = out;
@@ -299,26 +318,29 @@ private:
             if (!(pad < 1e9)) return Range{0, g.cols - 1, 0, g.rows - 1};
             return Range{g.col_of(ax - pad), g.col_of(bx + pad), g.row_of(ay - pad), g.row_of(by + pad)};
         };
-        // First the buckets over the rectangle, widened until they hold a site, for a bound from
-        // the sites nearest it; then those within reach of the bound: a site of weight up to W owns
-        // a point only within sqrt(bound + W) of it.
+        // First the buckets over the rectangle, widened until they hold a site, for the bound; then
+        // those within reach of it: a site of weight up to W owns a point only within sqrt(bound + W)
+        // of it.
         seen_.assign(grids_.size(), Range{0, -1, 0, -1});
         double step = std::numeric_limits<double>::infinity();
         for (const SiteGrid& g : grids_) step = std::min(step, g.side);
-        for (double pad = 0; bound == std::numeric_limits<double>::infinity(); pad = 2 * pad + step) {
+        for (double pad = 0; block_.empty(); pad = 2 * pad + step) {
             bool all = true;
             for (std::size_t c = 0; c < grids_.size(); ++c) {
                 const Range out = around(grids_[c], pad);
-                visit_out_to(c, out);
+                visit_out_to(c, out, true);
                 all = all && out.c0 == 0 && out.r0 == 0 && out.c1 == grids_[c].cols - 1 &&
                       out.r1 == grids_[c].rows - 1;
             }
             if (all) break;
         }
+        bound = -std::numeric_limits<double>::infinity();
+        for (const auto& row : tile_bound)
+            for (double t : row) bound = std::max(bound, t);
         for (std::size_t c = 0; c < grids_.size(); ++c) {
             const SiteGrid& g = grids_[c];
             if (!(bound + g.max_weight >= 0)) continue;
-            visit_out_to(c, around(g, std::sqrt(bound + g.max_weight) * (1 + 1e-12) + 1e-9));
+            visit_out_to(c, around(g, std::sqrt(bound + g.max_weight) * (1 + 1e-12) + 1e-9), false);
         }
         std::erase_if(block_, [&](const Candidate& c) { return c.least > bound; });
     }
