@@ -323,7 +323,8 @@ bool make_cell_diagram(Host& host, std::span<const CellSite> sites, double width
                        CellDiagram& out, int threads) {
     out = {};
     const int n = int(sites.size());
-    const std::vector<SiteGrid> grids = make_site_grids(sites, width, height);
+    WorkerPool pool(threads);
+    const std::vector<SiteGrid> grids = make_site_grids(sites, width, height, &pool);
 
     // Blocks of cells, each cut into a list of its own and joined in order afterwards.
     constexpr int kBlock = 512;
@@ -334,7 +335,6 @@ bool make_cell_diagram(Host& host, std::span<const CellSite> sites, double width
         std::vector<std::int32_t> across;
     };
     std::vector<Piece> pieces(std::size_t(blocks), Piece{});
-    WorkerPool pool(threads);
     constexpr int kBatch = 32;  // blocks between looks at the stop flag
     for (int b0 = 0; b0 < blocks; b0 += kBatch) {
         if (host.stopped()) return false;

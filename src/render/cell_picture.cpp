@@ -792,8 +792,8 @@ int CellPicture::widest_lanes() {
 }
 
 CellPicture::CellPicture(std::span<const CellSite> sites, std::span<const CellInk> inks, double width,
-                         double height, int lanes)
-    : sites_(sites), inks_(inks), grids_(make_site_grids(sites, width, height)) {
+                         double height, int lanes, WorkerPool* pool)
+    : sites_(sites), inks_(inks), grids_(make_site_grids(sites, width, height, pool)) {
     reach_ = inks.empty() ? 0 : inks.front().reach;
     const int widest = widest_lanes();
     lanes_ = lanes <= 0 || lanes >= widest ? widest : lanes >= 4 ? 4 : 1;

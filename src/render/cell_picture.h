@@ -29,9 +29,9 @@ public:
     static constexpr int kBlockRows = 32;  // rows split at multiples of this share no work
     // `inks` holds one ink per site. Both spans must outlive the picture. `lanes` is how many pixels
     // go at once: 8, 4 or 1, at most what the processor has; 0 for the most. Every choice gives the
-    // same bytes.
+    // same bytes. A pool, when given, makes the site grids on all its threads.
     CellPicture(std::span<const CellSite> sites, std::span<const CellInk> inks, double width, double height,
-                int lanes = 0);
+                int lanes = 0, WorkerPool* pool = nullptr);
     static int widest_lanes();
 
     // Paints the rows [y0, y1) of `buffer` (4 channels, its alpha kept). Rows of one call are

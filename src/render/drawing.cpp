@@ -60,6 +60,8 @@ public:
         return !host_.stopped();
     }
 
+    WorkerPool& pool() { return pool_; }
+
     // Calls fn(begin, end) over [0, count) in pieces, side by side.
     void each(std::size_t count, const std::function<void(std::size_t, std::size_t)>& fn) {
         constexpr std::size_t kPiece = 8192;
@@ -136,7 +138,7 @@ CellInk cell_ink(const Placement& p, const Colour& colour, int lead, std::uint32
 
 bool paint_cells(BandRunner& runner, std::span<const CellSite> sites, std::span<const CellInk> inks,
                  UBUFFER& buffer) {
-    const CellPicture picture(sites, inks, buffer.width(), buffer.height());
+    const CellPicture picture(sites, inks, buffer.width(), buffer.height(), 0, &runner.pool());
     // Bands of one row of the picture's blocks, many to a batch: no mark spans bands here, and short
     // pieces keep both cores busy to the end of each batch.
     const int rows = CellPicture::kBlockRows, bands = (buffer.height() + rows - 1) / rows;
@@ -244,16 +246,19 @@ bool paint_drawing(Host& host, const Drawing& drawing, std::span<const Placement
     const bool plain = drawing.kind == DrawingKind::CrystalCells;
     const bool cells = drawing.kind == DrawingKind::PebbleCells || plain;
     BandRunner runner(host, progress, threads);
-    // One pass over the placements, which are large, side by side.
-    std::vector<Colour> colours(placements.size());
+    // One pass over the placements, which are large, side by side. Cells keep their colours in
+    // their inks only.
+    std::vector<Colour> colours(cells ? 0 : placements.size());
     std::vector<CellSite> sites(placements.size());
     std::vector<CellInk> inks(cells ? placements.size() : 0);
     runner.each(placements.size(), [&](std::size_t begin, std::size_t end) {
         for (std::size_t i = begin; i < end; ++i) {
             const Placement& p = placements[i];
-            colours[i] = paint_colour(p, global_brightness);
             sites[i] = {p.x, p.y, plain ? 0.0 : p.radius * p.radius};
-            if (cells) inks[i] = cell_ink(p, colours[i], drawing.lead, drawing.lead_colour);
+            if (cells)
+                inks[i] = cell_ink(p, paint_colour(p, global_brightness), drawing.lead, drawing.lead_colour);
+            else
+                colours[i] = paint_colour(p, global_brightness);
         }
     });
     if (cells) return paint_cells(runner, sites, inks, buffer);

@@ -14,6 +14,8 @@
 
 namespace velq {
 
+class WorkerPool;
+
 struct SiteGrid {
     double x0 = 0, y0 = 0, side = 1;
     int cols = 1, rows = 1;
@@ -27,7 +29,9 @@ struct SiteGrid {
 };
 
 // One grid per class of weight that has sites, heaviest first, covering the frame
-// [0, width] x [0, height] and every site.
-std::vector<SiteGrid> make_site_grids(std::span<const CellSite> sites, double width, double height);
+// [0, width] x [0, height] and every site. With a pool, the sites are read on all its threads; the
+// grids are the same.
+std::vector<SiteGrid> make_site_grids(std::span<const CellSite> sites, double width, double height,
+                                      WorkerPool* pool = nullptr);
 
 }  // namespace velq
