@@ -6,9 +6,11 @@
 
 #include <opencv2/imgproc.hpp>
 
+#include "host/worker_pool.h"
 #include "render/cell_diagram.h"
 #include "render/cell_picture.h"
 #include "render/drawing.h"
+#include "render/site_grid.h"
 #include "render/spikes.h"
 #include "support/pictures.h"
 #include "support/recording_host.h"
@@ -162,6 +164,30 @@ TEST(Drawing, SameBytesWhateverTheThreadCount) {
         const std::uint8_t* p = &first.at(int(placements[5].x), int(placements[5].y));
         EXPECT_NE(p[0] + p[1] + p[2], 0);
     }
+}
+
+// The site grids are the same made on one thread or several (which read the sites in runs).
+TEST(SiteGrid, SameGridsWhateverTheThreadCount) {
+    std::mt19937 gen(5);
+    std::uniform_real_distribution<double> pos(-10, 3000), rad(0.5, 60);
+    std::vector<CellSite> sites;
+    for (int i = 0; i < 9000; ++i) sites.push_back({pos(gen), pos(gen), std::pow(rad(gen), 4) / 3600});
+    sites.push_back(sites[17]);  // a repeated site keeps its order
+    const auto one = make_site_grids(sites, 2900, 2800);
+    for (int threads : {2, 3}) {
+        WorkerPool pool(threads);
+        const auto many = make_site_grids(sites, 2900, 2800, &pool);
+        ASSERT_EQ(many.size(), one.size());
+        for (std::size_t c = 0; c < one.size(); ++c) {
+            SCOPED_TRACE(testing::Message() << threads << " threads, class " << c);
+            EXPECT_EQ(many[c].start, one[c].start);
+            EXPECT_EQ(many[c].ids, one[c].ids);
+            EXPECT_EQ(many[c].x, one[c].x);
+            EXPECT_EQ(many[c].weight, one[c].weight);
+            EXPECT_EQ(many[c].max_weight, one[c].max_weight);
+        }
+    }
+    EXPECT_GT(one.size(), 2u);
 }
 
 // The cell picture makes the same bytes one pixel, four or eight at a time (as far as the processor
