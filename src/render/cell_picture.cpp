@@ -23,15 +23,18 @@ namespace velq {
 
 namespace {
 
-// Tiles are squares of pixels at fixed places, so a pixel's candidates do not depend on how the rows
-// are shared out. Smaller tiles have fewer candidates per pixel but search more often.
+// Tiles and blocks are squares of pixels at fixed places, so a pixel's candidates do not depend on
+// how the rows are shared out. A block searches the site grids once for its 4 x 4 tiles, and each
+// tile sifts the block's list for its own: smaller tiles have fewer candidates per pixel, larger
+// blocks search less often but give every tile a longer list to sift.
 constexpr int kTile = 8;
-constexpr int kBlock = 4 * kTile;  // tiles share a search in blocks of 4 x 4
+constexpr int kBlock = 4 * kTile;
 static_assert(kBlock == CellPicture::kBlockRows);
 
 static_assert(std::endian::native == std::endian::little, "pixels are assembled as little-endian words");
 
-// A site that may own a pixel of the tile, or lie across an edge within the lead's reach of one.
+// A site of a block's list: one that may own a pixel of the block, or lie across an edge within the
+// lead's reach of one.
 struct Candidate {
     double x, y, w;
     double least;  // its least power distance over the rectangle searched
@@ -71,9 +74,9 @@ struct Owned {
 //
 // A pixel is the cell's colour shaded by the distance from its circle's centre, then the lead
 // colour by that coverage; each channel is rounded to a byte before the lead is blended over it (a
-// mix of two bytes needs no clamp; coverage 0 gives the byte back). Where the processor has four
-// float lanes, four pixels go at once; elsewhere one by one, with the same operations in the same
-// order, so both give the same bytes.
+// mix of two bytes needs no clamp; coverage 0 gives the byte back). Eight pixels go at once where
+// the processor has AVX2, four with SSE2, elsewhere one by one, with the same operations in the same
+// order on the same values, so all give the same bytes.
 class TilePainter {
 public:
     TilePainter(std::span<const CellInk> inks, const std::vector<SiteGrid>& grids, double reach, int lanes)
@@ -145,9 +148,9 @@ public:
 
 private:
     // The block's sites that can own a point of the tile's pixel centres grown by the lead's reach,
-    // in their order, into near_ (m_ of them, by their place in block_): the bound is the least over them of
-    // the most power distance a point there has. In float about the block's corner, with room for its
-    // rounding: a site too many costs time, never a pixel.
+    // in their order, into near_ (m_ of them, by their place in block_): the bound is the least over
+    // them of the most power distance a point there has. In float about the block's corner, with
+    // room for its rounding: a site too many costs time, never a pixel.
     void select(int tx, int ty) {
         const std::size_t n = block_.size();
         if (near_.size() < n) near_.resize(n);
