@@ -45,6 +45,7 @@ struct Candidate {
 // A cell's ink in four lanes each.
 struct InkLanes {
     __m128 per, reach, c[3], e[3];
+    InkLanes() = default;
     explicit InkLanes(const CellInk& ink) : per(_mm_set1_ps(ink.per)), reach(_mm_set1_ps(ink.reach)) {
         for (int k = 0; k < 3; ++k) c[k] = _mm_set1_ps(ink.c[k]), e[k] = _mm_set1_ps(ink.e[k]);
     }
@@ -53,14 +54,11 @@ struct InkLanes {
 
 // An owner's ink for one tile, and its edges there: edge_[e0, e1).
 struct Owned {
-#if VELQ_CELL_LANES
-    InkLanes lanes;
-    explicit Owned(const CellInk& ink) : lanes(ink), ink(&ink) {}
-#else
-    explicit Owned(const CellInk& ink) : ink(&ink) {}
-#endif
     const CellInk* ink;
     std::uint32_t e0 = 0, e1 = 0;
+#if VELQ_CELL_LANES
+    InkLanes lanes;  // made for four lanes only
+#endif
 };
 
 // Paints one tile at a time; one per thread.
@@ -572,7 +570,11 @@ private:
         if (owned_at_[i] >= 0) return owned_[std::size_t(owned_at_[i])];
         owned_at_[i] = std::int32_t(owned_.size());
         const CellInk& ink = inks_[std::size_t(block_[std::size_t(near_[i])].id)];
-        Owned& o = owned_.emplace_back(ink);
+        Owned& o = owned_.emplace_back();
+        o.ink = &ink;
+#if VELQ_CELL_LANES
+        if (lanes_ == 4) o.lanes = InkLanes(ink);
+#endif
         std::size_t e = o.e0 = std::uint32_t(edges_);
         if (reach_ > 0) {
             if (edge_.size() < edges_ + m_ + 8)
@@ -796,14 +798,14 @@ int CellPicture::widest_lanes() {
 
 CellPicture::CellPicture(std::span<const CellSite> sites, std::span<const CellInk> inks, double width,
                          double height, int lanes, WorkerPool* pool)
-    : sites_(sites), inks_(inks), grids_(make_site_grids(sites, width, height, pool)) {
+    : inks_(inks), grids_(make_site_grids(sites, width, height, pool)) {
     reach_ = inks.empty() ? 0 : inks.front().reach;
     const int widest = widest_lanes();
     lanes_ = lanes <= 0 || lanes >= widest ? widest : lanes >= 4 ? 4 : 1;
 }
 
 void CellPicture::paint_rows(UBUFFER& buffer, int y0, int y1) const {
-    if (sites_.empty()) return;
+    if (grids_.empty()) return;  // no sites
     TilePainter painter(inks_, grids_, reach_, lanes_);
     // Blocks and tiles lie at fixed places, so a tile's sites do not depend on the rows asked for.
     const int y_end = std::min(y1, buffer.height());

@@ -27,7 +27,7 @@ struct CellInk {
 class CellPicture {
 public:
     static constexpr int kBlockRows = 32;  // rows split at multiples of this share no work
-    // `inks` holds one ink per site. Both spans must outlive the picture. `lanes` is how many pixels
+    // `inks` holds one ink per site and must outlive the picture. `lanes` is how many pixels
     // go at once: 8, 4 or 1, at most what the processor has; 0 for the most. Every choice gives the
     // same bytes. A pool, when given, makes the site grids on all its threads.
     CellPicture(std::span<const CellSite> sites, std::span<const CellInk> inks, double width, double height,
@@ -40,7 +40,6 @@ public:
     void paint_rows(UBUFFER& buffer, int y0, int y1) const;
 
 private:
-    std::span<const CellSite> sites_;
     std::span<const CellInk> inks_;
     std::vector<SiteGrid> grids_;
     double reach_ = 0;

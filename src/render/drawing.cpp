@@ -80,7 +80,6 @@ private:
 // Mark numbers per band of rows, in mark order.
 struct BandLists {
     std::vector<std::uint32_t> start, marks;
-    std::vector<std::pair<int, int>> rows;  // per mark: the rows [first, second) it touches in the picture
     int bands = 0;
     std::span<const std::uint32_t> of(int band) const {
         return {marks.data() + start[std::size_t(band)],
@@ -94,7 +93,6 @@ BandLists by_band(BandRunner& runner, std::size_t count, int height,
     BandLists l;
     l.bands = (height + kBandRows - 1) / kBandRows;
     l.start.assign(std::size_t(l.bands) + 1, 0);
-    l.rows.resize(count);
     std::vector<std::pair<int, int>> span(count);
     runner.each(count, [&](std::size_t begin, std::size_t end) {
         for (std::size_t k = begin; k < end; ++k) {
@@ -102,7 +100,6 @@ BandLists by_band(BandRunner& runner, std::size_t count, int height,
             rows(k, y0, y1);
             y0 = std::max(y0, 0);
             y1 = std::min(y1, height);
-            l.rows[k] = y0 < y1 ? std::pair{y0, y1} : std::pair{0, 0};
             span[k] = y0 < y1 ? std::pair{y0 / kBandRows, (y1 - 1) / kBandRows + 1} : std::pair{0, 0};
         }
     });
